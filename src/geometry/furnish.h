@@ -1,0 +1,22 @@
+// What furnishes the field: the boundary walls, stones, and the maze with its four doughnuts.
+// Caller holds frame_rendering_mutex. The random stream is consumed in the order stated, so that a seed fixes it all.
+#pragma once
+
+inline constexpr int MAZE_VERTICES = 17; // grid vertices along each axis
+inline constexpr int MAZE_CELL = 32;     // field units between them
+
+/// Appends the eight faces of the field's boundary; the front faces look inwards.
+void generate_boundary_wall();
+
+/// Empties the wall table and puts the boundary back.
+void reset_wall();
+
+/// Offers `n` stones to random places, each after at most ten draws (x, then y). @return n, placed or not
+int scatter_stone(int n);
+
+/// A two-sided wall from grid vertex (gx, gy) to (gx + dx, gy + dy); (dx, dy) is a unit step.
+void gen_wall(int gx, int gy, int dx, int dy);
+
+/// Adds the maze's walls and its four doughnuts. A stick falls from each inner vertex: the first row in four
+/// directions, the others in three, each with at most six draws of random().
+void generate_maze();

@@ -1,0 +1,53 @@
+// The client table and the handshake by which the frame and the server thread take turns.
+// frame_rendering_mutex guards every table of the field: the window thread holds it for a whole frame, the server
+// thread for a whole pass of commands. Slots are filled and freed by the server thread with the lock held.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <netinet/in.h>
+#include <type_traits>
+
+inline constexpr int MAX_CLIENT = 10;
+inline constexpr int RECV_MAX = 512; // bytes of input that a slot can hold unexecuted
+
+struct client_t {
+    int32_t sockfd;              // connected socket; -1 = free
+    sockaddr_in peer_addr;       // as accept gave it, network byte order
+    int32_t turtle_id;           // index in ttl; -1 = none
+    char recv_buf[RECV_MAX + 1]; // text not executed yet, terminated
+    int32_t recv_len;            // bytes held in recv_buf
+    uint32_t frame_cmd_count;    // pacing commands executed since the last frame was finished
+    uint32_t disconnect_request; // set by either thread through std::atomic_ref; a stale read closes one pass late
+    int32_t skipping_line;       // 1 while the rest of an over-long line is being dropped; server thread only
+    int32_t send_failed;         // 1 once a reply could not be sent: the next receive ends the client
+};
+static_assert(std::is_trivially_copyable_v<client_t>);
+
+extern std::array<client_t, MAX_CLIENT> client_tab;
+extern int32_t nclient; // occupied slots; server thread only
+extern std::mutex frame_rendering_mutex;
+// Written by the window thread (menu, key), read by the server thread at each accept. A stale value admits or refuses
+// one client late.
+extern std::atomic<int32_t> accept_only_localhost;
+
+/// Puts a slot into its free state without closing anything.
+void free_client_slot(client_t& slot);
+
+/// Closes the slot's connection, says so on standard error and frees the slot; a free slot or an index outside the
+/// table is ignored. The turtle is not touched. Server thread, lock held.
+void disconnect_client(int slot);
+
+/// Asks the server thread to close slot `slot` if it still drives turtle `turtle`. Caller holds the lock.
+void disconnect_client_for(int turtle, int slot);
+
+/// Flips between "127.0.0.1 only" (1) and "everybody" (0). @return the new value
+int toggle_localhost_mode();
+
+/// Start of a frame: locks frame_rendering_mutex; rendering_is_done unlocks it.
+void rendering_started();
+
+/// End of a frame: every client may send pacing commands again; unlocks the mutex that rendering_started locked.
+void rendering_is_done();

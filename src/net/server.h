@@ -1,0 +1,17 @@
+// The client server: a listening socket and one thread that accepts, polls and serves all clients.
+#pragma once
+
+/// Opens `port` (16 bits) and starts the server thread; a failure sets socket_error_occurred and starts none.
+void start_tcp_server(int port);
+
+/// @return the listening socket, or -1 after a line on standard error
+int init_socket(int port);
+
+/// Accepts one connection and gives it a slot and a turtle. @return its socket; -1 refused, after closing it
+int accept_connection(int listen_sock);
+
+/// One poll of the listening socket, at most 5 ms. @return 0
+int check_connection(int listen_sock);
+
+/// One poll of all clients, at most 5 ms: serves requests to disconnect, then every ready client. @return 0
+int check_client_status();
