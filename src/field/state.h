@@ -17,7 +17,7 @@ inline constexpr uint32_t ON_FIELD = 0x1000000; // coin_t::flags, card_t::flags:
 
 struct teaminfo_t {
     uint32_t number;       // its index
-    char message[260];     // last broadcast, at most TEXT_BYTES of it
+    char message[260];     // last broadcast, at most TEXT_BYTES of it; may lack a terminator there
     uint32_t message_time; // elapsed_time of the last broadcast, cut to 32 bits
     uint32_t flags;        // TEAM_REFUSES; cleared once per frame
 };

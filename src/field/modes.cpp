@@ -1,0 +1,132 @@
+#include "field/modes.h"
+
+#include "field/cards.h"
+#include "field/coins.h"
+#include "field/state.h"
+#include "geometry/furnish.h"
+#include "net/client_table.h"
+#include "turtle/turtle.h"
+
+#include <cstdio>
+
+namespace {
+
+int toggle(int32_t& flag) {
+    flag = flag == 0 ? 1 : 0;
+    return 0;
+}
+
+int bring_to(const int32_t& flag, int v, int (*toggle_flag)()) {
+    if (flag == v) return 1;
+    toggle_flag();
+    return 0;
+}
+
+} // namespace
+
+void field_kill_all_turtles() {
+    // Start-up makes the first call, before any client can be connected: it must not touch the client table.
+    static bool first_call = true;
+    for (int i = 0; i < TTL_MAX; ++i) {
+        turtle_t& t = ttl[i];
+        if (!first_call && has_any(t.flags, TTL_ALIVE) && t.client_id >= 0) disconnect_client_for(i, t.client_id);
+        t.flags = 0;
+        t.client_id = -1;
+        t.pos[0] = {0.0, 0.0};
+    }
+    ntmax = 0;
+    first_call = false;
+    reset_coin();
+    reset_card();
+}
+
+void field_clear_zombie() {
+    for (int i = 0; i < ntmax; ++i) {
+        if (has_any(ttl[i].flags, TTL_ZOMBIE)) ttl[i].flags = 0;
+    }
+}
+
+void field_clear_all_turtles() {
+    field_clear_zombie();
+    field_clear();
+}
+
+void field_clear() { field_cleared = 0; }
+
+void field_set_color(double r, double g, double b) {
+    bgcol[0] = r;
+    bgcol[1] = g;
+    bgcol[2] = b;
+    field_clear();
+}
+
+int field_set_disp_help() {
+    disp_help = 1;
+    return 0;
+}
+
+int field_unset_disp_help() {
+    disp_help = 0;
+    return 0;
+}
+
+int field_toggle_disp_help() { return disp_help != 0 ? field_unset_disp_help() : field_set_disp_help(); }
+int field_toggle_disp_score() { return toggle(disp_score); }
+int field_toggle_disp_name() { return toggle(disp_name); }
+int field_toggle_bird_view_mode() { return toggle(bird_view_mode); }
+int field_toggle_bounded_area_mode() { return toggle(bounded_area_mode); }
+
+int field_set_boundary_mode(int v) { return bring_to(bounded_area_mode, v, field_toggle_bounded_area_mode); }
+int field_set_disp_name(int v) { return bring_to(disp_name, v, field_toggle_disp_name); }
+int field_set_disp_score(int v) { return bring_to(disp_score, v, field_toggle_disp_score); }
+
+int field_set_battle_mode() {
+    field_set_boundary_mode(1);
+    field_set_disp_name(1);
+    field_set_disp_score(1);
+    battle_mode = 1;
+    menuitem_need_to_change = 1;
+    field_clear();
+    fputs("entering battle mode...\n", stderr);
+    return 0;
+}
+
+int field_unset_battle_mode() {
+    field_set_boundary_mode(0);
+    field_set_disp_name(0);
+    field_set_disp_score(0);
+    battle_mode = 0;
+    menuitem_need_to_change = 1;
+    field_clear();
+    fputs("entering turtle graphics mode...\n", stderr);
+    return 0;
+}
+
+int field_toggle_battle_mode() { return battle_mode != 0 ? field_unset_battle_mode() : field_set_battle_mode(); }
+
+int field_set_maze_mode() {
+    field_kill_all_turtles();
+    reset_wall();
+    generate_maze();
+    field_set_battle_mode();
+    maze_mode = 1;
+    fputs("entering maze mode...\n", stderr);
+    return 0;
+}
+
+int field_unset_maze_mode() {
+    field_kill_all_turtles();
+    reset_wall();
+    maze_mode = 0;
+    fputs("exited from maze mode...\n", stderr);
+    return 0;
+}
+
+int field_toggle_maze_mode() { return maze_mode != 0 ? field_unset_maze_mode() : field_set_maze_mode(); }
+
+int field_toggle_private_mode() {
+    private_mode = toggle_localhost_mode();
+    menuitem_need_to_change = 1;
+    fputs(private_mode == 1 ? "entering private mode...\n" : "entering public mode...\n", stderr);
+    return 0;
+}

@@ -1,0 +1,52 @@
+#include "field/state.h"
+
+#include <cstring>
+
+std::array<teaminfo_t, TEAM_MAX> teams;
+std::array<coin_t, COIN_MAX> coins;
+int ncoin;
+int32_t stock_of_coin = COIN_MAX;
+std::array<card_t, CARD_MAX> cards;
+std::array<int32_t, CARD_MAX> card_list;
+
+char copyright[] = "(C) 2026 the Kelmora founders, MIT licence";
+
+double Xmin = -256.0, Xmax = 256.0, Ymin = -256.0, Ymax = 256.0;
+std::array<std::atomic<double>, 3> bgcol;
+
+std::atomic<int32_t> field_cleared;
+std::atomic<int32_t> battle_mode;
+int32_t maze_mode, bounded_area_mode, bird_view_mode;
+int32_t disp_help, disp_score, disp_name;
+std::atomic<int32_t> private_mode = 1;
+std::atomic<int32_t> menuitem_need_to_change;
+std::atomic<int32_t> capture_screen;
+std::atomic<int32_t> socket_error_occurred;
+std::atomic<uint64_t> elapsed_time;
+char window_title[256];
+
+double view_fov_angle = 55.0;
+double view_rotation_angle = 0.0;
+
+void init_teaminfo() {
+    for (int k = 0; k < TEAM_MAX; ++k) {
+        teams[k] = {};
+        teams[k].number = static_cast<uint32_t>(k);
+    }
+}
+
+void refresh_teaminfo() {
+    for (teaminfo_t& team : teams) team.flags = 0;
+}
+
+void field_set_socket_error() { socket_error_occurred = 1; }
+
+int bounded_length(const char* text, int size) {
+    return text == nullptr || size <= 0 ? 0 : static_cast<int>(strnlen(text, static_cast<size_t>(size)));
+}
+
+void bounded_copy(char* field, const char* text, int size) {
+    const int length = bounded_length(text, size);
+    if (length > 0) memcpy(field, text, static_cast<size_t>(length));
+    if (length < size) memset(field + length, 0, static_cast<size_t>(size - length));
+}

@@ -1,0 +1,93 @@
+#include "geometry/furnish.h"
+
+#include "geometry/random.h"
+#include "geometry/wall.h"
+#include "turtle/lifecycle.h"
+#include "turtle/sensors.h"
+#include "turtle/turtle.h"
+
+#include <array>
+#include <cstdlib>
+
+namespace {
+
+constexpr int STONE_TRIES = 10;
+constexpr double STONE_SPREAD = 492.0;   // side of the square of random places, field units
+constexpr double STONE_CLEARANCE = 25.0; // to the nearest turtle and to the nearest wall
+constexpr int STICK_TRIES = 6;           // draws before a vertex stays without a wall
+constexpr double GOAL_OFFSET = 16.0;     // centres of the four cells around the field's centre
+
+struct grid_step {
+    int dx, dy;
+};
+// The last direction, back towards the edge, is for the first row only: later rows never fall on finished ones.
+constexpr std::array<grid_step, 4> STICK_DIRECTIONS = {{{-1, 0}, {1, 0}, {0, 1}, {0, -1}}};
+
+// Wall ends at each vertex, [gx][gy].
+std::array<std::array<int, MAZE_VERTICES>, MAZE_VERTICES> maze_vertex;
+
+void drop_stick(int gx, int gy, int directions) {
+    for (int tries = 0; tries < STICK_TRIES; ++tries) {
+        const grid_step step = STICK_DIRECTIONS[static_cast<size_t>(random() % directions)];
+        int& near_end = maze_vertex[gx][gy];
+        int& far_end = maze_vertex[gx + step.dx][gy + step.dy];
+        if (near_end != 0 && far_end != 0) continue;
+        gen_wall(gx, gy, step.dx, step.dy);
+        ++near_end;
+        ++far_end;
+        return;
+    }
+}
+
+} // namespace
+
+void generate_boundary_wall() {
+    setup_wall(0, Xmax, Ymax, Xmin, Ymax, 0, -1);
+    setup_wall(WALL_BACKFACE, Xmin, Ymax, Xmax, Ymax, 0, 1);
+    setup_wall(0, Xmin, Ymin, Xmax, Ymin, 0, 1);
+    setup_wall(WALL_BACKFACE, Xmax, Ymin, Xmin, Ymin, 0, -1);
+    setup_wall(0, Xmin, Ymax, Xmin, Ymin, 1, 0);
+    setup_wall(WALL_BACKFACE, Xmin, Ymin, Xmin, Ymax, -1, 0);
+    setup_wall(0, Xmax, Ymin, Xmax, Ymax, -1, 0);
+    setup_wall(WALL_BACKFACE, Xmax, Ymax, Xmax, Ymin, 1, 0);
+}
+
+void reset_wall() {
+    nwall = 0;
+    generate_boundary_wall();
+}
+
+int scatter_stone(int n) {
+    for (int stone = 0; stone < n; ++stone) {
+        double x = 0.0;
+        double y = 0.0;
+        for (int tries = 0; tries < STONE_TRIES; ++tries) {
+            x = (drand() - 0.5) * STONE_SPREAD;
+            y = (drand() - 0.5) * STONE_SPREAD;
+            if (dist_to_nn_from(-1, x, y) >= STONE_CLEARANCE && dist_to_wall_from(x, y) >= STONE_CLEARANCE) break;
+        }
+        // The last point is offered even if none was good: a stone only needs more than BODY_GAP.
+        static_cast<void>(set_object_at(TTL_STONE, x, y));
+    }
+    return n;
+}
+
+void gen_wall(int gx, int gy, int dx, int dy) {
+    const double x1 = Xmin + MAZE_CELL * gx;
+    const double y1 = Ymin + MAZE_CELL * gy;
+    const double x2 = Xmin + MAZE_CELL * (gx + dx);
+    const double y2 = Ymin + MAZE_CELL * (gy + dy);
+    setup_wall(0, x1, y1, x2, y2, -dy, dx);
+    setup_wall(WALL_BACKFACE, x2, y2, x1, y1, dy, -dx);
+}
+
+void generate_maze() {
+    maze_vertex = {};
+    for (int gy = 1; gy < MAZE_VERTICES - 1; ++gy) {
+        for (int gx = 1; gx < MAZE_VERTICES - 1; ++gx) drop_stick(gx, gy, gy == 1 ? 4 : 3);
+    }
+    static_cast<void>(set_object_at(TTL_DOUGHNUT, GOAL_OFFSET, GOAL_OFFSET));
+    static_cast<void>(set_object_at(TTL_DOUGHNUT, -GOAL_OFFSET, GOAL_OFFSET));
+    static_cast<void>(set_object_at(TTL_DOUGHNUT, GOAL_OFFSET, -GOAL_OFFSET));
+    static_cast<void>(set_object_at(TTL_DOUGHNUT, -GOAL_OFFSET, -GOAL_OFFSET));
+}

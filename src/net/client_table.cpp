@@ -1,0 +1,60 @@
+#include "net/client_table.h"
+
+#include <arpa/inet.h>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::array<client_t, MAX_CLIENT> all_free() {
+    std::array<client_t, MAX_CLIENT> table{};
+    for (client_t& slot : table) slot.sockfd = slot.turtle_id = -1;
+    return table;
+}
+
+} // namespace
+
+constinit std::array<client_t, MAX_CLIENT> client_tab = all_free();
+int32_t nclient;
+std::mutex frame_rendering_mutex;
+std::atomic<int32_t> accept_only_localhost = 1;
+
+void free_client_slot(client_t& slot) {
+    slot.sockfd = -1;
+    slot.turtle_id = -1;
+    slot.recv_buf[0] = '\0';
+    slot.recv_len = 0;
+    slot.frame_cmd_count = 0;
+    slot.skipping_line = 0;
+    slot.send_failed = 0;
+    std::atomic_ref(slot.disconnect_request).store(0);
+}
+
+void disconnect_client(int slot) {
+    if (slot < 0 || slot >= MAX_CLIENT || client_tab[slot].sockfd < 0) return;
+    client_t& c = client_tab[slot];
+    char address[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &c.peer_addr.sin_addr, address, sizeof address);
+    // The port is printed as it is stored, in network byte order: the log has always been so.
+    fprintf(stderr, "closing connection from %s %d\n", address, c.peer_addr.sin_port);
+    close(c.sockfd);
+    free_client_slot(c);
+    --nclient;
+}
+
+void disconnect_client_for(int turtle, int slot) {
+    if (slot < 0 || slot >= MAX_CLIENT || client_tab[slot].turtle_id != turtle) return;
+    std::atomic_ref(client_tab[slot].disconnect_request).store(1);
+}
+
+int toggle_localhost_mode() {
+    accept_only_localhost = accept_only_localhost == 0 ? 1 : 0;
+    return accept_only_localhost;
+}
+
+void rendering_started() { frame_rendering_mutex.lock(); }
+
+void rendering_is_done() {
+    for (client_t& c : client_tab) c.frame_cmd_count = 0;
+    frame_rendering_mutex.unlock();
+}
