@@ -1,0 +1,56 @@
+// The field's small textured squares (doughnut, stone, coin, brush dot), stone walls and the battle background.
+// Window thread only. A texture is made when something first needs it and lives as long as the program.
+// Every routine turns off again what it turned on: culling, blending and texturing are off afterwards.
+#pragma once
+
+#include <array>
+
+inline constexpr int ICON_SIDE = 32;                         // pixels
+inline constexpr int ICON_BYTES = ICON_SIDE * ICON_SIDE * 4; // red, green, blue, alpha
+inline constexpr int TILE_SIDE = 200;                        // pixels of the background tile, RGB
+
+// Slots of the object textures.
+inline constexpr int TEX_DOUGHNUT = 0;
+inline constexpr int TEX_STONE = 1;
+inline constexpr int TEX_COIN = 2;
+inline constexpr int TEX_TEN = 3; // the brush dot
+inline constexpr int OBJ_TEXTURES = 4;
+
+extern std::array<unsigned, OBJ_TEXTURES> obj_textures;   // GL names, valid where the flag below is 1
+extern std::array<int, OBJ_TEXTURES> obj_tex_initialized; // 1 once the slot's texture exists
+extern std::array<std::array<unsigned char, ICON_BYTES>, OBJ_TEXTURES> obj_text_image; // what was uploaded
+
+/// Copies a 32 x 32 RGBA image turned upside down: its top row lands where GL shows the top. Buffers must not overlap.
+void flip32x32icon(const unsigned char* source, unsigned char* destination);
+
+/// Makes the texture of a slot from an image. Nearest filter, repeating. Leaves no texture bound.
+void init_obj_tex(int slot, const unsigned char* image);
+
+/// Binds the texture of a slot, making it first where it does not exist yet.
+void bind_obj_tex(int slot);
+
+/// Icons reach from 10 units left of and below the place to 9 units right of and above it, unlit and blended; the
+/// heights keep the layers apart: doughnut 2.0, stone 3.0.
+void drawIcon_Doughnut(double x, double y);
+void drawIcon_Stone(double x, double y);
+
+/// Coin number n at height 1.0 + n / (ncoin + 1) * 1.5, so that overlapping coins lie in a fixed order.
+void drawIcon_Coin(int n, double x, double y);
+
+/// A stone-textured lit wall face, 15 units high, visible from the side its normal points to: seen from there,
+/// (x1, y1) is the right end.
+void drawStoneWall(double x1, double y1, double x2, double y2, double nx, double ny);
+
+/// Many coins or wall faces with one bind: begin, any number of pieces, end; between the two no other GL call.
+/// Pixels and the state left behind are those of the single calls.
+void begin_coin_batch();
+void coin_in_batch(int n, double x, double y);
+void end_coin_batch();
+
+void begin_stone_wall_batch();
+void stone_wall_in_batch(double x1, double y1, double x2, double y2, double nx, double ny);
+void end_stone_wall_batch();
+
+/// Stamps the background tile over the field, nine times, in window pixels. Wants a projection in which the corner
+/// (-256, -256, 0) is not outside, or its tiles are dropped by GL.
+void drawBackground();

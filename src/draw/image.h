@@ -1,0 +1,18 @@
+// Image files: the rendered frame as a PNG, and a binary PPM as a pixel buffer.
+// saveImageToPNG runs on the window thread (it reads the back buffer); readPPMToImage touches no GL.
+// A failure is one line on stderr at most and never ends the process; no path keeps a file or memory.
+#pragma once
+
+/// Writes the lower-left width x height pixels of the back buffer as an 8-bit RGB PNG, top row first, with the text
+/// entries Author, Software, Source (the host) and Description (the time). A file that could not be completed is
+/// removed again.
+void saveImageToPNG(unsigned width, unsigned height, const char* path);
+
+inline constexpr int PPM_MAX_SIDE = 8192; // pixels; a wider or higher picture is refused
+
+/// Reads a binary PPM (P6) of 8-bit samples, turned by 180 degrees: pixel i of the file lands at place N - 1 - i.
+/// @param[out] width, height  pixels, 1..PPM_MAX_SIDE; untouched when null is returned
+/// @return width * height * 4 bytes from malloc, of which the first width * height * 3 are filled (R, G, B); the
+///         caller frees them. Null when the file cannot be opened, is no P6, has no sensible size, or promises more
+///         pixels than it holds. Where the length cannot be known (a pipe), missing samples are 255.
+[[nodiscard]] unsigned char* readPPMToImage(const char* path, int* width, int* height);

@@ -1,0 +1,11 @@
+// The help and the warning screen, drawn over the finished scene in field coordinates.
+// Window thread only; normal rescaling is on and the blend function is set, as in the whole frame.
+#pragma once
+
+/// A stone panel that lists the keys, visible from above only. Leaves blending, culling and texturing off, and the
+/// front emission at (0, 0, 0, 1); the ambient and diffuse colour stays orange red.
+void drawHelp();
+
+/// Four red lines: the ports could not be opened. Leaves the front emission at (0, 0, 0, 1); the ambient and diffuse
+/// colour stays red.
+void drawWarning();
