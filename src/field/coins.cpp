@@ -26,14 +26,6 @@ void reset_coin() {
     ncoin = 0;
 }
 
-int highest_coin_ord() {
-    int highest = -1;
-    for (int k = 0; k < ncoin; ++k) {
-        if (has_any(coins[k].flags, ON_FIELD)) highest = std::max(highest, coins[k].ord);
-    }
-    return highest;
-}
-
 int field_scatter_coin(int n) {
     if (stock_of_coin < 1) return -1;
     int highest = highest_coin_ord();

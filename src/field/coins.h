@@ -7,6 +7,3 @@ void reset_coin();
 /// Lays up to `n` coins at random places (x, then y), ranks above all others; one at least, as the count is tested
 /// after a coin was placed. @return 0, also when slots ran out; -1 when the bank was empty before
 int field_scatter_coin(int n);
-
-/// Highest rank among the coins on the field; -1 without any.
-[[nodiscard]] int highest_coin_ord();

@@ -3,6 +3,8 @@
 #include "field/state.h"
 #include "turtle/turtle.h"
 
+#include <algorithm>
+
 std::array<coin_t*, COINMAP_SIDE * COINMAP_SIDE> coinmap;
 
 namespace {
@@ -62,4 +64,12 @@ int count_neighbor_coin_in_map(int i, int& nearest) {
         }
     }
     return count;
+}
+
+int highest_coin_ord() {
+    int highest = -1;
+    for (int k = 0; k < ncoin; ++k) {
+        if (has_any(coins[k].flags, ON_FIELD)) highest = std::max(highest, coins[k].ord);
+    }
+    return highest;
 }

@@ -25,3 +25,6 @@ void remove_coin_from_map(int coin);
 /// Number of coins nearer than COIN_REACH to turtle `i`.
 /// @param[out] nearest  number of the nearest one, the first met of equals; -1 without any
 int count_neighbor_coin_in_map(int i, int& nearest);
+
+/// Highest rank among the coins on the field; -1 without any.
+[[nodiscard]] int highest_coin_ord();

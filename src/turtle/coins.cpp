@@ -1,6 +1,5 @@
 #include "turtle/coins.h"
 
-#include "field/coins.h"
 #include "geometry/coin_map.h"
 #include "turtle/lifecycle.h"
 #include "turtle/turtle.h"

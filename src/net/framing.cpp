@@ -1,0 +1,93 @@
+#include "net/framing.h"
+
+#include "net/client_table.h"
+#include "net/command.h"
+#include "net/reply.h"
+
+#include <cstring>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
+
+bool ends_line(char b) { return b == '\n' || b == ';'; }
+
+// Printable bytes make up a line; control characters and bytes from 128 are dropped without ending it.
+bool belongs_to_line(char b) { return static_cast<signed char>(b) >= ' ' && b != ';'; }
+
+// Drops the rest of an over-long line up to its end. The end itself goes into the buffer, which completes the line.
+int receive_rest_of_long_line(client_t& c) {
+    char packet[RECV_MAX];
+    ssize_t n = recv(c.sockfd, packet, sizeof packet, MSG_PEEK);
+    if (n <= 0) return static_cast<int>(n);
+    ssize_t end = 0;
+    while (end < n && !ends_line(packet[end])) ++end;
+    if (end < n) {
+        c.recv_buf[c.recv_len++] = packet[end];
+        c.recv_buf[c.recv_len] = '\0';
+        c.skipping_line = 0;
+        n = end + 1;
+    }
+    return static_cast<int>(recv(c.sockfd, packet, static_cast<size_t>(n), 0));
+}
+
+// Keeps the unfinished line at the start of the buffer, without what would be dropped from it anyway, so that
+// separators alone can never fill the buffer. A line that does fill it is cut.
+void keep_unfinished_line(client_t& c, int from) {
+    int kept = 0;
+    for (int p = from; p < c.recv_len; ++p) {
+        const char b = c.recv_buf[p];
+        if (!belongs_to_line(b) || (b == ' ' && kept == 0)) continue;
+        c.recv_buf[kept++] = b;
+    }
+    if (kept == RECV_MAX) {
+        --kept; // room for the byte that will end the line
+        c.skipping_line = 1;
+    }
+    c.recv_len = kept;
+    c.recv_buf[kept] = '\0';
+}
+
+} // namespace
+
+int receive_client_packet(int slot) {
+    client_t& c = client_tab[slot];
+    if (c.send_failed != 0) return 0;
+    if (c.skipping_line != 0) return receive_rest_of_long_line(c);
+    char packet[RECV_MAX];
+    const ssize_t n = recv(c.sockfd, packet, static_cast<size_t>(RECV_MAX - c.recv_len), 0);
+    if (n > 0) {
+        memcpy(c.recv_buf + c.recv_len, packet, static_cast<size_t>(n));
+        c.recv_len += static_cast<int32_t>(n);
+        c.recv_buf[c.recv_len] = '\0';
+    }
+    return static_cast<int>(n);
+}
+
+void try_to_exec(int slot) {
+    client_t& c = client_tab[slot];
+    char line[LINE_MAX_BYTES];
+    int length = 0;
+    int consumed = 0;
+    for (int p = 0; p < c.recv_len; ++p) {
+        const char b = c.recv_buf[p];
+        if (belongs_to_line(b)) {
+            if (b == ' ' && length == 0) continue;
+            if (length < LINE_MAX_BYTES - 1) line[length++] = b;
+        } else if (ends_line(b) && length > 0) {
+            line[length] = '\0';
+            answer_back(slot, parse_message_for(slot, line));
+            consumed = p + 1;
+            length = 0;
+        }
+    }
+    keep_unfinished_line(c, consumed);
+}
+
+int read_and_write_back(int sock) {
+    char packet[2048];
+    const ssize_t n = recv(sock, packet, sizeof packet, 0);
+    if (n > 0) send(sock, packet, static_cast<size_t>(n), MSG_NOSIGNAL);
+    return static_cast<int>(n);
+}
