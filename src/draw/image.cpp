@@ -1,0 +1,220 @@
+#include "draw/image.h"
+
+#include <algorithm>
+#include <climits>
+#include <csetjmp>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <memory>
+#include <new>
+
+#include <GL/gl.h>
+#include <png.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "field/state.h"
+
+namespace {
+
+struct file_closer {
+    void operator()(FILE* file) const { fclose(file); }
+};
+using file_guard = std::unique_ptr<FILE, file_closer>;
+
+struct heap_freer {
+    void operator()(unsigned char* bytes) const { free(bytes); }
+};
+using bytes_guard = std::unique_ptr<unsigned char, heap_freer>;
+
+constexpr int CHANNELS = 3; // red, green, blue
+
+// What is said about a capture besides its pixels.
+struct capture_notes {
+    char author[32];
+    char host[128];
+    char when[32];
+};
+
+// The picture as GL hands it out, bottom row first, and its rows from the top down.
+struct capture_pixels {
+    std::unique_ptr<unsigned char[]> bytes;
+    std::unique_ptr<png_bytep[]> rows;
+};
+
+} // namespace
+
+static capture_notes take_notes() {
+    capture_notes notes = {};
+    const char* user = getenv("USER");
+    if (user) bounded_copy(notes.author, user, sizeof notes.author - 1);
+    // A host name that was cut need not be terminated.
+    if (gethostname(notes.host, sizeof notes.host) != 0) notes.host[0] = '\0';
+    notes.host[sizeof notes.host - 1] = '\0';
+    const time_t now = time(nullptr);
+    if (!ctime_r(&now, notes.when)) notes.when[0] = '\0';
+    notes.when[strcspn(notes.when, "\n")] = '\0';
+    return notes;
+}
+
+// GL starts each row at a multiple of four bytes (its default packing).
+static size_t packed_row(size_t width) { return (width * CHANNELS + 3) / 4 * 4; }
+
+// False when the size is beyond what GL can read or memory can hold.
+static bool read_back_buffer(unsigned width, unsigned height, capture_pixels& pixels) {
+    GLint limit[2] = {};
+    glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limit);
+    if (width == 0 || height == 0 || width > static_cast<unsigned>(std::max(limit[0], 0)) ||
+        height > static_cast<unsigned>(std::max(limit[1], 0)))
+        return false;
+    pixels.bytes.reset(new (std::nothrow) unsigned char[size_t{width} * height * 4]());
+    pixels.rows.reset(new (std::nothrow) png_bytep[height]);
+    if (!pixels.bytes || !pixels.rows) return false;
+    glReadBuffer(GL_BACK);
+    glReadPixels(0, 0, static_cast<GLsizei>(width), static_cast<GLsizei>(height), GL_RGB, GL_UNSIGNED_BYTE,
+                 pixels.bytes.get());
+    for (size_t r = 0; r < height; ++r) pixels.rows[r] = pixels.bytes.get() + (height - 1 - r) * packed_row(width);
+    return true;
+}
+
+// libpng calls these instead of writing lines of its own; the one line about a failure is printed by the caller.
+static void fail_quietly(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+static void warn_quietly(png_structp, png_const_charp) {}
+
+static void attach_notes(png_structp png, png_infop info, capture_notes& notes) {
+    char author_key[] = "Author", software_key[] = "Software", source_key[] = "Source", time_key[] = "Description";
+    char software[] = "kelmora for Velmark by RQ";
+    png_text texts[4] = {};
+    const auto fill = [](png_text& entry, char* key, char* text) {
+        entry.compression = PNG_TEXT_COMPRESSION_zTXt;
+        entry.key = key;
+        entry.text = text;
+        entry.text_length = strlen(text);
+    };
+    fill(texts[0], author_key, notes.author);
+    fill(texts[1], software_key, software);
+    fill(texts[2], source_key, notes.host);
+    fill(texts[3], time_key, notes.when);
+    png_set_text(png, info, texts, 4); // copies them
+}
+
+// An error inside libpng comes back to the setjmp; nothing with a destructor lives in this function or in what it calls
+// below libpng, so nothing is skipped.
+static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes& notes,
+                   png_bytep* rows) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    attach_notes(png, info, notes);
+    png_init_io(png, file);
+    png_set_IHDR(png, info, width, height, 8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                 PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    png_write_image(png, rows);
+    png_write_end(png, info);
+    return true;
+}
+
+// Half a picture helps nobody; only a regular file is removed, never a device that stands in for one.
+static void discard(file_guard file, const char* path) {
+    struct stat info = {};
+    const bool regular = fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode);
+    file.reset();
+    if (regular) unlink(path);
+}
+
+void saveImageToPNG(unsigned width, unsigned height, const char* path) {
+    file_guard file(fopen(path, "wb"));
+    if (!file) {
+        fprintf(stderr, "saveImageToPNG: cannot open file:%s\n", path);
+        return;
+    }
+    // libpng refuses every version string but that of the headers it was built with.
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail_quietly, warn_quietly);
+    if (!png) {
+        fprintf(stderr, "saveImageToPNG: cannot create png_ptr\n");
+        discard(std::move(file), path);
+        return;
+    }
+    png_infop info = png_create_info_struct(png);
+    capture_notes notes = take_notes();
+    capture_pixels pixels;
+    const bool encoded = info && read_back_buffer(width, height, pixels) &&
+                         encode(png, info, file.get(), width, height, notes, pixels.rows.get());
+    png_destroy_write_struct(&png, &info);
+    // The last bytes reach the disk only here, and a full one shows only here.
+    const bool flushed = encoded && fflush(file.get()) == 0;
+    if (flushed) return;
+    fprintf(stderr, "saveImageToPNG: cannot write file:%s\n", path);
+    discard(std::move(file), path);
+}
+
+static constexpr int PPM_LINE = 256; // bytes of a header line that are looked at
+
+// One header line; what does not fit is skipped. False at the end of the file.
+static bool read_line(FILE* file, char (&line)[PPM_LINE]) {
+    if (!fgets(line, PPM_LINE, file)) return false;
+    if (strchr(line, '\n') || strlen(line) < PPM_LINE - 1) return true;
+    for (int c = getc(file); c != EOF && c != '\n'; c = getc(file)) {
+    }
+    return true;
+}
+
+// Scans a decimal number and moves behind it; false (and `value` as it was) without one that fits.
+static bool scan_number(const char*& text, int& value) {
+    char* end = nullptr;
+    const long number = strtol(text, &end, 10);
+    if (end == text || number < INT_MIN || number > INT_MAX) return false;
+    text = end;
+    value = static_cast<int>(number);
+    return true;
+}
+
+static bool side_is_sensible(int side) { return side >= 1 && side <= PPM_MAX_SIDE; }
+
+// False when a regular file has fewer bytes left than the picture needs.
+static bool file_holds(FILE* file, size_t bytes) {
+    struct stat info = {};
+    if (fstat(fileno(file), &info) != 0 || !S_ISREG(info.st_mode)) return true;
+    const long here = ftell(file);
+    return here >= 0 && info.st_size >= here && static_cast<uint64_t>(info.st_size - here) >= bytes;
+}
+
+unsigned char* readPPMToImage(const char* path, int* width, int* height) {
+    const file_guard file(fopen(path, "r"));
+    if (!file) {
+        fprintf(stderr, "cannot open file:%s\n", path);
+        return nullptr;
+    }
+    char line[PPM_LINE] = {};
+    if (!read_line(file.get(), line) || line[0] != 'P' || line[1] != '6') return nullptr;
+    do {
+        if (!read_line(file.get(), line)) return nullptr;
+    } while (line[0] == '#');
+    const char* sizes = line;
+    int w = 0, h = 0;
+    if (!scan_number(sizes, w) || !scan_number(sizes, h)) return nullptr;
+    if (!side_is_sensible(w) || !side_is_sensible(h)) return nullptr;
+
+    // Reported only: samples are taken as single bytes whatever it says.
+    int maximum = 0;
+    if (!read_line(file.get(), line)) return nullptr;
+    const char* rest = line;
+    if (!scan_number(rest, maximum)) maximum = 0;
+
+    const size_t count = static_cast<size_t>(w) * static_cast<size_t>(h);
+    if (!file_holds(file.get(), count * CHANNELS)) return nullptr;
+    bytes_guard image(static_cast<unsigned char*>(malloc(count * 4)));
+    if (!image) return nullptr;
+    *width = w;
+    *height = h;
+    printf("reading:%s width:%d height %d max:%d\n", path, w, h, maximum);
+    fflush(stdout);
+    for (size_t i = 0; i < count; ++i) {
+        unsigned char* pixel = image.get() + (count - 1 - i) * CHANNELS;
+        for (int channel = 0; channel < CHANNELS; ++channel)
+            pixel[channel] = static_cast<unsigned char>(getc(file.get()));
+    }
+    return image.release();
+}

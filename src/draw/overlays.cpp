@@ -1,0 +1,98 @@
+#include "draw/overlays.h"
+
+#include <array>
+
+#include <GL/freeglut.h>
+
+#include "draw/icons.h"
+#include "draw/primitives.h"
+#include "field/state.h"
+
+using colour = std::array<GLfloat, 4>;
+
+static constexpr colour WARNING_RED = {1.0F, 0.1F, 0.0F, 1.0F};
+static constexpr colour PANEL_GREY = {0.3F, 0.3F, 0.3F, 0.9F};
+static constexpr colour HELP_RED = {1.0F, 0.2F, 0.1F, 0.9F};
+static constexpr colour NO_GLOW = {0.0F, 0.0F, 0.0F, 1.0F};
+
+// High above turtles and tracks.
+static constexpr double PANEL_HEIGHT = 30.0;
+static constexpr double PANEL_HALF = 204.8;   // 0.4 of the field's width
+static constexpr double PANEL_REPEATS = 15.0; // of the stone pattern, each way
+
+static void set_glow(const colour& c) { glMaterialfv(GL_FRONT, GL_EMISSION, c.data()); }
+
+static void set_glow_and_colour(const colour& c) {
+    set_glow(c);
+    glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, c.data());
+}
+
+void drawWarning() {
+    constexpr double LEFT = -230.4, HEIGHT = 30.0;
+    set_glow_and_colour(WARNING_RED);
+    drawString(GLUT_BITMAP_HELVETICA_18, "COMMUNICATION ERROR !", LEFT, 128.0, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12, "TCP communication ports cannot be opened because they are already in use.",
+               LEFT, 102.4, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12, "It seems another Kelmora is running on this computer.", LEFT, 76.8, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12,
+               "Quit this program by pressing Q and check the running programs in background.", LEFT, 51.2, HEIGHT);
+    set_glow(NO_GLOW);
+}
+
+static void draw_panel() {
+    glEnable(GL_TEXTURE_2D);
+    bind_obj_tex(TEX_STONE);
+    glColor3d(1.0, 1.0, 1.0);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+    glBegin(GL_QUADS);
+    glNormal3d(0.0, 0.0, 1.0);
+    glTexCoord2d(0.0, 0.0);
+    glVertex3d(-PANEL_HALF, -PANEL_HALF, PANEL_HEIGHT);
+    glTexCoord2d(PANEL_REPEATS, 0.0);
+    glVertex3d(PANEL_HALF, -PANEL_HALF, PANEL_HEIGHT);
+    glTexCoord2d(PANEL_REPEATS, PANEL_REPEATS);
+    glVertex3d(PANEL_HALF, PANEL_HALF, PANEL_HEIGHT);
+    glTexCoord2d(0.0, PANEL_REPEATS);
+    glVertex3d(-PANEL_HALF, PANEL_HALF, PANEL_HEIGHT);
+    glEnd();
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+}
+
+struct help_line {
+    double x, y;
+    const char* text;
+};
+
+// The keys of the keyboard handler, 27.25 units apart; what only continues a line is further in.
+static constexpr std::array<help_line, 12> KEY_LINES = {{
+    {-140.8, 102.4, "c  clear screen"},
+    {-140.8, 75.15, "z  erase zombie"},
+    {-140.8, 47.9, "!  toggle graphics/battle mode"},
+    {-140.8, 20.65, "@  toggle public/private mode"},
+    {-140.8, -6.6, "p  capture screen"},
+    {-140.8, -33.85, "3  toggle birds-eye view mode"},
+    {-102.4, -61.1, "+ - zoom  < > rotate"},
+    {-140.8, -88.35, "M  toggle maze mode"},
+    {-140.8, -115.6, "h  help (show this screen)"},
+    {-140.8, -142.85, "K  kill all turtles"},
+    {-140.8, -170.1, "Q  exit"},
+    {-102.4, -194.56, "Press ESC to dismiss this screen"},
+}};
+
+void drawHelp() {
+    constexpr double TITLE_X = -168.96, TITLE_HEIGHT = 32.0, TEXT_HEIGHT = 35.0;
+    glEnable(GL_BLEND);
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    set_glow_and_colour(PANEL_GREY);
+    draw_panel();
+    glDisable(GL_CULL_FACE);
+
+    set_glow_and_colour(HELP_RED);
+    drawString(GLUT_BITMAP_HELVETICA_18, "Kelmora", TITLE_X, 163.84, TITLE_HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12, copyright, TITLE_X, 128.0, TEXT_HEIGHT);
+    for (const help_line& line : KEY_LINES) drawString(GLUT_BITMAP_9_BY_15, line.text, line.x, line.y, TEXT_HEIGHT);
+    set_glow(NO_GLOW);
+    glDisable(GL_BLEND);
+}
