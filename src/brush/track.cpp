@@ -1,0 +1,110 @@
+#include "brush/track.h"
+
+#include "brush/strokes.h"
+#include "turtle/turtle.h"
+
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace {
+
+constexpr int POLYGON_BACK = 5; // oldest history index that a polygon reaches
+static_assert(POLYGON_BACK + 1 < TRACK_MAX, "every vertex has a colour one entry older");
+
+// One point of a stroke with the brush width that belongs to it.
+struct ink_t {
+    double x, y, w;
+};
+
+ink_t ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
+
+float color_level(double v) {
+    return v > 0.0 ? static_cast<float>(std::min(v, 1.0)) : 0.0F; // not a number: 0
+}
+
+void emit_vertex(const turtle_t& t, int k) {
+    const rgb_t& c = t.color[k + 1];
+    set_pen_emission(c.r, c.g, c.b);
+    glVertex2d(t.pos[k].x, t.pos[k].y);
+}
+
+// A width that GL can take: widths come from clients as they are.
+float drawable_width(double w, GLenum range) {
+    if (!(w > 0.0) || !std::isfinite(w)) return 1.0F;
+    std::array<float, 2> limits{1.0F, 1.0F};
+    glGetFloatv(range, limits.data());
+    return static_cast<float>(std::min(w, static_cast<double>(limits[1])));
+}
+
+void fill_recent_polygon(const turtle_t& t) {
+    if (t.n_painted <= 1) return;
+    glBegin(GL_POLYGON);
+    for (int k = std::min(t.n_painted, POLYGON_BACK); k >= 0; --k) emit_vertex(t, k);
+    glEnd();
+}
+
+void finish_stroke(const turtle_t& t, int final) {
+    const ink_t p0 = ink_at(t, 0);
+    const ink_t p1 = ink_at(t, 1);
+    const ink_t p2 = ink_at(t, 2);
+    const ink_t p3 = ink_at(t, 3);
+    if (t.n_painted >= 4) {
+        const rgb_t& c = t.color[4];
+        brushLine3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, p0.x, p0.y, p0.w, c.r, c.g, c.b);
+    } else if (t.n_painted == 3) {
+        const rgb_t& c = t.color[3];
+        brushLine2(p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, p0.x, p0.y, p0.w, c.r, c.g, c.b);
+    } else {
+        const rgb_t& c = t.color[2];
+        brushLine(final, p1.x, p1.y, p1.w, p0.x, p0.y, p0.w, c.r, c.g, c.b);
+    }
+}
+
+} // namespace
+
+void set_pen_emission(double r, double g, double b) {
+    const std::array<float, 4> emission{color_level(r), color_level(g), color_level(b), 1.0F};
+    glMaterialfv(GL_FRONT, GL_EMISSION, emission.data());
+}
+
+void paint_by_brush(int i, int final) {
+    const turtle_t& t = ttl[i];
+    if (final != 0) {
+        finish_stroke(t, final);
+        return;
+    }
+    if (t.n_painted <= 3) return;
+    const ink_t p1 = ink_at(t, 1);
+    const ink_t p2 = ink_at(t, 2);
+    const ink_t p3 = ink_at(t, 3);
+    const rgb_t& c = t.color[4];
+    if (t.n_painted == 4) {
+        drawCurve3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
+    } else {
+        const ink_t p4 = ink_at(t, 4);
+        drawCurve4(p4.x, p4.y, p4.w, p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
+    }
+}
+
+void paint_line_and_fill_area(int i) {
+    const turtle_t& t = ttl[i];
+    if (has_any(t.flags, TTL_FILL_POLY)) {
+        fill_recent_polygon(t);
+    } else if (has_any(t.flags, TTL_POINT_MODE)) {
+        glPointSize(drawable_width(t.line_width[1], GL_ALIASED_POINT_SIZE_RANGE));
+        glBegin(GL_POINTS);
+        emit_vertex(t, 0);
+        glEnd();
+        glPointSize(1.0F);
+    } else {
+        glLineWidth(drawable_width(t.line_width[1], GL_ALIASED_LINE_WIDTH_RANGE));
+        glBegin(GL_LINES);
+        emit_vertex(t, 1);
+        emit_vertex(t, 0);
+        glEnd();
+        glLineWidth(1.0F);
+    }
+}

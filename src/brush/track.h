@@ -1,0 +1,17 @@
+// The newest piece of a turtle's track, from the short history in its record: ink strokes, lines, points, polygons.
+// Window thread, inside the frame, with the caller's matrices. Nothing in the record is changed.
+// A point at history index k goes with the width and colour at k + 1: both lag one step behind, on purpose.
+#pragma once
+
+/// Hands the right points of turtle `i` to the right stroke. While the pen is down the ink runs two segments behind the
+/// turtle; lifting draws what is missing.
+/// @param final  0 for a new segment with the pen down (n_painted 3 or less draws nothing); not 0 once when lifted
+void paint_by_brush(int i, int final);
+
+/// Draws the newest segment of turtle `i` as a polygon over the latest up to six points, else as a point, else as a
+/// line. Only the front emission carries the colours. Line width and point size are 1 afterwards; a width that is not
+/// above 0 or not finite draws at 1.
+void paint_line_and_fill_area(int i);
+
+/// Sets the front emission to (r, g, b, 1); components are limited to 0..1, what is no number is 0.
+void set_pen_emission(double r, double g, double b);

@@ -1,0 +1,279 @@
+#include "display/scene.h"
+
+#include "display/battle.h"
+#include "draw/icons.h"
+#include "draw/primitives.h"
+#include "field/state.h"
+#include "geometry/wall.h"
+#include "turtle/turtle.h"
+
+#include <GL/freeglut.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+int draw_plainly;
+
+namespace {
+
+using color4_t = std::array<float, 4>; // red, green, blue, alpha, 0 to 1
+
+constexpr double WALL_TOP = 15.0;     // heights above the floor, field units
+constexpr double BEAM_HEIGHT = 3.0;   // beams, explosions and the glow of the dying
+constexpr double BODY_HEIGHT = 5.0;   // also that of the sensor lines
+constexpr double LABEL_HEIGHT = 16.0; // above every body
+constexpr double BALL_RADIUS = 5.0;   // a beam in flight
+constexpr double BURST_RADIUS = 15.0; // explosions and the glow
+
+// The solids that turtles and beams are made of, each a display list.
+enum class solid { head, leg, shell, tail, ball, burst, count };
+
+void draw_solid_itself(solid s) {
+    switch (s) {
+    case solid::head:
+        glutSolidSphere(2.5, 8, 8);
+        break;
+    case solid::leg:
+        glutSolidSphere(2.0, 8, 8);
+        break;
+    case solid::shell:
+        glScaled(1.0, 0.7, 0.5);
+        glutSolidSphere(10.0, 12, 12);
+        break;
+    case solid::tail:
+        glRotated(-90.0, 0.0, 1.0, 0.0);
+        glutSolidCone(1.0, 6.0, 8, 4);
+        break;
+    case solid::ball:
+        glutSolidSphere(BALL_RADIUS, 16, 16);
+        break;
+    case solid::burst:
+        glutSolidSphere(BURST_RADIUS, 16, 16);
+        break;
+    case solid::count:
+        break;
+    }
+}
+
+// Number of the first list; the lists are made when the first solid is drawn.
+unsigned solid_lists() {
+    static unsigned first = 0;
+    if (first != 0) return first;
+    constexpr int COUNT = static_cast<int>(solid::count);
+    first = glGenLists(COUNT);
+    for (int k = 0; first != 0 && k < COUNT; ++k) {
+        glNewList(first + static_cast<unsigned>(k), GL_COMPILE);
+        draw_solid_itself(static_cast<solid>(k));
+        glEndList();
+    }
+    return first;
+}
+
+void draw_solid_at(solid s, double x, double y, double z) {
+    const unsigned lists = draw_plainly != 0 ? 0 : solid_lists();
+    glPushMatrix();
+    glTranslated(x, y, z);
+    if (lists != 0) {
+        glCallList(lists + static_cast<unsigned>(s));
+    } else {
+        draw_solid_itself(s);
+    }
+    glPopMatrix();
+}
+
+void front_material(GLenum which, const color4_t& c) { glMaterialfv(GL_FRONT, which, c.data()); }
+
+color4_t color4(const rgb_t& c, double share, double alpha) {
+    return {static_cast<float>(c.r * share), static_cast<float>(c.g * share), static_cast<float>(c.b * share),
+            static_cast<float>(alpha)};
+}
+
+// Beams and explosions burn in the same colours.
+void set_fire_material(double alpha) {
+    front_material(GL_DIFFUSE, color4({1.0, 0.9, 0.5}, 1.0, alpha));
+    front_material(GL_AMBIENT, color4({1.0, 0.8, 0.0}, 1.0, alpha));
+}
+
+void wall_top_corners(const wall_t& w, std::array<point_t, 6>& p) {
+    p = {{{w.x1 - w.ny, w.y1 + w.nx},
+          {w.x1 + w.nx, w.y1 + w.ny},
+          {w.x2 + w.nx, w.y2 + w.ny},
+          {w.x2 + w.ny, w.y2 - w.nx},
+          {w.x2 - 2.0 * w.nx, w.y2 - 2.0 * w.ny},
+          {w.x1 - 2.0 * w.nx, w.y1 - 2.0 * w.ny}}};
+}
+
+void draw_walls_one_by_one() {
+    for (int k = 0; k < nwall; ++k) {
+        const wall_t& w = walls[k];
+        drawStoneWall(w.x1 + w.nx, w.y1 + w.ny, w.x2 + w.nx, w.y2 + w.ny, w.nx, w.ny);
+        if (has_any(w.attr, WALL_BACKFACE)) continue;
+        std::array<point_t, 6> corners;
+        wall_top_corners(w, corners);
+        glNormal3d(0.0, 0.0, 1.0);
+        glBegin(GL_POLYGON);
+        for (const point_t& c : corners) glVertex3d(c.x, c.y, WALL_TOP);
+        glEnd();
+    }
+}
+
+// All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
+void draw_walls_in_batches() {
+    begin_stone_wall_batch();
+    for (int k = 0; k < nwall; ++k) {
+        const wall_t& w = walls[k];
+        stone_wall_in_batch(w.x1 + w.nx, w.y1 + w.ny, w.x2 + w.nx, w.y2 + w.ny, w.nx, w.ny);
+    }
+    end_stone_wall_batch();
+
+    glNormal3d(0.0, 0.0, 1.0);
+    glBegin(GL_TRIANGLES);
+    for (int k = 0; k < nwall; ++k) {
+        if (has_any(walls[k].attr, WALL_BACKFACE)) continue;
+        std::array<point_t, 6> corners;
+        wall_top_corners(walls[k], corners);
+        for (int c = 1; c + 1 < 6; ++c) {
+            for (const int corner : {0, c, c + 1}) glVertex3d(corners[corner].x, corners[corner].y, WALL_TOP);
+        }
+    }
+    glEnd();
+}
+
+void draw_sensor_line(int from, int to, const color4_t& color) {
+    glLineWidth(1.0F);
+    front_material(GL_AMBIENT_AND_DIFFUSE, color);
+    front_material(GL_EMISSION, color);
+    glNormal3d(0.0, 0.0, 1.0);
+    glBegin(GL_LINES);
+    glVertex3d(ttl[from].pos[0].x, ttl[from].pos[0].y, BODY_HEIGHT);
+    glVertex3d(ttl[to].pos[0].x, ttl[to].pos[0].y, BODY_HEIGHT);
+    glEnd();
+    front_material(GL_EMISSION, {0.0F, 0.0F, 0.0F, 0.0F});
+}
+
+void draw_flying_beam(int i) {
+    const beam_view_t view = step_beam(i);
+    set_fire_material(1.0);
+    draw_solid_at(solid::ball, view.ball.x, view.ball.y, BEAM_HEIGHT);
+    if (view.struck != 0) draw_solid_at(solid::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
+}
+
+// The label takes its colour from emission; the body's material, still set, tints it.
+void draw_label(const char* text, int size, double x, double y, float alpha_afterwards) {
+    front_material(GL_EMISSION, {0.7F, 0.7F, 0.7F, 1.0F});
+    drawBoundedString(GLUT_BITMAP_HELVETICA_12, text, size, x, y, LABEL_HEIGHT);
+    front_material(GL_EMISSION, {0.0F, 0.0F, 0.0F, alpha_afterwards});
+}
+
+void draw_labels(const turtle_t& t) {
+    if (has_any(t.flags, TTL_OBJECT)) return;
+    if (disp_score != 0) {
+        std::array<char, 16> text;
+        const int length = snprintf(text.data(), text.size(), "%d", t.score);
+        draw_label(text.data(), length, t.pos[0].x - 12.0, t.pos[0].y + 10.0, 1.0F);
+    }
+    if (disp_name != 0) draw_label(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
+}
+
+void draw_death(int i) {
+    if (ttl[i].dying_count <= 0) return;
+    const dying_view_t view = step_dying(i);
+    if (view.glow != 0) {
+        // The icons under a turtle that carries coins turn blending off: the glow asks for its own.
+        glEnable(GL_BLEND);
+        const color4_t glow{1.0F, 0.2F, 0.0F, 0.8F};
+        front_material(GL_AMBIENT_AND_DIFFUSE, glow);
+        draw_solid_at(solid::burst, view.at.x, view.at.y, BEAM_HEIGHT);
+    }
+    glDisable(GL_BLEND);
+}
+
+void draw_explosion(int i) {
+    const explosion_view_t view = step_fire_wait(i);
+    if (view.shown == 0) return;
+    glEnable(GL_BLEND);
+    set_fire_material(view.alpha);
+    draw_solid_at(solid::burst, view.at.x, view.at.y, BEAM_HEIGHT);
+    glDisable(GL_BLEND);
+}
+
+} // namespace
+
+void draw_walls() {
+    const color4_t diffuse{0.5F, 0.5F, 0.3F, 1.0F};
+    const color4_t ambient{0.45F, 0.45F, 0.27F, 1.0F};
+    glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, diffuse.data());
+    glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, ambient.data());
+    if (draw_plainly != 0) {
+        draw_walls_one_by_one();
+    } else {
+        draw_walls_in_batches();
+    }
+}
+
+void draw_beam(int i) {
+    turtle_t& t = ttl[i];
+    if (t.finder_target >= 0) {
+        draw_sensor_line(i, t.finder_target, {1.0F, 0.4F, 0.4F, 1.0F});
+        t.finder_target = -1;
+    }
+    if (t.radar_target >= 0) {
+        draw_sensor_line(i, t.radar_target, {0.4F, 0.4F, 1.0F, 1.0F});
+        t.radar_target = -1;
+    }
+}
+
+void set_ttl_color(int i) {
+    const rgb_t c = team_color(ttl[i].team);
+    front_material(GL_DIFFUSE, color4(c, 1.0, 1.0));
+    front_material(GL_AMBIENT, color4(c, 0.6, 1.0));
+}
+
+void draw_turtle_body(int i, double x, double y, double dir, double leg_phase, double head_phase) {
+    const turtle_t& t = ttl[i];
+    if (has_any(t.flags, TTL_STONE)) {
+        drawIcon_Stone(x, y);
+        return;
+    }
+    if (has_any(t.flags, TTL_DOUGHNUT)) {
+        drawIcon_Doughnut(x, y);
+        return;
+    }
+    if (t.n_coin > 0) drawIcon_Coin(ncoin, x, y);
+
+    glPushMatrix();
+    glTranslated(x, y, BODY_HEIGHT);
+    glRotated(dir, 0.0, 0.0, 1.0);
+    set_ttl_color(i);
+    // The solids are closed and opaque: their insides never show.
+    if (draw_plainly == 0) glEnable(GL_CULL_FACE);
+    draw_solid_at(solid::head, 11.5, 0.0, head_phase);
+    draw_solid_at(solid::leg, leg_phase - 5.0, 8.0, -2.0);
+    draw_solid_at(solid::leg, 5.0 - leg_phase, 8.0, -2.0);
+    draw_solid_at(solid::leg, -5.0 - leg_phase, -8.0, -2.0);
+    draw_solid_at(solid::leg, leg_phase + 5.0, -8.0, -2.0);
+    draw_solid_at(solid::shell, 0.0, 0.0, 0.0);
+    draw_solid_at(solid::tail, -8.0, 0.0, 0.0);
+    if (draw_plainly == 0) glDisable(GL_CULL_FACE);
+    glPopMatrix();
+}
+
+void draw_turtle(int i) {
+    turtle_t& t = ttl[i];
+    // Before the in-use test: the beam of a turtle that has gone flies on.
+    if (has_any(t.flags, TTL_FIRING)) draw_flying_beam(i);
+    if (!has_any(t.flags, TTL_ALIVE)) return;
+
+    if (t.dying_count > 0) glEnable(GL_BLEND);
+    // Neighbours in the table walk out of step.
+    const double clock = static_cast<double>(elapsed_time.load());
+    const double leg_phase = std::sin(0.3 * i + clock / 7.0);
+    const double head_phase = std::sin(0.3 * i + clock / 28.0);
+    if (battle_mode != 0) draw_beam(i);
+    draw_turtle_body(i, t.pos[0].x, t.pos[0].y, t.dir, leg_phase, head_phase);
+    draw_labels(t);
+    draw_death(i);
+    draw_explosion(i);
+    if (has_any(t.flags, TTL_ROBOT)) update_robot(i);
+}

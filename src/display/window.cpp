@@ -1,0 +1,282 @@
+#include "display/window.h"
+
+#include "brush/strokes.h"
+#include "display/frame.h"
+#include "field/modes.h"
+#include "field/queries.h"
+#include "field/state.h"
+#include "geometry/furnish.h"
+#include "net/client_table.h"
+#include "net/server.h"
+
+#include <GL/freeglut.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <unistd.h>
+
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
+unsigned char* bg_tex_buffer;
+
+namespace {
+
+constexpr int CLIENT_PORT = 2222;
+constexpr unsigned BUSY_TICK = 8;                                   // ms between frames while anything can move
+constexpr unsigned IDLE_TICK = 80;                                  // ms on a field where nothing can
+constexpr double FOV_STEP = 5.0, FOV_LEAST = 15.0, FOV_MOST = 60.0; // degrees
+constexpr double ROTATION_STEP = 2.5;                               // degrees
+constexpr size_t CANVAS_BYTES = size_t{WINDOW_SIDE} * WINDOW_SIDE * 4;
+
+// Runs an operation on the shared tables while neither a frame nor a command does.
+template <typename Operation> void locked(Operation operation) {
+    const std::lock_guard guard(frame_rendering_mutex);
+    operation();
+}
+
+// The other threads run on until the process is gone: nothing that they use has a destructor.
+[[noreturn]] void leave() { exit(0); }
+
+void zoom(double step) {
+    view_fov_angle += step;
+    if (view_fov_angle < FOV_LEAST) view_fov_angle = FOV_LEAST;
+    if (view_fov_angle > FOV_MOST) view_fov_angle = FOV_MOST;
+}
+
+void rotate(double step) {
+    view_rotation_angle += step;
+    if (view_rotation_angle < -180.0) view_rotation_angle += 360.0;
+    if (view_rotation_angle > 180.0) view_rotation_angle -= 360.0;
+}
+
+void write_window_title() {
+    std::array<char, 256> host{};
+    if (gethostname(host.data(), host.size() - 1) == 0) {
+        // A host name that does not fit is cut.
+        snprintf(window_title, sizeof window_title, "Kelmora @ %.240s", host.data());
+    } else {
+        snprintf(window_title, sizeof window_title, "Kelmora @ ???");
+    }
+}
+
+void format_title(std::array<char, 300>& title) {
+    snprintf(title.data(), title.size(), private_mode != 0 ? "Private %s" : "Public %s", window_title);
+}
+
+void create_menu() {
+    struct entry_t {
+        const char* label;
+        int value;
+    };
+    // Value 6 is left free; the line is an entry like the others and does nothing.
+    static constexpr std::array<entry_t, 9> ENTRIES{{
+        {"Clear Field", 1},
+        {"Erase Zombie", 2},
+        {"Toggle Graphics/Battle Mode", 3},
+        {"Toggle Private/Public Mode", 4},
+        {"Capture Screen", 5},
+        {"- - - - - - - - -", 0},
+        {"About Kelmora", 7},
+        {"Kill All Turtles", 8},
+        {"Exit", 9},
+    }};
+    glutCreateMenu(menufunc);
+    for (const entry_t& e : ENTRIES) glutAddMenuEntry(e.label, e.value);
+    glutAttachMenu(GLUT_RIGHT_BUTTON);
+}
+
+void create_canvas_texture() {
+    bg_tex_buffer = static_cast<unsigned char*>(malloc(CANVAS_BYTES));
+    glGenTextures(1, &bg_textures);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, bg_tex_buffer);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+} // namespace
+
+void prepare_drawing() {
+    create_canvas_texture();
+
+    // A distant light straight from above.
+    static constexpr std::array<float, 4> WHITE{1.0F, 1.0F, 1.0F, 1.0F};
+    static constexpr std::array<float, 4> FROM_ABOVE{0.0F, 0.0F, 256.0F, 0.0F};
+    glLightfv(GL_LIGHT0, GL_DIFFUSE, WHITE.data());
+    glLightfv(GL_LIGHT0, GL_POSITION, FROM_ABOVE.data());
+    glEnable(GL_LIGHTING);
+    glEnable(GL_LIGHT0);
+    // Texts and shells are scaled: without this their normals would scale with them and colours saturate.
+    glEnable(GL_RESCALE_NORMAL);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glViewport(0, 0, WINDOW_SIDE, WINDOW_SIDE);
+}
+
+void field_start(int argc, char** argv) {
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(WINDOW_SIDE, WINDOW_SIDE);
+    glutInitWindowPosition(0, 10);
+    write_window_title();
+    std::array<char, 300> title;
+    format_title(title);
+    glutCreateWindow(title.data());
+#ifdef __SANITIZE_ADDRESS__
+    // The GL driver is unloaded before the sanitizer's own check, which then cannot tell the driver's leaks from ours.
+    atexit([] { __lsan_do_leak_check(); });
+#endif
+    glClearColor(static_cast<float>(bgcol[0].load()), static_cast<float>(bgcol[1].load()),
+                 static_cast<float>(bgcol[2].load()), 1.0F);
+    glutDisplayFunc(display);
+    glutKeyboardFunc(keyboardfunc);
+    create_menu();
+    glutReshapeFunc(reshapefunc);
+    prepare_drawing();
+    glutTimerFunc(BUSY_TICK, timerfunc, 0);
+
+    // No other thread runs yet.
+    field_kill_all_turtles();
+    reset_wall();
+    init_teaminfo();
+    field_cleared = 0;
+    menuitem_need_to_change = 0;
+    start_tcp_server(CLIENT_PORT);
+
+    glutMainLoop();
+    free(bg_tex_buffer);
+    leave();
+}
+
+void menufunc(int value) {
+    switch (value) {
+    case 1:
+        field_clear();
+        break;
+    case 2:
+        locked(field_clear_zombie);
+        break;
+    case 3:
+        locked(field_toggle_battle_mode);
+        break;
+    case 4:
+        locked(field_toggle_private_mode);
+        break;
+    case 5:
+        capture_screen = 1;
+        break;
+    case 7:
+        locked(field_set_disp_help);
+        break;
+    case 8:
+        locked(field_kill_all_turtles);
+        break;
+    case 9:
+        leave();
+    default:
+        break;
+    }
+    glutPostRedisplay();
+}
+
+void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
+    switch (key) {
+    case 27: // Esc
+        locked(field_unset_disp_help);
+        break;
+    case '!':
+        locked(field_toggle_battle_mode);
+        break;
+    case '+':
+    case ';':
+        zoom(-FOV_STEP);
+        break;
+    case '-':
+    case '=':
+        zoom(FOV_STEP);
+        break;
+    case ',':
+    case '<':
+        rotate(-ROTATION_STEP);
+        break;
+    case '.':
+    case '>':
+        rotate(ROTATION_STEP);
+        break;
+    case '3':
+        locked(field_toggle_bird_view_mode);
+        break;
+    case '@':
+        locked(field_toggle_private_mode);
+        break;
+    case 'B':
+    case 'b':
+        locked(field_toggle_bounded_area_mode);
+        break;
+    case 'C':
+    case 'c':
+        field_clear();
+        break;
+    case 'H':
+    case 'h':
+        locked(field_toggle_disp_help);
+        break;
+    case 'K': // capital only: it ends what others are doing
+        locked(field_kill_all_turtles);
+        break;
+    case 'M':
+        locked(field_toggle_maze_mode);
+        break;
+    case 'N':
+    case 'n':
+        locked(field_toggle_disp_name);
+        break;
+    case 'O':
+    case 'o':
+        locked([] { scatter_stone(1); });
+        break;
+    case 'P':
+    case 'p':
+        capture_screen = 1;
+        break;
+    case 'Q':
+        leave();
+    case 'S':
+    case 's':
+        locked(field_toggle_disp_score);
+        break;
+    case 'Z':
+    case 'z':
+        locked(field_clear_zombie);
+        break;
+    default:
+        break;
+    }
+}
+
+void timerfunc(int /*value*/) {
+    ++elapsed_time;
+    int moving = 0;
+    locked([&moving] { qf_n_moving_obj(moving); });
+    glutTimerFunc(moving != 0 ? BUSY_TICK : IDLE_TICK, timerfunc, 0);
+    glutPostRedisplay();
+    if (menuitem_need_to_change != 0) change_menuitem();
+}
+
+void reshapefunc(int /*width*/, int /*height*/) {
+    glutReshapeWindow(WINDOW_SIDE, WINDOW_SIDE);
+    glutPostRedisplay();
+}
+
+void change_menuitem() {
+    // Cleared first: a toggle that comes in now is shown at the next tick instead of being lost.
+    menuitem_need_to_change = 0;
+    std::array<char, 300> title;
+    format_title(title);
+    glutSetWindowTitle(title.data());
+}

@@ -1,0 +1,23 @@
+// The window: start-up of the field, pop-up menu, keys, the timer that is the clock of the simulation.
+// Every callback runs on the window thread; handlers that change shared tables hold frame_rendering_mutex.
+#pragma once
+
+extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its creation
+
+/// Opens the window, resets the field, starts both servers and runs the event loop. Does not return.
+/// @param argc, argv  the program's own, unchanged
+[[noreturn]] void field_start(int argc, char** argv);
+
+/// The steps of field_start that need the GL context and nothing else: canvas texture, light, blending, viewport.
+void prepare_drawing();
+
+/// GLUT callbacks. A menu value or key without a meaning changes nothing.
+void menufunc(int value);
+void keyboardfunc(unsigned char key, int x, int y);
+/// One tick: advances elapsed_time, asks for a frame and re-arms itself: 8 ms while anything can move, else 80 ms.
+void timerfunc(int value);
+/// Puts the window back to its fixed size.
+void reshapefunc(int width, int height);
+
+/// Titles the window after private_mode and clears menuitem_need_to_change.
+void change_menuitem();
