@@ -1,0 +1,24 @@
+// Opens the one window in which all picture tests draw, with the program's display mode, and runs them.
+// Everything happens on this thread; the window stays until the process ends.
+
+#include "picture/picture.h"
+
+static void show_nothing() {}
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(picture::SIDE, picture::SIDE);
+    glutCreateWindow("picture tests");
+    glutDisplayFunc(show_nothing);
+    // Until the window is mapped its back buffer has no pixels that could be read.
+    for (int k = 0; k < 3; ++k) glutMainLoopEvent();
+    picture::start_state();
+    glutSwapBuffers();
+    if (glutGet(GLUT_WINDOW_WIDTH) != picture::SIDE || glutGet(GLUT_WINDOW_HEIGHT) != picture::SIDE) {
+        fprintf(stderr, "the window is not %d x %d\n", picture::SIDE, picture::SIDE);
+        return 1;
+    }
+    return RUN_ALL_TESTS();
+}
