@@ -1,0 +1,350 @@
+// Bodies of the web viewer's responses. Runs on the HTTP threads, without a lock: only the snapshot functions below
+// touch the shared tables, and all else works on copies. Texts grow when extreme numbers need more room, so that a
+// list is never cut in the middle.
+#include "httpd/content.h"
+
+#include "field/state.h"
+#include "geometry/wall.h"
+#include "images.h"
+#include "turtle/turtle.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <strings.h>
+
+std::array<char*, JSCRIPT_MAX> msg_jscript_srcp;
+int32_t n_jscript = 0;
+constexpr std::array<const char*, JSCRIPT_DEFAULTS> msg_template_jscript_srcp = {
+    "http://localhost:2281/kelmora/script/kelmora.js",
+    "http://localhost:2281/kelmora/script/three.min.js",
+};
+
+namespace {
+
+constexpr double PI = 3.141592653589793;
+constexpr double EYE_HEIGHT = 10.0;       // of a turtle's camera, field units
+constexpr double SIGHT_LENGTH = 100.0;    // from a turtle's eye to its target, field units
+constexpr double OVERVIEW_HEIGHT = 450.0; // of the overview's eye above the centre, field units
+constexpr int SEGMENT_MAX = TARGET_BYTES / 2 + 1;
+
+// First sizes of the bodies; ordinary numbers fit, extreme ones let the text grow.
+constexpr size_t TURTLE_BYTES = 384;
+constexpr size_t WALL_BYTES = 128;
+constexpr size_t COIN_BYTES = 64;
+constexpr size_t CAMERA_BYTES = 128;
+
+struct field_counts_t {
+    int turtles, walls, coins; // each within its table
+};
+
+// The four readers of the shared tables. They race with the window and client threads on purpose; nothing else here
+// touches a table, so that these names are all that the thread sanitizer has to be told.
+[[gnu::noinline]] field_counts_t snapshot_counts() {
+    return {std::clamp(ntmax, 0, TTL_MAX), std::clamp(nwall, 0, WALL_MAX), std::clamp(ncoin, 0, COIN_MAX)};
+}
+
+[[gnu::noinline]] void snapshot_turtle(int i, turtle_t& copy) { copy = ttl[i]; }
+
+[[gnu::noinline]] void snapshot_wall(int i, wall_t& copy) { copy = walls[i]; }
+
+[[gnu::noinline]] void snapshot_coin(int i, coin_t& copy) { copy = coins[i]; }
+
+// A body under construction. Once memory has run out it stays failed and hands out nothing.
+struct text_t {
+    char* data = nullptr;
+    size_t length = 0;   // without the terminator
+    size_t capacity = 0; // with it
+    bool failed = false;
+
+    explicit text_t(size_t first_capacity) { reserve(first_capacity); }
+    ~text_t() { free(data); }
+    text_t(const text_t&) = delete;
+    text_t& operator=(const text_t&) = delete;
+
+    void reserve(size_t wanted) {
+        if (failed || wanted <= capacity) return;
+        const size_t size = std::max(wanted, capacity * 2);
+        char* larger = static_cast<char*>(realloc(data, size));
+        if (larger == nullptr) {
+            failed = true;
+            return;
+        }
+        data = larger;
+        capacity = size;
+        data[length] = '\0';
+    }
+
+    [[gnu::format(printf, 2, 3)]] void append(const char* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        va_list again;
+        va_copy(again, arguments);
+        int added = failed ? -1 : vsnprintf(data + length, capacity - length, format, arguments);
+        if (added >= 0 && static_cast<size_t>(added) >= capacity - length) {
+            reserve(length + static_cast<size_t>(added) + 1);
+            added = failed ? -1 : vsnprintf(data + length, capacity - length, format, again);
+        }
+        va_end(again);
+        va_end(arguments);
+        if (added < 0)
+            failed = true;
+        else
+            length += static_cast<size_t>(added);
+    }
+
+    char* release() {
+        char* text = failed ? nullptr : data;
+        if (text != nullptr) data = nullptr;
+        return text;
+    }
+};
+
+http_content_t* new_content(int32_t kind, const unsigned char* data, size_t length, bool owned) {
+    auto* content = static_cast<http_content_t*>(malloc(sizeof(http_content_t)));
+    if (content != nullptr) *content = {kind, data, static_cast<int32_t>(length), owned ? 1 : 0};
+    return content;
+}
+
+http_content_t* own_text(text_t& text, int32_t kind) {
+    const size_t length = text.length;
+    if (length > INT32_MAX) return nullptr;
+    char* data = text.release();
+    if (data == nullptr) return nullptr;
+    http_content_t* content = new_content(kind, reinterpret_cast<const unsigned char*>(data), length, true);
+    if (content == nullptr) free(data);
+    return content;
+}
+
+const char* true_or_false(uint32_t word, uint32_t bits) { return has_any(word, bits) ? "true" : "false"; }
+
+// The name is written as it is: a double quote in it makes the list invalid JSON, which the viewer has to bear.
+void append_turtle(text_t& json, int i, const turtle_t& t, uint32_t now) {
+    const int type = has_any(t.flags, TTL_DOUGHNUT) ? 2 : has_any(t.flags, TTL_STONE) ? 3 : 1;
+    json.append("\"tid\":%d,\"time\":%u,\"type\":%d,\"name\":\"%.*s\",\"team\":%d,"
+                "\"x\":%lf,\"y\":%lf,\"head\":%lf,\"ttl\":%d,",
+                i, now, type, bounded_length(t.name, TEXT_BYTES), t.name, t.team, t.pos[0].x, t.pos[0].y,
+                fmod(t.dir, 360.0), t.dying_count);
+    json.append("\"bx\":%lf,\"by\":%lf,\"bttf\":%d,\"score\":%d,\"ncoin\":%d,", t.beam_x, t.beam_y, t.fire_wait,
+                t.score, t.n_coin);
+    json.append("\"alive\":%s,\"firing\":%s,\"got_hit\":%s,\"collide\":%s,\"detected\":%s,\"got_msg\":%s",
+                true_or_false(t.flags, TTL_ALIVE), true_or_false(t.flags, TTL_FIRING),
+                true_or_false(t.event, EVENT_HIT),
+                true_or_false(t.event, EVENT_TURTLE | EVENT_DOUGHNUT | EVENT_STONE | EVENT_WALL),
+                true_or_false(t.event, EVENT_FOUND | EVENT_SEEN), true_or_false(t.event, EVENT_MESSAGE));
+}
+
+constexpr char PAGE_HEAD[] =
+    "<html><head><title>Kelmora</title><meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\"/>\r\n"
+    "<style>\r\n"
+    "canvas { width: 100%; height: 100%; background-color: #002040; } \r\n"
+    "a:link { color: #90ffff; text-decoration: none; } \r\n"
+    "a:visited { color: #90ffff; text-decoration: none; } \r\n"
+    "a:hover { color: #90ffff; text-decoration: underline; } \r\n"
+    "</style>\r\n";
+
+// The uneven blanks around the ids and the unclosed score29 are part of the page.
+constexpr char PAGE_BODY[] =
+    "</head><body onload=\"webGLStart();\" style=\"background-color: #002040; margin:0; \">\r\n"
+    "<div id= \"score0\"></div><div id= \"score1\"></div><div id =\"score2\"></div><div id= \"score3\"></div>\r\n"
+    "<div id= \"score4\"></div><div id= \"score5\"></div><div id =\"score6\"></div><div id= \"score7\"></div>\r\n"
+    "<div id= \"score8\"></div><div id= \"score9\"></div><div id=\"score10\"></div><div id=\"score11\"></div>\r\n"
+    "<div id=\"score12\"></div><div id=\"score13\"></div><div id=\"score14\"></div><div id=\"score15\"></div>\r\n"
+    "<div id=\"score16\"></div><div id=\"score17\"></div><div id=\"score18\"></div><div id=\"score19\"></div>\r\n"
+    "<div id=\"score20\"></div><div id=\"score21\"></div><div id=\"score22\"></div><div id=\"score23\"></div>\r\n"
+    "<div id=\"score24\"></div><div id=\"score25\"></div><div id=\"score26\"></div><div id=\"score27\"></div>\r\n"
+    "<div id=\"score28\"></div><div id=\"score29\"><br/><div id=\"result\"></div></body></html>\n";
+constexpr char SCRIPT_TAG[] = "<script type=\"text/javascript\" src=\"%s\"></script>\r\n";
+static_assert(sizeof(PAGE_HEAD) - 1 + sizeof(PAGE_BODY) - 1 <= HTML_MAX, "a page without scripts must fit");
+
+struct icon_t {
+    const unsigned char* data;
+    size_t length;
+};
+
+} // namespace
+
+void set_jscript_src(const char* text) {
+    if (text == nullptr || text[0] == '\0') return;
+    for (int i = 0; i < n_jscript; ++i) free(msg_jscript_srcp[i]);
+    msg_jscript_srcp.fill(nullptr);
+    n_jscript = 0;
+
+    constexpr const char* SEPARATORS = " ;\"";
+    const char* const end = text + strnlen(text, JSCRIPT_TEXT_BYTES);
+    const char* at = text;
+    while (n_jscript < JSCRIPT_MAX) {
+        while (at < end && strchr(SEPARATORS, *at) != nullptr) ++at;
+        const char* const piece = at;
+        while (at < end && strchr(SEPARATORS, *at) == nullptr) ++at;
+        if (at == piece) break;
+        char* const script = strndup(piece, static_cast<size_t>(at - piece));
+        if (script == nullptr) break;
+        msg_jscript_srcp[n_jscript++] = script;
+    }
+    for (int i = 0; i < n_jscript; ++i) fprintf(stderr, "script: %s\n", msg_jscript_srcp[i]);
+}
+
+http_content_t* generate_content(const char* target) {
+    char copy[TARGET_BYTES + 1];
+    const size_t length = strnlen(target, TARGET_BYTES);
+    memcpy(copy, target, length);
+    copy[length] = '\0';
+
+    const char* segments[SEGMENT_MAX];
+    int count = 0;
+    char* rest = nullptr;
+    for (char* word = strtok_r(copy, "/", &rest); word != nullptr && count < SEGMENT_MAX;
+         word = strtok_r(nullptr, "/", &rest))
+        segments[count++] = word;
+
+    if (count > 0) {
+        const char* last = segments[count - 1];
+        if (strcasecmp(last, "turtle") == 0) return generate_json_for_turtle();
+        if (strcasecmp(last, "wall") == 0) return generate_json_for_wall();
+        if (strcasecmp(last, "coin") == 0) return generate_json_for_coin();
+        if (strcasecmp(last, "camera") == 0) return generate_json_for_camera(find_turtle_by_name(segments[0]));
+        if (count >= 2 && strcasecmp(segments[count - 2], "img") == 0) return generate_png(atol(last));
+    }
+
+    char* page = generate_html();
+    if (page == nullptr) return nullptr;
+    http_content_t* content = new_content(MIME_HTML, reinterpret_cast<const unsigned char*>(page), strlen(page), true);
+    if (content == nullptr) free(page);
+    return content;
+}
+
+int find_turtle_by_name(const char* word) {
+    if (word == nullptr || word[0] == '\0') return -1;
+    const int count = snapshot_counts().turtles;
+    turtle_t t;
+    if ((word[0] == '$' || word[0] == '~') && is_dec_number(word + 1) != 0) {
+        const long index = atol(word + 1); // saturates, so that no long number comes back as a small one
+        if (index >= count) return -1;
+        snapshot_turtle(static_cast<int>(index), t);
+        return has_any(t.flags, TTL_ALIVE) ? static_cast<int>(index) : -1;
+    }
+    const size_t length = strlen(word);
+    for (int i = 0; i < count; ++i) {
+        snapshot_turtle(i, t);
+        if (!has_any(t.flags, TTL_ALIVE)) continue;
+        if (static_cast<size_t>(bounded_length(t.name, TEXT_BYTES)) != length) continue;
+        if (strncasecmp(t.name, word, length) == 0) return i;
+    }
+    return -1;
+}
+
+int is_dec_number(const char* text) {
+    if (text == nullptr || text[0] == '\0') return 0;
+    for (const char* at = text; *at != '\0'; ++at)
+        if (*at < '0' || *at > '9') return 0;
+    return 1;
+}
+
+char* generate_html() {
+    text_t page(HTML_MAX + 1);
+    page.append("%s", PAGE_HEAD);
+    const int count = n_jscript > 0 ? n_jscript : JSCRIPT_DEFAULTS;
+    for (int i = 0; i < count; ++i) {
+        const char* const script = n_jscript > 0 ? msg_jscript_srcp[i] : msg_template_jscript_srcp[i];
+        constexpr size_t TAG_BYTES = sizeof(SCRIPT_TAG) - 1 - 2; // without its "%s"
+        if (page.length + TAG_BYTES + strlen(script) > HTML_MAX) break;
+        page.append(SCRIPT_TAG, script);
+    }
+    if (page.length + sizeof(PAGE_BODY) - 1 <= HTML_MAX) page.append("%s", PAGE_BODY);
+    return page.release();
+}
+
+http_content_t* generate_json_for_turtle() {
+    const int count = snapshot_counts().turtles;
+    const auto now = static_cast<uint32_t>(elapsed_time.load());
+    text_t json(TTL_MAX * TURTLE_BYTES);
+    json.append("[");
+    for (int i = 0; i < count; ++i) {
+        turtle_t t;
+        snapshot_turtle(i, t);
+        json.append(i == 0 ? "{" : ", {");
+        append_turtle(json, i, t, now);
+        json.append("}");
+    }
+    json.append("]");
+    return own_text(json, MIME_JSON);
+}
+
+http_content_t* generate_json_for_wall() {
+    const int count = snapshot_counts().walls;
+    text_t json(WALL_MAX * WALL_BYTES);
+    json.append("[");
+    bool first = true;
+    for (int i = 0; i < count; ++i) {
+        wall_t w;
+        snapshot_wall(i, w);
+        if (has_any(w.attr, WALL_BACKFACE)) continue;
+        json.append("%s\"x1\":%lf,\"y1\":%lf,\"x2\":%lf,\"y2\":%lf,\"nx\":%lf,\"ny\":%lf}", first ? "{" : ",{", w.x1,
+                    w.y1, w.x2, w.y2, w.nx, w.ny);
+        first = false;
+    }
+    json.append("]");
+    return own_text(json, MIME_JSON);
+}
+
+http_content_t* generate_json_for_coin() {
+    const int count = snapshot_counts().coins;
+    text_t json(COIN_MAX * COIN_BYTES);
+    json.append("[");
+    bool first = true;
+    for (int i = 0; i < count; ++i) {
+        coin_t c;
+        snapshot_coin(i, c);
+        if (!has_any(c.flags, ON_FIELD)) continue;
+        json.append("%s\"x\":%lf,\"y\":%lf,\"ord\":%d}", first ? "{" : ",{", c.x, c.y, c.ord);
+        first = false;
+    }
+    json.append("]");
+    return own_text(json, MIME_JSON);
+}
+
+http_content_t* generate_json_for_camera(int turtle) {
+    double x0 = 0.0, y0 = 0.0, z0 = OVERVIEW_HEIGHT;
+    double x1 = 0.0, y1 = 0.0, z1 = 0.0;
+    if (turtle >= 0 && turtle < snapshot_counts().turtles) {
+        turtle_t t;
+        snapshot_turtle(turtle, t);
+        const double heading = fmod(t.dir, 360.0);
+        x0 = t.pos[0].x;
+        y0 = t.pos[0].y;
+        z0 = EYE_HEIGHT;
+        x1 = x0 + SIGHT_LENGTH * cos(PI * heading / 180.0);
+        y1 = y0 + SIGHT_LENGTH * sin(PI * heading / 180.0);
+        z1 = EYE_HEIGHT;
+    }
+    text_t json(CAMERA_BYTES);
+    json.append("{\"x0\":%lf,\"y0\":%lf,\"z0\":%lf,\"x1\":%lf,\"y1\":%lf,\"z1\":%lf}", x0, y0, z0, x1, y1, z1);
+    return own_text(json, MIME_JSON);
+}
+
+http_content_t* generate_png(long n) {
+    static const std::array<icon_t, 8> icons = {{
+        {png_img0, sizeof png_img0},
+        {png_img1, sizeof png_img1},
+        {png_img2, sizeof png_img2},
+        {png_img3, sizeof png_img3},
+        {png_img4, sizeof png_img4},
+        {png_img5, sizeof png_img5},
+        {png_img6, sizeof png_img6},
+        {png_img7, sizeof png_img7},
+    }};
+    const icon_t& icon = icons[n >= 0 && n < 7 ? static_cast<size_t>(n) : 7];
+    return new_content(MIME_PNG, icon.data, icon.length, false);
+}
+
+void free_container(http_content_t* content) {
+    if (content == nullptr) return;
+    if (content->owns_data != 0) free(const_cast<unsigned char*>(content->data));
+    free(content);
+}

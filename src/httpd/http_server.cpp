@@ -1,0 +1,285 @@
+// The web viewer's server. The accepting thread and the connection threads share nothing but http_connections and the
+// field's own words; every socket is closed by the thread that owns it, on every path.
+#include "httpd/http_server.h"
+
+#include "field/state.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <pthread.h>
+#include <strings.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+int httpsock = -1;
+std::atomic<int> http_connections{0};
+
+namespace {
+
+using steady = std::chrono::steady_clock;
+
+constexpr char SERVER_LINE[] = "Server: Kelmora/0.1\r\n";
+constexpr char NOT_FOUND_PAGE[] =
+    "<html><head><title>404 Not Found</title></head><body><h2>404 Not Found</h2><h3>The document requested was not "
+    "found.</h3></body></html>\n";
+constexpr char CONNECTION_HEADER[] = "Connection:";
+constexpr char CLOSE_HEADER[] = "Connection: close";
+
+// Starts a thread whose argument is a malloc'ed int. @return 0; else the argument is released
+int start_thread(void* (*body)(void*), int value) {
+    int* const arg = static_cast<int*>(malloc(sizeof(int)));
+    if (arg == nullptr) return -1;
+    *arg = value;
+    pthread_t thread;
+    if (pthread_create(&thread, nullptr, body, arg) == 0) return 0;
+    free(arg);
+    return -1;
+}
+
+int take_argument(void* arg) {
+    const int value = *static_cast<int*>(arg);
+    free(arg);
+    return value;
+}
+
+// @return the listening socket, or -1 after a line on standard error
+int open_listening_socket(int port) {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    if (sock < 0) {
+        fprintf(stderr, "cannot create socket\n");
+        return -1;
+    }
+    const int on = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    const bool bound = bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (bound && listen(sock, HTTP_BACKLOG) == 0) return sock;
+    fprintf(stderr, "httpd(): cannot %s port %d\n", bound ? "listen to" : "bind to", port);
+    field_set_socket_error();
+    close(sock);
+    return -1;
+}
+
+// A response is several small sends: without the first option each would wait for the peer's delayed acknowledgement.
+// Without the second a peer that asks and does not read would hold its thread for ever.
+void set_connection_options(int sock) {
+    const int on = 1;
+    setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    timeval patience{};
+    patience.tv_sec = SEND_PATIENCE.count();
+    setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+}
+
+// Accepts one connection and hands it to a thread. @return 0 to go on; -1 to end the accepting thread
+int accept_viewer() {
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    const int sock = accept(httpsock, reinterpret_cast<sockaddr*>(&peer), &size);
+    if (sock < 0) {
+        fprintf(stderr, "cannot accept connection\n");
+        return -1;
+    }
+    char address[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
+    if (private_mode.load() != 0 && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
+        // The port is printed as it is stored, in network order, like the client server does.
+        fprintf(stderr, "accept_connection(): reject connection from %s %d\n", address, peer.sin_port);
+        close(sock);
+        return -1;
+    }
+    if (http_connections.load() >= HTTP_CONNECTION_MAX) {
+        fprintf(stderr, "httpd: too many connections, closing the one from %s\n", address);
+        close(sock);
+        return 0;
+    }
+    fprintf(stderr, "http connected from %s %d\n", address, sock);
+    set_connection_options(sock);
+    ++http_connections;
+    if (start_thread(handle_connection, sock) == 0) return 0;
+    --http_connections;
+    fprintf(stderr, "error creating new thread for handle_connection()\n");
+    close(sock);
+    return -1;
+}
+
+// Sends one header line. @return whether all of it went out
+bool send_line(int sock, const char* text, bool more_follows = true) {
+    return send_data(sock, text, more_follows) == static_cast<int>(strlen(text));
+}
+
+bool send_length_line(int sock, int length) {
+    char line[64];
+    snprintf(line, sizeof line, "Content-Length: %d\r\n", length);
+    return send_line(sock, line);
+}
+
+int send_not_found(int sock, int method, int keep_alive) {
+    bool sent = send_line(sock, "HTTP/1.1 404 Not Found\r\n") && send_line(sock, SERVER_LINE);
+    if (method == METHOD_GET)
+        sent = sent && send_line(sock, "Content-Type: text/html; charset=iso-8859-1\r\n") &&
+               send_length_line(sock, sizeof NOT_FOUND_PAGE - 1) && send_line(sock, "\r\n") &&
+               send_line(sock, NOT_FOUND_PAGE);
+    // After a page this line stands beyond the declared length.
+    sent = sent && send_line(sock, "\r\n", false);
+    return sent ? keep_alive : -1;
+}
+
+// Sends the body in pieces. @return whether all of it went out
+bool send_body(int sock, const unsigned char* data, int length) {
+    for (int done = 0; done < length;) {
+        const int piece = std::min(length - done, BODY_PIECE_BYTES);
+        const int more = done + piece < length ? MSG_MORE : 0;
+        const ssize_t sent = send(sock, data + done, static_cast<size_t>(piece), MSG_NOSIGNAL | more);
+        if (sent < 0) {
+            fprintf(stderr, "error sending data to client\n");
+            return false;
+        }
+        done += static_cast<int>(sent);
+    }
+    return true;
+}
+
+} // namespace
+
+void start_httpd(int port) {
+    if (start_thread(httpd, port) == 0) return;
+    fprintf(stderr, "start_httpd(): cannot create thread\n");
+    field_set_socket_error();
+}
+
+void* httpd(void* arg) {
+    const int port = take_argument(arg);
+    pthread_detach(pthread_self());
+    const int sock = open_listening_socket(port);
+    if (sock < 0) return nullptr;
+    httpsock = sock;
+    fprintf(stderr, "httpd: listening for connections on port %d...\n", port);
+    while (accept_viewer() == 0) {
+    }
+    return nullptr;
+}
+
+void* handle_connection(void* arg) {
+    const int sock = take_argument(arg);
+    signal(SIGPIPE, SIG_IGN);
+    pthread_detach(pthread_self());
+    serve_requests(sock, IDLE_BUDGET);
+    shutdown(sock, SHUT_RDWR); // fails when the peer has gone already; the socket is closed all the same
+    if (close(sock) < 0) fprintf(stderr, "error closing client socket\n");
+    --http_connections;
+    return nullptr;
+}
+
+void serve_requests(int sock, std::chrono::nanoseconds idle_budget) {
+    std::chrono::nanoseconds left = idle_budget;
+    do {
+        pollfd waiting{.fd = sock, .events = POLLIN, .revents = 0};
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+        const timespec timeout{.tv_sec = seconds.count(), .tv_nsec = (left - seconds).count()};
+        const auto before = steady::now();
+        if (ppoll(&waiting, 1, &timeout, nullptr) < 1 || (waiting.revents & POLLNVAL) != 0) return;
+        const std::chrono::nanoseconds waited = steady::now() - before;
+        left = std::max(left - waited, std::chrono::nanoseconds::zero());
+    } while (handle_request(sock) > 0);
+}
+
+int handle_request(int sock) {
+    char packet[REQUEST_MAX + 1];
+    const int received = static_cast<int>(recv(sock, packet, REQUEST_MAX, 0));
+    if (received <= 0) return received;
+    packet[received] = '\0';
+
+    // A line is what a line feed ends. Only one of the headers matters; the last of several counts.
+    const char* request_line = nullptr;
+    const char* connection = "";
+    int start = 0;
+    for (int i = 0; i < received; ++i) {
+        if (packet[i] != '\n') continue;
+        packet[i] = '\0';
+        if (i >= 2 && packet[i - 1] == '\r') packet[i - 1] = '\0';
+        const char* const line = packet + start;
+        if (request_line == nullptr)
+            request_line = line;
+        else if (strncmp(line, CONNECTION_HEADER, sizeof CONNECTION_HEADER - 1) == 0)
+            connection = line;
+        start = i + 1;
+    }
+    if (request_line == nullptr) return -1;
+
+    const int keep_alive = strncmp(connection, CLOSE_HEADER, sizeof CLOSE_HEADER - 1) == 0 ? -1 : 1;
+    const int method = get_method(request_line);
+    if (method == METHOD_UNKNOWN) return -1;
+    http_content_t* const content = match_request(request_line);
+    const int result = send_response(sock, method, content, keep_alive);
+    free_container(content);
+    return result;
+}
+
+int send_response(int sock, int method, const http_content_t* content, int keep_alive) {
+    if (content == nullptr) return send_not_found(sock, method, keep_alive);
+    const bool with_body = method == METHOD_GET;
+    char type_line[64];
+    snprintf(type_line, sizeof type_line, "Content-Type: %s\r\n", get_mimetype(content->mime_kind));
+    // All but the last send may wait for the next one, so that a response travels in few packets.
+    const bool sent = send_line(sock, "HTTP/1.1 200 OK\r\n") && send_line(sock, type_line) &&
+                      (!with_body || send_length_line(sock, content->length)) &&
+                      send_line(sock, "Connection: Keep-Alive\r\n") && send_line(sock, SERVER_LINE) &&
+                      send_line(sock, "\r\n", with_body) &&
+                      (!with_body || send_body(sock, content->data, content->length));
+    return sent ? keep_alive : -1;
+}
+
+int send_data(int sock, const char* text, bool more_follows) {
+    const int flags = MSG_NOSIGNAL | (more_follows ? MSG_MORE : 0);
+    const int result = static_cast<int>(send(sock, text, strlen(text), flags));
+    if (result < 0) fprintf(stderr, "error sending data to client\n");
+    return result;
+}
+
+int get_method(const char* line) {
+    if (strnlen(line, 3) < 3) return METHOD_UNKNOWN;
+    if (strncasecmp(line, "GET", 3) == 0) return METHOD_GET;
+    if (strncasecmp(line, "HEAD", 4) == 0) return METHOD_HEAD;
+    return METHOD_UNKNOWN;
+}
+
+const char* get_mimetype(int32_t kind) {
+    switch (kind) {
+    case MIME_HTML:
+        return "text/html";
+    case MIME_PNG:
+        return "image/png";
+    case MIME_CSS:
+        return "text/css";
+    case MIME_JSON:
+        return "application/json";
+    default:
+        return "text/plain";
+    }
+}
+
+http_content_t* match_request(const char* line) {
+    char target[TARGET_SCAN_MAX + 1];
+    int length = 0;
+    bool inside = false;
+    for (int i = 0; i < TARGET_SCAN_MAX && line[i] != '\0'; ++i) {
+        if (inside) target[length++] = line[i];
+        if (line[i] != ' ') continue;
+        if (inside) break;
+        inside = true;
+    }
+    if (length > 0 && target[length - 1] == ' ') --length;
+    target[length] = '\0';
+    return generate_content(target[0] == '/' ? target + 1 : target);
+}

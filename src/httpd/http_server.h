@@ -1,0 +1,63 @@
+// The web viewer's server: an accepting thread and one thread per connection, HTTP/1.1 with GET and HEAD.
+// Nothing here takes frame_rendering_mutex; the field is read by httpd/content only.
+// A connection waits for its requests 60 seconds altogether, and a response that nobody reads ends after 60 more.
+#pragma once
+
+#include "httpd/content.h"
+
+#include <atomic>
+#include <chrono>
+
+inline constexpr int REQUEST_MAX = 2048;        // bytes taken by one receive
+inline constexpr int BODY_PIECE_BYTES = 1024;   // bytes handed to one send call
+inline constexpr int TARGET_SCAN_MAX = 1001;    // characters of the request line looked at for the target
+inline constexpr int HTTP_CONNECTION_MAX = 256; // connection threads
+inline constexpr int HTTP_BACKLOG = 10;         // connections that may wait to be accepted
+inline constexpr std::chrono::seconds IDLE_BUDGET{60};
+inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without any progress
+
+// get_method
+inline constexpr int METHOD_GET = 0;
+inline constexpr int METHOD_HEAD = 1;
+inline constexpr int METHOD_UNKNOWN = -1;
+
+extern int httpsock; // the listening socket, -1 before it is open; written once by the accepting thread
+// Raised by the accepting thread, lowered by each connection thread when its socket is closed.
+extern std::atomic<int> http_connections;
+
+/// Starts the accepting thread on `port` (16 bits) and returns at once. Without a thread: one line on standard error.
+void start_httpd(int port);
+
+/// The accepting thread. @param arg  malloc'ed int with the port, released here. @return null
+/// In private mode the first peer other than 127.0.0.1 ends the thread for good, while the socket stays open.
+void* httpd(void* arg);
+
+/// A connection's thread. @param arg  malloc'ed int with the socket, released and closed here. @return null
+void* handle_connection(void* arg);
+
+/// Serves requests until one asks to close, the peer is gone, or the waits between requests add up to `idle_budget`.
+/// The socket stays open.
+void serve_requests(int sock, std::chrono::nanoseconds idle_budget);
+
+/// Receives once and answers the one request that begins there; bytes beyond the packet are the next request.
+/// @return positive: keep the connection; 0 or less: close it
+int handle_request(int sock);
+
+/// Sends status, headers and, for METHOD_GET, the body; null content is answered with the 404 page.
+/// @return `keep_alive`, or -1 when a send failed; the content stays the caller's
+int send_response(int sock, int method, const http_content_t* content, int keep_alive);
+
+/// Sends the terminated text with one call, which may wait for company when `more_follows`.
+/// @return the send's result; a negative one is reported on standard error
+int send_data(int sock, const char* text, bool more_follows = false);
+
+/// METHOD_* of a request line, by its first letters in either case; METHOD_UNKNOWN when shorter than 3 characters.
+[[nodiscard]] int get_method(const char* line);
+
+/// The media type of a MIME_* number.
+[[nodiscard]] const char* get_mimetype(int32_t kind);
+
+/// The body for a request line: what stands between its first and second blank, without one leading "/", is the
+/// target. A line without a blank asks for the empty target; one without a second blank ends the target.
+/// @return null only when memory runs out
+[[nodiscard]] http_content_t* match_request(const char* line);
