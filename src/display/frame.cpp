@@ -1,5 +1,6 @@
 #include "display/frame.h"
 
+#include "cards/card.h"
 #include "display/battle.h"
 #include "display/capture.h"
 #include "display/paint.h"
@@ -135,6 +136,7 @@ void draw_cards() {
     for (int k = 0; k < CARD_MAX; ++k) {
         const int c = card_list[k];
         if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
+        draw_Card(cards[c].x, cards[c].y, static_cast<double>(CARD_MAX - k) / CARD_MAX, c);
     }
 }
 

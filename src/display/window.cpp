@@ -1,5 +1,6 @@
 #include "display/window.h"
 
+#include "brush/dot.h"
 #include "brush/strokes.h"
 #include "display/frame.h"
 #include "field/modes.h"
@@ -115,6 +116,7 @@ void prepare_drawing() {
     // Texts and shells are scaled: without this their normals would scale with them and colours saturate.
     glEnable(GL_RESCALE_NORMAL);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    stamp_dot = paint_Ten;
     glViewport(0, 0, WINDOW_SIDE, WINDOW_SIDE);
 }
 
