@@ -2,6 +2,7 @@
 
 #include "display/window.h"
 #include "field/state.h"
+#include "httpd/http_server.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +17,7 @@ int main(int argc, char** argv) {
     // Options are told by their first bytes, and the program's own name is looked at like the others.
     for (int i = 0; i < argc;) {
         if (strncmp(argv[i], "-js", 3) == 0 && i + 1 < argc) {
+            set_jscript_src(argv[i + 1]);
             i += 2;
         } else if (strncmp(argv[i], "-h", 2) == 0) {
             print_help();

@@ -7,6 +7,7 @@
 #include "field/queries.h"
 #include "field/state.h"
 #include "geometry/furnish.h"
+#include "httpd/http_server.h"
 #include "net/client_table.h"
 #include "net/server.h"
 
@@ -27,6 +28,7 @@ unsigned char* bg_tex_buffer;
 namespace {
 
 constexpr int CLIENT_PORT = 2222;
+constexpr int VIEWER_PORT = 2280;
 constexpr unsigned BUSY_TICK = 8;                                   // ms between frames while anything can move
 constexpr unsigned IDLE_TICK = 80;                                  // ms on a field where nothing can
 constexpr double FOV_STEP = 5.0, FOV_LEAST = 15.0, FOV_MOST = 60.0; // degrees
@@ -149,6 +151,7 @@ void field_start(int argc, char** argv) {
     field_cleared = 0;
     menuitem_need_to_change = 0;
     start_tcp_server(CLIENT_PORT);
+    start_httpd(VIEWER_PORT);
 
     glutMainLoop();
     free(bg_tex_buffer);
