@@ -1,0 +1,471 @@
+"""Starts the real program on a virtual display of its own and talks to it over real sockets.
+
+Every wait has a deadline and ends on a condition. Everything started here is ended by its process id, and a program
+that died, or that printed a sanitizer report, fails the test that used it. KELMORA names the program, KELMORA_SLOW
+stretches all deadlines (default: found from how long the program takes to start).
+Run inside scripts/in-namespace: the ports are fixed, and 127.0.0.2 plays the other host.
+"""
+import atexit
+import collections
+import os
+import re
+import shutil
+import signal
+import socket
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import unittest
+
+import numpy
+from PIL import Image
+
+PROGRAM = os.environ.get("KELMORA", "")
+CLIENT_PORT = 2222
+VIEWER_PORT = 2280
+FIELD_SIZE = 512          # pixels, also field units
+HALF = FIELD_SIZE // 2
+MAX_CLIENT = 10
+EVENT_TURTLE, EVENT_DOUGHNUT, EVENT_STONE, EVENT_WALL, EVENT_COIN = 0x2, 0x4, 0x8, 0x10, 0x20
+EVENT_HIT, EVENT_FINDER, EVENT_RADAR, EVENT_MESSAGE = 0x1, 0x40, 0x80, 0x100
+REPORTS = ("AddressSanitizer", "ThreadSanitizer", "LeakSanitizer", "runtime error:", "Assertion ", "terminate called")
+
+slow = float(os.environ.get("KELMORA_SLOW", "0"))
+
+
+def patience(seconds):
+    """A deadline of so many seconds on an ordinary build, stretched on a slow one."""
+    return seconds * max(slow, 1.0)
+
+
+def wait_until(condition, seconds=10.0, what="condition", pause=0.01):
+    """Polls until the condition gives something true, and hands that back."""
+    end = time.monotonic() + patience(seconds)
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError("waited in vain for " + (what() if callable(what) else what))
+        time.sleep(pause)
+
+
+def instrumented():
+    """True when the program carries the address or the thread sanitizer."""
+    return bool(sanitizer_library())
+
+
+def sanitizer_library():
+    listing = subprocess.run(["ldd", PROGRAM], capture_output=True, text=True, timeout=30).stdout
+    found = re.search(r"=> (\S*lib[at]san\S*)", listing)
+    return found.group(1) if found else ""
+
+
+def swap16(port):
+    """The port as the log shows it: the stored network-order field, read as a number of this host."""
+    return struct.unpack("=H", struct.pack("!H", port))[0]
+
+
+def is_listening(port):
+    with open("/proc/self/net/tcp") as table:
+        next(table)
+        for line in table:
+            columns = line.split()
+            if columns[3] == "0A" and int(columns[1].split(":")[1], 16) == port:
+                return True
+    return False
+
+
+def served_connections():
+    """Connections to the client port that the field has not closed at its end."""
+    count = 0
+    with open("/proc/self/net/tcp") as table:
+        next(table)
+        for line in table:
+            columns = line.split()
+            count += columns[3] in ("01", "08") and int(columns[1].split(":")[1], 16) == CLIENT_PORT
+    return count
+
+
+class Display:
+    """One virtual display for the whole test process."""
+    current = None
+
+    def __init__(self):
+        self.scratch = tempfile.mkdtemp(prefix="kelmora-wire-")
+        read_end, write_end = os.pipe()
+        self.log = open(os.path.join(self.scratch, "xvfb.log"), "wb")
+        self.process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-noreset"],
+            pass_fds=[write_end], stdout=self.log, stderr=self.log)
+        os.close(write_end)
+        number = b""
+        with os.fdopen(read_end, "rb", buffering=0) as pipe:
+            while not number.endswith(b"\n"):
+                piece = pipe.read(16)
+                if not piece:
+                    raise RuntimeError("Xvfb did not start, see " + self.log.name)
+                number += piece
+        self.name = ":" + number.decode().strip()
+        self.home = os.path.join(self.scratch, "home")
+        os.mkdir(self.home)
+        atexit.register(self.close)
+
+    @classmethod
+    def get(cls):
+        if cls.current is None:
+            cls.current = cls()
+        return cls.current
+
+    def close(self):
+        self.process.terminate()
+        self.process.wait(timeout=20)
+        self.log.close()
+        shutil.rmtree(self.scratch, ignore_errors=True)
+
+
+Reply = collections.namedtuple("Reply", "text values status clock event")
+REPLY = re.compile(r"^(?:(.*) )?(OK|ERR) @ (\d+) (\d+)$", re.DOTALL)
+
+
+def parse_reply(line):
+    found = REPLY.match(line)
+    if not found:
+        raise AssertionError("not a reply: %r" % line)
+    values = found.group(1) or ""
+    return Reply(line, values, found.group(2), int(found.group(3)), int(found.group(4)))
+
+
+class Closed(Exception):
+    """The field ended the connection."""
+
+
+class Client:
+    """One connection to the field. Close it with close(), abort() or by leaving the `with` block."""
+
+    def __init__(self, source="127.0.0.1", receive_buffer=0, greet=True):
+        self.sock = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        if receive_buffer:
+            self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
+        self.sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        self.sock.settimeout(patience(20))
+        self.pending = b""
+        try:
+            self.sock.bind((source, 0))
+            self.sock.connect(("127.0.0.1", CLIENT_PORT))
+            self.port = self.sock.getsockname()[1]
+            if greet:
+                self.ask(".")
+        except BaseException:
+            self.sock.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self.close()
+
+    def send(self, data):
+        self.sock.sendall(data.encode("latin-1") if isinstance(data, str) else data)
+
+    def read_line(self, seconds=20.0):
+        end = time.monotonic() + patience(seconds)
+        while b"\n" not in self.pending:
+            left = end - time.monotonic()
+            if left <= 0:
+                raise AssertionError("no reply, so far %r" % self.pending)
+            self.sock.settimeout(left)
+            try:
+                piece = self.sock.recv(65536)
+            except socket.timeout:
+                continue
+            except ConnectionError as error:
+                raise Closed(str(error)) from error
+            if not piece:
+                raise Closed("end of stream, left over %r" % self.pending)
+            self.pending += piece
+        line, self.pending = self.pending.split(b"\n", 1)
+        return line.decode("latin-1")
+
+    def reply(self, seconds=20.0):
+        return parse_reply(self.read_line(seconds))
+
+    def ask(self, line):
+        """Sends one line and gives its reply."""
+        try:
+            self.send(line + "\n" if isinstance(line, str) else line + b"\n")
+        except ConnectionError as error:
+            raise Closed(str(error)) from error
+        return self.reply()
+
+    def ask_all(self, lines):
+        """Sends all lines in one packet and gives their replies."""
+        lines = list(lines)
+        try:
+            self.send("".join(line + "\n" for line in lines))
+        except ConnectionError as error:
+            raise Closed(str(error)) from error
+        return [self.reply() for _ in lines]
+
+    def do(self, *lines):
+        """Each line in a packet of its own; every one has to succeed."""
+        for line in lines:
+            answer = self.ask(line)
+            if answer.status != "OK":
+                raise AssertionError("%r was answered %r" % (line, answer.text))
+        return answer
+
+    def numbers(self, line):
+        return [float(word) for word in self.ask(line).values.split()]
+
+    def position(self):
+        return tuple(self.numbers("q p"))
+
+    def wait_ticks(self, count):
+        """Lets so many ticks of the field's clock pass."""
+        start = self.ask(".").clock
+        return wait_until(lambda: self.ask(".").clock >= start + count, 5 + count * 0.1, "%d ticks" % count, 0.002)
+
+    def wait_closed(self, seconds=10.0):
+        """Reads and drops until the field has ended the connection."""
+        end = time.monotonic() + patience(seconds)
+        while True:
+            self.sock.settimeout(max(0.01, end - time.monotonic()))
+            try:
+                if not self.sock.recv(65536):
+                    return True
+            except socket.timeout:
+                raise AssertionError("the field did not end the connection") from None
+            except ConnectionError:
+                return True
+
+    def abort(self):
+        """Vanishes with a reset instead of an orderly end."""
+        self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        self.sock.close()
+
+    def close(self):
+        self.sock.close()
+
+
+class Field:
+    """The running program, from the start of the process to its end."""
+
+    def __init__(self, args=(), env=None, without=(), start_second=None, cwd=None, argv0=None, servers=True):
+        self.args, self.argv0 = list(args), argv0
+        self.servers = servers
+        self.display = Display.get()
+        self.cwd = cwd or self.display.scratch
+        self.environment = dict(os.environ, DISPLAY=self.display.name, LIBGL_ALWAYS_SOFTWARE="1",
+                                LP_NUM_THREADS="0", HOME=self.display.home,
+                                MESA_SHADER_CACHE_DIR=os.path.join(self.display.scratch, "shaders"))
+        suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tsan.supp")
+        if os.path.exists(suppressions):
+            self.environment.setdefault("TSAN_OPTIONS", "suppressions=" + os.path.abspath(suppressions))
+        if start_second is not None:
+            # A stamp with "@" lets the clock move on from there; without it the program would wait for ever.
+            self.environment.update(
+                LD_PRELOAD="/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1", TZ="UTC",
+                FAKETIME=time.strftime("@%Y-%m-%d %H:%M:%S", time.gmtime(start_second)),
+                FAKETIME_DONT_FAKE_MONOTONIC="1")
+        self.environment.update(env or {})
+        for name in without:
+            self.environment.pop(name, None)
+        self.lines, self.news = [], threading.Condition()
+        self.process, self.window, self.ended = None, None, False
+
+    def __enter__(self):
+        try:
+            return self.start()
+        except BaseException:
+            self.stop()
+            raise
+
+    def __exit__(self, kind, *unused):
+        trouble = self.stop()
+        if trouble and kind is None:
+            raise AssertionError(trouble)
+        if trouble:
+            print(trouble, file=sys.stderr)
+
+    def start(self):
+        global slow
+        if not PROGRAM:
+            raise RuntimeError("set KELMORA to the program")
+        if is_listening(CLIENT_PORT) and self.servers:
+            raise RuntimeError("port %d is taken: run this inside scripts/in-namespace" % CLIENT_PORT)
+        self.earliest_second = int(time.time())
+        began = time.monotonic()
+        self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
+                                        env=self.environment, cwd=self.cwd, stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+        self.reader = threading.Thread(target=self.collect, daemon=True)
+        self.reader.start()
+        wait_until(self.is_up, 60, lambda: "the field to start; it said %r" % self.lines)
+        if "KELMORA_SLOW" not in os.environ:
+            slow = max(slow, time.monotonic() - began, 10.0 if instrumented() else 1.0)
+        self.latest_second = int(time.time())
+        return self
+
+    def is_up(self):
+        if self.process.poll() is not None:
+            raise AssertionError("the program ended with %d; it said %r" % (self.process.returncode, self.lines))
+        if self.servers and not (is_listening(CLIENT_PORT) and is_listening(VIEWER_PORT)):
+            return False
+        found = self.xdotool("search", "--onlyvisible", "--name", "Kelmora @", check=False).split()
+        self.window = found[0] if found else None
+        return self.window is not None
+
+    def collect(self):
+        for raw in self.process.stderr:
+            with self.news:
+                self.lines.append(raw.decode("latin-1").rstrip("\n"))
+                self.news.notify_all()
+
+    # what the program says
+
+    def mark(self):
+        """A place in the log to look from."""
+        with self.news:
+            return len(self.lines)
+
+    def said(self, start=0):
+        with self.news:
+            return self.lines[start:]
+
+    def wait_line(self, text, start=0, seconds=10.0, count=1):
+        """Waits until the log holds a line of exactly this text so many times from the mark on."""
+        wait_until(lambda: self.said(start).count(text) >= count, seconds,
+                   lambda: "the line %r in %r" % (text, self.said(start)))
+
+    # the window
+
+    def xdotool(self, *words, check=True):
+        result = subprocess.run(["xdotool"] + [str(word) for word in words], env=self.environment_of_tools(),
+                                capture_output=True, text=True, timeout=patience(60))
+        if check and result.returncode:
+            raise AssertionError("xdotool %r: %s" % (words, result.stderr))
+        return result.stdout
+
+    def environment_of_tools(self):
+        return dict(os.environ, DISPLAY=self.display.name, HOME=self.display.home)
+
+    def title(self):
+        return self.xdotool("getwindowname", self.window).rstrip("\n")
+
+    def key(self, *names):
+        """Presses keys (X names) in the window. Events are in the program's queue when this returns."""
+        self.xdotool("key", "--window", self.window, "--delay", "2", *names)
+
+    def settle(self):
+        """Waits until all keys pressed before have been acted on: two presses that cancel each other are announced."""
+        start = self.mark()
+        self.key("at", "at")
+        wait_until(lambda: len([line for line in self.said(start) if re.match("entering p(rivate|ublic) mode", line)]) >= 2,
+                   10, "two changes of private mode")
+
+    def menus(self):
+        """Visible windows beside the field's own (a menu is one)."""
+        found = self.xdotool("search", "--onlyvisible", "--name", ".*", check=False).split()
+        return [window for window in found if window != self.window]
+
+    def choose(self, entry):
+        """Picks the entry (1 = first) of the pop-up menu with the right mouse button."""
+        before = set(self.menus())
+        self.xdotool("mousemove", "--window", self.window, 100, 100, "mousedown", 3)
+        wait_until(lambda: set(self.menus()) - before, 10, "the menu")
+        self.xdotool("mousemove_relative", 20, 25 * (entry - 1) + 14, "sleep", "0.1", "mousemove_relative", 1, 0,
+                     "sleep", "0.1", "mouseup", 3)
+        if self.process.poll() is None and entry != 9:
+            wait_until(lambda: not set(self.menus()) - before, 10, "the menu to close")
+
+    def picture(self):
+        """The window's pixels: array[row from the top, column, red green blue]."""
+        path = os.path.join(self.display.scratch, "window.png")
+        subprocess.run(["import", "-silent", "-window", self.window, path], env=self.environment_of_tools(),
+                       check=True, timeout=patience(60), capture_output=True)
+        with Image.open(path) as image:
+            return numpy.asarray(image.convert("RGB")).astype(int)
+
+    def wait_picture(self, good, seconds=10.0, what="the expected picture"):
+        """Waits for a picture that satisfies the condition and gives it back."""
+        kept = []
+
+        def look():
+            kept[:] = [self.picture()]
+            return good(kept[0])
+        wait_until(look, seconds, what)
+        return kept[0]
+
+    # the end
+
+    def wait_exit(self, seconds=20.0):
+        """Waits for the program to end by itself and gives its exit status."""
+        self.process.wait(timeout=patience(seconds))
+        self.ended = True
+        return self.process.returncode
+
+    def stop(self):
+        """Ends the program; gives a text when it had crashed or a sanitizer has spoken, else nothing."""
+        if self.process is None:
+            return ""
+        trouble = ""
+        status = self.process.poll()
+        if status is None:
+            self.process.send_signal(signal.SIGTERM)
+            try:
+                self.process.wait(timeout=patience(20))
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                self.process.wait(timeout=20)
+                trouble = "the program did not end when asked to"
+        elif not self.ended or status != 0:
+            trouble = "the program ended by itself with status %d" % status
+        self.reader.join(timeout=patience(20))
+        self.process.stderr.close()
+        said = self.said()
+        self.process = None
+        if any(report in line for line in said for report in REPORTS):
+            trouble += " a report on standard error"
+        return trouble and trouble + ":\n" + "\n".join(said[-200:])
+
+
+def pixel(x, y):
+    """Column and row (from the top) of the pixel whose lower left corner is the field point."""
+    return x + HALF, HALF - 1 - y
+
+
+class FieldTest(unittest.TestCase):
+    """One program for all tests of a class that leave no trace; `client()` gives a fresh turtle out of the way."""
+    field_options = {}
+
+    @classmethod
+    def setUpClass(cls):
+        cls.field = Field(**cls.field_options)
+        cls.field.__enter__()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.field.__exit__(None)
+
+    def client(self, **options):
+        made = Client(**options)
+        self.addCleanup(made.close)
+        return made
+
+    def fresh(self, count=1):
+        """An empty field in graphics mode, black and with all coins in the bank, with so many new clients on it."""
+        self.field.key("K")
+        self.field.settle()
+        wait_until(lambda: served_connections() == 0, 10, "all clients to be dropped")
+        made = [self.client() for _ in range(count)]
+        made[0].do("! u", "h 0 0 0")
+        return made[0] if count == 1 else made
+
+
+def main():
+    unittest.main(verbosity=2)

@@ -1,0 +1,207 @@
+"""The command line, the banners, the window's title, start-up in odd surroundings, and where turtles come to stand."""
+import math
+import os
+import socket
+import subprocess
+import tempfile
+import time
+import unittest
+
+import harness
+from harness import Client, Field, wait_until
+from model import Model
+
+HELP = ["options:", ' -js "URL1;URL2;..."']
+
+
+def run(*arguments, argv0=None, env=None):
+    """Runs the program to its end without a display and gives its status and its lines."""
+    environment = dict(os.environ)
+    environment.pop("DISPLAY", None)
+    environment.update(env or {})
+    done = subprocess.run([argv0 or harness.PROGRAM] + list(arguments), executable=harness.PROGRAM, env=environment,
+                          capture_output=True, text=True, timeout=harness.patience(60))
+    return done.returncode, done.stdout, done.stderr.split("\n")
+
+
+class Options(unittest.TestCase):
+    def assertHelp(self, result):
+        status, out, lines = result
+        self.assertEqual((status, out), (0, ""))
+        self.assertEqual(len(lines), 5)                     # two banners, two lines of help, nothing after them
+        self.assertRegex(lines[0], r"^Kelmora: .+$")
+        self.assertRegex(lines[1], r"^starting kelmora build on [A-Z][a-z]{2} [ 123]\d \d{4}$")
+        self.assertEqual(lines[2:], HELP + [""])
+
+    def test_help_is_printed_without_a_display(self):
+        self.assertHelp(run("-h"))
+
+    def test_help_is_matched_by_two_bytes(self):
+        self.assertHelp(run("-hello"))
+        self.assertHelp(run("-hx", "-js", "a"))
+
+    def test_options_are_scanned_in_order_past_unknown_ones(self):
+        self.assertHelp(run("-js", "a;b", "-h"))
+        self.assertHelp(run("-jsx", "a", "-h"))
+        self.assertHelp(run("", "-", "--help", "-j", "x" * 5000, "-h"))
+
+    def test_program_name_is_examined_like_an_option(self):
+        self.assertHelp(run(argv0="-hx"))
+        self.assertHelp(run("whatever", "-h", argv0="-js"))
+
+
+class Start(unittest.TestCase):
+    def test_banners_come_first(self):
+        with Field() as field:
+            self.assertRegex(field.said()[0], r"^Kelmora: .+$")
+            self.assertRegex(field.said()[1], r"^starting kelmora build on [A-Z][a-z]{2} [ 123]\d \d{4}$")
+            self.assertNotIn("options:", field.said())
+
+    def test_script_option_swallows_what_looks_like_help(self):
+        for arguments, argv0 in ((["-js", "-h"], None), (["-js"], None), (["-jsfoo", "-help"], None), (["-h"], "-js")):
+            with Field(arguments, argv0=argv0) as field:
+                self.assertNotIn("options:", field.said())
+                with Client() as turtle:
+                    self.assertEqual(turtle.ask("q a").values, "1")
+
+    def test_title_names_the_mode_and_the_host(self):
+        with Field() as field:
+            host = socket.gethostname()
+            self.assertEqual(field.title(), "Private Kelmora @ " + host)
+            field.key("at")
+            wait_until(lambda: field.title() == "Public Kelmora @ " + host, 10, field.title)
+            field.key("at")
+            wait_until(lambda: field.title() == "Private Kelmora @ " + host, 10, field.title)
+
+    def test_second_program_warns_and_leaves_the_first_alone(self):
+        with Field() as first, Client() as turtle:
+            second = subprocess.Popen([harness.PROGRAM], env=first.environment, stdout=subprocess.DEVNULL,
+                                      stderr=subprocess.PIPE, text=True, cwd=first.cwd)
+            try:
+                said = [second.stderr.readline() for _ in range(4)]
+                self.assertIn("init_socket(): cannot bind to port 2222\n", said)
+                self.assertEqual(turtle.ask("q a").values, "1")
+            finally:
+                second.terminate()
+                second.communicate(timeout=harness.patience(20))
+
+    def test_missing_and_over_long_environment_is_survived(self):
+        # HOME as long as one environment string may be; a capture reads both HOME and USER.
+        long = "/" + "h" * 100000
+        for env, without in (({}, ("HOME", "USER")), ({"HOME": long, "USER": long}, ()), ({"HOME": "", "USER": ""}, ())):
+            with tempfile.TemporaryDirectory() as cwd:
+                with Field(env=env, without=without, cwd=cwd) as field:
+                    field.key("p")
+                    field.settle()
+                    with Client() as turtle:
+                        turtle.wait_ticks(3)
+                        captures = os.listdir(cwd)
+                        self.assertEqual(len([name for name in captures if name.startswith("kelmora-capture-")]), 1, captures)
+
+    def test_quit_key_ends_with_status_zero(self):
+        with Field() as field, Client() as turtle:
+            turtle.do("p d", "f 10")
+            field.key("Q")
+            self.assertEqual(field.wait_exit(), 0)
+
+
+class Placement(unittest.TestCase):
+    """The random stream is the C library's, seeded with the second of the start, and drawn from in a fixed order."""
+
+    def play(self, field):
+        """What happens on the field, as a list of names and numbers; the model plays the same."""
+        seen = []
+        clients = []
+        try:
+            def arrive():
+                clients.append(Client())
+                seen.append(("turtle",) + clients[-1].position() + tuple(clients[-1].numbers("q d")))
+            for _ in range(3):
+                arrive()
+            clients[0].do("o x")
+            arrive()
+            clients[1].do("d")
+            arrive()
+            field.key("o")
+            field.settle()
+            arrive()
+            angle = clients[0].numbers("q r 2")[0]
+            seen.append(("radar", angle))
+            arrive()
+            clients[0].do("c")                              # resets without a draw
+            field.key("M")                                  # drops all, builds a maze
+            field.wait_line("entering maze mode...")
+            wait_until(lambda: harness.served_connections() == 0, 10, "all clients to be dropped")
+            for _ in range(4):
+                try:
+                    arrive()
+                except harness.Closed:
+                    seen.append(("turtle", None))
+            field.key("M")
+            field.wait_line("exited from maze mode...")
+            wait_until(lambda: harness.served_connections() == 0, 10, "all clients to be dropped")
+            arrive()
+        finally:
+            for client in clients:
+                client.close()
+        return seen
+
+    def recompute(self, second):
+        model = Model(second)
+        seen = []
+
+        def arrive():
+            seen.append(("turtle",) + model.generate())
+        for _ in range(3):
+            arrive()
+        model.scatter_coin()
+        arrive()
+        model.generate(free=True)
+        arrive()
+        model.scatter_stone()
+        arrive()
+        seen.append(("radar", model.radar(0, 1)))
+        arrive()
+        model.kill_all()
+        model.maze()
+        for _ in range(4):
+            arrive()
+        model.kill_all()
+        model.clear_walls()
+        arrive()
+        return seen
+
+    def assertAsPredicted(self, seen, seconds):
+        nearest = None
+        for second in seconds:
+            predicted = self.recompute(second)
+            if all(same(a, b) for a, b in zip(seen, predicted)) and len(seen) == len(predicted):
+                return
+            if nearest is None or same(seen[0], predicted[0]):
+                nearest = predicted
+        self.fail("no start second predicts this:\n%s\n%s" % (seen, nearest))
+
+    def test_every_place_follows_from_the_second_of_the_start(self):
+        with Field() as field:
+            seen = self.play(field)
+            self.assertAsPredicted(seen, range(field.earliest_second, field.latest_second + 1))
+
+    @unittest.skipIf(harness.PROGRAM and harness.instrumented(), "a sanitizer wants to be the first library loaded")
+    def test_start_in_a_chosen_second_gives_the_same_field_again(self):
+        second = 1_700_000_000
+        for _ in range(2):
+            with Field(start_second=second) as field:
+                seen = self.play(field)
+                self.assertAsPredicted(seen, range(second, second + 2))
+
+
+def same(a, b):
+    """Equal but for the six decimals that a reply shows."""
+    if a[0] != b[0] or len(a) != len(b):
+        return False
+    return all(x == y or (x is not None and y is not None and math.isclose(x, y, abs_tol=1.1e-6))
+               for x, y in zip(a[1:], b[1:]))
+
+
+if __name__ == "__main__":
+    harness.main()
