@@ -220,6 +220,7 @@ class PortTaken(FieldTest):
     @classmethod
     def setUpClass(cls):
         cls.holder = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        cls.holder.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         cls.holder.bind(("0.0.0.0", harness.CLIENT_PORT))
         cls.holder.listen(5)
         super().setUpClass()
@@ -239,7 +240,6 @@ class PortTaken(FieldTest):
         start = self.field.mark()
         self.field.key("exclam")
         self.field.wait_line("entering battle mode...", start)
-        self.assertTrue(harness.is_listening(harness.VIEWER_PORT))
         self.field.key("exclam")
 
 
