@@ -18,8 +18,8 @@ static constexpr double SHEET_TOP = 10.0;
 
 // The cells that reach farthest to the right and to the bottom still lie on the sheet.
 static_assert(static_cast<int>(CELL_PITCH_X * (CARDS_PER_ROW - 1) + SHEET_LEFT) + CARD_WIDTH <= SHEET_WIDTH);
-static_assert(static_cast<int>(CELL_PITCH_Y * ((CARD_MAX - 1) / CARDS_PER_ROW) + SHEET_TOP) + CARD_HEIGHT <=
-              SHEET_HEIGHT);
+static constexpr int LAST_ROW = (CARD_MAX - 1) / CARDS_PER_ROW;
+static_assert(static_cast<int>(CELL_PITCH_Y * LAST_ROW + SHEET_TOP) + CARD_HEIGHT <= SHEET_HEIGHT);
 
 unsigned char* cards_image = nullptr;
 int cards_image_is_ready = 0;
