@@ -1,9 +1,10 @@
 """Draws the sheet of playing cards: four suits of thirteen and one odd card, each 75 x 104 pixels."""
 import math
 import os
+import sys
 
 import numpy as np
-from PIL import ImageFont
+from PIL import Image, ImageFont
 
 from canvas import Canvas, save_png
 from courts import draw_court
@@ -82,9 +83,9 @@ def blank():
 def add_indices(c, rank, suit, colour):
     """Rank and suit at the upper left, turned round at the lower right."""
     corner = Canvas(W, H, SCALE)
-    font = ImageFont.truetype(FONT, int((13.5 if rank != '10' else 12.5) * SCALE))
-    corner.paint(corner.text(9.0, 11.0, rank, font), colour)
-    corner.paint(suit_mask(corner, suit, 9.0, 22.5, 8.6), colour)
+    font = ImageFont.truetype(FONT, int((13.5 if rank != '10' else 11) * SCALE))
+    corner.paint(corner.text(8.8, 11.0, rank, font), colour)
+    corner.paint(suit_mask(corner, suit, 8.8, 22.3, 8.4), colour)
     c.lay(corner)
     c.lay(corner.half_turn())
 
@@ -99,10 +100,13 @@ def number_card(n, suit, colour):
     c = blank()
     add_indices(c, RANKS[n - 1], suit, colour)
     if n == 1:
-        add_pip(c, suit, colour, W / 2, H / 2, 38, False)
+        add_pip(c, suit, colour, W / 2, H / 2, 40, False)
+        if suit == 'spade':  # the first card of the pack carries the mark of the house
+            draw_turtle(c, W / 2, H / 2 + 2.5, 20, (250, 250, 244), (210, 216, 214), outline=BLACK)
         return c
+    size = 15.4 if n < 9 else 14.2
     for column, height in pip_places(n):
-        add_pip(c, suit, colour, W / 2 + 13.5 * column, 19 + (H - 38) * height, 16, height > 0.5)
+        add_pip(c, suit, colour, W / 2 + 13.0 * column, 19 + (H - 38) * height, size, height > 0.5)
     return c
 
 
@@ -118,13 +122,13 @@ def odd_card():
     c = blank()
     for k in range(5):
         a, b = math.radians(-90 + 144 * k), math.radians(-90 + 144 * (k + 1))
-        ends = [(W / 2 + 29 * math.cos(t), H / 2 + 29 * math.sin(t)) for t in (a, b)]
+        ends = [(W / 2 + 25.5 * math.cos(t), H / 2 + 25.5 * math.sin(t)) for t in (a, b)]
         c.paint(c.line(ends, 1.6), (230, 176, 50))
-    draw_turtle(c, W / 2, H / 2, 44, (112, 196, 84), (52, 140, 76))
+    draw_turtle(c, W / 2, H / 2, 42, (112, 196, 84), (52, 140, 76))
     corner = Canvas(W, H, SCALE)
-    font = ImageFont.truetype(FONT, int(8.2 * SCALE))
+    font = ImageFont.truetype(FONT, int(8 * SCALE))
     for k, letter in enumerate('JOKER'):
-        corner.paint(corner.text(8.5, 10.5 + 8.2 * k, letter, font), (96, 40, 140))
+        corner.paint(corner.text(8.2, 10 + 7.6 * k, letter, font), (96, 40, 140))
     c.lay(corner)
     c.lay(corner.half_turn())
     return c
@@ -139,6 +143,11 @@ def card(index):
 
 
 def main():
+    """Draws all cards, or with numbers 0 to 52 as arguments only those, enlarged into the working directory."""
+    for index in map(int, sys.argv[1:]):
+        Image.fromarray(card(index).pixels()).resize((4 * W, 4 * H), Image.BICUBIC).save(f'card{index}.png')
+    if len(sys.argv) > 1:
+        return
     sheet = np.zeros((SHEET[1], SHEET[0], 4), dtype=np.uint8)
     for index in range(53):
         x, y = cell(index)

@@ -266,8 +266,8 @@ TEST(assets, every_card_has_a_face_of_its_own) {
     EXPECT_EQ(faces.size(), 53u);
 }
 
-// Rows 0 and 2 are black suits, 1 and 3 red ones: the index in the upper left corner (15 x 28 pixels) has the suit's
-// ink.
+// Rows 0 and 2 are black suits, 1 and 3 red ones: the 12 x 24 pixels of the index in the upper left corner
+// hold the suit's ink, a twelfth of them (24) at least in full colour, and none of the other.
 TEST(assets, suits_alternate_black_and_red) {
     ASSERT_EQ(sheet().pixels.size(), SHEET_BYTES);
     for (int card = 0; card < 52; ++card) {
