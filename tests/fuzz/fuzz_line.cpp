@@ -1,0 +1,305 @@
+// Fuzzer of the whole road of client bytes: receive, framing, commands, replies, with frames, departures and the
+// operator in between. Client ends are socket pairs; everything runs on this one thread, in turns as the program's
+// threads would take them. After each step the tables must hold together.
+// Input: text that one of three clients sends, with these bytes taken as events (\n, \r, \t and all others are sent):
+//   01 a frame               05 battle mode on or off     0b stones are scattered
+//   02 the next client       06 the maze on or off        0c boundary on or off
+//   03 this client vanishes  07 all turtles are killed    0e somebody connects
+//   04 end of a packet       08 zombies are cleared       0f a viewer asks for everything
+//   10 this client stops or starts to read its replies
+#include "brush/strokes.h"
+#include "display/battle.h"
+#include "field/cards.h"
+#include "field/coins.h"
+#include "field/modes.h"
+#include "field/state.h"
+#include "geometry/coin_map.h"
+#include "geometry/furnish.h"
+#include "geometry/wall.h"
+#include "httpd/content.h"
+#include "net/client_table.h"
+#include "net/server.h"
+#include "turtle/lifecycle.h"
+#include "turtle/turtle.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int PEERS = 3;
+constexpr int FRAMES_MAX = 120; // per input: one that is made of frames alone takes no longer than others
+
+struct peer_t {
+    int sock = -1; // the client's end; -1 = gone
+    bool reads = true;
+    std::string packet; // not sent yet
+};
+peer_t peers[PEERS];
+
+void demand(bool holds, const char* what) {
+    if (holds) return;
+    fprintf(stderr, "broken: %s\n", what);
+    abort();
+}
+
+void check_coins() {
+    bool hangs[COIN_MAX] = {};
+    for (const coin_t* head : coinmap) {
+        for (const coin_t* c = head; c != nullptr; c = c->next) {
+            const auto k = c - coins.data();
+            demand(k >= 0 && k < COIN_MAX, "a cell's list leads out of the coin table");
+            demand(!hangs[k], "a coin hangs in two cells or its list is a ring");
+            hangs[k] = true;
+        }
+    }
+    bool ranked[COIN_MAX] = {};
+    int on_field = 0, highest = -1;
+    for (int k = 0; k < COIN_MAX; ++k) {
+        const bool there = has_any(coins[k].flags, ON_FIELD);
+        demand(there == hangs[k], "a coin on the field is in one cell, any other in none");
+        if (!there) continue;
+        const int ord = coins[k].ord;
+        demand(ord >= 0 && ord < COIN_MAX && !ranked[ord], "ranks are different and within the table");
+        ranked[ord] = true;
+        highest = ord > highest ? ord : highest;
+        ++on_field;
+    }
+    demand(highest == on_field - 1, "ranks are dense");
+    demand(ncoin >= 0 && ncoin <= COIN_MAX, "coin slots are within the table");
+}
+
+void check_tables() {
+    bool listed[CARD_MAX] = {};
+    for (const int32_t c : card_list) {
+        demand(c >= 0 && c < CARD_MAX && !listed[c], "the stacking order names every card once");
+        listed[c] = true;
+    }
+    int occupied = 0;
+    for (const client_t& c : client_tab) {
+        if (c.sockfd < 0) continue;
+        ++occupied;
+        demand(c.turtle_id >= -1 && c.turtle_id < TTL_MAX, "a client's turtle is in the table");
+        demand(c.recv_len >= 0 && c.recv_len <= RECV_MAX && c.recv_buf[c.recv_len] == '\0', "pending text is bounded");
+    }
+    demand(occupied == nclient, "clients are counted");
+    demand(ntmax >= 0 && ntmax <= TTL_MAX, "ntmax is within the table");
+    for (int i = ntmax; i < TTL_MAX; ++i) demand(!has_any(ttl[i].flags, TTL_ALIVE), "no turtle lives behind ntmax");
+    demand(nwall >= 0 && nwall <= WALL_MAX, "walls are within their table");
+    check_coins();
+}
+
+void start_field() {
+    stamp_dot = [](double x, double y, double size, double, double, double) {
+        demand(std::isfinite(x) && std::isfinite(y) && std::isfinite(size), "a dot has a place and a size");
+    };
+    srandom(1);
+    battle_mode = 0;
+    maze_mode = bounded_area_mode = bird_view_mode = 0;
+    disp_help = disp_score = disp_name = 0;
+    elapsed_time = 0;
+    for (client_t& c : client_tab) {
+        c = {};
+        free_client_slot(c);
+    }
+    nclient = 0;
+    field_kill_all_turtles();
+    for (turtle_t& t : ttl) {
+        t = {};
+        t.client_id = -1;
+    }
+    ntmax = 0;
+    reset_wall();
+    init_teaminfo();
+}
+
+// What accept_connection does with a new socket, on a socket pair.
+void connect_peer(peer_t& p) {
+    int ends[2];
+    if (p.sock >= 0 || nclient >= MAX_CLIENT || socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return;
+    const int little = 4096; // a peer that does not read is noticed soon
+    setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &little, sizeof little);
+    int slot = 0;
+    while (client_tab[slot].sockfd >= 0) ++slot;
+    const int turtle = generate_turtle(slot, 0);
+    if (turtle < 0) {
+        close(ends[0]);
+        close(ends[1]);
+        return;
+    }
+    client_t& c = client_tab[slot];
+    free_client_slot(c);
+    c.sockfd = ends[0];
+    c.turtle_id = turtle;
+    ++nclient;
+    p.sock = ends[1];
+    p.reads = true;
+}
+
+void vanish(peer_t& p) {
+    if (p.sock >= 0) close(p.sock);
+    p.sock = -1;
+    p.packet.clear();
+}
+
+// Replies are whole lines of printable text.
+void read_replies(peer_t& p) {
+    char text[8192];
+    char last = '\n';
+    for (;;) {
+        const ssize_t n = recv(p.sock, text, sizeof text, MSG_DONTWAIT);
+        if (n == 0) vanish(p);
+        if (n <= 0) break;
+        for (ssize_t k = 0; k < n; ++k) demand(text[k] != '\0', "a reply holds no NUL");
+        last = text[n - 1];
+    }
+    demand(last == '\n', "a reply ends with a line feed");
+}
+
+bool somebody_waits() {
+    for (const client_t& c : client_tab) {
+        if (c.sockfd < 0 || c.frame_cmd_count != 0) continue;
+        pollfd waiting = {.fd = c.sockfd, .events = POLLIN, .revents = 0};
+        if (c.disconnect_request != 0 || poll(&waiting, 1, 0) > 0) return true;
+    }
+    return false;
+}
+
+// One pass of the server thread, only when it has something to do: its waits are not what is tested.
+void serve() {
+    for (peer_t& p : peers) {
+        if (p.sock < 0 || p.packet.empty()) continue;
+        const ssize_t sent = send(p.sock, p.packet.data(), p.packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (sent > 0) p.packet.erase(0, static_cast<size_t>(sent));
+    }
+    if (somebody_waits()) check_client_status();
+    for (peer_t& p : peers)
+        if (p.sock >= 0 && p.reads) read_replies(p);
+    check_tables();
+}
+
+// What a frame does to a turtle's track, drawn as a brush would draw it.
+void paint(turtle_t& t) {
+    const auto& p = t.pos;
+    const auto& w = t.line_width;
+    if (has_any(t.flags, TTL_PEN_DOWN) && !has_any(t.flags, TTL_SEG_PAINTED)) {
+        ++t.n_painted;
+        drawCurve4(p[4].x, p[4].y, w[5], p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], 1, 0, 0);
+        t.flags |= TTL_SEG_PAINTED;
+    } else if (has_any(t.flags, TTL_PEN_LIFTED)) {
+        brushLine3(p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], p[0].x, p[0].y, w[1], 1, 0, 0);
+        t.flags &= ~TTL_PEN_LIFTED;
+        t.flags |= TTL_SEG_PAINTED;
+    }
+    t.message[0] = '\0';
+}
+
+void move(int i) {
+    if (has_any(ttl[i].flags, TTL_FIRING)) (void)step_beam(i);
+    if (!has_any(ttl[i].flags, TTL_ALIVE)) return;
+    if (battle_mode != 0) ttl[i].finder_target = ttl[i].radar_target = -1;
+    step_dying(i);
+    (void)step_fire_wait(i);
+    if (has_any(ttl[i].flags, TTL_ROBOT)) update_robot(i);
+}
+
+void frame() {
+    elapsed_time = elapsed_time + 1;
+    rendering_started();
+    update_coin_event();
+    refresh_teaminfo();
+    for (int i = 0; i < ntmax; ++i)
+        if (has_any(ttl[i].flags, TTL_ALIVE)) paint(ttl[i]);
+    for (int i = 0; i < ntmax; ++i)
+        if (has_any(ttl[i].flags, TTL_OBJECT)) move(i);
+    for (int i = 0; i < ntmax; ++i)
+        if (!has_any(ttl[i].flags, TTL_OBJECT)) move(i);
+    rendering_is_done();
+    check_tables();
+}
+
+void view_everything() {
+    free_container(generate_json_for_turtle());
+    free_container(generate_json_for_wall());
+    free_container(generate_json_for_coin());
+    for (int i = -1; i <= ntmax; ++i) free_container(generate_json_for_camera(i));
+}
+
+// @return false when the byte is none of the events
+bool event(unsigned char b, int& current, int& frames) {
+    switch (b) {
+    case 0x01:
+        serve();
+        if (++frames <= FRAMES_MAX) frame();
+        break;
+    case 0x02:
+        current = (current + 1) % PEERS;
+        break;
+    case 0x03:
+        vanish(peers[current]);
+        break;
+    case 0x04:
+        serve();
+        break;
+    case 0x05:
+        field_toggle_battle_mode();
+        break;
+    case 0x06:
+        field_toggle_maze_mode();
+        break;
+    case 0x07:
+        field_kill_all_turtles();
+        break;
+    case 0x08:
+        field_clear_zombie();
+        break;
+    case 0x0b:
+        scatter_stone(3);
+        break;
+    case 0x0c:
+        field_toggle_bounded_area_mode();
+        break;
+    case 0x0e:
+        connect_peer(peers[current]);
+        break;
+    case 0x0f:
+        view_everything();
+        break;
+    case 0x10:
+        peers[current].reads = !peers[current].reads;
+        break;
+    default:
+        return false;
+    }
+    check_tables();
+    return true;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
+    start_field();
+    for (peer_t& p : peers) connect_peer(p);
+    int current = 0, frames = 0;
+    for (size_t k = 0; k < size; ++k) {
+        if (!event(data[k], current, frames)) peers[current].packet += static_cast<char>(data[k]);
+    }
+    serve();
+    frame();
+    serve();
+    for (peer_t& p : peers) vanish(p);
+    // Whoever has gone is noticed, one in a pass.
+    rendering_started();
+    rendering_is_done();
+    for (int pass = 0; pass <= 40 && nclient > 0; ++pass) {
+        check_client_status();
+        frame();
+    }
+    demand(nclient == 0, "a client that vanished leaves its slot");
+    return 0;
+}
