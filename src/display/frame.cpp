@@ -152,7 +152,7 @@ void draw_turtles() {
 
 } // namespace
 
-void display() {
+void draw_frame() {
     field_is_painted = 0;
     prepare_canvas();
 
@@ -185,5 +185,9 @@ void display() {
         capture_screen = 0;
     }
     rendering_is_done();
+}
+
+void display() {
+    draw_frame();
     glutSwapBuffers();
 }

@@ -11,6 +11,9 @@ inline constexpr int WINDOW_SIDE = 512; // pixels; the field's 512 units fill it
 extern unsigned bg_textures;                // GL name of the texture that keeps the canvas between frames
 extern std::array<int, COIN_MAX> coin_list; // scratch of each frame: rank -> coin index, -1 = none
 
-/// GLUT display callback. Holds frame_rendering_mutex from before the first table is read until the frame is finished,
-/// so that commands run between frames only.
+/// Everything of one frame but showing it: the picture stands in the back buffer. Holds frame_rendering_mutex from
+/// before the first table is read until the frame is finished, so that commands run between frames only.
+void draw_frame();
+
+/// GLUT display callback: draws a frame and shows it.
 void display();

@@ -1,0 +1,67 @@
+// What the tests of frames, scenes and tracks share: an empty field, the canvas texture, and frames drawn from it.
+// Frames are read back from the back buffer, before they would be shown.
+#pragma once
+
+#include "picture/picture.h"
+#include "support.h"
+
+#include "brush/dot.h"
+#include "brush/strokes.h"
+#include "display/frame.h"
+#include "display/scene.h"
+#include "display/window.h"
+
+#include <array>
+#include <cstdint>
+
+namespace picture {
+
+class FieldPicture : public PictureTest {
+protected:
+    void SetUp() override {
+        PictureTest::SetUp();
+        reset_tables();
+        field_cleared = 0;
+        view_fov_angle = 55.0;
+        view_rotation_angle = 0.0;
+        draw_plainly = 0;
+        if (bg_textures == 0) prepare_drawing();
+        stamp_dot = paint_Ten;
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    }
+
+    static shot frame() {
+        draw_frame();
+        return read_window();
+    }
+
+    /// Replaces the canvas; `color_at` is asked for every pixel.
+    template <class ColorAt> static void put_canvas(ColorAt color_at) {
+        std::vector<unsigned char> pixels;
+        for (int row = 0; row < SIDE; ++row)
+            for (int column = 0; column < SIDE; ++column) {
+                const rgb c = color_at(column, row);
+                for (const int level : {c.r, c.g, c.b, 255}) pixels.push_back(static_cast<unsigned char>(level));
+            }
+        glBindTexture(GL_TEXTURE_2D, bg_textures);
+        glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, SIDE, SIDE, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        glBindTexture(GL_TEXTURE_2D, 0);
+        field_cleared = 1;
+    }
+
+    /// A picture in which every pixel differs from its neighbours.
+    static rgb noise(int column, int row) { return {(column * 7) & 255, (row * 5) & 255, (column * row) & 255}; }
+
+    /// Coin number k, laid as the k-th.
+    static void lay_coin(int k, double x, double y) {
+        coin_t& c = coins[static_cast<size_t>(k)];
+        c.x = x;
+        c.y = y;
+        c.ord = k;
+        c.flags = ON_FIELD;
+        if (k >= ncoin) ncoin = k + 1;
+        add_coin_to_map(k);
+    }
+};
+
+} // namespace picture
