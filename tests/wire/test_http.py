@@ -1,0 +1,376 @@
+"""The web viewer's server over raw sockets against the real program."""
+import http.client
+import json
+import re
+import socket
+import struct
+import threading
+import time
+import unittest
+
+import harness
+from harness import VIEWER_PORT, Client, Field, FieldTest, patience, swap16, wait_until
+
+OVERVIEW = ('{"x0":0.000000,"y0":0.000000,"z0":450.000000,'
+            '"x1":0.000000,"y1":0.000000,"z1":0.000000}')
+IDLE_BUDGET = 60.0  # seconds that a connection may wait altogether
+CONNECTION_MAX = 256
+
+
+class Viewer:
+    """One raw connection to the viewer's port."""
+
+    def __init__(self, source="127.0.0.1", receive_buffer=0):
+        self.sock = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
+        if receive_buffer:
+            self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
+        self.sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        self.sock.settimeout(patience(20))
+        self.sock.bind((source, 0))
+        self.sock.connect(("127.0.0.1", VIEWER_PORT))
+        self.port = self.sock.getsockname()[1]
+        self.pending = b""
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *unused):
+        self.close()
+
+    def close(self):
+        self.sock.close()
+
+    def send(self, text):
+        self.sock.sendall(text.encode("latin-1") if isinstance(text, str) else text)
+
+    def more(self):
+        piece = self.sock.recv(65536)
+        if not piece:
+            raise EOFError("closed after %r" % self.pending)
+        self.pending += piece
+
+    def answer(self, body=True):
+        """The next response: its head, blank line included, and its body."""
+        while b"\r\n\r\n" not in self.pending:
+            self.more()
+        head, self.pending = self.pending.split(b"\r\n\r\n", 1)
+        found = re.search(rb"Content-Length: (\d+)", head)
+        length = int(found.group(1)) if found and body else 0
+        while len(self.pending) < length:
+            self.more()
+        content, self.pending = self.pending[:length], self.pending[length:]
+        return (head + b"\r\n\r\n").decode("latin-1"), content
+
+    def get(self, path, extra=""):
+        self.send("GET %s HTTP/1.1\r\nHost: field\r\n%s\r\n" % (path, extra))
+        return self.answer()
+
+    def ended(self):
+        """Everything up to the end of the stream that was not read before."""
+        rest = self.pending
+        while True:
+            try:
+                piece = self.sock.recv(65536)
+            except ConnectionResetError:
+                return rest
+            if not piece:
+                return rest
+            rest += piece
+
+
+def get(path):
+    with Viewer() as viewer:
+        return viewer.get(path)
+
+
+def get_json(path):
+    return json.loads(get(path)[1])
+
+
+class Requests(FieldTest):
+    def test_get_has_the_headers_in_order(self):
+        head, body = get("/camera")
+        self.assertEqual(head, "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: %d\r\n"
+                               "Connection: Keep-Alive\r\nServer: Kelmora/0.1\r\n\r\n" % len(OVERVIEW))
+        self.assertEqual(body.decode(), OVERVIEW)
+
+    def test_head_has_neither_length_nor_body(self):
+        with Viewer() as viewer:
+            viewer.send("HEAD /camera HTTP/1.1\r\nConnection: close\r\n\r\n")
+            self.assertEqual(viewer.ended(), b"HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n"
+                                             b"Connection: Keep-Alive\r\nServer: Kelmora/0.1\r\n\r\n")
+
+    def test_post_closes_without_a_reply(self):
+        for request in ("POST / HTTP/1.1\r\n\r\n", "PUT / HTTP/1.1\r\n\r\n", "\r\n\r\n", "GET / HTTP/1.1"):
+            with Viewer() as viewer:
+                viewer.send(request)
+                self.assertEqual(viewer.ended(), b"", request)
+
+    def test_connection_close_is_answered_then_closed(self):
+        with Viewer() as viewer:
+            head, body = viewer.get("/camera", "Connection: close\r\n")
+            self.assertIn("Connection: Keep-Alive\r\n", head)
+            self.assertEqual(body.decode(), OVERVIEW)
+            self.assertEqual(viewer.ended(), b"")
+
+    def test_connection_is_kept_for_many_requests(self):
+        with Viewer() as viewer:
+            for path, kind in (("/", "text/html"), ("/turtle", "application/json"), ("/img/7", "image/png"),
+                               ("/wall", "application/json"), ("/coin", "application/json"), ("/x", "text/html")):
+                head, body = viewer.get(path)
+                self.assertIn("Content-Type: %s\r\nContent-Length: %d\r\n" % (kind, len(body)), head)
+            self.assertEqual(viewer.pending, b"")
+
+    def test_request_in_two_packets_is_not_reassembled(self):
+        with Viewer() as viewer:
+            viewer.send("GET /cam")
+            self.assertEqual(viewer.ended(), b"")  # a packet without a line feed holds no request
+        with Viewer() as viewer:
+            viewer.send("GET /camera HTTP/1.1\r\n")  # a whole line is a request, the header line comes too late
+            self.assertEqual(viewer.answer()[1].decode(), OVERVIEW)
+            viewer.send("Connection: close\r\n\r\n")  # read as the next request, which has no known method
+            self.assertEqual(viewer.ended(), b"")
+
+    def test_second_request_of_a_packet_is_dropped(self):
+        with Viewer() as viewer:
+            viewer.send("GET /camera HTTP/1.1\r\n\r\nGET /turtle HTTP/1.1\r\n\r\n")
+            self.assertEqual(viewer.answer()[1].decode(), OVERVIEW)
+            head, body = viewer.get("/img/5")
+            self.assertEqual(len(body), 481)
+
+    def test_page_names_the_default_scripts(self):
+        body = get("/")[1].decode()
+        at = [body.index("http://localhost:2281/kelmora/script/" + name) for name in ("kelmora.js", "three.min.js")]
+        self.assertLess(*at)
+        self.assertEqual(get("/somebody")[1].decode(), body)
+        self.assertEqual(get("/turtle?x=1")[1].decode(), body)
+        self.assertEqual(body.count("\"></div>"), 30)  # score0 to score28 and the result box
+
+    def test_icons_have_their_lengths(self):
+        lengths = [4240, 4896, 3326, 4181, 3319, 481, 691, 11961]
+        icons = [get("/img/%d" % n)[1] for n in range(8)]
+        self.assertEqual([len(icon) for icon in icons], lengths)
+        for icon, length in zip(icons, lengths):
+            self.assertEqual(icon[:8], b"\x89PNG\r\n\x1a\n")
+            side = 32 if length < 1000 else 64
+            self.assertEqual(struct.unpack(">IIBB", icon[16:26]), (side, side, 8, 6))
+        for path, n in (("/img/99", 7), ("/img/-1", 7), ("/img/abc", 0), ("/a/IMG/3", 3)):
+            self.assertEqual(get(path)[1], icons[n], path)
+
+    def test_median_answer_on_a_kept_connection_takes_less_than_10_ms(self):
+        # A delayed acknowledgement would hold every answer up for 40 ms.
+        times = []
+        with Viewer() as viewer:
+            for _ in range(51):
+                start = time.monotonic()
+                viewer.get("/turtle")
+                times.append(time.monotonic() - start)
+        self.assertLess(sorted(times)[25], patience(0.010))
+
+    def test_a_common_client_library_understands_the_answers(self):
+        connection = http.client.HTTPConnection("127.0.0.1", VIEWER_PORT, timeout=patience(20))
+        for path in ("/", "/turtle", "/img/7"):
+            connection.request("GET", path)
+            answer = connection.getresponse()
+            self.assertEqual(answer.status, 200)
+            self.assertEqual(len(answer.read()), int(answer.getheader("Content-Length")))
+        connection.close()
+
+    def test_connection_is_announced_with_its_socket(self):
+        start = self.field.mark()
+        with Viewer() as viewer:
+            viewer.get("/camera")
+            wait_until(lambda: any(re.fullmatch(r"http connected from 127\.0\.0\.1 \d+", line)
+                                   for line in self.field.said(start)), 10, "the line about the connection")
+
+    def test_reader_that_never_reads_holds_up_nobody(self):
+        with Viewer(receive_buffer=4096) as lazy:
+            lazy.sock.setblocking(False)
+            sent = 0
+            try:
+                while sent < 20000:
+                    sent += lazy.sock.send(b"GET /img/7 HTTP/1.1\r\n\r\n".ljust(2048, b"x"))
+            except BlockingIOError:
+                pass
+            for _ in range(20):
+                self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
+
+    def test_hostile_requests_leave_the_server_standing(self):
+        for request in (b"\0" * 2048, b"\n" * 2048, b"GET " + b"/" * 4000 + b"\n", b"GET /" + b"\xff" * 900 + b" \n",
+                        b"GET /img/" + b"9" * 900 + b" H\n", b"GET /$" + b"9" * 900 + b"/camera H\n",
+                        b"GET /%n%s%p%d H\n", b"HEAD\n", b"GET\n", b" \n"):
+            with Viewer() as viewer:
+                try:
+                    viewer.send(request)
+                    viewer.sock.shutdown(socket.SHUT_WR)
+                except OSError:
+                    pass  # the server has ended the connection already
+                viewer.ended()
+        self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
+
+    def test_walls_of_the_boundary_are_listed(self):
+        walls = get_json("/wall")
+        self.assertGreater(len(walls), 0)
+        for wall in walls:
+            self.assertEqual(list(wall), ["x1", "y1", "x2", "y2", "nx", "ny"])
+
+
+class Turtles(FieldTest):
+    def mine(self, x, y):
+        return [t for t in get_json("/turtle") if t["alive"] and (t["x"], t["y"]) == (x, y)]
+
+    def test_turtle_list_follows_the_commands(self):
+        turtle = self.fresh()
+        turtle.do("p u", "j 30 -40.5", "t l 90", "n 616263")
+        found = self.mine(30, -40.5)
+        self.assertEqual(len(found), 1)
+        self.assertEqual((found[0]["type"], found[0]["name"]), (1, "abc"))
+        self.assertEqual(found[0]["score"], 100)
+        self.assertFalse(found[0]["firing"])
+        self.assertEqual(list(found[0]), ["tid", "time", "type", "name", "team", "x", "y", "head", "ttl", "bx", "by",
+                                          "bttf", "score", "ncoin", "alive", "firing", "got_hit", "collide",
+                                          "detected", "got_msg"])
+        clock = turtle.ask(".").clock
+        self.assertGreaterEqual(get_json("/turtle")[0]["time"], clock)
+
+    def test_camera_looks_ahead_of_the_turtle(self):
+        turtle = self.fresh()
+        turtle.do("p u", "j 30 -40")
+        number = self.mine(30, -40)[0]["tid"]
+        heading = self.mine(30, -40)[0]["head"]
+        turtle.do("t r %f" % heading)  # back to 0
+        head = wait_until(lambda: [t for t in self.mine(30, -40) if abs(t["head"]) < 1e-3], 10, "heading 0")
+        self.assertTrue(head)
+        camera = get_json("/$%d/camera" % number)
+        self.assertEqual((camera["x0"], camera["y0"], camera["z0"], camera["z1"]), (30, -40, 10, 10))
+        self.assertAlmostEqual(camera["x1"], 130, delta=0.01)
+        self.assertAlmostEqual(camera["y1"], -40, delta=0.01)
+        self.assertEqual(get("/$99999999999/camera")[1].decode(), OVERVIEW)
+
+    def test_killed_field_gives_empty_lists(self):
+        self.fresh().close()
+        self.field.key("K")
+        wait_until(lambda: get("/turtle")[1] == b"[]", 10, "an empty turtle list")
+        self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
+
+    def test_lists_stay_whole_while_turtles_move(self):
+        turtles = self.fresh(10)
+        stop = threading.Event()
+
+        def drive(turtle):
+            while not stop.is_set():
+                turtle.ask("t l 7")
+        threads = [threading.Thread(target=drive, args=(turtle,)) for turtle in turtles]
+        for thread in threads:
+            thread.start()
+        try:
+            with Viewer() as viewer:
+                for _ in range(200):
+                    for path in ("/turtle", "/wall", "/coin"):
+                        json.loads(viewer.get(path)[1])
+        finally:
+            stop.set()
+            for thread in threads:
+                thread.join(patience(30))
+
+
+class Limits(unittest.TestCase):
+    def test_connection_beyond_256_is_closed_and_the_server_goes_on(self):
+        with Field() as field:
+            viewers = [Viewer() for _ in range(CONNECTION_MAX)]
+            try:
+                viewers[-1].get("/camera")
+                start = field.mark()
+                with Viewer() as one_more:
+                    self.assertEqual(one_more.ended(), b"")
+                field.wait_line("httpd: too many connections, closing the one from 127.0.0.1", start)
+                self.assertEqual(len([line for line in field.said(start) if "127.0.0.1" in line]), 1)
+                self.assertEqual(viewers[0].get("/camera")[1].decode(), OVERVIEW)
+                viewers.pop().close()
+
+                def served():
+                    try:
+                        return get("/camera")[1].decode() == OVERVIEW
+                    except (EOFError, ConnectionError):
+                        return False
+                wait_until(served, 10, "room for one connection")
+            finally:
+                for viewer in viewers:
+                    viewer.close()
+
+    def test_refused_peer_ends_the_server_but_not_its_connections(self):
+        with Field() as field:
+            kept = Viewer()
+            kept.get("/camera")
+            start = field.mark()
+            with Viewer(source="127.0.0.2") as stranger:
+                self.assertEqual(stranger.ended(), b"")
+                field.wait_line("accept_connection(): reject connection from 127.0.0.2 %d" % swap16(stranger.port),
+                                start)
+            self.assertEqual(kept.get("/camera")[1].decode(), OVERVIEW)
+            start = field.mark()
+            with Viewer() as late:  # the kernel still takes the connection, nobody serves it
+                late.send("GET /camera HTTP/1.1\r\n\r\n")
+                for _ in range(20):
+                    kept.get("/camera")
+                late.sock.settimeout(1.0)
+                self.assertRaises(socket.timeout, late.sock.recv, 1)
+            self.assertEqual([line for line in field.said(start) if "http connected" in line], [])
+            kept.close()
+            with Client() as turtle:  # the field itself is untouched
+                turtle.do(".")
+
+    def test_public_mode_serves_every_peer(self):
+        with Field() as field:
+            field.key("at")
+            field.wait_line("entering public mode...")
+            with Viewer(source="127.0.0.2") as guest:
+                self.assertEqual(guest.get("/camera")[1].decode(), OVERVIEW)
+                wait_until(lambda: [line for line in field.said() if line.startswith("http connected from 127.0.0.2 ")],
+                           10, "the line about the guest")
+
+    def test_scripts_come_from_the_command_line(self):
+        with Field(args=["-js", "a.js;b.js c.js"]) as field:
+            for name in ("a.js", "b.js", "c.js"):
+                field.wait_line("script: " + name)
+            self.assertEqual(re.findall(r'src="([^"]*)"', get("/")[1].decode()), ["a.js", "b.js", "c.js"])
+            self.assertIn("httpd: listening for connections on port 2280...", field.said())
+
+    def test_taken_port_is_reported(self):
+        with socket.socket() as other:
+            other.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)  # earlier connections linger
+            other.bind(("0.0.0.0", VIEWER_PORT))
+            other.listen(1)
+            with Field() as field:
+                field.wait_line("httpd(): cannot bind to port 2280")
+                with Client() as turtle:
+                    turtle.do(".")
+
+    def test_idle_connection_ends_after_60_seconds_altogether(self):
+        with Field():
+            with Viewer() as idle, Viewer() as busy:
+                start = time.monotonic()
+                idle.get("/camera")
+                busy.sock.settimeout(10)
+                answers = 0
+                while True:  # a request every 10 seconds does not renew the budget
+                    try:
+                        busy.send("HEAD / HTTP/1.1\r\n\r\n")
+                        busy.answer(body=False)
+                        answers += 1
+                        self.assertEqual(busy.sock.recv(1), b"")
+                        break
+                    except socket.timeout:
+                        self.assertLess(time.monotonic() - start, patience(IDLE_BUDGET + 20))
+                    except (EOFError, ConnectionError):
+                        break
+                self.assertGreaterEqual(answers, 5)
+                took = time.monotonic() - start
+                self.assertGreater(took, IDLE_BUDGET - 2)
+                idle.sock.settimeout(patience(20))
+                self.assertEqual(idle.ended(), b"")
+                self.assertLess(time.monotonic() - start, patience(IDLE_BUDGET + 20))
+
+
+if __name__ == "__main__":
+    harness.main()
