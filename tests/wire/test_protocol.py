@@ -283,8 +283,9 @@ class Commands(FieldTest):
 class Meetings(FieldTest):
     def setUp(self):
         self.one, self.two = self.fresh(2)
-        self.one.do("c", "j -100 0")
+        self.one.do("j 3000 0")                             # out of the way of the other's reset
         self.two.do("c", "j 100 0")
+        self.one.do("c", "j -100 0")
 
     def place(self, distance):
         # The jump is refused when somebody stands within 20 of its start, so both come from far away.

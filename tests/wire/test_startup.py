@@ -4,7 +4,6 @@ import os
 import socket
 import subprocess
 import tempfile
-import time
 import unittest
 
 import harness
@@ -25,13 +24,12 @@ def run(*arguments, argv0=None, env=None):
 
 
 class Options(unittest.TestCase):
-    def assertHelp(self, result):
+    def assertHelp(self, result, scripts=()):
         status, out, lines = result
         self.assertEqual((status, out), (0, ""))
-        self.assertEqual(len(lines), 5)                     # two banners, two lines of help, nothing after them
         self.assertRegex(lines[0], r"^Kelmora: .+$")
         self.assertRegex(lines[1], r"^starting kelmora build on [A-Z][a-z]{2} [ 123]\d \d{4}$")
-        self.assertEqual(lines[2:], HELP + [""])
+        self.assertEqual(lines[2:], ["script: " + script for script in scripts] + HELP + [""])
 
     def test_help_is_printed_without_a_display(self):
         self.assertHelp(run("-h"))
@@ -41,13 +39,14 @@ class Options(unittest.TestCase):
         self.assertHelp(run("-hx", "-js", "a"))
 
     def test_options_are_scanned_in_order_past_unknown_ones(self):
-        self.assertHelp(run("-js", "a;b", "-h"))
-        self.assertHelp(run("-jsx", "a", "-h"))
+        self.assertHelp(run("-js", "a;b", "-h"), ("a", "b"))
+        self.assertHelp(run("-js", "a", "-js", "c d", "-h"), ("a", "c", "d"))
+        self.assertHelp(run("-jsx", "a", "-h"), ("a",))
         self.assertHelp(run("", "-", "--help", "-j", "x" * 5000, "-h"))
 
     def test_program_name_is_examined_like_an_option(self):
         self.assertHelp(run(argv0="-hx"))
-        self.assertHelp(run("whatever", "-h", argv0="-js"))
+        self.assertHelp(run("whatever", "-h", argv0="-js"), ("whatever",))
 
 
 class Start(unittest.TestCase):
@@ -75,15 +74,11 @@ class Start(unittest.TestCase):
 
     def test_second_program_warns_and_leaves_the_first_alone(self):
         with Field() as first, Client() as turtle:
-            second = subprocess.Popen([harness.PROGRAM], env=first.environment, stdout=subprocess.DEVNULL,
-                                      stderr=subprocess.PIPE, text=True, cwd=first.cwd)
-            try:
-                said = [second.stderr.readline() for _ in range(4)]
-                self.assertIn("init_socket(): cannot bind to port 2222\n", said)
+            with Field(servers=False) as second:
+                second.wait_line("init_socket(): cannot bind to port 2222")
                 self.assertEqual(turtle.ask("q a").values, "1")
-            finally:
-                second.terminate()
-                second.communicate(timeout=harness.patience(20))
+            turtle.do("f 1")
+            self.assertNotIn("init_socket(): cannot bind to port 2222", first.said())
 
     def test_missing_and_over_long_environment_is_survived(self):
         # HOME as long as one environment string may be; a capture reads both HOME and USER.
@@ -101,7 +96,7 @@ class Start(unittest.TestCase):
     def test_quit_key_ends_with_status_zero(self):
         with Field() as field, Client() as turtle:
             turtle.do("p d", "f 10")
-            field.key("Q")
+            field.key("Q", last=True)
             self.assertEqual(field.wait_exit(), 0)
 
 
@@ -128,7 +123,7 @@ class Placement(unittest.TestCase):
             angle = clients[0].numbers("q r 2")[0]
             seen.append(("radar", angle))
             arrive()
-            clients[0].do("c")                              # resets without a draw
+            clients[0].ask("c")                             # resets without a draw
             field.key("M")                                  # drops all, builds a maze
             field.wait_line("entering maze mode...")
             wait_until(lambda: harness.served_connections() == 0, 10, "all clients to be dropped")
