@@ -6,7 +6,8 @@ import harness
 from harness import Client, Closed, FieldTest, wait_until
 
 RELOAD_TICKS = 60          # more than a beam's way over 60 units (30 frames) and the 25 frames of its explosion
-TURN, STEP = 3.0, 2.0      # what one command turns and steps in battle mode
+CLOSE_TICKS = 34           # the same for bodies in contact: 5 frames of flight
+TURN = 3.0                 # degrees that one command turns in battle mode
 
 
 def parts(total, most):
@@ -34,10 +35,10 @@ class Fighter:
         angle = math.degrees(math.atan2(y - own_y, x - own_x)) - heading
         self.turn_by((angle + 180.0) % 360.0 - 180.0)
 
-    def shoot(self):
+    def shoot(self, ticks=RELOAD_TICKS):
         """Fires once and waits until the shot has come to its end."""
         answer = self.client.ask("x")
-        self.client.wait_ticks(RELOAD_TICKS)
+        self.client.wait_ticks(ticks)
         return answer
 
 
@@ -168,7 +169,7 @@ class Battle(FieldTest):
                         self.assertGreaterEqual(deaths, 3)
                         wait_until(lambda: self.closing_lines() == 5, 10, "all others to be disconnected")
                         return
-                    fighter.shoot()
+                    fighter.shoot(CLOSE_TICKS)
                     if fighter.score() < 1:
                         fighter.client.close()                      # spent: leaves, and becomes a target
                         alive.remove(fighter)
