@@ -1,0 +1,464 @@
+// Whole frames: the canvas from frame to frame, the two cameras, the order of the layers, what a frame changes.
+#include "picture/field_fixture.h"
+
+#include "display/paint.h"
+#include "display/window.h"
+#include "draw/icons.h"
+#include "field/cards.h"
+#include "field/modes.h"
+#include "geometry/furnish.h"
+#include "turtle/pen.h"
+
+#include <filesystem>
+#include <mutex>
+#include <unistd.h>
+
+using namespace picture;
+
+namespace {
+
+const rgb BLACK{0, 0, 0};
+const rgb WHITE{255, 255, 255};
+
+class Frame : public FieldPicture {
+protected:
+    void SetUp() override {
+        FieldPicture::SetUp();
+        glDisable(GL_DEPTH_TEST); // as every frame finds it
+    }
+
+    static shot noise_shot() {
+        shot s{std::vector<unsigned char>(size_t{SIDE} * SIDE * 3)};
+        size_t k = 0;
+        for (int row = 0; row < SIDE; ++row)
+            for (int column = 0; column < SIDE; ++column) {
+                const rgb c = noise(column, row);
+                for (const int level : {c.r, c.g, c.b}) s.bytes[k++] = static_cast<unsigned char>(level);
+            }
+        return s;
+    }
+
+    // A field with something of everything; the same one at every call.
+    static void furnish() {
+        reset_tables(5);
+        reset_wall();
+        generate_maze();
+        battle_mode = disp_name = disp_score = disp_help = 1;
+        bgcol[0] = 0.2;
+        field_cleared = 0;
+        for (int k = 0; k < 60; ++k) lay_coin(k, 7.0 * (k % 20) - 70, 11.0 * (k / 20) - 180);
+        for (int k = 1; k <= 53; ++k) field_set_card(k, 7.0 * k - 240, 90);
+        for (int i = 0; i < 12; ++i) {
+            turtle_t& t = put_turtle(i, 40.0 * i - 220, 15.0 * i - 100, 33.0 * i);
+            t.team = i % 5;
+            t.n_coin = i % 2;
+            t.flags |= TTL_PEN_DOWN;
+            t.pos[1] = {t.pos[0].x - 30, t.pos[0].y - 20};
+            bounded_copy(t.name, "turtle", TEXT_BYTES);
+        }
+        put_object(12, TTL_STONE, -100, 100);
+        put_object(13, TTL_DOUGHNUT, 100, -100);
+        ttl[3].dying_count = 45;
+        ttl[4].fire_wait = 20;
+        ttl[4].beam_x = ttl[4].beam_y = 60;
+        ttl[5].flags |= TTL_FIRING;
+        ttl[5].beam_x = -120;
+        ttl[5].beam_y = -40;
+        ttl[6].finder_target = 7;
+        ttl[8].radar_target = 2;
+    }
+};
+
+} // namespace
+
+// --- canvas ---
+
+TEST_F(Frame, clear_wipes_to_the_background_colour) {
+    put_canvas(noise);
+    bgcol[0] = 0.2; // 51
+    bgcol[1] = 0.4; // 102
+    bgcol[2] = 0.6; // 153
+    field_clear();
+    EXPECT_EQ(pixels_of(frame(), {51, 102, 153}, 0), SIDE * SIDE);
+    EXPECT_EQ(field_cleared, 1);
+    EXPECT_EQ(field_is_painted, 1);
+}
+
+TEST_F(Frame, clear_in_battle_mode_lays_the_battle_background_once) {
+    clear(0, 0, 0);
+    canvas_view();
+    drawBackground();
+    const shot expected = read_window();
+    battle_mode = 1;
+    EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
+    EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
+    EXPECT_EQ(field_is_painted, 0);
+}
+
+TEST_F(Frame, canvas_passes_through_many_frames_bit_for_bit) {
+    put_canvas(noise);
+    const shot expected = noise_shot();
+    for (int k = 0; k < 20; ++k) ASSERT_EQ(differing_pixels(frame(), expected, 0), 0) << k;
+    EXPECT_EQ(field_is_painted, 0);
+}
+
+TEST_F(Frame, painting_changes_its_own_pixels_only) {
+    put_canvas(noise);
+    turtle_t& t = put_turtle(0, -200.5, 100.5);
+    t.flags |= TTL_PEN_DOWN | TTL_POINT_MODE;
+    t.line_width[1] = 3;
+    t.color[1] = {0, 1, 0};
+    draw_frame();
+    EXPECT_EQ(field_is_painted, 1);
+    ttl[0].flags = 0; // away with the body: the floor alone
+    const shot s = frame();
+    EXPECT_EQ(field_is_painted, 0);
+    shot expected = noise_shot();
+    for (int row = 355; row <= 357; ++row) // 100.5 + 256 = 356.5, centre of pixel 356
+        for (int column = 54; column <= 56; ++column) {
+            const size_t k = (static_cast<size_t>(row) * SIDE + static_cast<size_t>(column)) * 3;
+            expected.bytes[k] = expected.bytes[k + 2] = 0;
+            expected.bytes[k + 1] = 255;
+        }
+    EXPECT_EQ(differing_pixels(s, expected, 0), 0);
+}
+
+TEST_F(Frame, brush_ink_and_texts_stay_on_the_canvas) {
+    turtle_t& t = put_turtle(0, 0, 0);
+    t.flags |= TTL_PEN_DOWN | TTL_BRUSH;
+    t.n_painted = 4;
+    for (int k = 0; k < TRACK_MAX; ++k) {
+        t.pos[k] = {100.0 - 30.0 * k, 50.0 + 5.0 * (k % 2)};
+        t.line_width[k] = 12;
+    }
+    turtle_print_string(0, "here");
+    draw_frame();
+    ttl[0].flags = 0;
+    const shot first = frame();
+    EXPECT_GT(SIDE * SIDE - pixels_of(first, BLACK, 0), 100);
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(differing_pixels(first, frame(), 0), 0);
+}
+
+// --- cameras ---
+
+TEST_F(Frame, bird_view_shows_the_field_from_the_south) {
+    put_canvas([](int, int) { return WHITE; });
+    glClearColor(0, 0, 0, 1);
+    bird_view_mode = 1;
+    const shot s = frame();
+    const box b = ink(s, BLACK, 128);
+    // Depth of a point (x, y, 0) is (512 - y') with y' along the view: near edge (256 + 512) / sqrt 2 = 543.06, far
+    // edge 905.10; heights -181.02 and 181.02; tan 27.5 deg = 0.520567. Near edge: columns 256 (1 -+ 256 / 282.70), row
+    // 256 (1 - 181.02 / 282.70) = 92.1; far edge: row 256 (1 + 181.02 / 471.17) = 354.4.
+    EXPECT_NEAR(b.left, 24.2, 1);
+    EXPECT_NEAR(b.right, 486.8, 1);
+    EXPECT_NEAR(b.bottom, 92.1, 1);
+    EXPECT_NEAR(b.top, 353.4, 1);
+    EXPECT_EQ(s.at(30, 340), BLACK); // beside the narrower far end
+}
+
+TEST_F(Frame, smaller_field_of_view_is_nearer) {
+    put_canvas([](int, int) { return WHITE; });
+    glClearColor(0, 0, 0, 1);
+    bird_view_mode = 1;
+    const int wide = pixels_of(frame(), WHITE, 0);
+    view_fov_angle = 40;
+    EXPECT_GT(pixels_of(frame(), WHITE, 0), wide);
+}
+
+TEST_F(Frame, rotation_turns_the_field_counter_clockwise_under_the_camera) {
+    put_canvas([](int column, int) { return column >= SIDE / 2 ? WHITE : BLACK; });
+    glClearColor(0, 0, 0, 1);
+    bird_view_mode = 1;
+    view_rotation_angle = 90; // east goes to the far side
+    const shot s = frame();
+    EXPECT_EQ(s.at(256, 330), WHITE);
+    EXPECT_EQ(s.at(256, 120), BLACK);
+    bird_view_mode = 0; // the top view does not turn
+    EXPECT_EQ(frame().on_field(100, 0), WHITE);
+}
+
+// --- layers ---
+
+TEST_F(Frame, walls_show_in_battle_mode_only) {
+    setup_wall(0, 100, 50, -100, 50, 0, 1);
+    put_canvas([](int, int) { return BLACK; });
+    EXPECT_EQ(pixels_of(frame(), BLACK, 0), SIDE * SIDE);
+    battle_mode = 1;
+    EXPECT_NE(frame().on_field(0, 49), BLACK);
+}
+
+TEST_F(Frame, newest_coin_lies_on_top) {
+    put_canvas([](int, int) { return BLACK; });
+    lay_coin(0, 5, 0);
+    const shot only = frame();
+    reset_coin();
+    // Slot order says otherwise: the coin in slot 0 is the newer one.
+    lay_coin(0, 5, 0);
+    lay_coin(1, 0, 0);
+    coins[0].ord = 1;
+    coins[1].ord = 0;
+    const shot both = frame();
+    int opaque = 0;
+    for (int y = -4; y < 4; ++y)
+        for (int x = 1; x < 9; ++x) {
+            EXPECT_LE(difference(both.on_field(x, y), only.on_field(x, y)), 1) << x << ' ' << y;
+            ++opaque;
+        }
+    EXPECT_EQ(opaque, 64);
+    EXPECT_NE(both.on_field(4, 0), BLACK);
+}
+
+TEST_F(Frame, card_placed_last_lies_on_top) {
+    put_canvas([](int, int) { return BLACK; });
+    field_set_card(20, 0, 0);
+    const shot only = frame();
+    field_set_card(7, 10, 0);
+    field_set_card(20, 0, 0);
+    const shot both = frame();
+    for (int y = 20; y < 80; ++y)
+        for (int x = 12; x < 70; ++x) ASSERT_EQ(both.on_field(x, y), only.on_field(x, y)) << x << ' ' << y;
+    EXPECT_NE(both.on_field(80, 50), BLACK); // the lower card sticks out to the right
+}
+
+TEST_F(Frame, entries_that_are_no_card_are_passed_over) {
+    put_canvas([](int, int) { return BLACK; });
+    field_set_card(20, 0, 0);
+    const shot expected = frame();
+    card_list[1] = -1;
+    card_list[2] = 53;
+    card_list[3] = INT32_MAX;
+    card_list[4] = INT32_MIN;
+    EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
+}
+
+TEST_F(Frame, turtle_is_drawn_over_a_doughnut_whatever_their_slots) {
+    put_canvas([](int, int) { return BLACK; });
+    put_turtle(0, 0, 0);
+    const shot turtle = frame();
+    put_object(1, TTL_DOUGHNUT, 0, 0);
+    const shot both = frame();
+    // The middle of the shell; the doughnut reaches beyond it.
+    for (int y = -4; y < 4; ++y)
+        for (int x = -6; x < 6; ++x) EXPECT_EQ(both.on_field(x, y), turtle.on_field(x, y)) << x << ' ' << y;
+    EXPECT_GT(differing_pixels(both, turtle, 0), 20);
+}
+
+TEST_F(Frame, objects_draw_before_turtles_whatever_their_slots) {
+    // Both fire; each beam finds the same victim with 30 points, so that only the second kills.
+    put_turtle(0, -200, 0);
+    put_object(1, TTL_DOUGHNUT, 200, 0);
+    put_turtle(2, 0, 100).score = 30;
+    for (const int i : {0, 1}) {
+        ttl[i].flags |= TTL_FIRING;
+        ttl[i].beam_x = 0;
+        ttl[i].beam_y = 98;
+        ttl[i].beam_dir = 90;
+    }
+    draw_frame();
+    EXPECT_EQ(ttl[2].dying_count, 49); // its first frame of dying is this one
+    EXPECT_EQ(ttl[1].fire_wait, 24);   // the doughnut came first: its explosion has begun
+    EXPECT_EQ(ttl[0].fire_wait, 0);    // the turtle killed: no explosion
+}
+
+TEST_F(Frame, overlays_come_on_top_and_leave_the_frame_tidy) {
+    put_canvas([](int, int) { return BLACK; });
+    put_turtle(0, 0, 0);
+    const shot bare = frame();
+    disp_help = 1;
+    EXPECT_GT(differing_pixels(frame(), bare, 8), 10000);
+    disp_help = 0;
+    socket_error_occurred = 1;
+    const int warning = differing_pixels(frame(), bare, 8);
+    EXPECT_GT(warning, 200);
+    EXPECT_LT(warning, 30000);
+    EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST));
+    EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
+    EXPECT_FALSE(glIsEnabled(GL_BLEND));
+    EXPECT_FALSE(glIsEnabled(GL_CULL_FACE));
+}
+
+TEST_F(Frame, batches_and_lists_show_the_plain_picture) {
+    // Triangles of one wall or body may round an edge pixel or a texel differently: a handful of 262144 pixels.
+    constexpr int HANDFUL = 60;
+    for (const int view : {0, 1}) {
+        furnish();
+        bird_view_mode = view;
+        draw_plainly = 1;
+        const shot plain = frame();
+        furnish();
+        bird_view_mode = view;
+        draw_plainly = 0;
+        const shot fast = frame();
+        EXPECT_LE(differing_pixels(plain, fast, 4), HANDFUL) << view;
+        EXPECT_GT(differing_pixels(plain, shot{std::vector<unsigned char>(plain.bytes.size())}, 4), 50000);
+    }
+}
+
+// --- what a frame does besides drawing ---
+
+TEST_F(Frame, frame_hands_the_field_back_unlocked_and_unpaced) {
+    for (client_t& c : client_tab) c.frame_cmd_count = 3;
+    teams[2].flags = TEAM_REFUSES;
+    put_turtle(0, 0, 0);
+    lay_coin(0, 5, 5);
+    draw_frame();
+    ASSERT_TRUE(frame_rendering_mutex.try_lock());
+    frame_rendering_mutex.unlock();
+    for (const client_t& c : client_tab) EXPECT_EQ(c.frame_cmd_count, 0U);
+    EXPECT_EQ(teams[2].flags, 0U);
+    EXPECT_EQ(ttl[0].event, EVENT_COIN);
+    EXPECT_EQ(elapsed_time, 0U); // the timer's business
+}
+
+TEST_F(Frame, capture_writes_one_file_and_clears_its_flag) {
+    char home[] = "/tmp/kelmora-frame-XXXXXX";
+    ASSERT_NE(mkdtemp(home), nullptr);
+    const char* before = getenv("HOME");
+    const std::string saved = before == nullptr ? "" : before;
+    setenv("HOME", home, 1);
+    elapsed_time = 77;
+    capture_screen = 1;
+    draw_frame();
+    EXPECT_EQ(capture_screen, 0);
+    draw_frame();
+    if (before != nullptr) setenv("HOME", saved.c_str(), 1);
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(home)) names.push_back(entry.path().filename());
+    EXPECT_EQ(names, std::vector<std::string>{"kelmora-capture-77.png"});
+    std::filesystem::remove_all(home);
+}
+
+// --- keys ---
+
+TEST_F(Frame, zoom_keys_stop_at_their_ends) {
+    for (const char key : {'+', ';'}) {
+        view_fov_angle = 55;
+        for (int k = 0; k < 8; ++k) keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 15);
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 15);
+    }
+    for (const char key : {'-', '='}) {
+        view_fov_angle = 55;
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 60);
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 60);
+    }
+}
+
+TEST_F(Frame, rotation_keys_wrap_beyond_a_half_turn) {
+    for (int k = 0; k < 72; ++k) keyboardfunc('.', 0, 0);
+    EXPECT_EQ(view_rotation_angle, 180);
+    keyboardfunc('>', 0, 0);
+    EXPECT_EQ(view_rotation_angle, -177.5);
+    keyboardfunc(',', 0, 0);
+    EXPECT_EQ(view_rotation_angle, -180); // not below: stays
+    keyboardfunc('<', 0, 0);
+    EXPECT_EQ(view_rotation_angle, 177.5);
+}
+
+TEST_F(Frame, small_letters_of_the_capital_keys_do_nothing) {
+    put_turtle(0, 0, 0);
+    const int walls_before = nwall;
+    for (const char key : {'k', 'm', 'q', '4', 'a', ' ', '~', '\x7f', '\0', '\x1a'}) {
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+    }
+    EXPECT_TRUE(has_any(ttl[0].flags, TTL_ALIVE));
+    EXPECT_EQ(maze_mode, 0);
+    EXPECT_EQ(nwall, walls_before);
+}
+
+TEST_F(Frame, keys_reach_their_switches) {
+    const auto press = [](unsigned char key) { keyboardfunc(key, 3, 4); };
+    for (const unsigned char key : {'H', 'h'}) press(key);
+    EXPECT_EQ(disp_help, 0);
+    press('h');
+    EXPECT_EQ(disp_help, 1);
+    press(27);
+    EXPECT_EQ(disp_help, 0);
+    press('N');
+    EXPECT_EQ(disp_name, 1);
+    press('n');
+    EXPECT_EQ(disp_name, 0);
+    press('S');
+    EXPECT_EQ(disp_score, 1);
+    press('s');
+    EXPECT_EQ(disp_score, 0);
+    press('B');
+    EXPECT_EQ(bounded_area_mode, 1);
+    press('b');
+    EXPECT_EQ(bounded_area_mode, 0);
+    press('3');
+    EXPECT_EQ(bird_view_mode, 1);
+    press('@');
+    EXPECT_EQ(private_mode, 0);
+    EXPECT_EQ(menuitem_need_to_change, 1);
+    press('@');
+    EXPECT_EQ(private_mode, 1);
+    press('!');
+    EXPECT_EQ(battle_mode, 1);
+    press('!');
+    EXPECT_EQ(battle_mode, 0);
+    for (const unsigned char key : {'P', 'p'}) {
+        capture_screen = 0;
+        press(key);
+        EXPECT_EQ(capture_screen, 1);
+    }
+    capture_screen = 0;
+    for (const unsigned char key : {'C', 'c'}) {
+        field_cleared = 1;
+        press(key);
+        EXPECT_EQ(field_cleared, 0);
+    }
+    for (const unsigned char key : {'O', 'o'}) press(key);
+    EXPECT_EQ(ntmax, 2);
+    EXPECT_EQ(ttl[1].flags, TTL_ALIVE | TTL_STONE);
+    for (const unsigned char key : {'Z', 'z'}) {
+        put_turtle(0, 0, 0).flags |= TTL_ZOMBIE;
+        press(key);
+        EXPECT_EQ(ttl[0].flags, 0U);
+    }
+    press('K');
+    EXPECT_EQ(ntmax, 0);
+    press('M');
+    EXPECT_EQ(maze_mode, 1);
+    press('M');
+    EXPECT_EQ(maze_mode, 0);
+    ASSERT_TRUE(frame_rendering_mutex.try_lock()); // no handler keeps the lock
+    frame_rendering_mutex.unlock();
+}
+
+TEST_F(Frame, menu_entries_reach_their_operations) {
+    field_cleared = 1;
+    menufunc(0);
+    menufunc(6);
+    menufunc(-1);
+    menufunc(10);
+    EXPECT_EQ(field_cleared, 1);
+    menufunc(1);
+    EXPECT_EQ(field_cleared, 0);
+    put_turtle(0, 0, 0).flags |= TTL_ZOMBIE;
+    menufunc(2);
+    EXPECT_EQ(ttl[0].flags, 0U);
+    menufunc(3);
+    EXPECT_EQ(battle_mode, 1);
+    menufunc(4);
+    EXPECT_EQ(private_mode, 0);
+    menufunc(5);
+    EXPECT_EQ(capture_screen, 1);
+    menufunc(7);
+    menufunc(7);
+    EXPECT_EQ(disp_help, 1); // sets, never toggles
+    put_turtle(0, 0, 0);
+    menufunc(8);
+    EXPECT_EQ(ntmax, 0);
+}
+
+TEST_F(Frame, timer_advances_the_clock_by_one) {
+    menuitem_need_to_change = 1;
+    timerfunc(0);
+    EXPECT_EQ(elapsed_time, 1U);
+    EXPECT_EQ(menuitem_need_to_change, 0);
+}

@@ -1,0 +1,313 @@
+// Walls, sensor lines and turtles as drawn, and the rules that drawing a turtle drives, in their order.
+#include "picture/field_fixture.h"
+
+#include "display/battle.h"
+#include "turtle/firing.h"
+
+using namespace picture;
+
+namespace {
+
+const rgb BLACK{0, 0, 0};
+
+class Scene : public FieldPicture {
+protected:
+    void SetUp() override {
+        FieldPicture::SetUp();
+        const float dark[] = {0.0F, 0.0F, 0.0F, 0.0F};
+        glMaterialfv(GL_FRONT, GL_EMISSION, dark);
+    }
+
+    static shot body(int i, double dir) {
+        clear(0, 0, 0);
+        draw_turtle_body(i, 0, 0, dir, 0, 0);
+        return read_window();
+    }
+
+    // Pixels that are not black in the rectangle of field points, right and upper ends excluded.
+    static int inked(const shot& s, int left, int bottom, int right, int top) {
+        int n = 0;
+        for (int y = bottom; y < top; ++y)
+            for (int x = left; x < right; ++x) n += s.on_field(x, y) == BLACK ? 0 : 1;
+        return n;
+    }
+};
+
+} // namespace
+
+// --- walls ---
+
+TEST_F(Scene, wall_is_a_slab_from_one_in_front_to_two_behind) {
+    setup_wall(0, 100, 50, -100, 50, 0, 1);
+    draw_walls();
+    const box b = ink(read_window(), BLACK, 0);
+    // From above: y from 50 - 2 to 50 + 1, and pointed ends one unit long; a point may miss its pixel's centre.
+    EXPECT_EQ(b.bottom, 256 + 48);
+    EXPECT_EQ(b.top, 256 + 50);
+    EXPECT_NEAR(b.left, 256 - 101, 1);
+    EXPECT_NEAR(b.right, 256 + 100, 1);
+}
+
+TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
+    for (const int plainly : {0, 1}) {
+        draw_plainly = plainly;
+        nwall = 0;
+        setup_wall(0, 10, 50, -100, 50, 0, 1);
+        setup_wall(WALL_BACKFACE, -100, -50, 10, -50, 0, -1);
+        const std::vector<vertex> v = flat(vertices_of(draw_walls));
+        // The six corners of the top of the first wall.
+        const point_t corners[] = {{9, 50}, {10, 51}, {-100, 51}, {-99, 50}, {-100, 48}, {10, 48}};
+        // With the normal (0, 1) the points lie at (x1 - 1, y1) and (x2 + 1, y2).
+        for (const point_t& c : corners) EXPECT_NE(find_vertex(v, c.x, c.y, 15), nullptr) << c.x << ' ' << c.y;
+        // The rear edge of the second, which has none, would lie at y = -50 + 2.
+        EXPECT_EQ(find_vertex(v, 10, -48, 15), nullptr);
+        EXPECT_EQ(find_vertex(v, -100, -48, 15), nullptr);
+    }
+}
+
+TEST_F(Scene, wall_material_is_set_on_both_faces) {
+    draw_walls();
+    EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{0.5F, 0.5F, 0.3F, 1.0F}));
+    EXPECT_EQ(front_material(GL_AMBIENT), (std::vector<float>{0.45F, 0.45F, 0.27F, 1.0F}));
+    float back[4];
+    glGetMaterialfv(GL_BACK, GL_DIFFUSE, back);
+    EXPECT_EQ(back[2], 0.3F);
+    expect_tidy_state();
+}
+
+// --- sensor lines ---
+
+TEST_F(Scene, sensor_lines_show_once) {
+    put_turtle(0, -99.5, 20.5).finder_target = 1;
+    put_turtle(1, 99.5, 20.5);
+    put_turtle(2, 99.5, -40.5);
+    ttl[0].pos[0] = {-99.5, 20.5};
+    draw_beam(0);
+    shot s = read_window();
+    // Emission (1, 0.4, 0.4) and, facing the light, 1.2 times the same: (1, 0.88, 0.88).
+    EXPECT_LE(difference(s.on_field(0, 20), {255, 224, 224}), 2);
+    EXPECT_EQ(ttl[0].finder_target, -1);
+    EXPECT_EQ(front_material(GL_EMISSION), std::vector<float>(4, 0.0F));
+
+    clear(0, 0, 0);
+    ttl[0].pos[0] = {-99.5, -40.5};
+    ttl[0].radar_target = 2;
+    draw_beam(0);
+    s = read_window();
+    EXPECT_LE(difference(s.on_field(0, -41), {224, 224, 255}), 2);
+    EXPECT_EQ(ttl[0].radar_target, -1);
+
+    clear(0, 0, 0);
+    draw_beam(0);
+    EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
+}
+
+TEST_F(Scene, sensor_line_waits_for_battle_mode) {
+    put_turtle(0, -100, 0).finder_target = 1;
+    put_turtle(1, 100, 0);
+    draw_turtle(0);
+    EXPECT_EQ(ttl[0].finder_target, 1);
+    battle_mode = 1;
+    draw_turtle(0);
+    EXPECT_EQ(ttl[0].finder_target, -1);
+}
+
+// --- bodies ---
+
+TEST_F(Scene, body_has_its_head_ahead_and_its_tail_behind) {
+    put_turtle(0, 0, 0);
+    // Head 11.5 + 2.5 ahead, tail 8 + 6 behind (a tip), legs 8 + 2 to both sides.
+    const box east = ink(body(0, 0), BLACK, 0);
+    EXPECT_NEAR(east.right - 255, 14, 1);
+    EXPECT_GE(256 - east.left, 11); // from here on the tail is narrower than a pixel
+    EXPECT_LE(256 - east.left, 14);
+    EXPECT_NEAR(east.top - 255, 10, 1);
+    EXPECT_NEAR(256 - east.bottom, 10, 1);
+    // The head is thicker than the tail's tip.
+    const shot s = body(0, 90);
+    EXPECT_GT(inked(s, -5, 11, 5, 14), inked(s, -5, -14, 5, -11));
+    EXPECT_GT(inked(s, -3, 12, 3, 13), 2);
+}
+
+TEST_F(Scene, culled_and_listed_solids_look_like_plain_ones) {
+    put_turtle(0, 0, 0).team = 2;
+    draw_plainly = 1;
+    const shot plain = body(0, 33);
+    draw_plainly = 0;
+    EXPECT_LE(differing_pixels(plain, body(0, 33), 2), 2);
+    expect_tidy_state();
+}
+
+TEST_F(Scene, body_colour_is_the_team_colour_however_near_death) {
+    put_turtle(0, 0, 0).team = 3;
+    ttl[0].dying_count = 5;
+    set_ttl_color(0);
+    EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{0.1F, 0.1F, 1.0F, 1.0F}));
+    const std::vector<float> ambient = front_material(GL_AMBIENT);
+    EXPECT_NEAR(ambient[0], 0.06, 1e-6);
+    EXPECT_NEAR(ambient[2], 0.6, 1e-6);
+    EXPECT_EQ(ambient[3], 1.0F);
+}
+
+TEST_F(Scene, stones_and_doughnuts_are_icons_and_nothing_else) {
+    put_object(0, TTL_STONE, 0, 0).n_coin = 3;
+    put_object(1, TTL_DOUGHNUT, 0, 0);
+    const std::vector<vertex> stone = flat(vertices_of([] { draw_turtle_body(0, 0, 0, 0, 0, 0); }));
+    const std::vector<vertex> doughnut = flat(vertices_of([] { draw_turtle_body(1, 0, 0, 0, 0, 0); }));
+    ASSERT_FALSE(stone.empty());
+    ASSERT_FALSE(doughnut.empty());
+    for (const vertex& v : stone) EXPECT_NEAR(v.z, 3, VERTEX_TOLERANCE);
+    for (const vertex& v : doughnut) EXPECT_NEAR(v.z, 2, VERTEX_TOLERANCE);
+}
+
+TEST_F(Scene, turtle_that_carries_coins_stands_on_one) {
+    put_turtle(0, 0, 0);
+    ncoin = 4; // rank 4 of 4: 1.0 + 4 / 5 * 1.5 = 2.2 high
+    const auto draw = [] { draw_turtle_body(0, 0, 0, 0, 0, 0); };
+    EXPECT_EQ(find_vertex(flat(vertices_of(draw)), -10, -10, 2.2), nullptr);
+    ttl[0].n_coin = 1;
+    EXPECT_NE(find_vertex(flat(vertices_of(draw)), -10, -10, 2.2), nullptr);
+}
+
+// --- labels ---
+
+TEST_F(Scene, score_stands_above_and_name_below) {
+    disp_score = disp_name = 1;
+    turtle_name(0, "");
+    put_turtle(0, 0, 0).score = 111;
+    turtle_name(0, "AB");
+    draw_turtle(0);
+    const shot s = read_window();
+    // Texts start at x = -12; the score's baseline is y = 10, the name's y = -22, capitals are 10 high.
+    EXPECT_GT(inked(s, -12, 15, 20, 21), 5);
+    EXPECT_GT(inked(s, -12, -22, 12, -12), 10);
+    EXPECT_EQ(inked(s, -12, 24, 60, 60), 0);
+    EXPECT_EQ(inked(s, -12, -60, 60, -26), 0);
+}
+
+TEST_F(Scene, objects_have_no_labels) {
+    disp_score = disp_name = 1;
+    for (const uint32_t kind : {TTL_STONE, TTL_DOUGHNUT}) {
+        clear(0, 0, 0);
+        put_object(0, kind, 0, 0);
+        bounded_copy(ttl[0].name, "AB", TEXT_BYTES);
+        draw_turtle(0);
+        const shot s = read_window();
+        EXPECT_EQ(inked(s, -60, 10, 60, 60), 0) << kind;
+        EXPECT_EQ(inked(s, -60, -60, 60, -10), 0) << kind;
+    }
+}
+
+TEST_F(Scene, score_leaves_opaque_emission_and_name_a_clear_one) {
+    put_turtle(0, 0, 0);
+    disp_score = 1;
+    draw_turtle(0);
+    EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 1}));
+    disp_name = 1;
+    draw_turtle(0);
+    EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 0}));
+}
+
+// --- beams, explosions, dying ---
+
+TEST_F(Scene, beam_is_a_ball_where_it_was_and_flies_without_its_turtle) {
+    turtle_t& t = put_turtle(0, 0, 0);
+    t.flags = TTL_FIRING;
+    t.beam_x = 50;
+    t.beam_y = 0;
+    t.beam_dir = 90;
+    draw_turtle(0);
+    const shot s = read_window();
+    const box b = ink(s, BLACK, 0);
+    EXPECT_NEAR(b.left, 256 + 45, 1);
+    EXPECT_NEAR(b.right, 256 + 54, 1);
+    EXPECT_NEAR(b.bottom, 256 - 5, 1);
+    EXPECT_NEAR(b.top, 256 + 4, 1);
+    // Facing the light: (1, 0.9, 0.5) and a fifth of (1, 0.8, 0).
+    EXPECT_LE(difference(s.on_field(50, 0), {255, 255, 128}), 12);
+    EXPECT_NEAR(t.beam_y, 2, NEAR);
+}
+
+TEST_F(Scene, beam_that_strikes_a_wall_bursts_there_and_fades_one_step_short) {
+    turtle_t& t = put_turtle(0, -200, -200);
+    t.flags |= TTL_FIRING;
+    t.beam_x = 100;
+    t.beam_y = 0;
+    t.beam_dir = 0;
+    put_wall_to_the_right(105);
+    draw_turtle(0); // 102 is 3 from the wall
+    shot s = read_window();
+    EXPECT_GT(s.on_field(115, 0).r, 50); // 13 from the strike, 15 from the beam's last place
+    EXPECT_EQ(t.fire_wait, 24);          // the explosion has begun in the same frame
+    EXPECT_FALSE(glIsEnabled(GL_BLEND));
+    clear(0, 0, 0);
+    draw_turtle(0);
+    s = read_window();
+    EXPECT_EQ(s.on_field(116, 0), BLACK);
+    EXPECT_GT(s.on_field(113, 0).r, 20);
+    EXPECT_EQ(t.beam_x, 100);
+    EXPECT_EQ(t.fire_wait, 23);
+}
+
+TEST_F(Scene, explosion_fades) {
+    turtle_t& t = put_turtle(0, -200, -200);
+    t.beam_x = 50;
+    t.beam_y = 0;
+    int brightest = 256;
+    for (const int wait : {25, 15, 5}) {
+        clear(0, 0, 0);
+        t.fire_wait = wait;
+        draw_turtle(0);
+        const int red = read_window().on_field(50, 0).r;
+        EXPECT_LT(red, brightest);
+        EXPECT_GT(red, 0);
+        brightest = red;
+        EXPECT_EQ(t.fire_wait, wait - 1);
+    }
+}
+
+TEST_F(Scene, dying_turtle_glows_red_fifteen_frames_and_is_gone_after_fifty) {
+    put_turtle(0, 0, 0);
+    start_to_kill(0);
+    for (int frame = 1; frame <= 50; ++frame) {
+        clear(0, 0, 0);
+        draw_turtle(0);
+        const rgb c = read_window().on_field(0, 13); // beside the body, within the glow
+        if (frame <= 15) {
+            EXPECT_GT(c.r, 60) << frame;
+            EXPECT_LT(c.g, c.r / 2) << frame;
+        } else {
+            EXPECT_EQ(c, BLACK) << frame;
+        }
+        EXPECT_FALSE(glIsEnabled(GL_BLEND));
+    }
+    EXPECT_FALSE(has_any(ttl[0].flags, TTL_ALIVE));
+    clear(0, 0, 0);
+    draw_turtle(0);
+    EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
+}
+
+TEST_F(Scene, zombie_looks_like_the_living) {
+    put_turtle(0, 0, 0);
+    const shot living = body(0, 10);
+    make_zombie(0);
+    EXPECT_EQ(differing_pixels(living, body(0, 10), 0), 0);
+}
+
+TEST_F(Scene, robot_walks_after_it_is_drawn_and_others_do_not) {
+    put_turtle(0, 0, 0, 0, -1);
+    put_turtle(1, 100, 100);
+    draw_turtle(0);
+    draw_turtle(1);
+    EXPECT_NEAR(ttl[0].pos[0].x, 0.15, NEAR);
+    EXPECT_EQ(ttl[1].pos[0].x, 100);
+}
+
+TEST_F(Scene, robot_step_is_the_last_of_the_slot_even_in_its_last_frame) {
+    const int drawn = draws_of(1, [] {
+        put_turtle(0, 0, 0, 0, -1).dying_count = 1;
+        draw_turtle(0);
+    });
+    EXPECT_EQ(drawn, 1);
+    EXPECT_FALSE(has_any(ttl[0].flags, TTL_ALIVE));
+}
