@@ -235,7 +235,22 @@ TEST_F(Images, capture_into_a_missing_folder_is_one_line) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "saveImageToPNG: cannot open file:missing/a.png\n");
 }
 
+/// Does not compress, so that a capture is written in many pieces.
+void paint_noise() {
+    bytes pixels(size_t{SIDE} * SIDE * 3);
+    uint32_t state = 1;
+    for (unsigned char& sample : pixels) {
+        state = state * 1664525u + 1013904223u;
+        sample = static_cast<unsigned char>(state >> 24);
+    }
+    canvas_view();
+    glRasterPos3d(-256.0, -256.0, 0.0);
+    glDrawPixels(SIDE, SIDE, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+}
+
+// The error arises inside libpng, in the middle of the picture.
 TEST_F(Images, capture_onto_a_full_device_is_one_line_and_the_device_stays) {
+    paint_noise();
     testing::internal::CaptureStderr();
     saveImageToPNG(512, 512, "/dev/full");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "saveImageToPNG: cannot write file:/dev/full\n");
