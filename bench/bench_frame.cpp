@@ -1,0 +1,125 @@
+// Cost of a frame on a full field: 30 turtles with names and scores, a full maze, 300 coins, 53 cards, 30 new segments
+// and the help screen, in both views, off the timer. Beside it the emptiest frame, the same field drawn the plain way,
+// and the field without the help screen. One CSV line each: wall time in ms, median, 99th percentile and minimum.
+// usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out]
+
+#include "display/frame.h"
+#include "display/scene.h"
+#include "display/window.h"
+#include "field/cards.h"
+#include "field/coins.h"
+#include "field/modes.h"
+#include "field/state.h"
+#include "geometry/furnish.h"
+#include "geometry/wall.h"
+#include "turtle/turtle.h"
+
+#include <GL/freeglut.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+constexpr int WARM_UP = 30; // frames in which the driver compiles its shaders
+
+struct row_t {
+    const char* name;
+    int full;  // 1: everything; 0: nothing but canvas and floor
+    int plain; // 1: drawn the plain way
+    int help;  // 1: with the help screen
+    int bird;  // 1: bird's-eye view
+};
+
+void furnish_fully() {
+    srandom(1);
+    field_kill_all_turtles();
+    reset_wall();
+    generate_maze();
+    field_scatter_coin(COIN_MAX);
+    for (int k = 1; k <= CARD_MAX; ++k) field_set_card(k, 8.0 * k - 256.0, 40.0 * (k % 8) - 180.0);
+    for (int i = 0; i < TTL_MAX; ++i) {
+        const int column = i % 6;
+        const int line = i / 6;
+        init_turtle(i, 0, 80.0 * column - 200.0, 90.0 * line - 180.0, 12.0 * i);
+        ttl[i].team = i % TEAM_MAX;
+        ttl[i].flags |= TTL_PEN_DOWN;
+        ttl[i].line_width[1] = 3.0;
+        bounded_copy(ttl[i].name, "turtle", TEXT_BYTES);
+    }
+    ntmax = TTL_MAX;
+}
+
+void empty_the_field() {
+    field_kill_all_turtles();
+    nwall = 0;
+}
+
+// Every turtle has moved a little since the last frame.
+void move_all(int frame) {
+    for (int i = 0; i < ntmax; ++i) {
+        turtle_t& t = ttl[i];
+        t.pos[1] = t.pos[0];
+        t.pos[0].x += std::cos(0.1 * frame + i);
+        t.pos[0].y += std::sin(0.1 * frame + i);
+        t.flags &= ~TTL_SEG_PAINTED;
+    }
+}
+
+double milliseconds_of_a_frame(int frame) {
+    move_all(frame);
+    ++elapsed_time;
+    const auto begin = std::chrono::steady_clock::now();
+    display();
+    glFinish();
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
+}
+
+void measure(const row_t& row, int frames) {
+    if (row.full != 0) {
+        furnish_fully();
+    } else {
+        empty_the_field();
+    }
+    battle_mode = disp_name = disp_score = row.full;
+    disp_help = row.help;
+    bird_view_mode = row.bird;
+    draw_plainly = row.plain;
+    field_clear();
+    for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k);
+    std::vector<double> times;
+    for (int k = 0; k < frames; ++k) times.push_back(milliseconds_of_a_frame(k));
+    std::sort(times.begin(), times.end());
+    const auto share = [&times](double part) {
+        return times[static_cast<size_t>(part * static_cast<double>(times.size() - 1))];
+    };
+    printf("%s,%s,%d,%.3f,%.3f,%.3f\n", row.name, row.bird != 0 ? "bird" : "top", frames, share(0.5), share(0.99),
+           times.front());
+    fflush(stdout);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const int frames = argc > 1 ? std::clamp(atoi(argv[1]), 10, 100000) : 200;
+    glutInit(&argc, argv);
+    glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
+    glutInitWindowSize(WINDOW_SIDE, WINDOW_SIDE);
+    glutCreateWindow("frame benchmark");
+    glutDisplayFunc([] {});
+    for (int k = 0; k < 3; ++k) glutMainLoopEvent(); // until the window is mapped
+    prepare_drawing();
+    init_teaminfo();
+    printf("scene,view,frames,median_ms,p99_ms,min_ms\n");
+    for (const int bird : {0, 1}) {
+        for (const row_t& row : {row_t{"empty", 0, 0, 0, bird}, row_t{"full", 1, 0, 1, bird},
+                                 row_t{"full_plain", 1, 1, 1, bird}, row_t{"full_without_help", 1, 0, 0, bird}}) {
+            measure(row, frames);
+        }
+    }
+    return 0;
+}
