@@ -27,8 +27,15 @@
 #include <cstdlib>
 #include <poll.h>
 #include <string>
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+// The server's polls, without their wait: here nothing arrives while one waits.
+extern "C" int select(int count, fd_set* readable, fd_set* writable, fd_set* failed, timeval*) {
+    const timespec at_once = {};
+    return pselect(count, readable, writable, failed, &at_once, nullptr);
+}
 
 namespace {
 
@@ -170,7 +177,7 @@ bool somebody_waits() {
     return false;
 }
 
-// One pass of the server thread, only when it has something to do: its waits are not what is tested.
+// One pass of the server thread, when it has something to do.
 void serve() {
     for (peer_t& p : peers) {
         if (p.sock < 0 || p.packet.empty()) continue;
