@@ -1,0 +1,56 @@
+// A real browser on the real page: looks at the scene's own objects, the score boxes and the console while turtles
+// move. Run by test_page.py, which starts the field and the script server; asks it over standard input and output.
+import { createInterface } from 'node:readline';
+import { createRequire } from 'node:module';
+const { chromium } = createRequire(new URL('../../viewer/package.json', import.meta.url))('playwright-core');
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking',
+    '--disable-component-update', '--disable-sync'],
+});
+const errors = [];
+let page = null;
+
+const orders = {
+  async open({ path, width = 1000, height = 700 }) {
+    if (page) await page.close();
+    page = await browser.newPage({ viewport: { width, height } });
+    page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
+    page.on('pageerror', (error) => errors.push(String(error)));
+    page.on('dialog', (dialog) => { errors.push(`dialog ${dialog.message()}`); dialog.dismiss(); });
+    await page.goto(`http://localhost:2280${path}`);
+  },
+  // What is on show: places of the bodies, texts of the boxes, whether the field counts as lost.
+  look: () => page.evaluate(() => {
+    const { scene } = globalThis.kelmora;
+    return {
+      bodies: [...scene.actors].map(([slot, actor]) => ({ slot, type: actor.type, shown: actor.body.visible,
+        x: actor.body.position.x, y: actor.body.position.y })),
+      boxes: [...document.querySelectorAll('#panel > div')].filter((box) => !box.hidden).map((box) => box.innerText),
+      eye: scene.eye.position.toArray(),
+      counts: scene.counts(),
+      lost: !document.getElementById('lost').hidden,
+      images: document.querySelectorAll('img[src="x"]').length,
+      overflow: document.documentElement.scrollWidth > innerWidth,
+    };
+  }),
+  errors: async () => errors.splice(0),
+  shot: ({ file }) => page.screenshot({ path: file }).then(() => true),
+  drag: async ({ dx, dy }) => {
+    await page.mouse.move(300, 300);
+    await page.mouse.down();
+    await page.mouse.move(300 + dx, 300 + dy, { steps: 5 });
+    await page.mouse.up();
+  },
+};
+
+for await (const line of createInterface({ input: process.stdin })) {
+  const { order, ...given } = JSON.parse(line);
+  try {
+    console.log(JSON.stringify({ result: (await orders[order](given)) ?? null }));
+  } catch (error) {
+    console.log(JSON.stringify({ failed: String(error) }));
+  }
+}
+await browser.close();

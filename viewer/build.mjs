@@ -1,0 +1,16 @@
+// Bundles the two classic scripts of the viewer page into dist/kelmora/script/, the paths that the page asks for.
+import { build } from 'esbuild';
+import { fileURLToPath } from 'node:url';
+import path from 'node:path';
+
+const here = path.dirname(fileURLToPath(import.meta.url));
+const out = path.join(here, 'dist', 'kelmora', 'script');
+const common = { bundle: true, format: 'iife', minify: true, target: 'es2018', legalComments: 'eof', logLevel: 'warning' };
+
+await build({ ...common, entryPoints: [path.join(here, 'src', 'main.js')], outfile: path.join(out, 'kelmora.js') });
+await build({
+  ...common,
+  entryPoints: [path.join(here, 'node_modules', 'three', 'build', 'three.module.js')],
+  globalName: 'THREE',
+  outfile: path.join(out, 'three.min.js'),
+});

@@ -1,0 +1,132 @@
+// Shapes: what a turtle, a stone, a wall looks like. THREE is a global of the page and is there only once the page has
+// loaded, so nothing here touches it before a function is called. Field units, z up, a turtle looks along +x.
+
+const THREE = () => globalThis.THREE;
+
+// The team colours of the field's own window.
+export const TEAM_COLORS = [0x33ff1a, 0xb34dff, 0x80e6e6, 0x1a4dff, 0xcce600];
+
+function mesh(geometry, color, x, y, z, extra = {}) {
+  const T = THREE();
+  const made = new T.Mesh(geometry, new T.MeshStandardMaterial({ color, roughness: 0.7, ...extra }));
+  made.position.set(x, y, z);
+  return made;
+}
+
+/** A turtle: `body` is turned and moved as a whole, `legs` swing, `skin` shows team and flashes. */
+export function makeTurtle() {
+  const T = THREE();
+  const body = new T.Group();
+  const ball = new T.SphereGeometry(1, 20, 14);
+  const shell = mesh(new T.SphereGeometry(1, 28, 14, 0, Math.PI * 2, 0, Math.PI / 2), 0x33ff1a, 0, 0, 2.5,
+    { flatShading: false, roughness: 0.45 });
+  shell.rotation.x = Math.PI / 2; // the half sphere's top looks up
+  shell.scale.set(9, 6.5, 7.5);
+  const belly = mesh(ball, 0xd8c48a, 0, 0, 2.6);
+  belly.scale.set(9, 7.5, 1.6);
+  const rim = mesh(new T.TorusGeometry(1, 0.12, 8, 32), 0x5a4a2a, 0, 0, 2.7);
+  rim.scale.set(8.8, 7.4, 6);
+  body.add(shell, belly, rim);
+  const skinColor = 0x8fc46a;
+  const head = mesh(ball, skinColor, 11, 0, 5);
+  head.scale.set(3.4, 2.8, 2.8);
+  body.add(head);
+  for (const side of [-1, 1]) {
+    const eye = mesh(ball, 0x101010, 13.3, side * 1.6, 6.2);
+    eye.scale.setScalar(0.7);
+    body.add(eye);
+  }
+  const tail = mesh(new T.ConeGeometry(1.2, 5, 10), skinColor, -10.5, 0, 2.5);
+  tail.rotation.z = Math.PI / 2;
+  body.add(tail);
+  const legs = [];
+  for (const [x, y] of [[5.5, 5.5], [5.5, -5.5], [-5.5, 5.5], [-5.5, -5.5]]) {
+    const hip = new T.Group();
+    hip.position.set(x, y, 2.5);
+    const leg = mesh(ball, skinColor, 0, Math.sign(y) * 2, -0.6);
+    leg.scale.set(2, 3, 1.6);
+    hip.add(leg);
+    body.add(hip);
+    legs.push(hip);
+  }
+  return { body, legs, shell };
+}
+
+export function makeDoughnut() {
+  const T = THREE();
+  const body = new T.Group();
+  body.add(mesh(new T.TorusGeometry(6.5, 3.4, 14, 30), 0xc98a45, 0, 0, 3.4));
+  const icing = mesh(new T.TorusGeometry(6.5, 3.1, 14, 30), 0xf27aa8, 0, 0, 4.3, { roughness: 0.3 });
+  body.add(icing);
+  return { body, legs: [], shell: null };
+}
+
+export function makeStone() {
+  const T = THREE();
+  const body = new T.Group();
+  const rock = mesh(new T.DodecahedronGeometry(9.5, 1), 0x8c8f94, 0, 0, 5, { flatShading: true, roughness: 1 });
+  rock.scale.set(1, 0.9, 0.75);
+  body.add(rock);
+  return { body, legs: [], shell: null };
+}
+
+/** A ball of light: a beam in flight, or an explosion. */
+export function makeGlow(color) {
+  const T = THREE();
+  const material = new T.MeshBasicMaterial({ color, transparent: true, depthWrite: false });
+  const glow = new T.Mesh(new T.SphereGeometry(1, 18, 12), material);
+  glow.visible = false;
+  return glow;
+}
+
+/** Many copies of one shape, as many as `count`. */
+export function makeMany(geometry, color, count, extra = {}) {
+  const T = THREE();
+  const material = new T.MeshStandardMaterial({ color, roughness: 0.8, ...extra });
+  return new T.InstancedMesh(geometry, material, Math.max(count, 1));
+}
+
+/** A label that always faces the viewer; setLabel gives it its text. */
+export function makeLabel() {
+  const T = THREE();
+  const canvas = document.createElement('canvas');
+  canvas.width = 512;
+  canvas.height = 96;
+  const texture = new T.CanvasTexture(canvas);
+  texture.colorSpace = T.SRGBColorSpace;
+  const label = new T.Sprite(new T.SpriteMaterial({ map: texture, transparent: true, depthTest: false }));
+  label.scale.set(80, 15, 1);
+  label.center.set(0.5, 0);
+  label.userData = { canvas, text: null };
+  return label;
+}
+
+/** Draws the text anew when it has changed. Text on a canvas is never read as HTML. */
+export function setLabel(label, text) {
+  const { canvas } = label.userData;
+  if (label.userData.text === text) return;
+  label.userData.text = text;
+  const pen = canvas.getContext('2d');
+  pen.clearRect(0, 0, canvas.width, canvas.height);
+  pen.font = 'bold 56px sans-serif';
+  pen.textAlign = 'center';
+  pen.textBaseline = 'middle';
+  pen.lineWidth = 10;
+  pen.lineJoin = 'round';
+  pen.strokeStyle = '#00182c';
+  pen.fillStyle = '#ffffff';
+  pen.strokeText(text, canvas.width / 2, canvas.height / 2, canvas.width - 20);
+  pen.fillText(text, canvas.width / 2, canvas.height / 2, canvas.width - 20);
+  label.material.map.needsUpdate = true;
+}
+
+/** Gives back what the graphics card holds for an object and all below it. */
+export function dispose(object) {
+  object.traverse((part) => {
+    if (part.geometry) part.geometry.dispose();
+    if (part.material) {
+      if (part.material.map) part.material.map.dispose();
+      part.material.dispose();
+    }
+  });
+}

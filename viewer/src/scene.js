@@ -1,0 +1,212 @@
+// The picture: turns what the field last said into a scene and draws it at the screen's rate. THREE is touched only
+// when a function is called, after the page has loaded. Field coordinates are the scene's own, z up.
+import { DELAY, addSample, newTrack, placeAt } from './motion.js';
+import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
+import { title } from './scores.js';
+import { FIELD_OF_VIEW, isOverview, pose } from './view.js';
+import { TEAM_COLORS, dispose, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, setLabel }
+  from './models.js';
+
+const FIELD_SIDE = 512; // field units
+const WALL_HEIGHT = 16;
+const WALL_WIDTH = 3;
+const DYING_FRAMES = 50;
+const BURST_FRAMES = 25;
+const FLASH_TIME = 400; // ms that a hit or a collision shows
+const STRIDE = 0.35; // radians of leg swing per field unit walked
+
+const MAKERS = { [TURTLE_TYPE]: makeTurtle, [DOUGHNUT_TYPE]: makeDoughnut, [STONE_TYPE]: makeStone };
+
+export function makeScene(document, orbit) {
+  const T = globalThis.THREE;
+  const renderer = new T.WebGLRenderer({ antialias: true });
+  const scene = new T.Scene();
+  scene.background = new T.Color(0x002040);
+  const eye = new T.PerspectiveCamera(FIELD_OF_VIEW, 1, 1, 4000);
+  scene.add(new T.HemisphereLight(0xffffff, 0x405060, 1.6));
+  const sun = new T.DirectionalLight(0xfff2dd, 2.2);
+  sun.position.set(-200, -150, 400);
+  scene.add(sun);
+  const floor = new T.Mesh(new T.PlaneGeometry(FIELD_SIDE, FIELD_SIDE),
+    new T.MeshStandardMaterial({ color: 0x17384f, roughness: 1 }));
+  const lines = new T.GridHelper(FIELD_SIDE, 16, 0x3d6d8c, 0x234c68);
+  lines.rotation.x = Math.PI / 2;
+  lines.position.z = 0.3;
+  scene.add(floor, lines);
+
+  const actors = new Map(); // by slot
+  let camera = { x0: 0, y0: 0, z0: 450, x1: 0, y1: 0, z1: 0 };
+  let looking = newTrack(); // of a turtle's eyes, so that they move as smoothly as the turtle
+  let walls = null;
+  let coins = null;
+
+  function makeActor(type) {
+    const made = (MAKERS[type] || makeTurtle)();
+    const actor = { type, ...made, track: newTrack(), label: null, walked: 0, last: null, flash: -Infinity,
+      flashColor: 0, seen: {}, turtle: null, beam: null, burst: null };
+    if (type === TURTLE_TYPE) {
+      actor.label = makeLabel();
+      actor.beam = makeGlow(0xfff27a);
+      actor.burst = makeGlow(0xff7a1a);
+      scene.add(actor.label, actor.beam, actor.burst);
+    }
+    scene.add(actor.body);
+    return actor;
+  }
+
+  function removeActor(slot) {
+    const actor = actors.get(slot);
+    for (const part of [actor.body, actor.label, actor.beam, actor.burst]) {
+      if (!part) continue;
+      scene.remove(part);
+      dispose(part);
+    }
+    actors.delete(slot);
+  }
+
+  // A flash begins when a condition appears, not while it lasts.
+  function noteFlashes(actor, turtle, now) {
+    for (const [key, color] of [['got_hit', 0xff2020], ['collide', 0xffc040], ['detected', 0x40e0ff],
+      ['got_msg', 0xffffff]]) {
+      if (turtle[key] && !actor.seen[key]) {
+        actor.flash = now;
+        actor.flashColor = color;
+      }
+      actor.seen[key] = turtle[key];
+    }
+  }
+
+  function setTurtles(turtles, now) {
+    for (const slot of [...actors.keys()]) {
+      const turtle = turtles[slot];
+      if (!turtle || !turtle.alive || turtle.type !== actors.get(slot).type) removeActor(slot);
+    }
+    for (const turtle of turtles) {
+      if (!turtle.alive) continue;
+      if (!actors.has(turtle.tid)) actors.set(turtle.tid, makeActor(turtle.type));
+      const actor = actors.get(turtle.tid);
+      actor.turtle = turtle;
+      addSample(actor.track, now, turtle);
+      noteFlashes(actor, turtle, now);
+      if (actor.label) setLabel(actor.label, `${title(turtle)}  ${turtle.score}`);
+    }
+  }
+
+  function replace(old, made) {
+    if (old) {
+      scene.remove(old);
+      dispose(old);
+    }
+    scene.add(made);
+    return made;
+  }
+
+  function setWalls(list) {
+    const made = makeMany(new T.BoxGeometry(1, 1, 1), 0x9a9389, list.length);
+    const place = new T.Object3D();
+    list.forEach((wall, i) => {
+      const dx = wall.x2 - wall.x1;
+      const dy = wall.y2 - wall.y1;
+      place.position.set((wall.x1 + wall.x2) / 2, (wall.y1 + wall.y2) / 2, WALL_HEIGHT / 2);
+      place.rotation.z = Math.atan2(dy, dx);
+      place.scale.set(Math.hypot(dx, dy) + WALL_WIDTH, WALL_WIDTH, WALL_HEIGHT);
+      place.updateMatrix();
+      made.setMatrixAt(i, place.matrix);
+    });
+    made.count = list.length;
+    made.frustumCulled = false;
+    walls = replace(walls, made);
+  }
+
+  // Coins come oldest first; each lies a little higher than the ones before it.
+  function setCoins(list) {
+    const disc = new T.CylinderGeometry(6, 6, 1.2, 24);
+    disc.rotateX(Math.PI / 2);
+    const made = makeMany(disc, 0xf0b429, list.length, { metalness: 0.5, roughness: 0.35 });
+    const place = new T.Object3D();
+    list.forEach((coin, i) => {
+      place.position.set(coin.x, coin.y, 0.8 + i * 0.02);
+      place.updateMatrix();
+      made.setMatrixAt(i, place.matrix);
+    });
+    made.count = list.length;
+    made.frustumCulled = false;
+    coins = replace(coins, made);
+  }
+
+  function drawActor(actor, now) {
+    const { turtle } = actor;
+    const at = placeAt(actor.track, now - DELAY);
+    if (!at) return;
+    actor.body.position.set(at.x, at.y, 0);
+    actor.body.rotation.z = (at.head * Math.PI) / 180;
+    if (actor.last) actor.walked += Math.hypot(at.x - actor.last.x, at.y - actor.last.y);
+    actor.last = at;
+    actor.legs.forEach((leg, i) => {
+      leg.rotation.z = Math.sin(actor.walked * STRIDE + (i === 0 || i === 3 ? 0 : Math.PI)) * 0.6;
+    });
+    if (!actor.shell) return;
+    actor.shell.material.color.setHex(TEAM_COLORS[turtle.team] || TEAM_COLORS[0]);
+    const glow = Math.max(0, 1 - (now - actor.flash) / FLASH_TIME);
+    actor.shell.material.emissive.setHex(actor.flashColor);
+    actor.shell.material.emissiveIntensity = glow;
+    actor.body.scale.setScalar(1 + 0.15 * glow);
+    // The dying turn on their backs.
+    const gone = turtle.ttl > 0 ? Math.min(1, (DYING_FRAMES - turtle.ttl) / DYING_FRAMES + 0.2) : 0;
+    actor.body.rotation.x = gone * Math.PI;
+    actor.body.position.z = gone * 9;
+    actor.label.position.set(at.x, at.y, 16);
+    actor.beam.visible = turtle.firing;
+    actor.beam.position.set(at.bx, at.by, 6);
+    actor.beam.scale.setScalar(3);
+    actor.burst.visible = !turtle.firing && turtle.bttf > 0;
+    const spread = Math.min(Math.max((BURST_FRAMES - turtle.bttf) / BURST_FRAMES, 0), 1);
+    actor.burst.position.set(turtle.bx, turtle.by, 6);
+    actor.burst.scale.setScalar(3 + 12 * spread);
+    actor.burst.material.opacity = 1 - spread;
+  }
+
+  function setCamera(next, now) {
+    if (isOverview(next) !== isOverview(camera)) looking = newTrack();
+    camera = next;
+    const head = (Math.atan2(next.y1 - next.y0, next.x1 - next.x0) * 180) / Math.PI;
+    addSample(looking, now, { x: next.x0, y: next.y0, head, bx: 0, by: 0, firing: false, alive: true, type: 0 });
+  }
+
+  // The camera of this moment, between what the field said last.
+  function cameraAt(now) {
+    const at = isOverview(camera) ? null : placeAt(looking, now - DELAY);
+    if (!at) return camera;
+    const angle = (at.head * Math.PI) / 180;
+    const sight = Math.hypot(camera.x1 - camera.x0, camera.y1 - camera.y0);
+    return { ...camera, x0: at.x, y0: at.y, x1: at.x + sight * Math.cos(angle), y1: at.y + sight * Math.sin(angle) };
+  }
+
+  function draw(now) {
+    const width = document.documentElement.clientWidth || 1;
+    const height = globalThis.innerHeight || 1;
+    const size = renderer.getSize(new T.Vector2());
+    if (size.x !== width || size.y !== height) {
+      renderer.setPixelRatio(Math.min(globalThis.devicePixelRatio || 1, 2));
+      renderer.setSize(width, height);
+      eye.aspect = width / height;
+      eye.updateProjectionMatrix();
+    }
+    const from = cameraAt(now);
+    for (const actor of actors.values()) {
+      drawActor(actor, now);
+      // Seen from inside, a body would hide everything else.
+      const inside = !isOverview(from) && Math.hypot(from.x0 - actor.body.position.x, from.y0 - actor.body.position.y) < 8;
+      actor.body.visible = !inside;
+      if (actor.label) actor.label.visible = !inside;
+    }
+    const view = pose(from, orbit, eye.aspect);
+    eye.position.set(...view.eye);
+    eye.up.set(...view.up);
+    eye.lookAt(...view.target);
+    renderer.render(scene, eye);
+  }
+
+  const counts = () => ({ walls: walls ? walls.count : 0, coins: coins ? coins.count : 0 });
+  return { canvas: renderer.domElement, eye, actors, setTurtles, setWalls, setCoins, setCamera, draw, counts };
+}
