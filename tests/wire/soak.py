@@ -1,0 +1,202 @@
+"""A hard day in short: players, vandals, deaf clients, web viewers and a restless operator, all at once, for as many
+minutes as asked (first argument), against the program in KELMORA. Watches the clock, descriptors, threads and memory,
+and ends with a verdict; the exit status is 0 when it is good. Run by scripts/soak.
+"""
+import os
+import random
+import socket
+import sys
+import threading
+import time
+
+import harness
+from harness import Client, Closed, Field
+
+MINUTES = float(sys.argv[1]) if len(sys.argv) > 1 else 1.0
+SEED = int(time.time())
+COMMANDS = ["f %d", "b %d", "g %d %d", "j %d %d", "t l %d", "t r %d", "t n", "p d", "p u", "l", "l s", "l b", "l p",
+            "w %d", "k 1 %d 0", "h 0 0 1", "s 4142%d", "n 43%d", "u text %d", "i %d", "e %d", "o", "o b", "o s", "o x",
+            "d", "x", "y + %d", "z %d %d %d", "!", "! u", ".", "q p", "q f", "q r", "q w", "q b", "q z s %d", "q z p %d",
+            "c a", "c f", "c h", "c", "r", "f nan", "j inf 1e308", "w -1", "e 1e999", "zz top", "q", "~", "t"]
+KEYS = ["exclam", "plus", "minus", "comma", "period", "3", "b", "c", "h", "Escape", "K", "M", "n", "o", "s", "z", "p"]
+TARGETS = ["/", "/turtle", "/wall", "/coin", "/camera", "/img/0", "/img/7", "/img/99", "/nothing", "/" + "x" * 3000]
+
+
+class Day:
+    def __init__(self, field):
+        self.field = field
+        self.end = time.monotonic() + MINUTES * 60
+        self.clock, self.served, self.pages = 0, 0, 0
+        self.count_lock = threading.Lock()
+
+    def running(self):
+        return time.monotonic() < self.end and self.field.process.poll() is None
+
+    def player(self, source):
+        """Asks at random, as fast as it is answered; now and then a line is nonsense."""
+        while self.running():
+            try:
+                with Client() as turtle:
+                    for _ in range(200):
+                        lines = [source.choice(COMMANDS) for _ in range(source.randrange(1, 10))]
+                        for i, line in enumerate(lines):
+                            while "%d" in line:
+                                line = line.replace("%d", str(source.randrange(-270, 271)), 1)
+                            lines[i] = line
+                        answers = turtle.ask_all(lines)
+                        with self.count_lock:
+                            self.clock = max(self.clock, answers[-1].clock)
+                            self.served += len(answers)
+                        if not self.running():
+                            break
+            except (Closed, OSError):
+                time.sleep(0.02)                            # killed or no room: somebody else has the slot
+
+    def vandal(self, source):
+        """Sends bytes of any kind and vanishes in the middle, with or without a reset."""
+        while self.running():
+            try:
+                turtle = Client(greet=False)
+                for _ in range(source.randrange(1, 8)):
+                    turtle.send(source.choice((source.randbytes(700), b"\n" * 3000, b"f" * 2000, b"f 1;q p;q r\n" * 40)))
+                turtle.send("f 10")
+                turtle.abort() if source.random() < 0.5 else turtle.close()
+            except OSError:
+                pass
+            time.sleep(0.05)
+
+    def deaf(self, source):
+        """Asks and never reads until the field gives it up."""
+        while self.running():
+            try:
+                with Client(receive_buffer=4096, greet=False) as turtle:
+                    turtle.sock.settimeout(5)
+                    turtle.send("u %s\n" % ("x" * 127))
+                    for _ in range(500):
+                        turtle.send("q b;" * 1000)
+                        if not self.running():
+                            break
+            except OSError:
+                pass
+            time.sleep(source.uniform(0.1, 1.0))
+
+    def viewer(self, source):
+        """Polls the web server as a viewer page does; one in ten is slow, idle or leaves early."""
+        while self.running():
+            try:
+                with socket.create_connection(("127.0.0.1", harness.VIEWER_PORT), timeout=10) as sock:
+                    kind = source.random()
+                    if kind < 0.03:
+                        time.sleep(source.uniform(0.5, 3))  # an idle connection, which is what this one is for
+                    elif kind < 0.06:
+                        for byte in b"GET /turtle HT":
+                            sock.sendall(bytes([byte]))
+                            time.sleep(0.05)                # a slow one
+                    elif kind < 0.1:
+                        sock.sendall(source.randbytes(source.randrange(1, 3000)))
+                    else:
+                        sock.sendall(("GET %s HTTP/1.1\r\nHost: field\r\nConnection: close\r\n\r\n"
+                                      % source.choice(TARGETS)).encode())
+                        if sock.recv(65536):
+                            with self.count_lock:
+                                self.pages += 1
+            except OSError:
+                pass
+            time.sleep(source.uniform(0.05, 0.3))           # a page polls, it does not hammer
+
+    def operator(self, source):
+        while self.running():
+            try:
+                self.field.key(*[source.choice(KEYS) for _ in range(4)])
+            except AssertionError:
+                if self.running():
+                    raise
+            home = self.field.display.home
+            for name in os.listdir(home):
+                if name.startswith("kelmora-capture-"):
+                    os.unlink(os.path.join(home, name))
+            time.sleep(0.3)
+
+
+def resources(pid):
+    """Descriptors, threads and resident megabytes of the process."""
+    with open("/proc/%d/statm" % pid) as statm:
+        resident = int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
+    return len(os.listdir("/proc/%d/fd" % pid)), len(os.listdir("/proc/%d/task" % pid)), resident
+
+
+def soak():
+    """Gives the list of what went wrong."""
+    faults = []
+    with Field() as field:
+        harness.wait_until(lambda: harness.is_listening(harness.VIEWER_PORT), 20, "the web server")
+        with Client() as turtle:
+            turtle.wait_ticks(30)
+        pid = field.process.pid
+        base = resources(pid)
+        day = Day(field)
+        jobs = [day.player] * 10 + [day.vandal] * 2 + [day.deaf] + [day.viewer] * 50 + [day.operator]
+        threads = [threading.Thread(target=job, args=(random.Random(SEED + i),)) for i, job in enumerate(jobs)]
+        for thread in threads:
+            thread.start()
+        slowest, samples, last_clock, last_time = float("inf"), [], 0, time.monotonic()
+        while day.running():
+            time.sleep(min(5.0, max(0.1, day.end - time.monotonic())))      # the span of one sample
+            if field.process.poll() is not None:
+                break
+            now, clock = time.monotonic(), day.clock
+            rate = (clock - last_clock) / (now - last_time)
+            if samples and now - last_time > 2.5:
+                slowest = min(slowest, rate)
+            last_clock, last_time = clock, now
+            samples.append(resources(pid))
+            print("  %5.0f s left, %6.1f ticks/s, %d descriptors, %d threads, %.0f MB, %d answers, %d pages"
+                  % ((day.end - now, rate) + samples[-1] + (day.served, day.pages)), flush=True)
+        for thread in threads:
+            thread.join(harness.patience(30))
+        if field.process.poll() is not None:
+            return ["the program ended during the soak"]
+        if any(thread.is_alive() for thread in threads):
+            faults.append("a client did not come to its end")
+        # Players tell the clock; a stretch in which the operator kills often and the maze has no room shows fewer ticks
+        # than there were. Standing still is a fault, and so is a field that crawls over the whole soak.
+        mean = day.clock / (MINUTES * 60)
+        if mean < 4 or slowest <= 0:
+            faults.append("the field ticked %.1f times a second, %.1f at its slowest" % (mean, slowest))
+        if not day.served or not day.pages:
+            faults.append("%d answers, %d pages" % (day.served, day.pages))
+        # Everybody has gone: what was opened for them has to be given back.
+        try:
+            harness.wait_until(lambda: resources(pid)[0] <= base[0] + 1 and resources(pid)[1] <= base[1], 30,
+                               lambda: "descriptors and threads to return from %r to %r" % (resources(pid), base), 0.2)
+        except AssertionError as failure:
+            faults.append(str(failure))
+        # After the first quarter everything has been seen once; from there on memory may breathe, not grow.
+        settled = [memory for _, _, memory in samples[len(samples) // 4:]]
+        if len(settled) >= 8:
+            early, late = max(settled[:len(settled) // 2]), max(settled[len(settled) // 2:])
+            if late > early * 1.25 + 20:
+                faults.append("memory grew from %.0f to %.0f MB" % (early, late))
+        field.key("K")
+        field.settle()
+        with Client() as turtle:
+            if turtle.ask("q a").values != "1":
+                faults.append("a new client finds no turtle afterwards")
+        print("  %d answers, %d pages, slowest %.1f ticks/s" % (day.served, day.pages, slowest))
+    return faults
+
+
+def main():
+    print("soak of %g minutes, seed %d" % (MINUTES, SEED), flush=True)
+    try:
+        faults = soak()
+    except AssertionError as failure:
+        faults = [str(failure)]
+    for fault in faults:
+        print("  FAULT: " + fault)
+    print("verdict: " + ("bad" if faults else "good"))
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
