@@ -61,7 +61,7 @@ def coin():
 
 def stone():
     """Two courses of blocks in running bond that continue over all four edges. A wall shows the lower 15 rows: exactly
-    one course and the joint below it."""
+    one course and the joint below it. Of low contrast, since the help panel's thin letters stand on it."""
     size = 32
     rows, cols = np.mgrid[0:size, 0:size]
     out = np.zeros((size, size, 3))
@@ -71,20 +71,21 @@ def stone():
         x, y = (cols - left) % size, rows - top
         here = (x < width) & (y >= 0) & (y < 16)
         # Light from the upper left: bright upper and left rims, dark right rim, the joint right and below.
-        level = 138 + tint + 13 * rough
-        level = np.where((y < 2) | (x < 2), level + 26, level)
-        level = np.where((y >= 12) | (x >= width - 4), level - 24, level)
-        level = np.where((y >= 14) | (x >= width - 2), 66 + 6 * rough, level)
+        level = 124 + 0.8 * tint + 9 * rough
+        level = np.where((y < 2) | (x < 2), level + 16, level)
+        level = np.where((y >= 12) | (x >= width - 4), level - 14, level)
+        level = np.where((y >= 14) | (x >= width - 2), 74 + 5 * rough, level)
         tinted = level[..., None] * np.array([1.0, 0.98, 0.94])
         out = np.where(here[..., None], tinted, out)
     return np.dstack([np.clip(np.round(out), 0, 255), np.full((size, size), 255)]).astype(np.uint8)
 
 
 def dot():
-    """White ink. Twenty dots a width make a stroke: the core is then solid, and the edge's low alpha adds up to a soft rim."""
+    """White ink. Twenty dots a width make a stroke: there the core is solid and the low alpha of the edge adds up to a rim
+    about a tenth of the stroke wide, as of ink drawn into paper. A lone dot has the softer rim of a drop."""
     c = Canvas(32, 32)
-    inside = np.clip(1 - ((c.x - 16) ** 2 + (c.y - 16) ** 2) / 16.0 ** 2, 0, 1)
-    c.paint(0.95 * inside ** 1.5, (255, 255, 255))
+    reach = np.hypot(c.x - 16, c.y - 16) / 16
+    c.paint(0.95 * (1 - smooth(0.5, 1.0, reach)), (255, 255, 255))
     out = c.pixels()
     out[..., :3] = 255  # also where nothing is: no dark fringe whatever the filter
     return out

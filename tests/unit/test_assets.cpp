@@ -166,8 +166,8 @@ TEST(assets, stone_courses_repeat_across_the_upper_and_lower_edge) {
     };
     for (int bottom : {15, 31}) {
         const int next = (bottom + 1) % ICON;
-        EXPECT_LT(row_mean(bottom) + 40, row_mean(next)) << "row " << bottom << " is the joint, the next one a block";
-        EXPECT_LT(row_mean(bottom) + 40, row_mean(bottom - 5)) << "above the joint lies a block";
+        EXPECT_LT(row_mean(bottom) + 20, row_mean(next)) << "row " << bottom << " is the joint, the next one a block";
+        EXPECT_LT(row_mean(bottom) + 20, row_mean(bottom - 5)) << "above the joint lies a block";
     }
 }
 
