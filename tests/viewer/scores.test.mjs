@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { parseTurtles } from '../../viewer/src/protocol.js';
-import { fillBoxes, iconPath, rank, summary, title } from '../../viewer/src/scores.js';
+import { fillBoxes, iconPath, rank, shortTitle, summary, title } from '../../viewer/src/scores.js';
 import { listText } from './records.mjs';
 
 const turtles = (...given) => parseTurtles(listText(...given));
@@ -19,6 +19,12 @@ test('turtle without a name is called by its number', () => {
 
 test('characters that would turn the text around are left out', () => {
   assert.equal(title({ tid: 0, name: '\u202eabc\u0007' }), 'abc');
+});
+
+test('long name is cut for the label, whole letters only', () => {
+  assert.equal(shortTitle({ tid: 0, name: 'twelve chars' }), 'twelve chars');
+  assert.equal(shortTitle({ tid: 0, name: 'thirteen char' }), 'thirteen ch…');
+  assert.equal(shortTitle({ tid: 0, name: '🐢'.repeat(13) }), `${'🐢'.repeat(11)}…`);
 });
 
 test('icon follows the team, and the dying have their own', () => {

@@ -98,6 +98,39 @@ class Page(unittest.TestCase):
                 self.assertFalse(self.browser("look")["overflow"])
             self.assertEqual(self.browser("errors"), [])
 
+    def test_battle_goes_on_without_a_complaint(self):
+        with Field():
+            clients = [Client() for _ in range(8)]
+            try:
+                for i, client in enumerate(clients):
+                    client.do("i %d" % (i % 4 + 1), "n 74%02x" % (ord("a") + i))
+                    client.ask("d")
+                    client.ask_all(["o b"] + ["o +"] * 2)
+                clients[0].do("!")
+                self.browser("open", path="/", width=1280, height=720)
+                self.look_until(lambda v: len([b for b in v["bodies"] if b["type"] == 1]) == 8
+                                and [b for b in v["bodies"] if b["type"] == 2] and v["counts"]["coins"] > 0,
+                                "turtles, doughnuts and coins")
+                self.browser("drag", dx=40, dy=-110)
+                fired = 0
+                end = time.monotonic() + harness.patience(4)
+                while time.monotonic() < end:
+                    for client in clients:
+                        fired += client.ask("x").status == "OK"
+                        client.ask("f 2")
+                        client.ask("t l 3")
+                self.assertGreater(fired, 0)
+                if os.environ.get("KELMORA_SHOT"):
+                    self.browser("shot", file=os.environ["KELMORA_SHOT"] + ".battle.png")
+                view = self.browser("look")
+                self.assertFalse(view["lost"])
+                self.assertEqual(len([box for box in view["boxes"] if "lead" not in box]),
+                                 len([body for body in view["bodies"] if body["type"] == 1]))
+            finally:
+                for client in clients:
+                    client.close()
+            self.assertEqual(self.browser("errors"), [])
+
     def test_restarted_field_is_found_again(self):
         with Field():
             self.browser("open", path="/")

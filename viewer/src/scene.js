@@ -2,7 +2,7 @@
 // when a function is called, after the page has loaded. Field coordinates are the scene's own, z up.
 import { DELAY, addSample, newTrack, placeAt } from './motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
-import { title } from './scores.js';
+import { shortTitle } from './scores.js';
 import { FIELD_OF_VIEW, isOverview, pose } from './view.js';
 import { TEAM_COLORS, dispose, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, setLabel }
   from './models.js';
@@ -88,7 +88,7 @@ export function makeScene(document, orbit) {
       actor.turtle = turtle;
       addSample(actor.track, now, turtle);
       noteFlashes(actor, turtle, now);
-      if (actor.label) setLabel(actor.label, `${title(turtle)}  ${turtle.score}`);
+      if (actor.label) setLabel(actor.label, `${shortTitle(turtle)}  ${turtle.score}`);
     }
   }
 

@@ -2,6 +2,7 @@
 import { TURTLE_TYPE } from './protocol.js';
 
 export const BOXES = 30;
+export const LABEL_LETTERS = 12;
 
 /** Turtles in play, best first; equal scores share a rank and stand in slot order. */
 export function rank(turtles) {
@@ -18,6 +19,12 @@ export function rank(turtles) {
 export function title(turtle) {
   const name = turtle.name.replace(/[\u0000-\u001f\u007f-\u009f\u200e\u200f\u202a-\u202e\u2066-\u2069]/g, ' ').trim();
   return name === '' ? `#${turtle.tid}` : name;
+}
+
+/** A title short enough to stand above a turtle. */
+export function shortTitle(turtle) {
+  const letters = [...title(turtle)];
+  return letters.length > LABEL_LETTERS ? `${letters.slice(0, LABEL_LETTERS - 1).join('')}…` : letters.join('');
 }
 
 /** The icon beside a score: one for each team, another for the dying. */
