@@ -12,7 +12,7 @@ import time
 import harness
 from harness import Client, Closed, Field
 
-MINUTES = float(sys.argv[1]) if len(sys.argv) > 1 else 1.0
+MINUTES = 1.0              # changed by the command line and by the short form among the tests
 SEED = int(time.time())
 COMMANDS = ["f %d", "b %d", "g %d %d", "j %d %d", "t l %d", "t r %d", "t n", "p d", "p u", "l", "l s", "l b", "l p",
             "w %d", "k 1 %d 0", "h 0 0 1", "s 4142%d", "n 43%d", "u text %d", "i %d", "e %d", "o", "o b", "o s", "o x",
@@ -55,6 +55,7 @@ class Day:
     def vandal(self, source):
         """Sends bytes of any kind and vanishes in the middle, with or without a reset."""
         while self.running():
+            turtle = None
             try:
                 turtle = Client(greet=False)
                 for _ in range(source.randrange(1, 8)):
@@ -62,7 +63,8 @@ class Day:
                 turtle.send("f 10")
                 turtle.abort() if source.random() < 0.5 else turtle.close()
             except OSError:
-                pass
+                if turtle:
+                    turtle.close()
             time.sleep(0.05)
 
     def deaf(self, source):
@@ -187,6 +189,9 @@ def soak():
 
 
 def main():
+    global MINUTES
+    if len(sys.argv) > 1:
+        MINUTES = float(sys.argv[1])
     print("soak of %g minutes, seed %d" % (MINUTES, SEED), flush=True)
     try:
         faults = soak()
