@@ -298,6 +298,7 @@ class Field:
             raise RuntimeError("set KELMORA to the program")
         if is_listening(CLIENT_PORT) and self.servers:
             raise RuntimeError("port %d is taken: run this inside scripts/in-namespace" % CLIENT_PORT)
+        others = set(self.windows())
         self.earliest_second = int(time.time())
         began = time.monotonic()
         self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
@@ -305,19 +306,23 @@ class Field:
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
         self.reader = threading.Thread(target=self.collect, daemon=True)
         self.reader.start()
-        wait_until(self.is_up, 60, lambda: "the field to start; it said %r" % self.lines)
+        wait_until(lambda: self.is_up(others), 60, lambda: "the field to start; it said %r" % self.lines)
         if "KELMORA_SLOW" not in os.environ:
             slow = max(slow, time.monotonic() - began, 10.0 if instrumented() else 1.0)
         self.latest_second = int(time.time())
         return self
 
-    def is_up(self):
+    def windows(self):
+        """Every field's visible window on the display, another program's too."""
+        return self.xdotool("search", "--onlyvisible", "--name", "Kelmora @", check=False).split()
+
+    def is_up(self, others):
+        """Whether the program serves and shows a window of its own: none of the others, which were there before."""
         if self.process.poll() is not None:
             raise AssertionError("the program ended with %d; it said %r" % (self.process.returncode, self.lines))
         if self.servers and not is_listening(CLIENT_PORT):
             return False
-        found = self.xdotool("search", "--onlyvisible", "--name", "Kelmora @", check=False).split()
-        self.window = found[0] if found else None
+        self.window = next((window for window in self.windows() if window not in others), None)
         return self.window is not None
 
     def collect(self):
