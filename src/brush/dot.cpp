@@ -1,6 +1,7 @@
 #include "brush/dot.h"
 
 #include "draw/icons.h"
+#include "draw/primitives.h"
 #include "images.h"
 
 #include <algorithm>
@@ -8,14 +9,15 @@
 #include <GL/gl.h>
 
 static constexpr double SMALLEST_DOT = 0.01; // field units: a taper ends in a hair, never in nothing
+static constexpr double LARGEST_DOT = 1e6;   // field units: GL's clipping loses halves of squares that are much larger
 static constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
 
 void paint_Ten(double x, double y, double size, double r, double g, double b) {
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
     if (!obj_tex_initialized[TEX_TEN]) init_obj_tex(TEX_TEN, ten_image32x32);
 
-    const GLfloat colour[4] = {static_cast<GLfloat>(r), static_cast<GLfloat>(g), static_cast<GLfloat>(b), 1.0f};
-    const double h = std::max(size, SMALLEST_DOT) / 2.0;
+    const GLfloat colour[4] = {color_level(r), color_level(g), color_level(b), 1.0f};
+    const double h = std::clamp(size, SMALLEST_DOT, LARGEST_DOT) / 2.0;
 
     glEnable(GL_BLEND);
     glEnable(GL_TEXTURE_2D);

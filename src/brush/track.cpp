@@ -1,6 +1,7 @@
 #include "brush/track.h"
 
 #include "brush/strokes.h"
+#include "draw/primitives.h"
 #include "turtle/turtle.h"
 
 #include <GL/gl.h>
@@ -20,10 +21,6 @@ struct ink_t {
 };
 
 ink_t ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
-
-float color_level(double v) {
-    return v > 0.0 ? static_cast<float>(std::min(v, 1.0)) : 0.0F; // not a number: 0
-}
 
 void emit_vertex(const turtle_t& t, int k) {
     const rgb_t& c = t.color[k + 1];

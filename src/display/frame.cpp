@@ -7,6 +7,7 @@
 #include "display/scene.h"
 #include "draw/icons.h"
 #include "draw/overlays.h"
+#include "draw/primitives.h"
 #include "net/client_table.h"
 #include "turtle/turtle.h"
 
@@ -62,8 +63,7 @@ void prepare_canvas() {
     set_flat_projection(-HALF_FIELD, HALF_FIELD);
     // Taken and set in one go: a wish to clear that comes in while this one is served is not lost.
     if (field_cleared.exchange(1) == 0) {
-        glClearColor(static_cast<float>(bgcol[0].load()), static_cast<float>(bgcol[1].load()),
-                     static_cast<float>(bgcol[2].load()), 1.0F);
+        glClearColor(color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]), 1.0F);
         glClear(GL_COLOR_BUFFER_BIT);
         if (battle_mode != 0) drawBackground();
         field_is_painted = 1;

@@ -1,5 +1,6 @@
 #include "draw/primitives.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -15,6 +16,8 @@ static constexpr double TURN = 6.283185307179586;  // 2 pi; twelve steps add up 
 
 static constexpr double TEXT_SCALE = 0.1; // of the font's native size, in which a capital is 100 units high
 static constexpr int FONT_GLYPHS = 128;   // the stroke font has nothing beyond ASCII
+
+float color_level(double v) { return v > 0.0 ? static_cast<float>(std::min(v, 1.0)) : 0.0F; }
 
 void init_sc_tab() {
     double angle = 0.0;

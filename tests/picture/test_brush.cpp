@@ -89,6 +89,25 @@ TEST_F(Brush, dot_without_a_finite_place_or_size_is_left_out) {
     EXPECT_EQ(differing_pixels(blank, drawn, 0), 0);
 }
 
+TEST_F(Brush, dot_however_large_covers_the_canvas_on_both_sides) {
+    for (const double size : {1e6, 1e20, 1e38, 1e300}) {
+        const shot s = on_white_paper([&] { paint_Ten(0.0, 0.0, size, 1.0, 0.0, 0.0); });
+        // The four texels around the image's middle fill the canvas, and they are nearly opaque.
+        EXPECT_GT(pixels_of(s, {255, 0, 0}, 55), SIDE * SIDE - 1) << size;
+    }
+}
+
+TEST_F(Brush, dot_colour_is_cut_to_its_range) {
+    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    const shot plain = on_white_paper([] { paint_Ten(0.0, 0.0, 64.0, 0.0, 1.0, 0.0); });
+    for (const double none : {-1.0, -1e300, -inf, nan})
+        for (const double full : {1.5, 1e300, inf}) {
+            const shot s = on_white_paper([=] { paint_Ten(0.0, 0.0, 64.0, none, full, none); });
+            EXPECT_EQ(differing_pixels(plain, s, 0), 0) << none << ' ' << full;
+            EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0.0F, 1.0F, 0.0F, 1.0F}));
+        }
+}
+
 TEST_F(Brush, dots_share_one_texture_made_at_the_first) {
     forget_textures();
     paint_Ten(0.0, 0.0, 10.0, 1.0, 0.0, 0.0);

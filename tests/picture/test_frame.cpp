@@ -84,6 +84,14 @@ TEST_F(Frame, clear_wipes_to_the_background_colour) {
     EXPECT_EQ(field_is_painted, 1);
 }
 
+TEST_F(Frame, background_colour_is_cut_to_its_range) {
+    for (const double none : {-1.0, -1e300, -INF, NOT_A_NUMBER})
+        for (const double full : {1.5, 1e300, INF}) {
+            field_set_color(none, full, none);
+            EXPECT_EQ(pixels_of(frame(), {0, 255, 0}, 0), SIDE * SIDE) << none << ' ' << full;
+        }
+}
+
 TEST_F(Frame, clear_in_battle_mode_lays_the_battle_background_once) {
     clear(0, 0, 0);
     canvas_view();
