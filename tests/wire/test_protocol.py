@@ -483,11 +483,15 @@ class Pacing(FieldTest):
             # tick may lie before the first reply, and the window may be redrawn once without a tick.
             self.assertGreaterEqual(self.ticks_of(line, self.ROUNDS), self.ROUNDS - 3, line)
 
-    @unittest.skipIf("tsan" in sanitizer_library(), "a frame lasts longer than a tick there, and holds the lock")
     def test_other_commands_do_not_wait_for_frames(self):
         # The server wakes at least every 5 ms and a frame takes at least 8, so unpaced commands need no more than about
         # 25 ticks for 40 rounds; a loaded machine may need several attempts to show it.
         for line in self.FREE:
+            # A lowered pen paints in every frame, which the thread sanitizer stretches to most of a tick; commands then
+            # wait for the frame's lock, paced or not. There "d" is left to the test of the table without a window.
+            if line == "d" and "tsan" in sanitizer_library():
+                continue
+            self.turtle.do("p u")
             wait_until(lambda: self.ticks_of(line, self.ROUNDS) < self.ROUNDS - 5, 20, "%r to go unpaced" % line)
 
     def test_one_packet_runs_in_one_pass(self):
