@@ -102,7 +102,7 @@ dying_view_t step_dying(int i) {
     const dying_view_t view{.glow = t.dying_count > GLOW_ABOVE ? 1 : 0, .at = t.pos[0]};
     --t.dying_count;
     if (t.dying_count == 0) {
-        t.flags &= ~TTL_ALIVE;
+        t.flags &= ~TTL_ALIVE; // its coins stay in the slot and are gone once the slot is used again
         disconnect_client_for(i, t.client_id);
     }
     return view;

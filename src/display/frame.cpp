@@ -8,6 +8,7 @@
 #include "draw/icons.h"
 #include "draw/overlays.h"
 #include "draw/primitives.h"
+#include "field/invariants.h"
 #include "net/client_table.h"
 #include "turtle/turtle.h"
 
@@ -184,6 +185,7 @@ void draw_frame() {
         field_capture_screen();
         capture_screen = 0;
     }
+    check_invariants();
     rendering_is_done();
 }
 

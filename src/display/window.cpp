@@ -3,6 +3,7 @@
 #include "brush/dot.h"
 #include "brush/strokes.h"
 #include "display/frame.h"
+#include "field/invariants.h"
 #include "field/modes.h"
 #include "field/queries.h"
 #include "field/state.h"
@@ -148,6 +149,7 @@ void field_start(int argc, char** argv) {
     field_kill_all_turtles();
     reset_wall();
     init_teaminfo();
+    watch_invariants();
     field_cleared = 0;
     menuitem_need_to_change = 0;
     start_tcp_server(CLIENT_PORT);

@@ -23,6 +23,7 @@ void reset_coin() {
     }
     for (turtle_t& t : ttl) t.n_coin = 0;
     stock_of_coin = COIN_MAX;
+    coins_gone = 0;
     ncoin = 0;
 }
 

@@ -6,6 +6,7 @@ std::array<teaminfo_t, TEAM_MAX> teams;
 std::array<coin_t, COIN_MAX> coins;
 int ncoin;
 int32_t stock_of_coin = COIN_MAX;
+int32_t coins_gone;
 std::array<card_t, CARD_MAX> cards;
 std::array<int32_t, CARD_MAX> card_list;
 

@@ -1,5 +1,6 @@
 #include "net/framing.h"
 
+#include "field/invariants.h"
 #include "net/client_table.h"
 #include "net/command.h"
 #include "net/reply.h"
@@ -78,6 +79,7 @@ void try_to_exec(int slot) {
         } else if (ends_line(b) && length > 0) {
             line[length] = '\0';
             answer_back(slot, parse_message_for(slot, line));
+            check_invariants();
             consumed = p + 1;
             length = 0;
         }

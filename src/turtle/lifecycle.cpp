@@ -92,6 +92,7 @@ int set_object_at(uint32_t flags, double x, double y) {
     bounded_copy(t.message, "", TEXT_BYTES);
     bounded_copy(t.name, "", TEXT_BYTES);
     t.n_doughnut = 0;
+    coins_gone += t.n_coin; // of the slot's last turtle
     t.n_coin = 0;
     t.n_painted = 0;
     t.flags = flags | TTL_ALIVE;

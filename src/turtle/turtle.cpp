@@ -20,6 +20,7 @@ void init_turtle(int i, int client_id, double x, double y, double dir) {
     t.team = 0;
     t.finder_range = 20.0;
     t.n_doughnut = 0;
+    coins_gone += t.n_coin; // of the slot's last turtle, or of this one before its reset
     t.n_coin = 0;
     t.n_painted = 0;
     bounded_copy(t.message, "", TEXT_BYTES);

@@ -11,6 +11,7 @@
 #include "display/battle.h"
 #include "field/cards.h"
 #include "field/coins.h"
+#include "field/invariants.h"
 #include "field/modes.h"
 #include "field/state.h"
 #include "geometry/coin_map.h"
@@ -55,52 +56,6 @@ void demand(bool holds, const char* what) {
     abort();
 }
 
-void check_coins() {
-    bool hangs[COIN_MAX] = {};
-    for (const coin_t* head : coinmap) {
-        for (const coin_t* c = head; c != nullptr; c = c->next) {
-            const auto k = c - coins.data();
-            demand(k >= 0 && k < COIN_MAX, "a cell's list leads out of the coin table");
-            demand(!hangs[k], "a coin hangs in two cells or its list is a ring");
-            hangs[k] = true;
-        }
-    }
-    bool ranked[COIN_MAX] = {};
-    int on_field = 0, highest = -1;
-    for (int k = 0; k < COIN_MAX; ++k) {
-        const bool there = has_any(coins[k].flags, ON_FIELD);
-        demand(there == hangs[k], "a coin on the field is in one cell, any other in none");
-        if (!there) continue;
-        const int ord = coins[k].ord;
-        demand(ord >= 0 && ord < COIN_MAX && !ranked[ord], "ranks are different and within the table");
-        ranked[ord] = true;
-        highest = ord > highest ? ord : highest;
-        ++on_field;
-    }
-    demand(highest == on_field - 1, "ranks are dense");
-    demand(ncoin >= 0 && ncoin <= COIN_MAX, "coin slots are within the table");
-}
-
-void check_tables() {
-    bool listed[CARD_MAX] = {};
-    for (const int32_t c : card_list) {
-        demand(c >= 0 && c < CARD_MAX && !listed[c], "the stacking order names every card once");
-        listed[c] = true;
-    }
-    int occupied = 0;
-    for (const client_t& c : client_tab) {
-        if (c.sockfd < 0) continue;
-        ++occupied;
-        demand(c.turtle_id >= -1 && c.turtle_id < TTL_MAX, "a client's turtle is in the table");
-        demand(c.recv_len >= 0 && c.recv_len <= RECV_MAX && c.recv_buf[c.recv_len] == '\0', "pending text is bounded");
-    }
-    demand(occupied == nclient, "clients are counted");
-    demand(ntmax >= 0 && ntmax <= TTL_MAX, "ntmax is within the table");
-    for (int i = ntmax; i < TTL_MAX; ++i) demand(!has_any(ttl[i].flags, TTL_ALIVE), "no turtle lives behind ntmax");
-    demand(nwall >= 0 && nwall <= WALL_MAX, "walls are within their table");
-    check_coins();
-}
-
 void start_field() {
     stamp_dot = [](double x, double y, double size, double, double, double) {
         demand(std::isfinite(x) && std::isfinite(y) && std::isfinite(size), "a dot has a place and a size");
@@ -123,6 +78,7 @@ void start_field() {
     ntmax = 0;
     reset_wall();
     init_teaminfo();
+    watch_invariants();
 }
 
 // What accept_connection does with a new socket, on a socket pair.
@@ -187,7 +143,7 @@ void serve() {
     if (somebody_waits()) check_client_status();
     for (peer_t& p : peers)
         if (p.sock >= 0 && p.reads) read_replies(p);
-    check_tables();
+    check_invariants();
 }
 
 // What a frame does to a turtle's track, drawn as a brush would draw it.
@@ -227,7 +183,7 @@ void frame() {
     for (int i = 0; i < ntmax; ++i)
         if (!has_any(ttl[i].flags, TTL_OBJECT)) move(i);
     rendering_is_done();
-    check_tables();
+    check_invariants();
 }
 
 void view_everything() {
@@ -283,7 +239,7 @@ bool event(unsigned char b, int& current, int& frames) {
     default:
         return false;
     }
-    check_tables();
+    check_invariants();
     return true;
 }
 

@@ -1,0 +1,26 @@
+// What holds of the tables between two commands and after every frame, said once and checked in builds made for finding
+// faults (cmake option KELMORA_CHECKS). Release builds carry none of it: there a call is empty.
+// Caller holds frame_rendering_mutex. Tables that a test lays out by hand need not hold together, so nothing is checked
+// before watch_invariants.
+#pragma once
+
+#ifdef KELMORA_CHECKS
+inline constexpr bool CHECKED_BUILD = true;
+#else
+inline constexpr bool CHECKED_BUILD = false;
+#endif
+
+/// What is broken in the tables of turtles, coins, cards, clients and walls, as a statement of what ought to hold; null
+/// when nothing is. O(coins + cells of the coin map).
+[[nodiscard]] const char* first_broken_invariant();
+
+/// From now on check_invariants looks. Called once the tables have been reset at start-up.
+void watch_invariants();
+
+/// Ends the process with a line on standard error when an invariant is broken.
+void demand_invariants();
+
+/// After each command and each frame.
+inline void check_invariants() {
+    if constexpr (CHECKED_BUILD) demand_invariants();
+}
