@@ -64,6 +64,12 @@ def sanitizer_library():
     return found.group(1) if found else ""
 
 
+def build_name():
+    """Which of the tested builds the program is."""
+    library = sanitizer_library()
+    return "thread sanitizer" if "tsan" in library else "address sanitizer" if library else "plain"
+
+
 def swap16(port):
     """The port as the log shows it: the stored network-order field, read as a number of this host."""
     return struct.unpack("=H", struct.pack("!H", port))[0]

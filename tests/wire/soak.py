@@ -1,24 +1,22 @@
 """A hard day in short: players, vandals, deaf clients, web viewers and a restless operator, all at once, for as many
 minutes as asked (first argument), against the program in KELMORA. Watches the clock, descriptors, threads and memory,
-and ends with a verdict; the exit status is 0 when it is good. Run by scripts/soak.
+and ends with its figures and a verdict; the exit status is 0 when it is good. Run by scripts/soak.
 """
 import os
 import random
 import socket
+import statistics
 import sys
 import threading
 import time
 
+import crowd
 import harness
 from harness import Client, Closed, Field
 
 MINUTES = 1.0              # changed by the command line and by the short form among the tests
 SEED = int(time.time())
-COMMANDS = ["f %d", "b %d", "g %d %d", "j %d %d", "t l %d", "t r %d", "t n", "p d", "p u", "l", "l s", "l b", "l p",
-            "w %d", "k 1 %d 0", "h 0 0 1", "s 4142%d", "n 43%d", "u text %d", "i %d", "e %d", "o", "o b", "o s", "o x",
-            "d", "x", "y + %d", "z %d %d %d", "!", "! u", ".", "q p", "q f", "q r", "q w", "q b", "q z s %d", "q z p %d",
-            "c a", "c f", "c h", "c", "r", "f nan", "j inf 1e308", "w -1", "e 1e999", "zz top", "q", "~", "t"]
-KEYS = ["exclam", "plus", "minus", "comma", "period", "3", "b", "c", "h", "Escape", "K", "M", "n", "o", "s", "z", "p"]
+SPAN = 5.0                 # seconds of one sample
 TARGETS = ["/", "/turtle", "/wall", "/coin", "/camera", "/img/0", "/img/7", "/img/99", "/nothing", "/" + "x" * 3000]
 
 
@@ -26,23 +24,31 @@ class Day:
     def __init__(self, field):
         self.field = field
         self.end = time.monotonic() + MINUTES * 60
-        self.clock, self.served, self.pages = 0, 0, 0
+        self.clock, self.served, self.pages, self.connections = 0, 0, 0, 0
         self.count_lock = threading.Lock()
+        self.faults = []                                    # what went wrong on the threads
 
     def running(self):
         return time.monotonic() < self.end and self.field.process.poll() is None
+
+    def spend(self, job, source):
+        try:
+            job(source)
+        except Exception as failure:                        # told with the verdict
+            self.faults.append("%s: %s" % (job.__name__, failure))
+
+    def connected(self):
+        with self.count_lock:
+            self.connections += 1
 
     def player(self, source):
         """Asks at random, as fast as it is answered; now and then a line is nonsense."""
         while self.running():
             try:
                 with Client() as turtle:
+                    self.connected()
                     for _ in range(200):
-                        lines = [source.choice(COMMANDS) for _ in range(source.randrange(1, 10))]
-                        for i, line in enumerate(lines):
-                            while "%d" in line:
-                                line = line.replace("%d", str(source.randrange(-270, 271)), 1)
-                            lines[i] = line
+                        lines = crowd.random_lines(source, 9, crowd.COMMANDS + crowd.NONSENSE)
                         answers = turtle.ask_all(lines)
                         with self.count_lock:
                             self.clock = max(self.clock, answers[-1].clock)
@@ -55,16 +61,8 @@ class Day:
     def vandal(self, source):
         """Sends bytes of any kind and vanishes in the middle, with or without a reset."""
         while self.running():
-            turtle = None
-            try:
-                turtle = Client(greet=False)
-                for _ in range(source.randrange(1, 8)):
-                    turtle.send(source.choice((source.randbytes(700), b"\n" * 3000, b"f" * 2000, b"f 1;q p;q r\n" * 40)))
-                turtle.send("f 10")
-                turtle.abort() if source.random() < 0.5 else turtle.close()
-            except OSError:
-                if turtle:
-                    turtle.close()
+            self.connected()
+            crowd.vandalize(source, 7)
             time.sleep(0.05)
 
     def deaf(self, source):
@@ -72,6 +70,7 @@ class Day:
         while self.running():
             try:
                 with Client(receive_buffer=4096, greet=False) as turtle:
+                    self.connected()
                     turtle.sock.settimeout(5)
                     turtle.send("u %s\n" % ("x" * 127))
                     for _ in range(500):
@@ -87,6 +86,7 @@ class Day:
         while self.running():
             try:
                 with socket.create_connection(("127.0.0.1", harness.VIEWER_PORT), timeout=10) as sock:
+                    self.connected()
                     kind = source.random()
                     if kind < 0.03:
                         time.sleep(source.uniform(0.5, 3))  # an idle connection, which is what this one is for
@@ -109,7 +109,7 @@ class Day:
     def operator(self, source):
         while self.running():
             try:
-                self.field.key(*[source.choice(KEYS) for _ in range(4)])
+                self.field.key(*[source.choice(crowd.KEYS + ["p"]) for _ in range(4)])
             except AssertionError:
                 if self.running():
                     raise
@@ -138,21 +138,21 @@ def soak():
         base = resources(pid)
         day = Day(field)
         jobs = [day.player] * 10 + [day.vandal] * 2 + [day.deaf] + [day.viewer] * 50 + [day.operator]
-        threads = [threading.Thread(target=job, args=(random.Random(SEED + i),)) for i, job in enumerate(jobs)]
+        threads = [threading.Thread(target=day.spend, args=(job, random.Random(SEED + i))) for i, job in enumerate(jobs)]
         for thread in threads:
             thread.start()
-        slowest, samples, last_clock, last_time = float("inf"), [], 0, time.monotonic()
+        rates, samples, last_clock, last_time = [], [], 0, time.monotonic()
         while day.running():
-            time.sleep(min(5.0, max(0.1, day.end - time.monotonic())))      # the span of one sample
+            time.sleep(min(SPAN, max(0.1, day.end - time.monotonic())))
             if field.process.poll() is not None:
                 break
             now, clock = time.monotonic(), day.clock
             rate = (clock - last_clock) / (now - last_time)
-            if samples and now - last_time > 2.5:
-                slowest = min(slowest, rate)
+            if samples and now - last_time > SPAN / 2:      # not the first, in which all still connect, nor a short last
+                rates.append(rate)
             last_clock, last_time = clock, now
             samples.append(resources(pid))
-            print("  %5.0f s left, %6.1f ticks/s, %d descriptors, %d threads, %.0f MB, %d answers, %d pages"
+            print("  %5.0f s left, %6.1f ticks/s, %d descriptors, %d threads, %.0f MB, %d commands, %d pages"
                   % ((day.end - now, rate) + samples[-1] + (day.served, day.pages)), flush=True)
         for thread in threads:
             thread.join(harness.patience(30))
@@ -160,13 +160,15 @@ def soak():
             return ["the program ended during the soak"]
         if any(thread.is_alive() for thread in threads):
             faults.append("a client did not come to its end")
+        faults += day.faults
         # Players tell the clock; a stretch in which the operator kills often and the maze has no room shows fewer ticks
         # than there were. Standing still is a fault, and so is a field that crawls over the whole soak.
         mean = day.clock / (MINUTES * 60)
+        slowest, usual = min(rates, default=mean), statistics.median(rates or [mean])
         if mean < 4 or slowest <= 0:
             faults.append("the field ticked %.1f times a second, %.1f at its slowest" % (mean, slowest))
         if not day.served or not day.pages:
-            faults.append("%d answers, %d pages" % (day.served, day.pages))
+            faults.append("%d commands, %d pages" % (day.served, day.pages))
         # Everybody has gone: what was opened for them has to be given back.
         try:
             harness.wait_until(lambda: resources(pid)[0] <= base[0] + 1 and resources(pid)[1] <= base[1], 30,
@@ -184,14 +186,26 @@ def soak():
         with Client() as turtle:
             if turtle.ask("q a").values != "1":
                 faults.append("a new client finds no turtle afterwards")
-        print("  %d answers, %d pages, slowest %.1f ticks/s" % (day.served, day.pages, slowest))
+        last = resources(pid)
+        most = [max(sample[k] for sample in samples) for k in range(3)]
+        print("  ticks/s %.1f at least, %.1f median, %.1f mean\n"
+              "  descriptors %d at the start, %d at most, %d at the end\n"
+              "  threads %d at the start, %d at most, %d at the end\n"
+              "  memory %.0f MB at the start, %.0f MB at most, %.0f MB at the end\n"
+              "  %d commands answered, %d connections, %d pages"
+              % (slowest, usual, mean, base[0], most[0], last[0], base[1], most[1], last[1], base[2], most[2], last[2],
+                 day.served, day.connections, day.pages))
+        # The same as a row of the table in docs/robustness.md.
+        print("  | %s | %g min | %.0f / %.0f | %d / %d / %d | %d / %d / %d | %.0f / %.0f / %.0f | %d | %d |"
+              % (harness.build_name(), MINUTES, slowest, usual, base[0], most[0], last[0], base[1], most[1], last[1],
+                 base[2], most[2], last[2], day.served, day.connections))
     return faults
 
 
 def main():
     global MINUTES
     if len(sys.argv) > 1:
-        MINUTES = float(sys.argv[1])
+        MINUTES = max(0.1, float(sys.argv[1]))
     print("soak of %g minutes, seed %d" % (MINUTES, SEED), flush=True)
     try:
         faults = soak()

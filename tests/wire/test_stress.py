@@ -1,33 +1,14 @@
 """Many clients at once, for 5 seconds, or a minute when KELMORA_LONG is set: nobody waits, nothing breaks."""
 import os
 import random
-import threading
 import time
 
+import crowd
 import harness
+from crowd import together
 from harness import Client, Closed, FieldTest
 
 SPAN = 60.0 if os.environ.get("KELMORA_LONG") else 5.0
-
-
-def together(jobs):
-    """Runs the jobs on threads of their own and raises the first failure of any."""
-    failures = []
-
-    def guarded(job):
-        try:
-            job()
-        except BaseException as failure:                    # handed to the thread that waits
-            failures.append(failure)
-    threads = [threading.Thread(target=guarded, args=(job,)) for job in jobs]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join(SPAN + harness.patience(60))
-    if failures:
-        raise failures[0]
-    if any(thread.is_alive() for thread in threads):
-        raise AssertionError("a client did not come to its end")
 
 
 class Crowd(FieldTest):
@@ -56,7 +37,7 @@ class Crowd(FieldTest):
                         raise AssertionError("the clock ran backwards at %r" % answer.text)
                     last = answer.clock
                 rounds[index] += 1
-        together([lambda index=index: walk(index) for index in range(10)])
+        together([lambda index=index: walk(index) for index in range(10)], SPAN)
         print("rounds per client: %s" % rounds)
         # Paced: at most one round a frame; everybody is served in every pass, so nobody gets much less than another.
         self.assertGreater(min(rounds), max(rounds) * 0.5)
@@ -65,10 +46,6 @@ class Crowd(FieldTest):
 
     def test_valid_commands_at_random_while_the_operator_toggles_everything(self):
         end = time.monotonic() + SPAN
-        words = ["f %d", "b %d", "g %d %d", "j %d %d", "t l %d", "t r %d", "t e", "p d", "p u", "l", "l s", "l b", "l p",
-                 "w %d", "k 1 %d 0", "h 0 0 %d", "s 4142%d", "n 43%d", "u text %d", "i %d", "e %d", "o", "o b", "o s",
-                 "o x", "d", "x", "y + %d", "y - %d", "z %d %d %d", "!", "! u", ".", "q p", "q f", "q r", "q w", "q b",
-                 "q z s %d", "q z p %d", "c a", "c f", "c h", "c", "r"]
 
         def play(index):
             source = random.Random(self.seed + index)
@@ -76,12 +53,7 @@ class Crowd(FieldTest):
                 try:
                     with Client() as turtle:
                         for _ in range(50):
-                            lines = [source.choice(words) for _ in range(source.randrange(1, 8))]
-                            for found, line in enumerate(lines):
-                                while "%d" in line:
-                                    line = line.replace("%d", str(source.randrange(-260, 261)), 1)
-                                lines[found] = line
-                            turtle.ask_all(lines)
+                            turtle.ask_all(crowd.random_lines(source, 7))
                             if time.monotonic() > end:
                                 break
                 except Closed:
@@ -90,10 +62,9 @@ class Crowd(FieldTest):
 
         def operate():
             source = random.Random(self.seed)
-            keys = ["exclam", "plus", "minus", "comma", "period", "3", "b", "c", "h", "Escape", "K", "M", "n", "o", "s", "z"]
             while time.monotonic() < end:
-                self.field.key(*[source.choice(keys) for _ in range(5)])
-        together([lambda index=index: play(index) for index in range(8)] + [operate])
+                self.field.key(*[source.choice(crowd.KEYS) for _ in range(5)])
+        together([lambda index=index: play(index) for index in range(8)] + [operate], SPAN)
         # Leave maze mode if it is on: its next toggle says which it was.
         mark = self.field.mark()
         self.field.key("M")
@@ -109,25 +80,7 @@ class Crowd(FieldTest):
         def vandal(index):
             source = random.Random(self.seed + index)
             while time.monotonic() < end:
-                try:
-                    turtle = Client(greet=False)
-                except OSError:
-                    continue
-                try:
-                    for _ in range(source.randrange(1, 10)):
-                        size = source.choice((1, 3, 511, 512, 513, 4000))
-                        kind = source.random()
-                        if kind < 0.4:
-                            data = source.randbytes(size)
-                        elif kind < 0.7:
-                            data = bytes(source.choice(b"fbcgjtplwkhsnuieoyzq.\n;\r\n 019-+e") for _ in range(size))
-                        else:
-                            data = source.choice((b"\n", b";", b" ", b"f", b"\xff", b"\x00")) * size
-                        # Without beams, robots, battle mode, so that the honest turtle lives.
-                        turtle.send(data.translate(None, b"xXrR!"))
-                    turtle.abort() if source.random() < 0.5 else turtle.close()
-                except OSError:
-                    turtle.close()
+                crowd.vandalize(source, 9, harmless=True)  # so that the honest turtle lives
 
         slowest = [0.0]
 
@@ -136,7 +89,7 @@ class Crowd(FieldTest):
                 asked = time.monotonic()
                 honest.ask("f 0")
                 slowest[0] = max(slowest[0], time.monotonic() - asked)
-        together([lambda index=index: vandal(index) for index in range(4)] + [ask])
+        together([lambda index=index: vandal(index) for index in range(4)] + [ask], SPAN)
         print("slowest answer: %.3f s" % slowest[0])
         self.assertLess(slowest[0], harness.patience(2))
         self.assertEqual(self.fresh().ask("q n").values, "1")
