@@ -110,6 +110,28 @@ TEST_F(Frame, canvas_passes_through_many_frames_bit_for_bit) {
     EXPECT_EQ(field_is_painted, 0);
 }
 
+TEST_F(Frame, frame_that_paints_nothing_leaves_the_texture_alone) {
+    // A copy of the window would make it opaque: the window has no alpha.
+    const auto alpha = [] {
+        std::vector<unsigned char> pixels(size_t{SIDE} * SIDE * 4);
+        glBindTexture(GL_TEXTURE_2D, bg_textures);
+        glGetTexImage(GL_TEXTURE_2D, 0, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        glBindTexture(GL_TEXTURE_2D, 0);
+        return pixels[3];
+    };
+    std::vector<unsigned char> faint(size_t{SIDE} * SIDE * 4, 7);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, SIDE, SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, faint.data());
+    glBindTexture(GL_TEXTURE_2D, 0);
+    field_cleared = 1;
+    put_turtle(0, 0, 0).flags |= TTL_PEN_DOWN | TTL_SEG_PAINTED; // stands still
+    draw_frame();
+    EXPECT_EQ(alpha(), 7);
+    ttl[0].flags &= ~TTL_SEG_PAINTED;
+    draw_frame();
+    EXPECT_EQ(alpha(), 255);
+}
+
 TEST_F(Frame, painting_changes_its_own_pixels_only) {
     put_canvas(noise);
     turtle_t& t = put_turtle(0, -200.5, 100.5);
@@ -229,6 +251,36 @@ TEST_F(Frame, card_placed_last_lies_on_top) {
     EXPECT_NE(both.on_field(80, 50), BLACK); // the lower card sticks out to the right
 }
 
+TEST_F(Frame, corner_of_the_upper_card_shows_the_floor) {
+    // The upper card is drawn first; its clear pixels keep the lower one away from the floor.
+    const rgb floor{0, 102, 204};
+    put_canvas([&](int, int) { return floor; });
+    field_set_card(7, -20, -20);
+    EXPECT_NE(frame().on_field(0, 0), floor);
+    field_set_card(20, 0, 0);
+    EXPECT_EQ(frame().on_field(0, 0), floor);
+}
+
+TEST_F(Frame, frame_sets_the_blending_that_it_needs) {
+    const rgb floor{0, 102, 204};
+    put_canvas([&](int, int) { return floor; });
+    field_set_card(20, 0, 0);
+    lay_coin(0, -100, 0);
+    put_object(0, TTL_DOUGHNUT, -100, 100);
+    put_turtle(1, 0, -100);
+    ttl[1].beam_x = ttl[1].beam_y = -150;
+    const auto drawn = [] {
+        ttl[1].fire_wait = 10;
+        return frame();
+    };
+    const shot expected = drawn();
+    EXPECT_EQ(expected.on_field(0, 0), floor);
+    EXPECT_EQ(expected.on_field(-110, -10), floor);
+    EXPECT_EQ(expected.on_field(-110, 90), floor);
+    glBlendFunc(GL_ONE, GL_ZERO);
+    EXPECT_EQ(differing_pixels(drawn(), expected, 0), 0);
+}
+
 TEST_F(Frame, entries_that_are_no_card_are_passed_over) {
     put_canvas([](int, int) { return BLACK; });
     field_set_card(20, 0, 0);
@@ -280,6 +332,13 @@ TEST_F(Frame, overlays_come_on_top_and_leave_the_frame_tidy) {
     const int warning = differing_pixels(frame(), bare, 8);
     EXPECT_GT(warning, 200);
     EXPECT_LT(warning, 30000);
+    disp_help = 1;
+    const shot both = frame();
+    EXPECT_GT(differing_pixels(both, bare, 8), 10000); // the panel
+    int letters = 0;                                   // of the warning's lines, to the left of the panel
+    for (int y = 50; y < 140; ++y)
+        for (int x = -231; x < -206; ++x) letters += difference(both.on_field(x, y), {255, 56, 0}) <= 1;
+    EXPECT_GT(letters, 40);
     EXPECT_FALSE(glIsEnabled(GL_DEPTH_TEST));
     EXPECT_FALSE(glIsEnabled(GL_TEXTURE_2D));
     EXPECT_FALSE(glIsEnabled(GL_BLEND));

@@ -2,6 +2,7 @@
 #include "picture/field_fixture.h"
 
 #include "display/battle.h"
+#include "draw/primitives.h"
 #include "turtle/firing.h"
 
 using namespace picture;
@@ -65,6 +66,26 @@ TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
     }
 }
 
+TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
+    for (const int plainly : {0, 1}) {
+        draw_plainly = plainly;
+        nwall = 0;
+        setup_wall(0, 100, 50, -100, 50, 0, -1);
+        setup_wall(WALL_BACKFACE, 80, -50, -80, -50, 0, -1);
+        // Laid back by 90 degrees, so that the faces are seen from above: (x, y, z) lies at (x, z, -y).
+        const std::vector<vertex> v = flat(vertices_of([] {
+            glPushMatrix();
+            glRotated(-90, 1, 0, 0);
+            draw_walls();
+            glPopMatrix();
+        }));
+        for (const double x : {100.0, -100.0})
+            for (const double z : {0.0, 15.0}) EXPECT_NE(find_vertex(v, x, z, -49), nullptr) << plainly << ' ' << x;
+        for (const double x : {80.0, -80.0})
+            for (const double z : {0.0, 15.0}) EXPECT_NE(find_vertex(v, x, z, 51), nullptr) << plainly << ' ' << x;
+    }
+}
+
 TEST_F(Scene, wall_material_is_set_on_both_faces) {
     draw_walls();
     EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{0.5F, 0.5F, 0.3F, 1.0F}));
@@ -102,6 +123,21 @@ TEST_F(Scene, sensor_lines_show_once) {
     EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
 }
 
+TEST_F(Scene, sensor_lines_run_between_the_centres_five_units_up) {
+    put_turtle(0, -90, 20).finder_target = 1;
+    ttl[0].radar_target = 2;
+    put_turtle(1, 80, 30);
+    put_turtle(2, 70, -40);
+    const std::vector<piece> lines = vertices_of([] { draw_beam(0); });
+    ASSERT_EQ(lines.size(), 2U);
+    for (const piece& p : lines) {
+        ASSERT_EQ(p.vertices.size(), 2U);
+        EXPECT_TRUE(is_at(p.vertices[0], -90, 20, 5));
+    }
+    EXPECT_TRUE(is_at(lines[0].vertices[1], 80, 30, 5));
+    EXPECT_TRUE(is_at(lines[1].vertices[1], 70, -40, 5));
+}
+
 TEST_F(Scene, sensor_line_waits_for_battle_mode) {
     put_turtle(0, -100, 0).finder_target = 1;
     put_turtle(1, 100, 0);
@@ -127,6 +163,42 @@ TEST_F(Scene, body_has_its_head_ahead_and_its_tail_behind) {
     const shot s = body(0, 90);
     EXPECT_GT(inked(s, -5, 11, 5, 14), inked(s, -5, -14, 5, -11));
     EXPECT_GT(inked(s, -3, 12, 3, 13), 2);
+}
+
+// The top of a sphere is a vertex of it: it tells where the sphere stands.
+TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
+    put_turtle(0, 0, 0);
+    for (const int plainly : {0, 1}) {
+        draw_plainly = plainly;
+        constexpr double LEG = 0.5, HEAD = -0.25;
+        const auto turned = [](double dir) {
+            return flat(vertices_of([dir] { draw_turtle_body(0, 40, -30, dir, LEG, HEAD); }));
+        };
+        const std::vector<vertex> east = turned(0);
+        // All of it 5 up; heads have a radius of 2.5, legs of 2 and stand 2 lower, the shell is half of 10 high.
+        EXPECT_NE(find_vertex(east, 40 + 11.5, -30, 5 + HEAD + 2.5), nullptr);
+        EXPECT_NE(find_vertex(east, 40, -30, 5 + 5), nullptr);
+        for (const point_t& leg : {point_t{LEG - 5, 8}, {5 - LEG, 8}, {-5 - LEG, -8}, {LEG + 5, -8}})
+            EXPECT_NE(find_vertex(east, 40 + leg.x, -30 + leg.y, 5 - 2 + 2), nullptr) << leg.x << ' ' << leg.y;
+        EXPECT_NE(find_vertex(east, 40 - 8 - 6, -30, 5), nullptr); // the tip of the tail
+        // Turned north, (dx, dy) becomes (-dy, dx).
+        const std::vector<vertex> north = turned(90);
+        EXPECT_NE(find_vertex(north, 40, -30 + 11.5, 5 + HEAD + 2.5), nullptr);
+        EXPECT_NE(find_vertex(north, 40 - 8, -30 + LEG - 5, 5), nullptr);
+    }
+}
+
+TEST_F(Scene, gait_follows_the_clock_and_neighbours_are_out_of_step) {
+    for (const int i : {0, 1, 7}) {
+        for (const int clock : {0, 10, 1000}) {
+            put_turtle(i, 0, 0);
+            elapsed_time = static_cast<uint64_t>(clock);
+            const std::vector<vertex> v = flat(vertices_of([i] { draw_turtle(i); }));
+            const double leg = std::sin(0.3 * i + clock / 7.0), head = std::sin(0.3 * i + clock / 28.0);
+            EXPECT_NE(find_vertex(v, leg - 5, 8, 5), nullptr) << i << ' ' << clock;
+            EXPECT_NE(find_vertex(v, 11.5, 0, 7.5 + head), nullptr) << i << ' ' << clock;
+        }
+    }
 }
 
 TEST_F(Scene, culled_and_listed_solids_look_like_plain_ones) {
@@ -183,6 +255,31 @@ TEST_F(Scene, score_stands_above_and_name_below) {
     EXPECT_GT(inked(s, -12, -22, 12, -12), 10);
     EXPECT_EQ(inked(s, -12, 24, 60, 60), 0);
     EXPECT_EQ(inked(s, -12, -60, 60, -26), 0);
+}
+
+TEST_F(Scene, labels_are_lit_strokes_sixteen_units_up) {
+    disp_score = disp_name = 1;
+    put_turtle(0, 50, -20).score = -7;
+    turtle_name(0, "Ann");
+    const auto strokes_of = [](const std::function<void()>& draw) {
+        std::vector<vertex> all;
+        for (const piece& p : vertices_of(draw))
+            if (p.kind != GL_POLYGON_TOKEN) all.insert(all.end(), p.vertices.begin(), p.vertices.end());
+        return all;
+    };
+    const std::vector<vertex> drawn = strokes_of([] { draw_turtle(0); });
+    const std::vector<vertex> expected = strokes_of([] {
+        drawString(nullptr, "-7", 50 - 12, -20 + 10, 16);
+        drawString(nullptr, "Ann", 50 - 12, -20 - 22, 16);
+    });
+    ASSERT_EQ(drawn.size(), expected.size());
+    for (size_t k = 0; k < drawn.size(); ++k) {
+        ASSERT_TRUE(is_at(drawn[k], expected[k].x, expected[k].y, 16)) << k;
+        // Emission 0.7 and the body's colour (0.2, 1, 0.1) lit from above, 1.12 times itself.
+        ASSERT_NEAR(drawn[k].red, 0.924, 1e-5);
+        ASSERT_NEAR(drawn[k].green, 1.0, 1e-5);
+        ASSERT_NEAR(drawn[k].blue, 0.812, 1e-5);
+    }
 }
 
 TEST_F(Scene, objects_have_no_labels) {
@@ -285,6 +382,51 @@ TEST_F(Scene, dying_turtle_glows_red_fifteen_frames_and_is_gone_after_fifty) {
     clear(0, 0, 0);
     draw_turtle(0);
     EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
+}
+
+// The top of each sphere tells its height, its alpha how much shows through.
+TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
+    turtle_t& t = put_turtle(0, 0, 0);
+    t.flags |= TTL_FIRING;
+    t.beam_x = 100;
+    t.beam_y = 50;
+    const auto draw = [] { draw_turtle(0); };
+    const std::vector<vertex> flying = flat(vertices_of(draw));
+    EXPECT_NE(find_vertex(flying, 100, 50, 3 + 5), nullptr);
+
+    t = put_turtle(0, 0, 0);
+    t.beam_x = 100;
+    t.beam_y = 50;
+    t.fire_wait = 10;
+    const std::vector<vertex> fading = flat(vertices_of(draw));
+    const vertex* const burst = find_vertex(fading, 100, 50, 3 + 15);
+    ASSERT_NE(burst, nullptr);
+    EXPECT_NEAR(burst->alpha, 10 / 25.0, 1e-5);
+    EXPECT_NEAR(burst->green, 0.9 + 0.2 * 0.8, 0.07); // cut at 1
+    EXPECT_NEAR(burst->blue, 0.5, 1e-5);
+
+    put_turtle(0, -60, 20).dying_count = 36;
+    const std::vector<vertex> dying = flat(vertices_of(draw));
+    const vertex* const glow = find_vertex(dying, -60, 20, 3 + 15);
+    ASSERT_NE(glow, nullptr);
+    EXPECT_NEAR(glow->alpha, 0.8, 1e-5);
+    EXPECT_NEAR(glow->green, 0.2 * 1.2, 1e-5);
+    EXPECT_NEAR(glow->blue, 0.0, 1e-5);
+
+    put_turtle(0, -60, 20).dying_count = 35;
+    const std::vector<vertex> dark = flat(vertices_of(draw));
+    EXPECT_EQ(find_vertex(dark, -60, 20, 3 + 15), nullptr);
+}
+
+TEST_F(Scene, glow_shows_the_field_through_even_around_carried_coins) {
+    for (const int carried : {0, 3}) {
+        clear(0, 0, 1);
+        put_turtle(0, 0, 0).dying_count = 50;
+        ttl[0].n_coin = carried;
+        draw_turtle(0);
+        // Beside the body and the coin: the sphere's shaded red, and a fifth of the blue behind it.
+        EXPECT_NEAR(read_window().on_field(0, 13).b, 51, 2) << carried;
+    }
 }
 
 TEST_F(Scene, zombie_looks_like_the_living) {
