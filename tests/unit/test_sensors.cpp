@@ -254,8 +254,48 @@ TEST_F(Sensors, bearing_is_folded_to_half_a_turn_either_side) {
 TEST_F(Sensors, radar_sees_stones_doughnuts_and_zombies) {
     put_turtle(0, 0, 0);
     put_object(1, TTL_STONE, 30, 0);
+    put_object(2, TTL_DOUGHNUT, 40, 0);
+    put_turtle(3, 50, 0).flags |= TTL_ZOMBIE;
+    put_turtle(4, 60, 0).dying_count = 30;
+    for (int rank = 0; rank < 4; ++rank) {
+        EXPECT_EQ(radar(rank), 0);
+        EXPECT_EQ(ttl[rank + 1].event, EVENT_SEEN);
+        EXPECT_EQ(ttl[0].radar_target, rank + 1);
+    }
+    EXPECT_EQ(radar(4), -1);
+}
+
+TEST_F(Sensors, radar_counts_live_slots_below_the_counter) {
+    put_turtle(0, 0, 0);
+    put_turtle(1, 30, 0).flags = 0;
+    put_turtle(2, 40, 0);
+    put_turtle(3, 50, 0);
+    ntmax = 3;
     EXPECT_EQ(radar(0), 0);
-    EXPECT_EQ(ttl[1].event, EVENT_SEEN);
+    EXPECT_EQ(ttl[0].radar_target, 2);
+    EXPECT_EQ(radar(1), -1);
+    EXPECT_EQ(ttl[1].event, 0u);
+    EXPECT_EQ(ttl[3].event, 0u);
+}
+
+TEST_F(Sensors, radar_rank_outside_the_list_is_refused_without_a_trace) {
+    put_turtle(0, 0, 0).event = EVENT_SEEN;
+    put_turtle(1, 30, 0).team = 2;
+    for (const int rank : {-1, 5, 2147483647, -2147483647 - 1}) {
+        EXPECT_EQ(draws_of(3, [rank] { EXPECT_EQ(radar(rank), -1); }), 0);
+        EXPECT_EQ(angle, 0);
+        EXPECT_EQ(radar_team, 0);
+    }
+    EXPECT_EQ(ttl[0].event, EVENT_SEEN);
+    EXPECT_EQ(ttl[1].event, 0u);
+}
+
+TEST_F(Sensors, radar_that_finds_nothing_keeps_its_last_target) {
+    put_turtle(0, 0, 0);
+    put_turtle(1, 30, 0);
+    radar(0);
+    EXPECT_EQ(radar(1), -1);
+    EXPECT_EQ(ttl[0].radar_target, 1);
 }
 
 TEST_F(Sensors, radar_clears_the_askers_own_mark) {
@@ -306,9 +346,11 @@ TEST_F(Sensors, nearest_distance_counts_live_slots_below_the_counter) {
 }
 
 TEST_F(Sensors, distance_of_two_turtles_wants_both_alive) {
-    put_turtle(0, 0, 0);
-    put_turtle(1, 30, 40);
+    // 30 and 40 apart where they stand now; where they stood before does not matter.
+    put_turtle(0, 7, -11).pos[1] = {500, 500};
+    put_turtle(1, 37, 29).pos[1] = {-500, -500};
     EXPECT_EQ(dist_t2t(0, 1), 50);
+    EXPECT_EQ(dist_t2t(1, 0), 50);
     EXPECT_EQ(dist_t2t(0, 0), 0);
     ttl[1].flags = 0;
     EXPECT_EQ(dist_t2t(0, 1), NO_DISTANCE);
