@@ -160,6 +160,32 @@ class Connections(FieldTest):
             self.assertEqual(self.turtle.reply().values, "")
             self.assertEqual(self.turtle.reply().values, "%d.000000 0.000000" % n)
 
+    def test_client_that_has_said_its_last_still_gets_all_replies(self):
+        # The end of the stream is read only after the frame that the steps wait for, and ends the client then.
+        other = self.client()
+        other.do("c", "j 0 100")
+        other.send("f 5\nf 5\nq p\n")
+        other.sock.shutdown(socket.SHUT_WR)
+        self.assertEqual([other.reply().values for _ in range(3)], ["", "", "10.000000 100.000000"])
+        self.assertRaises(Closed, other.read_line)
+        self.log_line("closing connection", other)
+        self.assertEqual(self.turtle.ask("q n").values, "2")        # a zombie is left
+
+    def test_urgent_bytes_are_no_part_of_a_line_and_stop_nobody(self):
+        other = self.client()
+        other.sock.send(b"X", socket.MSG_OOB)
+        self.assertEqual(self.turtle.ask("q a").values, "1")
+        self.assertEqual(other.ask("q a").values, "1")
+        other.send(b"q ")
+        other.sock.send(b"p", socket.MSG_OOB)
+        other.send(b"a\n")
+        self.assertEqual(other.reply().values, "1")
+        other.send(b"q a" + b"x" * 2000)                            # longer than the buffer
+        other.sock.send(b"\n", socket.MSG_OOB)
+        self.assertEqual(self.turtle.ask("q a").values, "1")
+        other.send(b"y" * 2000 + b"\nq n\n")
+        self.assertEqual([other.reply().values for _ in range(2)], ["1", "2"])
+
     def test_kill_all_drops_every_client(self):
         clients = [self.turtle] + [self.client() for _ in range(4)]
         self.turtle.do("o b", "z 5 1 1")

@@ -5,6 +5,7 @@ import socket
 import subprocess
 import tempfile
 import unittest
+import urllib.request
 
 import harness
 from harness import Client, Field, wait_until
@@ -62,6 +63,12 @@ class Start(unittest.TestCase):
                 self.assertNotIn("options:", field.said())
                 with Client() as turtle:
                     self.assertEqual(turtle.ask("q a").values, "1")
+
+    def test_script_option_without_a_value_leaves_the_default_scripts(self):
+        with Field(["-js"]) as field:
+            page = urllib.request.urlopen("http://127.0.0.1:%d/" % harness.VIEWER_PORT, timeout=harness.patience(20))
+            self.assertIn('src="http://localhost:2281/kelmora/script/kelmora.js"', page.read().decode())
+            self.assertEqual([line for line in field.said() if line.startswith("script: ")], [])
 
     def test_title_names_the_mode_and_the_host(self):
         with Field() as field:

@@ -189,6 +189,11 @@ class Keys(FieldTest):
             count += 1
             self.assertEqual(len(captures()), count)
 
+    def test_window_opens_at_the_left_edge_ten_below_the_top(self):
+        geometry = self.field.xdotool("getwindowgeometry", self.field.window)
+        self.assertIn("Position: 0,10 ", geometry)
+        self.assertIn("Geometry: 512x512", geometry)
+
     def test_window_keeps_its_size(self):
         self.field.xdotool("windowsize", self.field.window, 640, 600)
         wait_until(lambda: "Geometry: 512x512" in self.field.xdotool("getwindowgeometry", self.field.window), 10,
