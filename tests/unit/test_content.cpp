@@ -4,13 +4,16 @@
 #include "httpd/content.h"
 #include "turtle/turtle.h"
 
+#include <bit>
 #include <cfloat>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -202,6 +205,28 @@ TEST_F(Content, extreme_coordinates_keep_every_list_whole) {
     json = fetch("$0/camera");
     EXPECT_EQ(times(json, "\"z1\":10.000000}"), 1u);
     EXPECT_GT(json.size(), 4 * 309u);
+}
+
+TEST_F(Content, numbers_are_written_as_printf_writes_them) {
+    // Ties at the seventh digit that a double holds exactly (odd multiples of 2^-7), results that round to nothing,
+    // infinities, and any pattern of bits.
+    std::vector<double> numbers = {0.0,   -0.0,    5e-7,     4.9999e-7, -4e-7,    0.0078125, 0.0234375, -1.0078125,
+                                   1e15,  1e22,    0.1,      -256.0,    DBL_MIN,  DBL_MAX,   INFINITY,  -INFINITY,
+                                   1e100, 1.0 / 3, 123456.5, NAN,       -DBL_MIN, -DBL_MAX};
+    srandom(1);
+    for (int n = 0; n < 20000; ++n) {
+        const auto low = static_cast<uint64_t>(random());
+        const uint64_t bits = static_cast<uint64_t>(random()) << 33 | low << 2;
+        numbers.push_back(std::bit_cast<double>(bits));
+        numbers.push_back(static_cast<double>(random() % 1000000) / 1953.125 - 256);
+    }
+    for (const double number : numbers) {
+        char want[400];
+        snprintf(want, sizeof want, "{\"x\":%lf,\"y\":0.000000,\"ord\":7}", number);
+        coins[0] = {0, number, 0, 7, nullptr, ON_FIELD};
+        ncoin = 1;
+        ASSERT_EQ(fetch("coin"), std::string("[") + want + "]");
+    }
 }
 
 TEST_F(Content, counts_beyond_the_tables_are_cut) {
