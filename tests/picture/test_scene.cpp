@@ -39,7 +39,7 @@ protected:
 // --- walls ---
 
 TEST_F(Scene, wall_is_a_slab_from_one_in_front_to_two_behind) {
-    setup_wall(0, 100, 50, -100, 50, 0, 1);
+    setup_wall(0, -100, 50, 100, 50, 0, 1);
     draw_walls();
     const box b = ink(read_window(), BLACK, 0);
     // From above: y from 50 - 2 to 50 + 1, and pointed ends one unit long; a point may miss its pixel's centre.
@@ -53,12 +53,12 @@ TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
     for (const int plainly : {0, 1}) {
         draw_plainly = plainly;
         nwall = 0;
-        setup_wall(0, 10, 50, -100, 50, 0, 1);
-        setup_wall(WALL_BACKFACE, -100, -50, 10, -50, 0, -1);
+        setup_wall(0, -100, 50, 10, 50, 0, 1);
+        setup_wall(WALL_BACKFACE, 10, -50, -100, -50, 0, -1);
         const std::vector<vertex> v = flat(vertices_of(draw_walls));
         // The six corners of the top of the first wall.
-        const point_t corners[] = {{9, 50}, {10, 51}, {-100, 51}, {-99, 50}, {-100, 48}, {10, 48}};
-        // With the normal (0, 1) the points lie at (x1 - 1, y1) and (x2 + 1, y2).
+        const point_t corners[] = {{-101, 50}, {-100, 51}, {10, 51}, {11, 50}, {10, 48}, {-100, 48}};
+        // With the normal (0, 1) the points lie at (x1 - 1, y1) and (x2 + 1, y2), beyond the ends.
         for (const point_t& c : corners) EXPECT_NE(find_vertex(v, c.x, c.y, 15), nullptr) << c.x << ' ' << c.y;
         // The rear edge of the second, which has none, would lie at y = -50 + 2.
         EXPECT_EQ(find_vertex(v, 10, -48, 15), nullptr);

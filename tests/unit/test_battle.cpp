@@ -229,10 +229,12 @@ TEST_F(Battle, points_have_no_upper_limit) {
 
 TEST_F(Battle, lowest_slot_within_reach_is_the_victim) {
     put_shooter(80, 3);
-    put_turtle(1, 91, 0); // 9 away
-    put_turtle(2, 82, 0); // right there
+    put_turtle(0, 91, 0); // 9 away
+    put_turtle(1, 82, 0); // right there
+    put_turtle(2, 82, 0);
     (void)step_beam(3);
-    EXPECT_EQ(ttl[1].score, 70);
+    EXPECT_EQ(ttl[0].score, 70);
+    EXPECT_EQ(ttl[1].score, 100);
     EXPECT_EQ(ttl[2].score, 100);
 }
 
