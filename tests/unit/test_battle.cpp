@@ -108,6 +108,16 @@ TEST_F(Battle, hit_reaches_ten_units_not_included) {
     EXPECT_EQ(is_hit_by_bullet(0, 0, -9.999), 1);
 }
 
+TEST_F(Battle, hit_is_measured_from_where_the_target_stands_now) {
+    put_turtle(0, 30, 50).pos[1] = {-30, -50};
+    EXPECT_EQ(is_hit_by_bullet(0, 36, 57), 1);
+    EXPECT_EQ(is_hit_by_bullet(0, 36, 58), 0); // 36 + 64 = 100
+    EXPECT_EQ(is_hit_by_bullet(0, 24, 43), 1);
+    EXPECT_EQ(is_hit_by_bullet(0, -30, -50), 0);
+    EXPECT_EQ(is_hit_by_bullet(0, 30, -50), 0);
+    EXPECT_EQ(is_hit_by_bullet(0, -30, 50), 0);
+}
+
 TEST_F(Battle, every_kind_in_use_can_be_hit_unless_dying) {
     for (const uint32_t kind : {0U, TTL_ZOMBIE, TTL_ROBOT, TTL_DOUGHNUT, TTL_STONE}) {
         turtle_t& t = put_turtle(0, 0, 0);
@@ -458,6 +468,34 @@ TEST_F(Battle, robot_just_inside_the_margin_walks) {
     put_turtle(0, 245.84, 0, 0, -1);
     update_robot(0);
     EXPECT_NEAR(ttl[0].pos[0].x, 245.99, NEAR);
+}
+
+TEST_F(Battle, robot_walks_up_to_its_margin_from_each_edge) {
+    // 0.85 + 0.15 is exactly 1 in doubles, which lies on the margin of a field that ends at 11.
+    Xmax = Ymax = 11;
+    Xmin = Ymin = -11;
+    struct row_t {
+        double x, y, dir;
+    };
+    for (const row_t row : {row_t{0.85, 0, 0}, row_t{0, 0.85, 90}, row_t{-0.85, 0, 180}, row_t{0, -0.85, -90}}) {
+        turtle_t& t = put_turtle(0, row.x, row.y, row.dir, -1);
+        t.pos[1] = {5, 5}; // where it came from does not matter
+        update_robot(0);
+        EXPECT_NEAR(t.pos[0].x, row.x / 0.85, NEAR) << row.dir;
+        EXPECT_NEAR(t.pos[0].y, row.y / 0.85, NEAR) << row.dir;
+        EXPECT_EQ(t.dir, row.dir);
+    }
+}
+
+TEST_F(Battle, blocked_robot_steps_back_along_its_heading) {
+    turtle_t& t = put_turtle(0, 30, 40, 90, -1);
+    t.pos[1] = {-1, -2};
+    put_object(1, TTL_STONE, 30, 60);
+    update_robot(0);
+    EXPECT_NEAR(t.pos[0].x, 30, NEAR);
+    EXPECT_NEAR(t.pos[0].y, 40 - 0.15, NEAR);
+    EXPECT_EQ(t.pos[1].x, -1); // no step of the track
+    EXPECT_EQ(t.pos[1].y, -2);
 }
 
 TEST_F(Battle, blocked_robot_steps_back_and_turns_about) {
