@@ -120,11 +120,22 @@ class Day:
             time.sleep(0.3)
 
 
+def named(path):
+    try:
+        with open(path) as comm:
+            return comm.read().strip()
+    except OSError:
+        return ""                                           # it has ended meanwhile
+
+
 def resources(pid):
-    """Descriptors, threads and resident megabytes of the process."""
+    """Descriptors, threads and resident megabytes of the process. Threads that the graphics driver starts when it likes
+    have names of their own and do not count."""
+    own = named("/proc/%d/comm" % pid)
+    tasks = os.listdir("/proc/%d/task" % pid)
     with open("/proc/%d/statm" % pid) as statm:
         resident = int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
-    return len(os.listdir("/proc/%d/fd" % pid)), len(os.listdir("/proc/%d/task" % pid)), resident
+    return len(os.listdir("/proc/%d/fd" % pid)), sum(named("/proc/%d/task/%s/comm" % (pid, task)) == own for task in tasks), resident
 
 
 def soak():
@@ -136,6 +147,7 @@ def soak():
             turtle.wait_ticks(30)
         pid = field.process.pid
         base = resources(pid)
+        print("  %d descriptors, %d threads, %.0f MB at the start" % base, flush=True)
         day = Day(field)
         jobs = [day.player] * 10 + [day.vandal] * 2 + [day.deaf] + [day.viewer] * 50 + [day.operator]
         threads = [threading.Thread(target=day.spend, args=(job, random.Random(SEED + i))) for i, job in enumerate(jobs)]
@@ -171,6 +183,7 @@ def soak():
             faults.append("%d commands, %d pages" % (day.served, day.pages))
         # Everybody has gone: what was opened for them has to be given back.
         try:
+            # Slow and idle viewers are cut off after a minute.
             harness.wait_until(lambda: resources(pid)[0] <= base[0] + 1 and resources(pid)[1] <= base[1], 30,
                                lambda: "descriptors and threads to return from %r to %r" % (resources(pid), base), 0.2)
         except AssertionError as failure:
