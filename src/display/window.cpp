@@ -71,6 +71,19 @@ void format_title(std::array<char, 300>& title) {
     snprintf(title.data(), title.size(), private_mode != 0 ? "Private %s" : "Public %s", window_title);
 }
 
+void create_canvas_texture() {
+    bg_tex_buffer = static_cast<unsigned char*>(malloc(CANVAS_BYTES));
+    glGenTextures(1, &bg_textures);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, bg_tex_buffer);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+} // namespace
+
 void create_menu() {
     struct entry_t {
         const char* label;
@@ -92,19 +105,6 @@ void create_menu() {
     for (const entry_t& e : ENTRIES) glutAddMenuEntry(e.label, e.value);
     glutAttachMenu(GLUT_RIGHT_BUTTON);
 }
-
-void create_canvas_texture() {
-    bg_tex_buffer = static_cast<unsigned char*>(malloc(CANVAS_BYTES));
-    glGenTextures(1, &bg_textures);
-    glBindTexture(GL_TEXTURE_2D, bg_textures);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, bg_tex_buffer);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D, 0);
-}
-
-} // namespace
 
 void prepare_drawing() {
     create_canvas_texture();

@@ -11,6 +11,9 @@ extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its
 /// The steps of field_start that need the GL context and nothing else: canvas texture, light, blending, viewport.
 void prepare_drawing();
 
+/// Makes the pop-up menu and hangs it on the right mouse button.
+void create_menu();
+
 /// GLUT callbacks. A menu value or key without a meaning changes nothing.
 void menufunc(int value);
 void keyboardfunc(unsigned char key, int x, int y);

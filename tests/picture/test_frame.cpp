@@ -401,12 +401,17 @@ TEST_F(Frame, capture_writes_one_file_and_clears_its_flag) {
 TEST_F(Frame, zoom_keys_stop_at_their_ends) {
     for (const char key : {'+', ';'}) {
         view_fov_angle = 55;
-        for (int k = 0; k < 8; ++k) keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 50);
+        for (int k = 1; k < 8; ++k) keyboardfunc(static_cast<unsigned char>(key), 0, 0);
         EXPECT_EQ(view_fov_angle, 15);
         keyboardfunc(static_cast<unsigned char>(key), 0, 0);
         EXPECT_EQ(view_fov_angle, 15);
     }
     for (const char key : {'-', '='}) {
+        view_fov_angle = 15;
+        keyboardfunc(static_cast<unsigned char>(key), 0, 0);
+        EXPECT_EQ(view_fov_angle, 20);
         view_fov_angle = 55;
         keyboardfunc(static_cast<unsigned char>(key), 0, 0);
         EXPECT_EQ(view_fov_angle, 60);

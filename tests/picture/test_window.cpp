@@ -1,0 +1,152 @@
+// What the window asks of GLUT: menu entries, redraws, timers, titles and sizes. The toolkit's own functions are
+// replaced by recorders in this program, so nothing here waits for an event loop.
+#include "picture/field_fixture.h"
+
+#include "display/window.h"
+#include "geometry/furnish.h"
+
+#include <utility>
+
+using namespace picture;
+
+namespace {
+
+struct record_t {
+    int redraws;
+    std::vector<std::pair<unsigned, int>> timers; // milliseconds, value
+    void (*timer_callback)(int);
+    std::vector<std::string> titles;
+    std::vector<std::pair<int, int>> sizes;
+    void (*menu_callback)(int);
+    std::vector<std::pair<std::string, int>> entries;
+    std::vector<int> menu_buttons;
+};
+record_t asked;
+
+class Window : public FieldPicture {
+protected:
+    void SetUp() override {
+        FieldPicture::SetUp();
+        asked = {};
+    }
+
+    /// Milliseconds after which a tick on the present field asks for the next one.
+    static unsigned next_tick() {
+        asked.timers.clear();
+        timerfunc(0);
+        return asked.timers.size() == 1 ? asked.timers[0].first : 0;
+    }
+};
+
+} // namespace
+
+void glutPostRedisplay() { ++asked.redraws; }
+void glutTimerFunc(unsigned ms, void (*callback)(int), int value) {
+    asked.timers.emplace_back(ms, value);
+    asked.timer_callback = callback;
+}
+void glutSetWindowTitle(const char* title) { asked.titles.emplace_back(title); }
+void glutReshapeWindow(int width, int height) { asked.sizes.emplace_back(width, height); }
+int glutCreateMenu(void (*callback)(int)) {
+    asked.menu_callback = callback;
+    return 1;
+}
+void glutAddMenuEntry(const char* label, int value) { asked.entries.emplace_back(label, value); }
+void glutAttachMenu(int button) { asked.menu_buttons.push_back(button); }
+
+TEST_F(Window, menu_has_nine_entries_on_the_right_button) {
+    create_menu();
+    const std::vector<std::pair<std::string, int>> expected = {
+        {"Clear Field", 1},
+        {"Erase Zombie", 2},
+        {"Toggle Graphics/Battle Mode", 3},
+        {"Toggle Private/Public Mode", 4},
+        {"Capture Screen", 5},
+        {"- - - - - - - - -", 0},
+        {"About Kelmora", 7},
+        {"Kill All Turtles", 8},
+        {"Exit", 9},
+    };
+    EXPECT_EQ(asked.entries, expected);
+    EXPECT_EQ(asked.menu_callback, menufunc);
+    EXPECT_EQ(asked.menu_buttons, std::vector<int>{GLUT_RIGHT_BUTTON});
+}
+
+TEST_F(Window, every_menu_pick_asks_for_a_redraw) {
+    int picks = 0;
+    for (const int value : {0, 1, 2, 3, 4, 5, 6, 7, 8, 10, -1, 2147483647}) {
+        menufunc(value);
+        EXPECT_EQ(asked.redraws, ++picks) << value;
+    }
+}
+
+TEST_F(Window, keys_leave_the_redraw_to_the_next_tick) {
+    for (int key = 0; key < 256; ++key) {
+        if (key != 'Q') keyboardfunc(static_cast<unsigned char>(key), 1, 2); // which would end this program
+    }
+    EXPECT_EQ(asked.redraws, 0);
+    EXPECT_TRUE(asked.timers.empty());
+}
+
+TEST_F(Window, tick_counts_redraws_and_asks_for_the_next) {
+    elapsed_time = 0xffffffff; // the clock has 64 bits
+    timerfunc(5);
+    EXPECT_EQ(elapsed_time, 0x100000000U);
+    EXPECT_EQ(asked.redraws, 1);
+    EXPECT_EQ(asked.timers, (std::vector<std::pair<unsigned, int>>{{80, 0}}));
+    EXPECT_EQ(asked.timer_callback, timerfunc);
+    EXPECT_TRUE(asked.titles.empty());
+}
+
+TEST_F(Window, field_ticks_every_8_ms_while_anything_can_move_and_every_80_otherwise) {
+    EXPECT_EQ(next_tick(), 80U); // nobody there
+    put_object(0, TTL_STONE, 0, 0);
+    put_object(1, TTL_DOUGHNUT, 50, 0);
+    put_turtle(2, 100, 0).flags |= TTL_ZOMBIE;
+    EXPECT_EQ(next_tick(), 80U);
+    put_turtle(3, 150, 0, 0, -1); // a robot
+    EXPECT_EQ(next_tick(), 8U);
+    ttl[3].flags |= TTL_ZOMBIE;
+    EXPECT_EQ(next_tick(), 80U);
+    put_turtle(4, 150, 50);
+    EXPECT_EQ(next_tick(), 8U);
+    ttl[4].dying_count = 10; // still moves its legs
+    EXPECT_EQ(next_tick(), 8U);
+    ntmax = 0;
+    EXPECT_EQ(next_tick(), 80U);
+}
+
+TEST_F(Window, title_follows_the_mode_at_the_tick_after_the_change) {
+    snprintf(window_title, sizeof window_title, "Kelmora @ somewhere");
+    menuitem_need_to_change = 0;
+    keyboardfunc('@', 0, 0);
+    EXPECT_EQ(menuitem_need_to_change, 1);
+    EXPECT_TRUE(asked.titles.empty());
+    timerfunc(0);
+    timerfunc(0);
+    EXPECT_EQ(asked.titles, std::vector<std::string>{"Public Kelmora @ somewhere"});
+    EXPECT_EQ(menuitem_need_to_change, 0);
+    menufunc(4);
+    timerfunc(0);
+    EXPECT_EQ(asked.titles.back(), "Private Kelmora @ somewhere");
+    keyboardfunc('!', 0, 0); // a change of battle mode retitles too
+    timerfunc(0);
+    EXPECT_EQ(asked.titles.size(), 3U);
+    EXPECT_EQ(asked.titles.back(), "Private Kelmora @ somewhere");
+}
+
+TEST_F(Window, longest_title_is_whole) {
+    const std::string longest(sizeof window_title - 1, 'w');
+    snprintf(window_title, sizeof window_title, "%s", longest.c_str());
+    change_menuitem();
+    EXPECT_EQ(asked.titles, std::vector<std::string>{"Private " + longest});
+}
+
+TEST_F(Window, any_other_size_is_taken_back) {
+    for (const auto& [width, height] : {std::pair{640, 600}, {1, 1}, {512, 512}, {0, -5}}) {
+        asked = {};
+        reshapefunc(width, height);
+        EXPECT_EQ(asked.sizes, (std::vector<std::pair<int, int>>{{512, 512}}));
+        EXPECT_EQ(asked.redraws, 1);
+    }
+}
