@@ -12,10 +12,10 @@ const COINS_EVERY = 500;
 const WALLS_EVERY = 3000;
 
 const STYLE = `
-html, body { height: 100%; overflow: hidden; color: #fff; font: 18px/1.3 sans-serif; }
+html, body { height: 100%; overflow: hidden; color: #fff; font: clamp(14px, 2.6vmin, 44px)/1.3 sans-serif; }
 canvas { position: fixed; left: 0; top: 0; touch-action: none; }
-#panel { position: fixed; right: 0; top: 0; max-height: 100%; overflow: auto; width: min(19em, 42vw); padding: .5em;
-  box-sizing: border-box; }
+#panel { position: fixed; right: 0; top: 0; max-height: 100%; overflow: auto; width: min(18rem, 42vw); padding: .4rem;
+  box-sizing: border-box; font-size: clamp(.5rem, calc(100vh / (2.3 * var(--rows, 1) + 4)), 1rem); }
 #panel > div { display: flex; align-items: center; gap: .5em; margin: .15em 0; padding: .15em .5em;
   background: rgba(0, 24, 44, .75); border-radius: .4em; }
 #panel > div[hidden] { display: none; }
@@ -23,13 +23,13 @@ canvas { position: fixed; left: 0; top: 0; touch-action: none; }
 #panel span { flex: 1; overflow: hidden; text-overflow: ellipsis; white-space: nowrap; }
 #panel b { font-size: 1.2em; }
 #panel i { color: #ffd24a; font-style: normal; white-space: nowrap; }
-#result { font-weight: bold; font-size: 1.1em; }
+#result { font-weight: bold; font-size: 1.1em; overflow-wrap: anywhere; }
 #lost { position: fixed; left: 0; right: 0; top: 38%; padding: .6em; text-align: center; font-size: 1.6em;
   background: #8a1c1c; }
 #lost[hidden] { display: none; }
-@media (orientation: portrait) { #panel { top: auto; bottom: 0; left: 0; width: 100%; max-height: 38%; } }
-@media (max-width: 700px) { body { font-size: 14px; } }
-@media (min-width: 1600px) { body { font-size: 24px; } }
+@media (orientation: portrait) {
+  #panel { top: auto; bottom: 0; left: 0; width: 100%; max-height: 38%; font-size: 1rem; }
+}
 `;
 
 function byId(id) {
@@ -48,7 +48,7 @@ function gatherBoxes() {
   const lost = Object.assign(document.createElement('div'), { id: 'lost', hidden: true });
   lost.textContent = 'The field does not answer. Trying again…';
   document.body.append(panel, lost);
-  return { boxes, result, lost };
+  return { panel, boxes, result, lost };
 }
 
 function letMove(canvas, orbit) {
@@ -66,9 +66,9 @@ function webGLStart() {
   const style = document.createElement('style');
   style.textContent = STYLE;
   document.head.append(style);
-  const { boxes, result, lost } = gatherBoxes();
+  const { panel, boxes, result, lost } = gatherBoxes();
   const orbit = newOrbit();
-  const scene = makeScene(document, orbit);
+  const scene = makeScene(document, orbit, () => panel.offsetWidth);
   document.body.prepend(scene.canvas);
   letMove(scene.canvas, orbit);
 
@@ -92,7 +92,7 @@ function webGLStart() {
   };
   listen('/turtle', TURTLES_EVERY, parseTurtles, (turtles) => {
     scene.setTurtles(turtles, performance.now());
-    fillBoxes(document, boxes, result, turtles);
+    panel.style.setProperty('--rows', fillBoxes(document, boxes, result, turtles));
   });
   listen(cameraPath(location.pathname), CAMERA_EVERY, parseCamera,
     (camera) => scene.setCamera(camera, performance.now()));

@@ -18,8 +18,9 @@ export function makeTurtle() {
   const T = THREE();
   const body = new T.Group();
   const ball = new T.SphereGeometry(1, 20, 14);
-  const shell = mesh(new T.SphereGeometry(1, 28, 14, 0, Math.PI * 2, 0, Math.PI / 2), 0x33ff1a, 0, 0, 2.5,
-    { flatShading: false, roughness: 0.45 });
+  // Few flat faces look like the plates of a shell.
+  const shell = mesh(new T.SphereGeometry(1, 9, 5, 0, Math.PI * 2, 0, Math.PI / 2), 0x33ff1a, 0, 0, 2.5,
+    { flatShading: true, roughness: 0.6 });
   shell.rotation.x = Math.PI / 2; // the half sphere's top looks up
   shell.scale.set(9, 6.5, 7.5);
   const belly = mesh(ball, 0xd8c48a, 0, 0, 2.6);
@@ -79,6 +80,71 @@ export function makeGlow(color) {
   return glow;
 }
 
+const WALL_HEIGHT = 16;
+const WALL_WIDTH = 3;
+const COURSE = 8; // height of a course of stones, field units
+
+// Two courses of stones of uneven lightness, made to be repeated.
+function stoneTexture() {
+  const T = THREE();
+  const canvas = document.createElement('canvas');
+  canvas.width = 256;
+  canvas.height = 128;
+  const pen = canvas.getContext('2d');
+  pen.fillStyle = '#4f4a43';
+  pen.fillRect(0, 0, 256, 128);
+  const shades = [0, 14, -12, 8, -6, 18, -16, 4];
+  for (let i = 0; i < 8; ++i) {
+    const lower = i >= 4;
+    const shade = shades[i];
+    pen.fillStyle = `rgb(${158 + shade}, ${150 + shade}, ${139 + shade})`;
+    const x = (i % 4) * 64 + (lower ? 32 : 0);
+    for (const from of [x, x - 256]) pen.fillRect(from + 2, lower ? 66 : 2, 60, 60); // the last one goes on at the left
+  }
+  const texture = new T.CanvasTexture(canvas);
+  texture.colorSpace = T.SRGBColorSpace;
+  texture.wrapS = texture.wrapT = T.RepeatWrapping;
+  texture.anisotropy = 4;
+  return texture;
+}
+
+/** All walls as one mesh of stone: a box along each wall, its stones of one size however long it is. */
+export function makeWalls(list) {
+  const T = THREE();
+  const position = [];
+  const normal = [];
+  const uv = [];
+  const index = [];
+  const place = new T.Object3D();
+  for (const wall of list) {
+    const length = Math.hypot(wall.x2 - wall.x1, wall.y2 - wall.y1) + WALL_WIDTH;
+    const box = new T.BoxGeometry(length, WALL_WIDTH, WALL_HEIGHT);
+    // Faces stand in the order +x -x +y -y +z -z with four corners each.
+    const sides = [[WALL_HEIGHT, WALL_WIDTH], [length, WALL_HEIGHT], [length, WALL_WIDTH]];
+    const first = position.length / 3;
+    for (let corner = 0; corner < 24; ++corner) {
+      const [across, up] = sides[corner >> 3];
+      uv.push((box.attributes.uv.getX(corner) * across) / (4 * COURSE), (box.attributes.uv.getY(corner) * up) / (2 * COURSE));
+    }
+    place.position.set((wall.x1 + wall.x2) / 2, (wall.y1 + wall.y2) / 2, WALL_HEIGHT / 2);
+    place.rotation.z = Math.atan2(wall.y2 - wall.y1, wall.x2 - wall.x1);
+    place.updateMatrix();
+    box.applyMatrix4(place.matrix);
+    position.push(...box.attributes.position.array);
+    normal.push(...box.attributes.normal.array);
+    for (const corner of box.index.array) index.push(first + corner);
+    box.dispose();
+  }
+  const geometry = new T.BufferGeometry();
+  geometry.setAttribute('position', new T.Float32BufferAttribute(position, 3));
+  geometry.setAttribute('normal', new T.Float32BufferAttribute(normal, 3));
+  geometry.setAttribute('uv', new T.Float32BufferAttribute(uv, 2));
+  geometry.setIndex(index);
+  const walls = new T.Mesh(geometry, new T.MeshStandardMaterial({ map: stoneTexture(), roughness: 1 }));
+  walls.frustumCulled = false;
+  return walls;
+}
+
 /** Many copies of one shape, as many as `count`. */
 export function makeMany(geometry, color, count, extra = {}) {
   const T = THREE();
@@ -86,7 +152,7 @@ export function makeMany(geometry, color, count, extra = {}) {
   return new T.InstancedMesh(geometry, material, Math.max(count, 1));
 }
 
-/** A label that always faces the viewer; setLabel gives it its text. */
+/** A label that always faces the viewer, of one size near and far; setLabel gives it its text, sizeLabel its size. */
 export function makeLabel() {
   const T = THREE();
   const canvas = document.createElement('canvas');
@@ -94,11 +160,18 @@ export function makeLabel() {
   canvas.height = 96;
   const texture = new T.CanvasTexture(canvas);
   texture.colorSpace = T.SRGBColorSpace;
-  const label = new T.Sprite(new T.SpriteMaterial({ map: texture, transparent: true, depthTest: false }));
-  label.scale.set(80, 15, 1);
-  label.center.set(0.5, 0);
+  const label = new T.Sprite(new T.SpriteMaterial({ map: texture, transparent: true, depthTest: false,
+    sizeAttenuation: false }));
+  label.center.set(0.5, -0.2);
   label.userData = { canvas, text: null };
   return label;
+}
+
+/** @param height  pixels, in a picture of `room` with a vertical angle of `degrees` */
+export function sizeLabel(label, height, room, degrees) {
+  const { canvas } = label.userData;
+  const size = (height / room.height) * 2 * Math.tan((degrees * Math.PI) / 360);
+  label.scale.set((size * canvas.width) / canvas.height, size, 1);
 }
 
 /** Draws the text anew when it has changed. Text on a canvas is never read as HTML. */

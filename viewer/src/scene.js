@@ -3,21 +3,23 @@
 import { DELAY, addSample, newTrack, placeAt } from './motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
 import { shortTitle } from './scores.js';
-import { FIELD_OF_VIEW, isOverview, pose } from './view.js';
-import { TEAM_COLORS, dispose, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, setLabel }
+import { FIELD_OF_VIEW, fieldOfView, isOverview, pose, roomIn } from './view.js';
+import { TEAM_COLORS, dispose, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, makeWalls, setLabel,
+  sizeLabel }
   from './models.js';
 
 const FIELD_SIDE = 512; // field units
-const WALL_HEIGHT = 16;
-const WALL_WIDTH = 3;
 const DYING_FRAMES = 50;
 const BURST_FRAMES = 25;
 const FLASH_TIME = 400; // ms that a hit or a collision shows
+const LABEL_SHARE = 0.042; // of the window's shorter side
+const LABEL_LEAST = 20; // pixels
 const STRIDE = 0.35; // radians of leg swing per field unit walked
 
 const MAKERS = { [TURTLE_TYPE]: makeTurtle, [DOUGHNUT_TYPE]: makeDoughnut, [STONE_TYPE]: makeStone };
 
-export function makeScene(document, orbit) {
+/** @param panelWidth  function that tells how many pixels the score panel takes at the right of a wide window */
+export function makeScene(document, orbit, panelWidth) {
   const T = globalThis.THREE;
   const renderer = new T.WebGLRenderer({ antialias: true });
   const scene = new T.Scene();
@@ -37,8 +39,10 @@ export function makeScene(document, orbit) {
   const actors = new Map(); // by slot
   let camera = { x0: 0, y0: 0, z0: 450, x1: 0, y1: 0, z1: 0 };
   let looking = newTrack(); // of a turtle's eyes, so that they move as smoothly as the turtle
+  let room = roomIn(1, 1, 0);
   let walls = null;
   let coins = null;
+  let wallCount = 0;
 
   function makeActor(type) {
     const made = (MAKERS[type] || makeTurtle)();
@@ -102,27 +106,15 @@ export function makeScene(document, orbit) {
   }
 
   function setWalls(list) {
-    const made = makeMany(new T.BoxGeometry(1, 1, 1), 0x9a9389, list.length);
-    const place = new T.Object3D();
-    list.forEach((wall, i) => {
-      const dx = wall.x2 - wall.x1;
-      const dy = wall.y2 - wall.y1;
-      place.position.set((wall.x1 + wall.x2) / 2, (wall.y1 + wall.y2) / 2, WALL_HEIGHT / 2);
-      place.rotation.z = Math.atan2(dy, dx);
-      place.scale.set(Math.hypot(dx, dy) + WALL_WIDTH, WALL_WIDTH, WALL_HEIGHT);
-      place.updateMatrix();
-      made.setMatrixAt(i, place.matrix);
-    });
-    made.count = list.length;
-    made.frustumCulled = false;
-    walls = replace(walls, made);
+    wallCount = list.length;
+    walls = replace(walls, makeWalls(list));
   }
 
   // Coins come oldest first; each lies a little higher than the ones before it.
   function setCoins(list) {
     const disc = new T.CylinderGeometry(6, 6, 1.2, 24);
     disc.rotateX(Math.PI / 2);
-    const made = makeMany(disc, 0xf0b429, list.length, { metalness: 0.5, roughness: 0.35 });
+    const made = makeMany(disc, 0xf0b429, list.length, { emissive: 0x6a4a00, roughness: 0.4 });
     const place = new T.Object3D();
     list.forEach((coin, i) => {
       place.position.set(coin.x, coin.y, 0.8 + i * 0.02);
@@ -158,7 +150,7 @@ export function makeScene(document, orbit) {
     actor.label.position.set(at.x, at.y, 16);
     actor.beam.visible = turtle.firing;
     actor.beam.position.set(at.bx, at.by, 6);
-    actor.beam.scale.setScalar(3);
+    actor.beam.scale.setScalar(3.5);
     actor.burst.visible = !turtle.firing && turtle.bttf > 0;
     const spread = Math.min(Math.max((BURST_FRAMES - turtle.bttf) / BURST_FRAMES, 0), 1);
     actor.burst.position.set(turtle.bx, turtle.by, 6);
@@ -185,28 +177,33 @@ export function makeScene(document, orbit) {
   function draw(now) {
     const width = document.documentElement.clientWidth || 1;
     const height = globalThis.innerHeight || 1;
-    const size = renderer.getSize(new T.Vector2());
-    if (size.x !== width || size.y !== height) {
+    if (room.width !== width || room.height !== height) {
       renderer.setPixelRatio(Math.min(globalThis.devicePixelRatio || 1, 2));
       renderer.setSize(width, height);
+      room = roomIn(width, height, panelWidth());
       eye.aspect = width / height;
-      eye.updateProjectionMatrix();
+      eye.setViewOffset(width, height, room.right / 2, room.foot / 2, width, height);
     }
     const from = cameraAt(now);
+    eye.fov = fieldOfView(from, room);
+    eye.updateProjectionMatrix();
+    const labelHeight = Math.max(LABEL_LEAST, LABEL_SHARE * Math.min(room.width, room.height));
     for (const actor of actors.values()) {
       drawActor(actor, now);
       // Seen from inside, a body would hide everything else.
       const inside = !isOverview(from) && Math.hypot(from.x0 - actor.body.position.x, from.y0 - actor.body.position.y) < 8;
       actor.body.visible = !inside;
-      if (actor.label) actor.label.visible = !inside;
+      if (!actor.label) continue;
+      actor.label.visible = !inside;
+      sizeLabel(actor.label, labelHeight, room, eye.fov);
     }
-    const view = pose(from, orbit, eye.aspect);
+    const view = pose(from, orbit, room);
     eye.position.set(...view.eye);
     eye.up.set(...view.up);
     eye.lookAt(...view.target);
     renderer.render(scene, eye);
   }
 
-  const counts = () => ({ walls: walls ? walls.count : 0, coins: coins ? coins.count : 0 });
+  const counts = () => ({ walls: wallCount, coins: coins ? coins.count : 0 });
   return { canvas: renderer.domElement, eye, actors, setTurtles, setWalls, setCoins, setCamera, draw, counts };
 }

@@ -57,7 +57,7 @@ function partsOf(box, document) {
   return box.parts;
 }
 
-/** Fills boxes and result from a turtle list; boxes without a turtle are hidden. */
+/** Fills boxes and result from a turtle list; boxes without a turtle are hidden. @returns how many are filled */
 export function fillBoxes(document, boxes, result, turtles) {
   const ranked = rank(turtles);
   boxes.forEach((box, i) => {
@@ -72,4 +72,5 @@ export function fillBoxes(document, boxes, result, turtles) {
     setText(parts.coins, turtle.ncoin > 0 ? `${turtle.ncoin} coins` : '');
   });
   setText(result, summary(ranked));
+  return Math.min(ranked.length, boxes.length);
 }
