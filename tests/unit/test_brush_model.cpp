@@ -72,7 +72,8 @@ TEST(vshift, of_style_6_rises_in_the_second_half) {
     EXPECT_EQ(vshift(6, 0.0), 0.0);
     EXPECT_EQ(vshift(6, 0.25), 0.0);
     EXPECT_EQ(vshift(6, std::nextafter(0.5, 0.0)), 0.0);
-    EXPECT_EQ(vshift(6, 0.5), 0.0);  // 2 * 0
+    EXPECT_EQ(vshift(6, 0.5), 0.0); // 2 * 0
+    EXPECT_NEAR(vshift(6, 0.51), 0.02, 1e-15);
     EXPECT_EQ(vshift(6, 0.75), 0.5); // 2 * 0.25
     EXPECT_EQ(vshift(6, 1.0), 1.0);
 }

@@ -339,6 +339,13 @@ TEST(last_curve3, leaves_along_the_segment_before) {
     expect_dot(dots[512], p2.x, p2.y, 2);
 }
 
+TEST(last_curve3, leaves_along_a_segment_of_any_slope) {
+    // The segment before is (-30, 40), 50 long: a quarter of 100 along it is (-15, 20).
+    const row dots = last_curve3({30, -40, 2}, {0, 0, 2}, {0, 100, 2});
+    ASSERT_EQ(dots.size(), 513u);
+    expect_dot(dots[256], -7.5, 10 + 25, 2); // half of the control point and a quarter of the end
+}
+
 TEST(last_curve3, of_a_straight_run_steps_back_first) {
     // The control point is the middle of the segment before, x = 50: at t = 1/2 the dot lies at 25 + 25 + 30 = 80,
     // behind the 100 it started from.
@@ -463,6 +470,12 @@ TEST(brush_line2, with_a_short_start_is_a_dot_and_a_last_stroke) {
     EXPECT_EQ(line2(p0, p1, p2), one_dot(p0) + line(1, p1, p2));
 }
 
+TEST(brush_line2, with_segments_of_length_1_1_is_a_curve) {
+    const pt far{-100, 0, 2}, p{0, 0, 3}, near{1.1, 0, 4};
+    EXPECT_NE(line2(far, p, near), line(0, far, p) + one_dot(near));
+    EXPECT_NE(line2(p, near, {100, -1, 5}), one_dot(p) + line(1, near, {100, -1, 5}));
+}
+
 TEST(brush_line2, around_a_corner_is_two_straight_strokes) {
     const pt p0{0, 0, 2}, p1{100, 0, 4};
     EXPECT_EQ(line2(p0, p1, {20, 0, 6}), line(0, p0, p1) + line(1, p1, {20, 0, 6})); // turning back
@@ -536,6 +549,12 @@ TEST(brush_line3, with_a_short_end_closes_with_a_dot) {
 TEST(brush_line3, with_a_short_middle_dots_it_and_ends_in_a_last_stroke) {
     const pt p0{0, 0, 2}, p1{80, 0, 3}, p2{81, 0, 4}, p3{150, -31, 5};
     EXPECT_EQ(line3(p0, p1, p2, p3), curve3(p0, p1, p2) + one_dot(p1) + line(1, p2, p3));
+}
+
+TEST(brush_line3, with_segments_of_length_1_1_is_a_curve) {
+    const pt p0{-100, 0, 2}, p1{-50, 0, 3}, p2{0, 0, 4}, near{1.1, 0, 5}, end{70, -3, 6};
+    EXPECT_EQ(line3(p0, p1, p2, near), curve3(p0, p1, p2) + line2(p1, p2, near));
+    EXPECT_EQ(line3(p0, p2, near, end), curve3(p0, p2, near) + line2(p2, near, end));
 }
 
 TEST(brush_line3, with_middle_and_end_short_goes_by_the_end) {
