@@ -57,16 +57,6 @@ void rotate(double step) {
     if (view_rotation_angle > 180.0) view_rotation_angle -= 360.0;
 }
 
-void write_window_title() {
-    std::array<char, 256> host{};
-    if (gethostname(host.data(), host.size() - 1) == 0) {
-        // A host name that does not fit is cut.
-        snprintf(window_title, sizeof window_title, "Kelmora @ %.240s", host.data());
-    } else {
-        snprintf(window_title, sizeof window_title, "Kelmora @ ???");
-    }
-}
-
 void format_title(std::array<char, 300>& title) {
     snprintf(title.data(), title.size(), private_mode != 0 ? "Private %s" : "Public %s", window_title);
 }
@@ -83,6 +73,16 @@ void create_canvas_texture() {
 }
 
 } // namespace
+
+void write_window_title() {
+    std::array<char, 256> host{};
+    if (gethostname(host.data(), host.size() - 1) == 0) {
+        // A host name that does not fit is cut.
+        snprintf(window_title, sizeof window_title, "Kelmora @ %.240s", host.data());
+    } else {
+        snprintf(window_title, sizeof window_title, "Kelmora @ ???");
+    }
+}
 
 void create_menu() {
     struct entry_t {

@@ -11,6 +11,9 @@ extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its
 /// The steps of field_start that need the GL context and nothing else: canvas texture, light, blending, viewport.
 void prepare_drawing();
 
+/// Fills window_title with "Kelmora @ " and the host's name, cut where it does not fit, or "???" where it has none.
+void write_window_title();
+
 /// Makes the pop-up menu and hangs it on the right mouse button.
 void create_menu();
 

@@ -5,6 +5,8 @@
 #include "display/window.h"
 #include "geometry/furnish.h"
 
+#include <cerrno>
+#include <sys/utsname.h>
 #include <utility>
 
 using namespace picture;
@@ -23,11 +25,19 @@ struct record_t {
 };
 record_t asked;
 
+const char* fake_host = nullptr; // what gethostname tells, null for the truth
+int host_status = 0;
+
 class Window : public FieldPicture {
 protected:
     void SetUp() override {
         FieldPicture::SetUp();
         asked = {};
+    }
+    void TearDown() override {
+        fake_host = nullptr;
+        host_status = 0;
+        FieldPicture::TearDown();
     }
 
     /// Milliseconds after which a tick on the present field asks for the next one.
@@ -53,6 +63,38 @@ int glutCreateMenu(void (*callback)(int)) {
 }
 void glutAddMenuEntry(const char* label, int value) { asked.entries.emplace_back(label, value); }
 void glutAttachMenu(int button) { asked.menu_buttons.push_back(button); }
+
+int gethostname(char* name, size_t size) noexcept {
+    utsname system;
+    if (host_status != 0 || size == 0 || uname(&system) != 0) {
+        errno = EPERM;
+        return -1;
+    }
+    strncpy(name, fake_host != nullptr ? fake_host : system.nodename, size);
+    return 0;
+}
+
+TEST_F(Window, title_names_the_host) {
+    fake_host = "meadow";
+    write_window_title();
+    EXPECT_STREQ(window_title, "Kelmora @ meadow");
+    fake_host = "";
+    write_window_title();
+    EXPECT_STREQ(window_title, "Kelmora @ ");
+    host_status = -1;
+    write_window_title();
+    EXPECT_STREQ(window_title, "Kelmora @ ???");
+}
+
+TEST_F(Window, host_name_longer_than_the_title_is_cut) {
+    const std::string longest(300, 'h');
+    fake_host = longest.c_str();
+    write_window_title();
+    const std::string title(window_title, bounded_length(window_title, sizeof window_title));
+    EXPECT_LT(title.size(), sizeof window_title);
+    EXPECT_EQ(title, "Kelmora @ " + longest.substr(0, title.size() - 10));
+    EXPECT_GE(title.size(), 10U + 64U); // the longest name that the system takes is whole
+}
 
 TEST_F(Window, menu_has_nine_entries_on_the_right_button) {
     create_menu();
