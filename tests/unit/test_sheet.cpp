@@ -82,6 +82,10 @@ TEST(card_sheet, is_decoded_once_and_kept) {
     EXPECT_EQ(cards_image_is_ready, 1);
     const unsigned char* const first = cards_image;
     ASSERT_NE(first, nullptr);
+    // The code starts right behind the 12 bytes of the header.
+    bytes picture(SHEET_BYTES);
+    decode_runs(std::span(gimp_cards_image).subspan(12), picture);
+    EXPECT_EQ(std::memcmp(first, picture.data(), SHEET_BYTES), 0);
     prepare_image();
     EXPECT_EQ(cards_image, first);
 }
