@@ -15,6 +15,7 @@ let page = null;
 const orders = {
   async open({ path, width = 1000, height = 700 }) {
     if (page) await page.close();
+    errors.length = 0; // an earlier page goes on asking when its field has ended
     page = await browser.newPage({ viewport: { width, height } });
     page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
     page.on('pageerror', (error) => errors.push(String(error)));
@@ -27,14 +28,23 @@ const orders = {
     return {
       bodies: [...scene.actors].map(([slot, actor]) => ({ slot, type: actor.type, shown: actor.body.visible,
         x: actor.body.position.x, y: actor.body.position.y })),
-      boxes: [...document.querySelectorAll('#panel > div')].filter((box) => !box.hidden).map((box) => box.innerText),
+      boxes: [...document.querySelectorAll('#panel > div:not(#result)')].filter((box) => !box.hidden)
+        .map((box) => ({ text: box.innerText, icon: new URL(box.querySelector('img').src).pathname })),
+      result: document.getElementById('result').innerText,
       eye: scene.eye.position.toArray(),
+      window: [innerWidth, innerHeight],
       counts: scene.counts(),
       lost: !document.getElementById('lost').hidden,
       images: document.querySelectorAll('img[src="x"]').length,
       overflow: document.documentElement.scrollWidth > innerWidth,
     };
   }),
+  // Where a place of the field is seen in the window, in pixels from its upper left corner.
+  project: ({ x, y, z }) => page.evaluate((at) => {
+    const { eye } = globalThis.kelmora.scene;
+    const seen = new globalThis.THREE.Vector3(...at).project(eye);
+    return [((seen.x + 1) / 2) * innerWidth, ((1 - seen.y) / 2) * innerHeight];
+  }, [x, y, z]),
   errors: async () => errors.splice(0),
   shot: ({ file }) => page.screenshot({ path: file }).then(() => true),
   drag: async ({ dx, dy }) => {

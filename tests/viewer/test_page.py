@@ -2,6 +2,7 @@
 
 Run inside scripts/in-namespace, after scripts/viewer-build. KELMORA names the program.
 """
+import io
 import json
 import os
 import select
@@ -10,11 +11,14 @@ import subprocess
 import sys
 import time
 import unittest
+import urllib.request
+
+from PIL import Image
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "wire"))
 import harness  # noqa: E402
-from harness import Client, Field, is_listening, wait_until  # noqa: E402
+from harness import VIEWER_PORT, Client, Field, is_listening, wait_until  # noqa: E402
 
 ROOT = os.path.join(HERE, "..", "..")
 SCRIPT_PORT = 2281
@@ -73,29 +77,83 @@ class Page(unittest.TestCase):
     def near(bodies, x, y):
         return [body for body in bodies if abs(body["x"] - x) < 0.5 and abs(body["y"] - y) < 0.5]
 
+    @staticmethod
+    def turtles():
+        """The turtle list, asked of the field beside the page."""
+        with urllib.request.urlopen("http://127.0.0.1:%d/turtle" % VIEWER_PORT, timeout=20) as answer:
+            return json.loads(answer.read())
+
+    def picture(self):
+        """The page's pixels, as seen in the window."""
+        path = os.path.join(harness.Display.get().scratch, "page.png")
+        self.browser("shot", file=path)
+        with open(path, "rb") as file, Image.open(io.BytesIO(file.read())) as image:
+            return image.convert("RGB")
+
+    def mean_color(self, x, y, z=8, half=3):
+        """Mean colour of the few pixels that show a place of the field."""
+        across, down = (round(value) for value in self.browser("project", x=x, y=y, z=z))
+        square = self.picture().crop((across - half, down - half, across + half + 1, down + half + 1))
+        pixels = list(square.getdata())
+        return [sum(pixel[channel] for pixel in pixels) / len(pixels) for channel in range(3)]
+
+    @staticmethod
+    def expected_boxes(turtles):
+        """What the score boxes have to say about a turtle list: place, name, score, coins, icon."""
+        players = sorted((t for t in turtles if t["alive"] and t["type"] == 1), key=lambda t: (-t["score"], t["tid"]))
+        boxes = []
+        for player in players:
+            place = 1 + sum(other["score"] > player["score"] for other in players)
+            words = ["%d. %s" % (place, player["name"]), str(player["score"])]
+            if player["ncoin"]:
+                words.append("%d coins" % player["ncoin"])
+            boxes.append((words, "/img/%d" % (7 if player["ttl"] else player["team"])))
+        return boxes
+
     def test_page_shows_the_field(self):
         with Field():
             with Client() as ann, Client() as bob:
-                ann.do("n 616e6e", "j 100 50")
-                bob.do("n 22223e3c696d67207372633d78206f6e6572726f723d616c6572742831293e", "j -120 -80")  # ""><img src=x ...
+                ann.do("n 616e6e", "p u", "j 100 50", "i 3")
+                hostile = '""><img src=x onerror=alert(1)></script>'
+                bob.do("n " + hostile.encode().hex(), "p u", "j -120 -80")
                 self.browser("open", path="/")
                 view = self.look_until(lambda v: self.near(v["bodies"], 100, 50) and self.near(v["bodies"], -120, -80)
                                        and v["counts"]["walls"] > 0, "two turtles and the walls")
                 self.assertFalse(view["lost"])
                 self.assertGreaterEqual(view["eye"][2], 450)
-                self.assertTrue(any("ann" in box for box in view["boxes"]))
-                self.assertTrue(any("<img src=x onerror=alert(1)>" in box for box in view["boxes"]))
+                self.assertTrue(any("ann" in box["text"] for box in view["boxes"]))
+                self.assertTrue(any(hostile in box["text"] for box in view["boxes"]))
                 self.assertEqual(view["images"], 0)
+                # The overview looks straight down, so the window's pixels tell the place: the scale is that of the two
+                # turtles' distance, 220 units across and 130 upwards.
+                here, there = (self.browser("project", x=x, y=y, z=0) for x, y in ((100, 50), (-120, -80)))
+                self.assertAlmostEqual((here[0] - there[0]) / (there[1] - here[1]), 220 / 130, delta=0.01)
+                red, green, blue = self.mean_color(100, 50)  # team 3: blue
+                self.assertTrue(blue > 1.5 * max(red, green) and blue > 100, (red, green, blue))
+                bare = self.mean_color(100, -150)
+                self.assertLess(max(bare), 100)
                 ann.do("j 40 60")
                 self.look_until(lambda v: self.near(v["bodies"], 40, 60), "ann at her new place")
+                red, green, blue = self.mean_color(40, 60)
+                self.assertTrue(blue > 1.5 * max(red, green) and blue > 100, (red, green, blue))
                 self.browser("drag", dx=60, dy=-120)
                 self.look_until(lambda v: v["eye"][2] < 440, "a tilted view")
-                if os.environ.get("KELMORA_SHOT"):
-                    self.browser("shot", file=os.environ["KELMORA_SHOT"])
+            self.assertEqual(self.browser("errors"), [])
+
+    def test_path_of_a_name_follows_the_turtle(self):
+        with Field():
+            with Client() as ann, Client():
+                ann.do("n 616e6e", "p u", "j 40 60")
                 self.browser("open", path="/ann", width=400, height=800)
-                self.look_until(lambda v: abs(v["eye"][0] - 40) < 0.5 and abs(v["eye"][2] - 10) < 0.5
-                                and any(not body["shown"] for body in v["bodies"]), "the field through ann's eyes")
-                self.assertFalse(self.browser("look")["overflow"])
+                for x, y in ((40, 60), (90, -20), (-150, 30)):
+                    ann.do("j %d %d" % (x, y))
+                    view = self.look_until(lambda v: abs(v["eye"][0] - x) < 0.5 and abs(v["eye"][1] - y) < 0.5
+                                           and abs(v["eye"][2] - 10) < 0.5, "the field through ann's eyes")
+                    # Her own body would hide everything; the other turtle is there.
+                    self.look_until(lambda v: sorted(body["shown"] for body in v["bodies"]) == [False, True], "one body")
+                    self.assertFalse(view["overflow"])
+                ann.do("n 6265")  # who is no longer called so is no longer followed
+                self.look_until(lambda v: v["eye"][2] > 400, "the overview")
             self.assertEqual(self.browser("errors"), [])
 
     def test_battle_goes_on_without_a_complaint(self):
@@ -120,12 +178,20 @@ class Page(unittest.TestCase):
                         client.ask("f 2")
                         client.ask("t l 3")
                 self.assertGreater(fired, 0)
-                if os.environ.get("KELMORA_SHOT"):
-                    self.browser("shot", file=os.environ["KELMORA_SHOT"] + ".battle.png")
-                view = self.browser("look")
-                self.assertFalse(view["lost"])
-                self.assertEqual(len([box for box in view["boxes"] if "lead" not in box]),
-                                 len([body for body in view["bodies"] if body["type"] == 1]))
+                # The battle pauses; beams arrive and scores settle.
+                seen = {}
+
+                def agree():
+                    seen["turtles"], seen["view"] = self.turtles(), self.browser("look")
+                    boxes = [(box["text"].split("\n"), box["icon"]) for box in seen["view"]["boxes"]]
+                    return boxes == self.expected_boxes(seen["turtles"])
+                wait_until(agree, 20, lambda: "score boxes that agree with the field: %r" % seen, 0.1)
+                scores = [t["score"] for t in seen["turtles"] if t["alive"] and t["type"] == 1]
+                self.assertRegex(seen["view"]["result"], r"^%d turtles · .* leads? with %d$" % (len(scores), max(scores)))
+                for turtle in self.turtles():
+                    self.look_until(lambda v: not turtle["alive"] or self.near(v["bodies"], turtle["x"], turtle["y"]),
+                                    "turtle %r where the field has it" % turtle)
+                self.assertFalse(self.browser("look")["lost"])
             finally:
                 for client in clients:
                     client.close()
@@ -143,6 +209,23 @@ class Page(unittest.TestCase):
         # Refused connections are the only thing that the console may have complained about.
         for error in self.browser("errors"):
             self.assertRegex(error, "Failed to load resource")
+
+    def test_field_that_pauses_or_is_emptied_is_borne(self):
+        with Field() as field:
+            with Client() as turtle:
+                turtle.do("j 70 70")
+                self.browser("open", path="/")
+                self.look_until(lambda v: self.near(v["bodies"], 70, 70), "the turtle")
+                field.process.send_signal(signal.SIGSTOP)
+                try:
+                    self.look_until(lambda v: v["lost"], "the notice that the field is lost")
+                finally:
+                    field.process.send_signal(signal.SIGCONT)
+                self.look_until(lambda v: not v["lost"] and self.near(v["bodies"], 70, 70), "the field again")
+                field.key("K")
+                self.look_until(lambda v: not v["bodies"] and v["result"] == "No turtles on the field"
+                                and not v["boxes"] and not v["lost"], "an empty field")
+            self.assertEqual(self.browser("errors"), [])
 
 
 if __name__ == "__main__":

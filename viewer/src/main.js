@@ -43,7 +43,10 @@ function gatherBoxes() {
   const boxes = [];
   for (let i = 0; i < BOXES; ++i) boxes.push(byId(`score${i}`));
   result.remove();
-  for (const box of boxes) box.replaceChildren();
+  for (const box of boxes) {
+    box.replaceChildren();
+    box.hidden = true; // until there is a turtle for it
+  }
   panel.append(result, ...boxes);
   const lost = Object.assign(document.createElement('div'), { id: 'lost', hidden: true });
   lost.textContent = 'The field does not answer. Trying again…';

@@ -163,7 +163,7 @@ export function makeLabel() {
   const label = new T.Sprite(new T.SpriteMaterial({ map: texture, transparent: true, depthTest: false,
     sizeAttenuation: false }));
   label.center.set(0.5, -0.2);
-  label.userData = { canvas, text: null };
+  label.userData = { canvas, text: null, share: 0 }; // share of the label's width that its text takes
   return label;
 }
 
@@ -172,6 +172,15 @@ export function sizeLabel(label, height, room, degrees) {
   const { canvas } = label.userData;
   const size = (height / room.height) * 2 * Math.tan((degrees * Math.PI) / 360);
   label.scale.set((size * canvas.width) / canvas.height, size, 1);
+}
+
+/** Moves a label aside where it would pass the window's edge or run under the score panel. */
+export function keepInside(label, eye, room) {
+  const wide = label.scale.x / (Math.tan((eye.fov * Math.PI) / 360) * eye.aspect); // the window is 2 wide
+  const half = (label.userData.share * wide) / 2;
+  const { x } = label.position.clone().project(eye);
+  const most = 1 - (2 * room.right) / room.width - half;
+  label.center.x = 0.5 - (Math.max(Math.min(x, most), half - 1) - x) / wide;
 }
 
 /** Draws the text anew when it has changed. Text on a canvas is never read as HTML. */
@@ -188,6 +197,7 @@ export function setLabel(label, text) {
   pen.lineJoin = 'round';
   pen.strokeStyle = '#00182c';
   pen.fillStyle = '#ffffff';
+  label.userData.share = Math.min(1, (pen.measureText(text).width + 20) / canvas.width);
   pen.strokeText(text, canvas.width / 2, canvas.height / 2, canvas.width - 20);
   pen.fillText(text, canvas.width / 2, canvas.height / 2, canvas.width - 20);
   label.material.map.needsUpdate = true;

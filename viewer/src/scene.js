@@ -4,8 +4,8 @@ import { DELAY, addSample, newTrack, placeAt } from './motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
 import { shortTitle } from './scores.js';
 import { FIELD_OF_VIEW, fieldOfView, isOverview, pose, roomIn } from './view.js';
-import { TEAM_COLORS, dispose, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, makeWalls, setLabel,
-  sizeLabel }
+import { TEAM_COLORS, dispose, keepInside, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, makeWalls,
+  setLabel, sizeLabel }
   from './models.js';
 
 const FIELD_SIDE = 512; // field units
@@ -201,6 +201,8 @@ export function makeScene(document, orbit, panelWidth) {
     eye.position.set(...view.eye);
     eye.up.set(...view.up);
     eye.lookAt(...view.target);
+    eye.updateMatrixWorld();
+    if (isOverview(from)) for (const actor of actors.values()) if (actor.label) keepInside(actor.label, eye, room);
     renderer.render(scene, eye);
   }
 
