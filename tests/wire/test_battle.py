@@ -6,7 +6,6 @@ import harness
 from harness import Client, Closed, FieldTest, wait_until
 
 RELOAD_TICKS = 60          # more than a beam's way over 60 units (30 frames) and the 25 frames of its explosion
-CLOSE_TICKS = 34           # the same for bodies in contact: 5 frames of flight
 TURN = 3.0                 # degrees that one command turns in battle mode
 
 
@@ -108,6 +107,7 @@ class Battle(FieldTest):
             shooter.shoot()
         self.assertEqual(turtle.score(), 10)
         turtle.face(self.PLACES[1][0], 256)                         # up, where only the field's edge is
+        turtle.client.ask_all(["f 2"] * 42)                         # and near to it: the shots that miss are soon over
         end = time.monotonic() + harness.patience(60)
         while turtle.score() > 0:
             self.assertEqual(turtle.client.ask("x").status, "OK")
@@ -139,8 +139,8 @@ class Battle(FieldTest):
             bearings = [math.radians(float(answer.values.split()[0])) for answer in answers]
             hunter.turn_by(math.degrees(math.atan2(sum(map(math.sin, bearings)), sum(map(math.cos, bearings)))))
             steps = hunter.client.ask_all(["f 2"] * 12)
-            if steps[-1].status == "ERR" and hunter.client.ask("q f").values[0] in "123":
-                return True
+            if steps[-1].status == "ERR" and (hunter.client.ask("q f").values[0] in "123" or hunter.score() < 1):
+                return True                                         # there, or shot down to 0: no step is left
             self.assertLess(time.monotonic(), end, "the hunt takes too long")
 
     def test_battle_runs_to_its_end(self):
@@ -169,7 +169,8 @@ class Battle(FieldTest):
                         self.assertGreaterEqual(deaths, 3)
                         wait_until(lambda: self.closing_lines() == 5, 10, "all others to be disconnected")
                         return
-                    fighter.shoot(CLOSE_TICKS)
+                    # While its shot flies and its explosion lasts, the others have their turns.
+                    fighter.client.ask("x")
                     if fighter.score() < 1:
                         fighter.client.close()                      # spent: leaves, and becomes a target
                         alive.remove(fighter)
