@@ -240,6 +240,23 @@ class Connections(FieldTest):
         wait_until(quick, 10, "ten answers in a quarter of a second")
 
 
+    def test_ten_commands_in_one_packet_are_answered_without_a_stall(self):
+        # One pass of the server: far below the 40 ms that a reply would wait for the acknowledgement of the one before.
+        # Moving commands, too: those of one packet run together, before a frame holds the client back.
+        lines = ["f 1", "b 1", "t l 9", "q p", "q d", "p d", "q w", "k 1 0 0", "n 4869", "."]
+
+        def quick():
+            began = time.monotonic()
+            answers = self.turtle.ask_all(lines)
+            span = time.monotonic() - began
+            self.assertEqual([answer.status for answer in answers], ["OK"] * 10)
+            # The timer ticks when it likes, but no frame comes in between: none waits for one.
+            self.assertLessEqual(answers[-1].clock - answers[0].clock, 1)
+            self.turtle.wait_ticks(2)
+            return span < harness.patience(0.04)
+        wait_until(quick, 10, "ten answers within 40 ms")
+
+
 class PortTaken(FieldTest):
     field_options = {"servers": False}
 
