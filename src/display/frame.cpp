@@ -158,6 +158,9 @@ void draw_frame() {
     prepare_canvas();
 
     rendering_started();
+    // A command may have asked for a wipe since. What the same packet goes on to draw belongs on the clean canvas: it
+    // is painted in this frame, and a wipe in the next one would take it away.
+    if (field_cleared == 0) prepare_canvas();
     update_coin_event();
     refresh_teaminfo();
     for (int i = 0; i < ntmax; ++i) paint_by_turtle(i);

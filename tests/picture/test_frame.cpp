@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <mutex>
+#include <thread>
 #include <unistd.h>
 
 using namespace picture;
@@ -101,6 +102,30 @@ TEST_F(Frame, clear_in_battle_mode_lays_the_battle_background_once) {
     EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
     EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
     EXPECT_EQ(field_is_painted, 0);
+}
+
+TEST_F(Frame, what_is_drawn_right_after_a_wipe_stays_wherever_the_frame_was) {
+    put_canvas(noise);
+    turtle_t& t = put_turtle(0, 0.5, 0.5);
+    t.flags |= TTL_PEN_DOWN | TTL_POINT_MODE | TTL_SEG_PAINTED;
+    t.line_width[1] = 9;
+    t.color[1] = {0, 1, 0};
+    // A packet holds the lock until the frame has prepared its canvas, as a clean one; then it wipes and draws.
+    field_cleared = 0;
+    std::atomic<bool> locked = false;
+    std::thread packet([&] {
+        const std::lock_guard guard(frame_rendering_mutex);
+        locked = true;
+        while (field_cleared == 0) std::this_thread::yield();
+        field_clear();
+        t.flags &= ~TTL_SEG_PAINTED;
+    });
+    while (!locked) std::this_thread::yield();
+    draw_frame();
+    packet.join();
+    ttl[0].flags = 0;
+    EXPECT_EQ(pixels_of(frame(), {0, 255, 0}, 0), 81);
+    EXPECT_EQ(pixels_of(frame(), BLACK, 0), SIDE * SIDE - 81);
 }
 
 TEST_F(Frame, canvas_passes_through_many_frames_bit_for_bit) {

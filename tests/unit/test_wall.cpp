@@ -169,6 +169,16 @@ TEST_F(Wall, step_that_ends_at_contact_with_a_body_is_blocked) {
     EXPECT_EQ(Reach(std::nextafter(10.0, 0.0)).code, 0u);
 }
 
+TEST_F(Wall, half_a_unit_of_room_may_be_walked_up_to) {
+    put_turtle(0, 0, 0);
+    put_turtle(1, 20.5, 0);
+    const Reach within(0.25), beyond(0.75);
+    EXPECT_EQ(within.code, 0u);
+    EXPECT_EQ(within.allowed, 0.25);
+    EXPECT_EQ(beyond.code, 1u);
+    EXPECT_EQ(beyond.allowed, 0.5);
+}
+
 TEST_F(Wall, kind_of_the_obstacle_gives_the_code) {
     put_turtle(0, 0, 0);
     put_turtle(1, 30, 0);
