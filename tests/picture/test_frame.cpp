@@ -212,6 +212,43 @@ TEST_F(Frame, bird_view_shows_the_field_from_the_south) {
     EXPECT_EQ(s.at(30, 340), BLACK); // beside the narrower far end
 }
 
+// The matrices that a frame leaves behind; column by column.
+TEST_F(Frame, cameras_have_their_planes_and_their_place) {
+    constexpr double TOLERANCE = 1e-4; // single precision
+    const auto matrix = [](GLenum which) {
+        std::array<double, 16> m;
+        glGetDoublev(which, m.data());
+        return m;
+    };
+    draw_frame();
+    std::array<double, 16> p = matrix(GL_PROJECTION_MATRIX), m = matrix(GL_MODELVIEW_MATRIX);
+    EXPECT_NEAR(p[0], 1 / 256.0, TOLERANCE);
+    EXPECT_NEAR(p[5], 1 / 256.0, TOLERANCE);
+    EXPECT_NEAR(p[10], -2 / (614.4 - 409.6), TOLERANCE);
+    EXPECT_NEAR(p[14], -(614.4 + 409.6) / (614.4 - 409.6), TOLERANCE);
+    EXPECT_EQ(p[15], 1);
+    EXPECT_NEAR(m[14], -512, TOLERANCE); // the centre of the field lies 512 before the eye
+
+    bird_view_mode = 1;
+    view_fov_angle = 40;
+    view_rotation_angle = 30;
+    draw_frame();
+    p = matrix(GL_PROJECTION_MATRIX);
+    m = matrix(GL_MODELVIEW_MATRIX);
+    const double cotangent = 1 / std::tan(20 * M_PI / 180);
+    EXPECT_NEAR(p[0], cotangent, TOLERANCE);
+    EXPECT_NEAR(p[5], cotangent, TOLERANCE);
+    EXPECT_NEAR(p[10], -(1024 + 409.6) / (1024 - 409.6), TOLERANCE);
+    EXPECT_NEAR(p[14], -2 * 1024 * 409.6 / (1024 - 409.6), 0.01);
+    EXPECT_NEAR(m[12], 0, TOLERANCE);
+    EXPECT_NEAR(m[13], 0, TOLERANCE);
+    EXPECT_NEAR(m[14], -512 * std::sqrt(2), 0.01);
+    // East turned by 30 degrees is (cos 30, sin 30); north then rises half into the picture, half away: 1 / sqrt 2.
+    EXPECT_NEAR(m[0], std::cos(M_PI / 6), TOLERANCE);
+    EXPECT_NEAR(m[1], std::sin(M_PI / 6) / std::sqrt(2), TOLERANCE);
+    EXPECT_NEAR(m[2], -std::sin(M_PI / 6) / std::sqrt(2), TOLERANCE);
+}
+
 TEST_F(Frame, smaller_field_of_view_is_nearer) {
     put_canvas([](int, int) { return WHITE; });
     glClearColor(0, 0, 0, 1);
