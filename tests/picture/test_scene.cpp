@@ -181,6 +181,18 @@ TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
         for (const point_t& leg : {point_t{LEG - 5, 8}, {5 - LEG, 8}, {-5 - LEG, -8}, {LEG + 5, -8}})
             EXPECT_NE(find_vertex(east, 40 + leg.x, -30 + leg.y, 5 - 2 + 2), nullptr) << leg.x << ' ' << leg.y;
         EXPECT_NE(find_vertex(east, 40 - 8 - 6, -30, 5), nullptr); // the tip of the tail
+        EXPECT_NE(find_vertex(east, 40 - 8, -30, 5 + 1), nullptr); // and its root, 1 in radius
+        // Around the waist of the shell, 10 by 7, a vertex every 30 degrees.
+        for (const double degrees : {0.0, 30.0, 90.0, 180.0, 240.0})
+            EXPECT_NE(find_vertex(east, 40 + 10 * std::cos(degrees * M_PI / 180),
+                                  -30 + 7 * std::sin(degrees * M_PI / 180), 5),
+                      nullptr)
+                << degrees;
+        // Around those of head and legs every 45 degrees.
+        const double diagonal = std::sqrt(0.5);
+        EXPECT_NE(find_vertex(east, 40 + 11.5 + 2.5, -30, 5 + HEAD), nullptr);
+        EXPECT_NE(find_vertex(east, 40 + 11.5 + 2.5 * diagonal, -30 + 2.5 * diagonal, 5 + HEAD), nullptr);
+        EXPECT_NE(find_vertex(east, 40 + LEG - 5 + 2 * diagonal, -30 + 8 + 2 * diagonal, 3), nullptr);
         // Turned north, (dx, dy) becomes (-dy, dx).
         const std::vector<vertex> north = turned(90);
         EXPECT_NE(find_vertex(north, 40, -30 + 11.5, 5 + HEAD + 2.5), nullptr);
@@ -208,6 +220,21 @@ TEST_F(Scene, culled_and_listed_solids_look_like_plain_ones) {
     draw_plainly = 0;
     EXPECT_LE(differing_pixels(plain, body(0, 33), 2), 2);
     expect_tidy_state();
+}
+
+TEST_F(Scene, drawing_again_makes_no_more_lists) {
+    const auto next_free_list = [] {
+        const unsigned name = glGenLists(1);
+        glDeleteLists(name, 1);
+        return name;
+    };
+    disp_name = 1;
+    put_turtle(0, 0, 0);
+    turtle_name(0, "Ann");
+    draw_turtle(0);
+    const unsigned before = next_free_list();
+    for (int k = 0; k < 5; ++k) draw_turtle(0);
+    EXPECT_EQ(next_free_list(), before);
 }
 
 TEST_F(Scene, body_colour_is_the_team_colour_however_near_death) {
@@ -393,6 +420,9 @@ TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     const auto draw = [] { draw_turtle(0); };
     const std::vector<vertex> flying = flat(vertices_of(draw));
     EXPECT_NE(find_vertex(flying, 100, 50, 3 + 5), nullptr);
+    // A vertex every 22.5 degrees.
+    const double eighth = M_PI / 8;
+    EXPECT_NE(find_vertex(flying, 100 + 5 * std::cos(eighth), 50 + 5 * std::sin(eighth), 3), nullptr);
 
     t = put_turtle(0, 0, 0);
     t.beam_x = 100;
@@ -401,6 +431,7 @@ TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     const std::vector<vertex> fading = flat(vertices_of(draw));
     const vertex* const burst = find_vertex(fading, 100, 50, 3 + 15);
     ASSERT_NE(burst, nullptr);
+    EXPECT_NE(find_vertex(fading, 100 + 15 * std::cos(eighth), 50 + 15 * std::sin(eighth), 3), nullptr);
     EXPECT_NEAR(burst->alpha, 10 / 25.0, 1e-5);
     EXPECT_NEAR(burst->green, 0.9 + 0.2 * 0.8, 0.07); // cut at 1
     EXPECT_NEAR(burst->blue, 0.5, 1e-5);
