@@ -63,6 +63,13 @@ TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
         // The rear edge of the second, which has none, would lie at y = -50 + 2.
         EXPECT_EQ(find_vertex(v, 10, -48, 15), nullptr);
         EXPECT_EQ(find_vertex(v, -100, -48, 15), nullptr);
+
+        // The same turned by 90 degrees: with the normal (1, 0), (x1, y1) is the end in the north.
+        nwall = 0;
+        setup_wall(0, 70, 40, 70, -20, 1, 0);
+        const std::vector<vertex> upright = flat(vertices_of(draw_walls));
+        for (const point_t& c : {point_t{70, 41}, {71, 40}, {71, -20}, {70, -21}, {68, -20}, {68, 40}})
+            EXPECT_NE(find_vertex(upright, c.x, c.y, 15), nullptr) << c.x << ' ' << c.y;
     }
 }
 
@@ -188,8 +195,12 @@ TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
                                   -30 + 7 * std::sin(degrees * M_PI / 180), 5),
                       nullptr)
                 << degrees;
-        // Around those of head and legs every 45 degrees.
-        const double diagonal = std::sqrt(0.5);
+        // The next ring below its top, a twelfth of the half-turn down.
+        EXPECT_NE(find_vertex(east, 40 + 10 * std::sin(M_PI / 12), -30, 5 + 5 * std::cos(M_PI / 12)), nullptr);
+        // Around those of head and legs every 45 degrees, and their rings are eighths of the half-turn apart.
+        const double diagonal = std::sqrt(0.5), ring = M_PI / 8;
+        EXPECT_NE(find_vertex(east, 40 + 11.5 + 2.5 * std::sin(ring), -30, 5 + HEAD + 2.5 * std::cos(ring)), nullptr);
+        EXPECT_NE(find_vertex(east, 40 + LEG - 5 + 2 * std::sin(ring), -30 + 8, 3 + 2 * std::cos(ring)), nullptr);
         EXPECT_NE(find_vertex(east, 40 + 11.5 + 2.5, -30, 5 + HEAD), nullptr);
         EXPECT_NE(find_vertex(east, 40 + 11.5 + 2.5 * diagonal, -30 + 2.5 * diagonal, 5 + HEAD), nullptr);
         EXPECT_NE(find_vertex(east, 40 + LEG - 5 + 2 * diagonal, -30 + 8 + 2 * diagonal, 3), nullptr);
@@ -421,8 +432,9 @@ TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     const auto draw = [] { draw_turtle(0); };
     const std::vector<vertex> flying = flat(vertices_of(draw));
     EXPECT_NE(find_vertex(flying, 100, 50, 3 + 5), nullptr);
-    // A vertex every 22.5 degrees.
-    const double eighth = M_PI / 8;
+    // A vertex every 22.5 degrees, and rings a sixteenth of the half-turn apart.
+    const double eighth = M_PI / 8, ring = M_PI / 16;
+    EXPECT_NE(find_vertex(flying, 100 + 5 * std::sin(ring), 50, 3 + 5 * std::cos(ring)), nullptr);
     EXPECT_NE(find_vertex(flying, 100 + 5 * std::cos(eighth), 50 + 5 * std::sin(eighth), 3), nullptr);
 
     t = put_turtle(0, 0, 0);
@@ -433,6 +445,7 @@ TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     const vertex* const burst = find_vertex(fading, 100, 50, 3 + 15);
     ASSERT_NE(burst, nullptr);
     EXPECT_NE(find_vertex(fading, 100 + 15 * std::cos(eighth), 50 + 15 * std::sin(eighth), 3), nullptr);
+    EXPECT_NE(find_vertex(fading, 100 + 15 * std::sin(ring), 50, 3 + 15 * std::cos(ring)), nullptr);
     EXPECT_NEAR(burst->alpha, 10 / 25.0, 1e-5);
     EXPECT_NEAR(burst->green, 0.9 + 0.2 * 0.8, 0.07); // cut at 1
     EXPECT_NEAR(burst->blue, 0.5, 1e-5);
@@ -458,6 +471,23 @@ TEST_F(Scene, glow_shows_the_field_through_even_around_carried_coins) {
         draw_turtle(0);
         // Beside the body and the coin: the sphere's shaded red, and a fifth of the blue behind it.
         EXPECT_NEAR(read_window().on_field(0, 13).b, 51, 2) << carried;
+    }
+}
+
+TEST_F(Scene, no_turtle_leaves_anything_switched_on) {
+    disp_name = disp_score = battle_mode = 1;
+    put_turtle(1, 50, 50);
+    for (const int dying : {0, 1, 36, 50}) {
+        for (const int wait : {0, 25}) {
+            turtle_t& t = put_turtle(0, 0, 0);
+            t.dying_count = dying;
+            t.fire_wait = wait;
+            t.n_coin = wait;
+            t.finder_target = t.radar_target = 1;
+            t.flags |= TTL_FIRING;
+            draw_turtle(0);
+            expect_tidy_state();
+        }
     }
 }
 

@@ -130,16 +130,25 @@ class Scene(FieldTest):
         with self.client() as turtle:
             turtle.do("! u")
 
-    def test_battle_background_repeats_every_200_units(self):
-        self.turtle.do("!")
+    def test_battle_background_repeats_every_200_units_and_comes_back_after_a_wipe(self):
+        self.turtle.do("j -200 0", "!")
+
+        def floor():
+            """Right of the turtle and its labels, without the walls around the field."""
+            return self.shown()[20:-20, HALF - 150:-20]
         try:
-            floor = self.shown()[:HALF - 40]                # above the turtle
-            part = floor[20:, 20:-20]
-            self.assertGreater(int(part.any(axis=2).sum()), 0.9 * part.shape[0] * part.shape[1])
-            self.assertEqual(int((part[:, :-200] != part[:, 200:]).sum()), 0)
+            clean = floor()
+            self.assertGreater(int(clean.any(axis=2).sum()), 0.9 * clean.shape[0] * clean.shape[1])
+            self.assertEqual(int((clean[:, :-200] != clean[:, 200:]).sum()), 0)
+            self.assertEqual(int((clean[:-200] != clean[200:]).sum()), 0)
+            self.turtle.do("k 1 1 1", "s " + "painted all over the background".encode().hex())
+            self.assertGreater(int((floor() != clean).any(axis=2).sum()), 100)
+            self.field.key("c")
+            self.field.settle()
+            self.assertEqual(int((floor() != clean).sum()), 0)
         finally:
             self.turtle.do("! u")
-        self.assertFalse(self.shown()[:HALF - 40].any())
+        self.assertFalse(floor().any())
 
     def test_coins_lie_where_they_were_dropped(self):
         self.turtle.do("o b", "j 100 50", "o s", "j -100 -50", "o s", OFF_FIELD)
