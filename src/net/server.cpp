@@ -66,7 +66,7 @@ void* server_thread_func(void*) {
 
 int init_socket(int port) {
     fd_guard sock(socket(PF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
-    if (sock.fd < 0) {
+    if (sock.fd < 0 || sock.fd >= FD_SETSIZE) { // a number that select cannot wait for is as good as none
         fputs("init_socket(): cannot open TCP socket\n", stderr);
         return -1;
     }

@@ -261,8 +261,9 @@ class Client:
 class Field:
     """The running program, from the start of the process to its end."""
 
-    def __init__(self, args=(), env=None, without=(), start_second=None, cwd=None, argv0=None, servers=True):
-        self.args, self.argv0 = list(args), argv0
+    def __init__(self, args=(), env=None, without=(), start_second=None, cwd=None, argv0=None, servers=True,
+                 inherited=()):
+        self.args, self.argv0, self.inherited = list(args), argv0, list(inherited)
         self.servers = servers
         self.display = Display.get()
         self.cwd = cwd or self.display.scratch
@@ -309,7 +310,8 @@ class Field:
         began = time.monotonic()
         self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
                                         env=self.environment, cwd=self.cwd, stdin=subprocess.DEVNULL,
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
+                                        pass_fds=self.inherited)
         self.reader = threading.Thread(target=self.collect, daemon=True)
         self.reader.start()
         wait_until(lambda: self.is_up(others), 60, lambda: "the field to start; it said %r" % self.lines)

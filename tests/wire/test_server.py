@@ -1,6 +1,9 @@
 """Connections: who is let in, what the log says, what becomes of clients that leave, vanish or never read."""
+import os
+import resource
 import socket
 import time
+import unittest
 
 import harness
 from harness import Client, Closed, FieldTest, swap16, wait_until
@@ -255,6 +258,45 @@ class Connections(FieldTest):
             self.turtle.wait_ticks(2)
             return span < harness.patience(0.04)
         wait_until(quick, 10, "ten answers within 40 ms")
+
+
+class ManyFiles(unittest.TestCase):
+    LAST = 1023                                                     # the last descriptor that select can wait for
+
+    def test_client_beyond_the_last_descriptor_of_select_is_refused_and_the_others_are_served(self):
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if hard != resource.RLIM_INFINITY and hard < 2 * self.LAST:
+            self.skipTest("not enough descriptors allowed")
+        resource.setrlimit(resource.RLIMIT_NOFILE, (max(soft, 2 * self.LAST), hard))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
+        # The program inherits all numbers up to 980, so that its window and its servers still get good ones.
+        taken = [os.open("/dev/null", os.O_RDONLY)]
+        self.addCleanup(lambda: [os.close(number) for number in taken])
+        while taken[-1] < 980:
+            taken.append(os.dup(taken[0]))
+        with harness.Field(inherited=taken) as field, Client() as turtle:
+            viewers = [socket.create_connection(("127.0.0.1", harness.VIEWER_PORT)) for _ in range(50)]
+            try:
+                # Connections are accepted in order: once the last viewer is served, all of them have a number.
+                viewers[-1].sendall(b"HEAD /camera HTTP/1.1\r\n\r\n")
+                viewers[-1].settimeout(harness.patience(20))
+                self.assertTrue(viewers[-1].recv(100))
+                with Client(greet=False) as late:
+                    self.assertTrue(late.wait_closed())
+                field.wait_line("accept_connection(): too many open files")
+                self.assertEqual(turtle.ask("q n").values, "1")
+            finally:
+                for viewer in viewers:
+                    viewer.close()
+
+            def admitted():
+                try:
+                    with Client() as other:
+                        return other.ask("q a").values == "1"
+                except Closed:
+                    return False
+            wait_until(admitted, 10, "room for a client again")
+            self.assertEqual(turtle.ask("q a").values, "1")
 
 
 class PortTaken(FieldTest):
