@@ -27,7 +27,8 @@ const orders = {
     const { scene } = globalThis.kelmora;
     return {
       bodies: [...scene.actors].map(([slot, actor]) => ({ slot, type: actor.type, shown: actor.body.visible,
-        x: actor.body.position.x, y: actor.body.position.y })),
+        x: actor.body.position.x, y: actor.body.position.y,
+        beam: actor.beam && actor.beam.visible ? actor.beam.position.toArray() : null })),
       boxes: [...document.querySelectorAll('#panel > div:not(#result)')].filter((box) => !box.hidden)
         .map((box) => ({ text: box.innerText, icon: new URL(box.querySelector('img').src).pathname })),
       result: document.getElementById('result').innerText,

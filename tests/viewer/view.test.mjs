@@ -28,18 +28,21 @@ test('tall picture is taken from farther away', () => {
   near(pose({ ...OVERVIEW, z0: 2000 }, newOrbit(), TALL).eye[2], 2000); // never nearer than the field says
 });
 
-// Where a point of the floor lies in the room: -1 to 1 from its left to its right, and from its foot to its top.
-function inRoom(view, [x, y], room) {
+// Where a place of the field lies in the room: -1 to 1 from its left to its right, and from its foot to its top.
+function inRoom(view, place, room) {
   const minus = (a, b) => a.map((v, i) => v - b[i]);
   const dot = (a, b) => a.reduce((sum, v, i) => sum + v * b[i], 0);
   const cross = (a, b) => [a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]];
   const unit = (a) => a.map((v) => v / Math.hypot(...a));
   const ahead = unit(minus(view.target, view.eye));
-  const to = minus([x, y, 0], view.eye);
+  const to = minus(place, view.eye);
   const pixels = room.height / 2 / TAN_30 / dot(to, ahead); // of one unit aside
   return [(dot(to, unit(cross(ahead, view.up))) * pixels * 2) / (room.width - room.right),
     (dot(to, view.up) * pixels * 2) / (room.height - room.foot)];
 }
+
+// The corners of what is shown, and of the walls' tops.
+const CORNERS = [[1, 1], [1, -1], [-1, 1], [-1, -1]].flatMap(([x, y]) => [[272 * x, 272 * y, 0], [258 * x, 258 * y, 16]]);
 
 test('whole field fits beside the score panel however the overview is turned', () => {
   for (const room of [WIDE, TALL, roomIn(1000, 700, 340), roomIn(844, 390, 260)]) {
@@ -48,7 +51,7 @@ test('whole field fits beside the score panel however the overview is turned', (
         const orbit = newOrbit();
         drag(orbit, turn, -up);
         const view = pose(OVERVIEW, orbit, room);
-        const seen = [[272, 272], [272, -272], [-272, 272], [-272, -272]].map((corner) => inRoom(view, corner, room));
+        const seen = CORNERS.map((corner) => inRoom(view, corner, room));
         for (const at of seen.flat()) assert.ok(Math.abs(at) < 1 + 1e-9, `${seen} for ${turn} ${up}`);
       }
     }
@@ -61,7 +64,7 @@ test('tilted field stands in the middle of its room and fills it one way', () =>
       const orbit = newOrbit();
       drag(orbit, turn, -up);
       const view = pose({ ...OVERVIEW, z0: 1 }, orbit, room); // as near as the field fits
-      const seen = [[272, 272], [272, -272], [-272, 272], [-272, -272]].map((corner) => inRoom(view, corner, room));
+      const seen = CORNERS.map((corner) => inRoom(view, corner, room));
       const [left, foot] = [0, 1].map((axis) => Math.min(...seen.map((at) => at[axis])));
       const [right, top] = [0, 1].map((axis) => Math.max(...seen.map((at) => at[axis])));
       assert.ok(Math.abs(left + right) < 1e-6 && Math.abs(foot + top) < 1e-6, `${left} ${right} ${foot} ${top}`);

@@ -71,12 +71,18 @@ export function makeStone() {
   return { body, legs: [], shell: null };
 }
 
-/** A ball of light: a beam in flight, or an explosion. */
-export function makeGlow(color) {
+/** A ball of light: a beam in flight, or an explosion. The beam has a halo, to be seen from afar. */
+export function makeGlow(color, halo = false) {
   const T = THREE();
-  const material = new T.MeshBasicMaterial({ color, transparent: true, depthWrite: false });
-  const glow = new T.Mesh(new T.SphereGeometry(1, 18, 12), material);
+  const ball = (opacity) => new T.Mesh(new T.SphereGeometry(1, 18, 12),
+    new T.MeshBasicMaterial({ color, opacity, transparent: true, depthWrite: false }));
+  const glow = ball(1);
   glow.visible = false;
+  if (halo) {
+    const around = ball(0.3);
+    around.scale.setScalar(2.2);
+    glow.add(around);
+  }
   return glow;
 }
 

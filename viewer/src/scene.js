@@ -50,7 +50,7 @@ export function makeScene(document, orbit, panelWidth) {
       flashColor: 0, seen: {}, turtle: null, beam: null, burst: null };
     if (type === TURTLE_TYPE) {
       actor.label = makeLabel();
-      actor.beam = makeGlow(0xfff27a);
+      actor.beam = makeGlow(0xfff27a, true);
       actor.burst = makeGlow(0xff7a1a);
       scene.add(actor.label, actor.beam, actor.burst);
     }

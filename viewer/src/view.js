@@ -4,6 +4,8 @@ export const FIELD_OF_VIEW = 60; // degrees, vertical
 const EYES_ACROSS = 50; // degrees that a turtle sees from side to side at least
 const FIELD_OF_VIEW_MOST = 100;
 const HALF_SHOWN = 272; // field units: half the field, its wall, and the label of a turtle at its upper edge
+const HALF_WALLS = 258; // to the walls' outer faces
+const WALL_TOP = 16;
 const PANEL_FOOT = 0.38; // share of a tall window's height that belongs to the score panel
 const TILT_MOST = 1.45; // radians from straight above
 const ZOOM_LEAST = 0.2;
@@ -84,8 +86,10 @@ export function pose(camera, orbit, room) {
   const back = [sinTilt * sin, -sinTilt * cos, cosTilt];
   const up = [-sin * cosTilt, cos * cosTilt, sinTilt];
   const right = [cos, sin, 0];
-  const corners = [[1, 1], [1, -1], [-1, 1], [-1, -1]].map(([x, y]) =>
-    [x * HALF_SHOWN - target[0], y * HALF_SHOWN - target[1], -target[2]]);
+  const corners = [[1, 1], [1, -1], [-1, 1], [-1, -1]].flatMap(([x, y]) => [
+    [x * HALF_SHOWN - target[0], y * HALF_SHOWN - target[1], -target[2]],
+    [x * HALF_WALLS - target[0], y * HALF_WALLS - target[1], WALL_TOP - target[2]],
+  ]);
   const perPixel = tangent(FIELD_OF_VIEW) / room.height;
   const across = fitAlong(right, back, corners, perPixel * (room.width - room.right)).distance;
   const along = fitAlong(up, back, corners, perPixel * (room.height - room.foot)).distance;
