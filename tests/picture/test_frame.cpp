@@ -301,6 +301,20 @@ TEST_F(Frame, newest_coin_lies_on_top) {
     EXPECT_NE(both.on_field(4, 0), BLACK);
 }
 
+TEST_F(Frame, coin_that_was_picked_up_is_gone) {
+    put_canvas([](int, int) { return BLACK; });
+    lay_coin(0, -50, 0);
+    const shot only = frame();
+    lay_coin(1, 50, 0);
+    EXPECT_GT(differing_pixels(frame(), only, 0), 100);
+    coins[1].flags = 0; // its slot stays below ncoin
+    coins[1].ord = -1;
+    EXPECT_EQ(differing_pixels(frame(), only, 0), 0);
+    coins[0].flags = 0;
+    coins[0].ord = -1;
+    EXPECT_EQ(pixels_of(frame(), BLACK, 0), SIDE * SIDE);
+}
+
 TEST_F(Frame, card_placed_last_lies_on_top) {
     put_canvas([](int, int) { return BLACK; });
     field_set_card(20, 0, 0);

@@ -93,6 +93,18 @@ TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
     }
 }
 
+TEST_F(Scene, walls_beyond_the_count_are_not_drawn) {
+    setup_wall(0, -100, 50, 100, 50, 0, 1);
+    setup_wall(0, -100, -50, 100, -50, 0, 1);
+    --nwall; // as it is after the walls were reset: old records stay behind
+    for (const int plainly : {0, 1}) {
+        draw_plainly = plainly;
+        const std::vector<vertex> v = flat(vertices_of(draw_walls));
+        EXPECT_NE(find_vertex(v, -100, 51, 15), nullptr);
+        EXPECT_EQ(find_vertex(v, -100, -49, 15), nullptr);
+    }
+}
+
 TEST_F(Scene, wall_material_is_set_on_both_faces) {
     draw_walls();
     EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{0.5F, 0.5F, 0.3F, 1.0F}));
@@ -135,7 +147,11 @@ TEST_F(Scene, sensor_lines_run_between_the_centres_five_units_up) {
     ttl[0].radar_target = 2;
     put_turtle(1, 80, 30);
     put_turtle(2, 70, -40);
+    glLineWidth(4.0F);
     const std::vector<piece> lines = vertices_of([] { draw_beam(0); });
+    float width = 0;
+    glGetFloatv(GL_LINE_WIDTH, &width);
+    EXPECT_EQ(width, 1.0F);
     ASSERT_EQ(lines.size(), 2U);
     for (const piece& p : lines) {
         ASSERT_EQ(p.vertices.size(), 2U);
@@ -214,7 +230,7 @@ TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
 TEST_F(Scene, gait_follows_the_clock_and_neighbours_are_out_of_step) {
     for (const int i : {0, 1, 7}) {
         for (const int clock : {0, 10, 1000}) {
-            put_turtle(i, 0, 0);
+            put_turtle(i, 0, 0).pos[1] = {90, -70}; // where it came from does not matter
             elapsed_time = static_cast<uint64_t>(clock);
             const std::vector<vertex> v = flat(vertices_of([i] { draw_turtle(i); }));
             const double leg = std::sin(0.3 * i + clock / 7.0), head = std::sin(0.3 * i + clock / 28.0);
