@@ -264,6 +264,22 @@ TEST_F(Framing, replies_after_a_failed_one_are_dropped) {
     EXPECT_LT(receive_client_packet(0), 1);
 }
 
+TEST_F(Framing, input_that_waits_behind_a_failed_reply_is_never_run) {
+    send(peer, "f 1\nf 1\n", 8, 0);
+    client_tab[0].send_failed = 1;
+    EXPECT_LT(receive_client_packet(0), 1); // although eight bytes wait
+    EXPECT_EQ(client_tab[0].recv_len, 0);
+    EXPECT_EQ(x(), 0);
+}
+
+TEST_F(Framing, peer_that_leaves_in_an_over_long_line_is_noticed) {
+    talk("q a" + std::string(600, 'x'));
+    EXPECT_EQ(client_tab[0].skipping_line, 1);
+    shutdown(peer, SHUT_WR);
+    EXPECT_EQ(receive_client_packet(0), 0);
+    EXPECT_EQ(replies(), ""); // an unfinished line is not run
+}
+
 TEST_F(Framing, echo_sends_back_what_came) {
     send(peer, "hello", 5, 0);
     EXPECT_EQ(read_and_write_back(client_tab[0].sockfd), 5);
