@@ -98,6 +98,36 @@ class Scene(FieldTest):
         self.assertTrue(85 <= bottom <= 88 and 112 <= top <= 115, seen)
         self.field.wait_picture(lambda p: not p[:HALF].any(), 10, "the end of the explosion")
 
+    def test_dying_zombie_glows_red_and_is_gone(self):
+        shooter, victim = self.turtle, self.client()
+        shooter.do("j 0 200")
+        victim.do("j 0 0")
+        shooter.do("j -30 0", "t e")
+        for score in ("70", "40", "10"):
+            shooter.ask("x")
+            harness.wait_until(lambda: victim.ask("q s").values == score, 10, "a hit")
+            shooter.wait_ticks(40)                          # the pause after a hit
+        # With both clients gone nothing on the field can move: a tick takes 80 ms, and the beam flies on all the same.
+        start = self.field.mark()
+        victim.close()
+        harness.wait_until(lambda: any(line.startswith("closing") for line in self.field.said(start)), 10, "a zombie")
+        shooter.ask("x")
+        shooter.close()
+        beside = (0, 12)                                    # outside the body, inside the glow of radius 15
+
+        def glows(picture):
+            red, green, blue = at(picture, *beside)
+            return red > 60 and green < red / 2 and blue == 0
+        picture = self.field.wait_picture(glows, 20, "the glow")
+        left, bottom, right, top = extent(near(picture, (255, 61, 0), 255) & (picture[:, :, 0] > 2 * picture[:, :, 1]))
+        self.assertTrue(-15 <= left <= -12 and 12 <= right <= 15 and -15 <= bottom <= -12 and 12 <= top <= 15,
+                        (left, bottom, right, top))
+        self.field.wait_picture(lambda p: not glows(p) and at(p, 0, 0).any(), 20, "the body without the glow")
+        picture = self.field.wait_picture(lambda p: not at(p, 0, 0).any(), 20, "the zombie to be gone")
+        self.assertTrue(at(picture, -30, 0).any())          # the other one stays
+        with self.client() as last:
+            self.assertEqual(last.ask("q n").values, "2")
+
     def test_walls_show_their_tops_in_battle_mode_only(self):
         self.field.key("M")
         self.field.settle()
