@@ -330,6 +330,29 @@ TEST_F(Paint, segment_is_painted_once) {
     EXPECT_EQ(field_is_painted, 0);
 }
 
+TEST_F(Paint, painting_changes_no_flag_but_its_own) {
+    constexpr uint32_t OTHERS = TTL_ALIVE | TTL_ROBOT | TTL_FIRING | TTL_LATCH_COIN | TTL_LATCH_WALL;
+    struct row_t {
+        uint32_t before, after;
+        int n_painted;
+    };
+    for (const row_t& row : {row_t{TTL_PEN_DOWN, TTL_PEN_DOWN | TTL_SEG_PAINTED, 0},
+                             row_t{TTL_PEN_DOWN | TTL_FILL_POLY, TTL_PEN_DOWN | TTL_FILL_POLY | TTL_SEG_PAINTED, 4},
+                             row_t{TTL_PEN_DOWN | TTL_POINT_MODE, TTL_PEN_DOWN | TTL_POINT_MODE | TTL_SEG_PAINTED, 4},
+                             row_t{TTL_PEN_DOWN | TTL_BRUSH, TTL_PEN_DOWN | TTL_BRUSH | TTL_SEG_PAINTED, 0},
+                             row_t{TTL_PEN_DOWN | TTL_BRUSH, TTL_PEN_DOWN | TTL_BRUSH | TTL_SEG_PAINTED, 7},
+                             // A new segment comes first: the lift waits for the next frame.
+                             row_t{TTL_PEN_DOWN | TTL_PEN_LIFTED | TTL_BRUSH,
+                                   TTL_PEN_DOWN | TTL_PEN_LIFTED | TTL_BRUSH | TTL_SEG_PAINTED, 0},
+                             row_t{TTL_PEN_LIFTED | TTL_BRUSH, TTL_BRUSH | TTL_SEG_PAINTED, 7},
+                             row_t{TTL_PEN_LIFTED, TTL_PEN_LIFTED, 7}, row_t{TTL_BRUSH, TTL_BRUSH, 7}}) {
+        turtle_t& t = put_track({{50, 10}, {-50, 10}}, row.n_painted);
+        t.flags = OTHERS | row.before;
+        paint_by_turtle(0);
+        EXPECT_EQ(t.flags, OTHERS | row.after) << row.before << ' ' << row.n_painted;
+    }
+}
+
 TEST_F(Paint, pen_up_paints_nothing) {
     put_track({{50, 10}, {-50, 10}}, 0).flags &= ~TTL_PEN_DOWN;
     paint_by_turtle(0);
