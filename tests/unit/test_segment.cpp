@@ -126,6 +126,18 @@ TEST(Segment, disc_overlapping_an_end_is_told_where_it_leaves_its_circle) {
     EXPECT_NEAR(net_dist_to_lineseg(25, 0, 0, 30, 5, 30, 100, -1, 0), 5 + std::sqrt(75.0), NEAR);
 }
 
+TEST(Segment, disc_that_barely_meets_an_end_is_stopped_beside_it) {
+    // It passes 9.99 beside the end, so it touches sqrt(100 - 9.99^2) before coming level with it.
+    EXPECT_NEAR(net_dist_to_lineseg(-30, -9.99, 0, 0, 0, 0, 100, -1, 0), 30 - std::sqrt(100 - 9.99 * 9.99), NEAR);
+}
+
+TEST(Segment, disc_touching_an_end_exactly_is_let_through_its_circle) {
+    // 6 before and 8 beside the end: exactly 10 away. The smaller root is 0, which is not ahead; the larger is 12.
+    EXPECT_EQ(net_dist_to_lineseg(-6, -8, 0, 0, 0, 0, 100, -1, 0), 12);
+    // 6 behind it and leaving: the larger root is 0, and nothing is ahead.
+    EXPECT_EQ(net_dist_to_lineseg(6, -8, 0, 0, 0, 0, 100, -1, 0), NO_DISTANCE);
+}
+
 TEST(Segment, disc_beyond_both_roots_of_an_end_is_free) {
     EXPECT_EQ(net_dist_to_lineseg(50, 0, 0, 30, 5, 30, 100, -1, 0), NO_DISTANCE);
 }
