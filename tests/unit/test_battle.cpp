@@ -230,6 +230,27 @@ TEST_F(Battle, hit_costs_thirty_and_earns_eleven) {
     EXPECT_EQ(ttl[1].dying_count, 0);
 }
 
+TEST_F(Battle, hits_and_coins_add_to_what_is_pending_already) {
+    constexpr uint32_t FLAGS = TTL_ALIVE | TTL_PEN_DOWN | TTL_BRUSH | TTL_LATCH_WALL;
+    turtle_t& shooter = put_shooter(80);
+    shooter.flags = FLAGS | TTL_FIRING;
+    turtle_t& victim = put_turtle(1, 82, 0);
+    victim.flags = FLAGS;
+    victim.event = EVENT_WALL | EVENT_MESSAGE;
+    (void)step_beam(0);
+    EXPECT_EQ(victim.event, EVENT_WALL | EVENT_MESSAGE | EVENT_HIT);
+    EXPECT_EQ(shooter.flags, FLAGS);
+    EXPECT_EQ(victim.flags, FLAGS);
+    lay_coin(0, 82, 5);
+    update_coin_event();
+    EXPECT_EQ(victim.event, EVENT_WALL | EVENT_MESSAGE | EVENT_HIT | EVENT_COIN);
+    EXPECT_EQ(victim.flags, FLAGS | TTL_LATCH_COIN);
+    victim.pos[0].x = -200;
+    update_coin_event();
+    EXPECT_EQ(victim.flags, FLAGS);
+    EXPECT_EQ(victim.event, EVENT_WALL | EVENT_MESSAGE | EVENT_HIT | EVENT_COIN); // what is pending stays
+}
+
 TEST_F(Battle, points_have_no_upper_limit) {
     put_shooter(80).score = 1000000;
     put_turtle(1, 82, 0);
