@@ -270,6 +270,11 @@ TEST_F(Paint, brush_holds_three_segments_back_and_paints_with_the_fourth) {
         EXPECT_EQ(ttl[0].n_painted, step);
         EXPECT_EQ(dots.empty(), step <= 3) << step;
         EXPECT_EQ(field_is_painted, step <= 3 ? 0 : 1) << step;
+        // The turtle stands at 20 * step; the ink ends two segments behind it, and starts one before that.
+        for (const dot_t& d : dots) {
+            EXPECT_GE(d.x, 20 * (step - 3) - NEAR) << step;
+            EXPECT_LE(d.x, 20 * (step - 2) + NEAR) << step;
+        }
         EXPECT_TRUE(has_any(ttl[0].flags, TTL_SEG_PAINTED));
         dots.clear();
         paint_by_turtle(0); // nothing new
