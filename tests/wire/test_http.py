@@ -1,5 +1,6 @@
 """The web viewer's server over raw sockets against the real program."""
 import http.client
+import itertools
 import json
 import re
 import socket
@@ -9,7 +10,7 @@ import time
 import unittest
 
 import harness
-from harness import VIEWER_PORT, Client, Field, FieldTest, patience, swap16, wait_until
+from harness import VIEWER_PORT, Client, Closed, Field, FieldTest, patience, swap16, wait_until
 
 OVERVIEW = ('{"x0":0.000000,"y0":0.000000,"z0":450.000000,'
             '"x1":0.000000,"y1":0.000000,"z1":0.000000}')
@@ -253,25 +254,69 @@ class Turtles(FieldTest):
         wait_until(lambda: get("/turtle")[1] == b"[]", 10, "an empty turtle list")
         self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
-    def test_lists_stay_whole_while_turtles_move(self):
-        turtles = self.fresh(10)
+    def test_lists_stay_whole_while_everything_changes(self):
+        # Turtles move, are renamed and come and go; coins, cards, doughnuts and walls change; four viewers read it all.
+        turtles = self.fresh(8)
         stop = threading.Event()
+        failures = []
 
-        def drive(turtle):
-            while not stop.is_set():
-                turtle.ask("t l 7")
-        threads = [threading.Thread(target=drive, args=(turtle,)) for turtle in turtles]
+        def guarded(work):
+            def run():
+                try:
+                    while not stop.is_set():
+                        work()
+                except Exception as error:  # handed to the test, whose thread this is not
+                    failures.append("%s: %r" % (work, error))
+            return run
+
+        def drive(turtle, number):
+            steps = itertools.cycle(["f 3", "t l 7", "n " + ("a" * (1 + number)).encode().hex(), "i %d" % (number % 4 + 1),
+                                     "o b", "o x", "o s", "n 62", "x", "d", "j %d %d" % (number * 40 - 200, 100),
+                                     "z %d %d 0" % (number, number * 20), "k 1 0 0", "b 5"])
+
+            def work():
+                turtle.ask(next(steps))
+            return work
+
+        def come_and_go():
+            try:
+                with Client() as guest:
+                    guest.ask("n 67")
+            except (Closed, ConnectionError):
+                pass  # no turtle was free
+
+        def rebuild():
+            self.field.key("o")  # stones
+            self.field.key("b")  # hard edges: the walls around the field
+            self.field.settle()
+
+        def watch():
+            with Viewer() as viewer:
+                for path, least, most in (("/turtle", 8, 30), ("/wall", 0, 700), ("/coin", 0, 300)):
+                    found = json.loads(viewer.get(path)[1])
+                    if not least <= len(found) <= most:
+                        raise AssertionError("%d in %s" % (len(found), path))
+                for path in ("/camera", "/$3/camera", "/a/camera", "/aaaaaaaa/camera"):
+                    camera = json.loads(viewer.get(path)[1])
+                    if camera["z0"] not in (10, 450):
+                        raise AssertionError(camera)
+                viewer.get("/b")
+                viewer.get("/img/3")
+                rounds.append(1)
+        rounds = []
+        works = [drive(turtle, number) for number, turtle in enumerate(turtles)]
+        works += [come_and_go, rebuild] + [watch] * 4
+        threads = [threading.Thread(target=guarded(work)) for work in works]
         for thread in threads:
             thread.start()
         try:
-            with Viewer() as viewer:
-                for _ in range(200):
-                    for path in ("/turtle", "/wall", "/coin"):
-                        json.loads(viewer.get(path)[1])
+            wait_until(lambda: failures or len(rounds) >= 200, 60, lambda: "200 rounds, so far %d" % len(rounds))
         finally:
             stop.set()
             for thread in threads:
                 thread.join(patience(30))
+        self.assertEqual(failures, [])
+        self.assertFalse(any(thread.is_alive() for thread in threads))
 
 
 class Limits(unittest.TestCase):
