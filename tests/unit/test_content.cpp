@@ -210,9 +210,10 @@ TEST_F(Content, extreme_coordinates_keep_every_list_whole) {
 TEST_F(Content, numbers_are_written_as_printf_writes_them) {
     // Ties at the seventh digit that a double holds exactly (odd multiples of 2^-7), results that round to nothing,
     // infinities, and any pattern of bits.
-    std::vector<double> numbers = {0.0,   -0.0,    5e-7,     4.9999e-7, -4e-7,    0.0078125, 0.0234375, -1.0078125,
-                                   1e15,  1e22,    0.1,      -256.0,    DBL_MIN,  DBL_MAX,   INFINITY,  -INFINITY,
-                                   1e100, 1.0 / 3, 123456.5, NAN,       -DBL_MIN, -DBL_MAX};
+    std::vector<double> numbers = {0.0,        -0.0,      5e-7,      4.9999e-7, -4e-7,    0.0078125,         0.0234375,
+                                   -1.0078125, 1e15,      1e22,      0.1,       -256.0,   DBL_MIN,           DBL_MAX,
+                                   INFINITY,   -INFINITY, 1e100,     1.0 / 3,   123456.5, 999999999999.9999, 1e12,
+                                   -1e-9,      9.9e-10,   0.9999995, 2.5e-6,    NAN,      -DBL_MIN,          -DBL_MAX};
     srandom(1);
     for (int n = 0; n < 20000; ++n) {
         const auto low = static_cast<uint64_t>(random());
