@@ -163,3 +163,74 @@ TEST(Segment, values_that_are_no_numbers_never_look_like_a_contact) {
         EXPECT_FALSE(n > 0 && n < 1) << v;
     }
 }
+
+// A wall of length 50 that slants by 3 : 4 : 5, seen from the lower right, and a heading straight at it.
+struct SlantingWall : ::testing::Test {
+    static constexpr double EX = 0.8, EY = 0.6; // its direction from (7, -3)
+    static constexpr double NX = 0.6, NY = -0.8;
+    const double straight = std::atan2(-NY, -NX) * 180 / PI;
+    struct point {
+        double x, y;
+    };
+    static point at(double along, double before) {
+        return {7 + along * EX + before * NX, -3 + along * EY + before * NY};
+    }
+    double travel(double along, double before, double length_of_normal) const {
+        const point p = at(along, before), end = at(50, 0);
+        return net_dist_to_lineseg(p.x, p.y, straight, 7, -3, end.x, end.y, NX * length_of_normal,
+                                   NY * length_of_normal);
+    }
+};
+
+TEST_F(SlantingWall, disc_stops_its_radius_before_it_all_along) {
+    for (const double along : {0.5, 5.0, 25.0, 45.0, 49.5}) EXPECT_NEAR(travel(along, 30, 1), 20, NEAR) << along;
+    // 6 beyond an end: the circle round the end is met sqrt(100 - 36) = 8 before level.
+    EXPECT_NEAR(travel(-6, 30, 1), 22, NEAR);
+    EXPECT_NEAR(travel(56, 30, 1), 22, NEAR);
+    EXPECT_EQ(travel(-10.5, 30, 1), NO_DISTANCE);
+    EXPECT_EQ(travel(60.5, 30, 1), NO_DISTANCE);
+}
+
+TEST_F(SlantingWall, length_of_the_normal_does_not_matter_to_a_disc) {
+    for (const double length : {0.001, 0.5, 5.0, 1000.0}) EXPECT_NEAR(travel(25, 30, length), 20, NEAR) << length;
+    EXPECT_EQ(travel(25, 30, -5), NO_DISTANCE);
+}
+
+TEST_F(SlantingWall, ray_meets_it_from_the_front_only) {
+    const point end = at(50, 0);
+    for (const double along : {1.0, 25.0, 45.0, 49.0}) {
+        for (const double before : {0.5, 10.0, 30.0, 300.0}) {
+            const point p = at(along, before), behind = at(along, -before);
+            EXPECT_NEAR(dist_to_lineseg(p.x, p.y, straight, 7, -3, end.x, end.y, NX, NY), before, NEAR);
+            EXPECT_EQ(dist_to_lineseg(behind.x, behind.y, straight, 7, -3, end.x, end.y, NX, NY), NO_DISTANCE);
+            EXPECT_EQ(dist_to_lineseg(p.x, p.y, straight, 7, -3, end.x, end.y, -NX, -NY), NO_DISTANCE);
+        }
+    }
+    for (const double along : {-0.5, 50.5}) {
+        const point p = at(along, 10);
+        EXPECT_EQ(dist_to_lineseg(p.x, p.y, straight, 7, -3, end.x, end.y, NX, NY), NO_DISTANCE);
+    }
+}
+
+TEST_F(SlantingWall, point_is_measured_to_it_or_to_its_ends) {
+    const point end = at(50, 0);
+    struct row {
+        double along, before, distance;
+    };
+    for (const row& r : {row{25, 30, 30}, {25, -30, 30}, {1, 2, 2}, {-3, 4, 5}, {53, -4, 5}, {-12, 0, 12}}) {
+        const point p = at(r.along, r.before);
+        EXPECT_NEAR(dist_lineseg_to_point(7, -3, end.x, end.y, p.x, p.y), r.distance, NEAR);
+    }
+}
+
+TEST_F(SlantingWall, half_line_along_it_has_its_foot_on_it) {
+    const point through = at(50, 0);
+    double foot_x = 0, foot_y = 0, dist = 0;
+    for (const double along : {3.0, 25.0, 80.0}) {
+        const point p = at(along, 14), foot = at(along, 0);
+        dist_halfline_to_point(foot_x, foot_y, dist, 7, -3, through.x, through.y, p.x, p.y);
+        EXPECT_NEAR(foot_x, foot.x, NEAR);
+        EXPECT_NEAR(foot_y, foot.y, NEAR);
+        EXPECT_NEAR(dist, 14, NEAR);
+    }
+}
