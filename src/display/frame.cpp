@@ -24,6 +24,7 @@ constexpr double EYE_DISTANCE = 512.0; // above the field, and in bird's-eye vie
 constexpr double NEAR_PLANE = 409.6;
 constexpr double TOP_VIEW_FAR = 614.4;
 constexpr double BIRD_VIEW_FAR = 1024.0;
+constexpr double TOP_VIEW_FLOOR_DEPTH = (EYE_DISTANCE - NEAR_PLANE) / (TOP_VIEW_FAR - NEAR_PLANE); // 0 near, 1 far
 
 void set_flat_projection(double low, double high) {
     glMatrixMode(GL_PROJECTION);
@@ -81,7 +82,12 @@ void keep_canvas() {
     glBindTexture(GL_TEXTURE_2D, bg_textures);
     glReadBuffer(GL_BACK);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, WINDOW_SIDE, WINDOW_SIDE, 0);
+    if (draw_plainly != 0) {
+        glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, WINDOW_SIDE, WINDOW_SIDE, 0);
+    } else {
+        // Into the store that is there: a new one would be a megabyte of fresh pages in each frame.
+        glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE);
+    }
     glBindTexture(GL_TEXTURE_2D, 0);
 }
 
@@ -110,6 +116,22 @@ void draw_floor() {
     draw_canvas_quad(-HALF_FIELD, HALF_FIELD);
     unbind_canvas();
     glDisable(GL_CULL_FACE);
+}
+
+// Clears what painting left and lays the canvas down as the floor of the scene.
+void begin_scene() {
+    glEnable(GL_DEPTH_TEST);
+    if (draw_plainly == 0 && bird_view_mode == 0) {
+        // From above the floor covers the window with the canvas, pixel for pixel, and there it is already.
+        glClearDepth(TOP_VIEW_FLOOR_DEPTH);
+        glClear(GL_DEPTH_BUFFER_BIT);
+        glClearDepth(1.0);
+        set_camera();
+        return;
+    }
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    set_camera();
+    draw_floor();
 }
 
 // Coins in the order in which they were laid: the newest lies on top.
@@ -166,10 +188,7 @@ void draw_frame() {
     for (int i = 0; i < ntmax; ++i) paint_by_turtle(i);
     if (field_is_painted != 0) keep_canvas();
 
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    glEnable(GL_DEPTH_TEST);
-    set_camera();
-    draw_floor();
+    begin_scene();
     if (battle_mode != 0) draw_walls();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     draw_coins();

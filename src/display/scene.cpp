@@ -118,14 +118,19 @@ void draw_walls_one_by_one() {
     }
 }
 
-// All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
-void draw_walls_in_batches() {
+void draw_wall_faces() {
     begin_stone_wall_batch();
     for (int k = 0; k < nwall; ++k) {
         const wall_t& w = walls[k];
         stone_wall_in_batch(w.x1 + w.nx, w.y1 + w.ny, w.x2 + w.nx, w.y2 + w.ny, w.nx, w.ny);
     }
     end_stone_wall_batch();
+}
+
+// All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
+void draw_walls_in_batches() {
+    // Straight from above a face is a line without width.
+    if (bird_view_mode != 0) draw_wall_faces();
 
     glNormal3d(0.0, 0.0, 1.0);
     glBegin(GL_TRIANGLES);

@@ -17,6 +17,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <malloc.h>
 #include <mutex>
 #include <unistd.h>
 
@@ -40,6 +41,15 @@ constexpr size_t CANVAS_BYTES = size_t{WINDOW_SIDE} * WINDOW_SIDE * 4;
 template <typename Operation> void locked(Operation operation) {
     const std::lock_guard guard(frame_rendering_mutex);
     operation();
+}
+
+// The software renderer takes and gives back megabytes in each frame. Memory that the library keeps costs nothing;
+// what it returns to the system comes back as a thousand page faults in the next frame.
+void keep_freed_memory() {
+    constexpr int MOST_KEPT = 64 << 20;      // bytes
+    constexpr int LARGEST_ON_HEAP = 8 << 20; // bytes; larger blocks are mapped one by one
+    mallopt(M_TRIM_THRESHOLD, MOST_KEPT);
+    mallopt(M_MMAP_THRESHOLD, LARGEST_ON_HEAP);
 }
 
 // The other threads run on until the process is gone: nothing that they use has a destructor.
@@ -107,6 +117,7 @@ void create_menu() {
 }
 
 void prepare_drawing() {
+    keep_freed_memory();
     create_canvas_texture();
 
     // A distant light straight from above.
