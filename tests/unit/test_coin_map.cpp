@@ -144,6 +144,15 @@ TEST_F(CoinMap, coin_outside_the_field_hangs_in_the_border_cell_and_is_found_aga
     for (const coin_t* head : coinmap) EXPECT_EQ(head, nullptr);
 }
 
+TEST_F(CoinMap, far_edge_itself_belongs_to_the_last_cell) {
+    lay(0, 256, 256);
+    lay(1, 256, -256);
+    lay(2, -256, 256);
+    EXPECT_EQ(cell(15, 15), List({0}));
+    EXPECT_EQ(cell(15, 0), List({1}));
+    EXPECT_EQ(cell(0, 15), List({2}));
+}
+
 TEST_F(CoinMap, places_that_are_no_numbers_stay_in_the_grid) {
     int nearest;
     lay(0, NOT_A_NUMBER, NOT_A_NUMBER);
