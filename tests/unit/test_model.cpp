@@ -64,6 +64,8 @@ struct Model : FieldTest {
                 put_object(i, TTL_DOUGHNUT, in(-120, 120), in(-120, 120));
             else
                 put_turtle(i, in(-120, 120), in(-120, 120), in(-400, 400), kind == 2 ? -1 : kind == 3 ? 1 : 0);
+            // The maze's entrance, made narrow: newcomers need many draws for a place there, or find none.
+            if (maze_mode != 0 && pick(4) == 0) ttl[static_cast<size_t>(i)].pos[0] = {in(-256, -220), in(-256, -220)};
             ttl[static_cast<size_t>(i)].team = pick(5);
         }
         client_tab[0].sockfd = 1000;
