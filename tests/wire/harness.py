@@ -417,6 +417,28 @@ class Field:
         wait_until(look, seconds, what)
         return kept[0]
 
+    def capture(self):
+        """Presses the capture key and gives the path of the one file that this has made, once it is complete."""
+        home = self.environment["HOME"]
+        before = captures_in(home)
+        self.key("p")
+        path = os.path.join(home, wait_until(lambda: captures_in(home) - before, 10, "a capture").pop())
+
+        def is_whole():
+            with open(path, "rb") as file:
+                return file.read().endswith(b"IEND\xaeB`\x82")
+        wait_until(is_whole, 10, "the capture to be complete")
+        return path
+
+    def captured(self):
+        """The next frame's pixels, as picture() gives them, but out of the program itself: never an older frame."""
+        path = self.capture()
+        try:
+            with Image.open(path) as image:
+                return numpy.asarray(image.convert("RGB")).astype(int)
+        finally:
+            os.unlink(path)
+
     # the end
 
     def wait_exit(self, seconds=20.0):
@@ -455,6 +477,11 @@ class Field:
         if any(report in line for line in said for report in REPORTS):
             trouble += " a report on standard error"
         return trouble and trouble + ":\n" + "\n".join(said[-200:])
+
+
+def captures_in(folder):
+    """Names of the screen captures in a folder."""
+    return {name for name in os.listdir(folder) if re.fullmatch(r"kelmora-capture-\d+\.png", name)}
 
 
 def pixel(x, y):

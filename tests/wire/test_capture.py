@@ -10,28 +10,10 @@ import numpy
 from PIL import Image
 
 import harness
-from harness import Client, Field, FieldTest, wait_until
+from harness import Client, Field, FieldTest, captures_in, wait_until
 
 NAME = re.compile(r"kelmora-capture-(\d+)\.png")
 OFF_FIELD = "j 3000 3000"
-
-
-def captures_in(folder):
-    return {name for name in os.listdir(folder) if NAME.fullmatch(name)}
-
-
-def is_whole(path):
-    with open(path, "rb") as file:
-        return file.read().endswith(b"IEND\xaeB`\x82")
-
-
-def take(field, folder):
-    """Presses the key and gives the path of the one file that this has made, once it is complete."""
-    before = captures_in(folder)
-    field.key("p")
-    path = wait_until(lambda: [os.path.join(folder, name) for name in captures_in(folder) - before], 10, "a capture")
-    wait_until(lambda: is_whole(path[0]), 10, "the capture to be complete")
-    return path[0]
 
 
 def chunks_of(path):
@@ -85,7 +67,7 @@ class Captures(FieldTest):
         self.turtle.wait_ticks(3)
 
     def test_file_is_512_by_512_in_8_bit_rgb_with_the_texts_before_the_pixels(self):
-        path = take(self.field, self.home)
+        path = self.field.capture()
         chunks = chunks_of(path)
         self.assertEqual(chunks[0], (b"IHDR", struct.pack(">IIBBBBB", 512, 512, 8, 2, 0, 0, 0)))
         kinds = [kind for kind, _ in chunks]
@@ -98,7 +80,7 @@ class Captures(FieldTest):
 
     def test_texts_say_who_what_where_and_when(self):
         earliest = int(time.time())
-        path = take(self.field, self.home)
+        path = self.field.capture()
         latest = int(time.time())
         texts = texts_of(path)
         self.assertEqual([key for key, _ in texts], [b"Author", b"Software", b"Source", b"Description"])
@@ -107,44 +89,44 @@ class Captures(FieldTest):
         # As in "Mon Nov 16 03:21:38 2026", local time, without the line's end.
         self.assertIn(texts[3][1].decode(), [time.ctime(second) for second in range(earliest, latest + 1)])
 
+    def assertShown(self, pixels):
+        """The window gets to show exactly these pixels."""
+        self.field.wait_picture(lambda p: (p == pixels).all(), 10, "the window to look like its capture")
+
     def test_pixels_are_those_of_the_window_with_the_top_row_first(self):
         self.paint()
-        window = self.field.picture()
-        self.assertTrue(window[:128].any() and not window[256:].any())  # it would show when turned or mirrored
-        self.assertEqual(int((pixels_of(take(self.field, self.home)) != window).sum()), 0)
+        captured = pixels_of(self.field.capture())
+        self.assertTrue(captured[:128].any() and not captured[256:].any())      # it would show when turned or mirrored
+        self.assertShown(captured)
 
     def test_overlay_and_tilted_view_are_in_the_picture(self):
         self.paint()
         self.turtle.do("z 7 20 -200")
-        plain = pixels_of(take(self.field, self.home))
+        plain = self.field.captured()
         for keys in (("h",), ("3",), ("Escape",)):
             self.field.key(*keys)
-            self.field.settle()
-            self.turtle.wait_ticks(3)
-            shown = pixels_of(take(self.field, self.home))
-            self.assertEqual(int((shown != self.field.picture()).sum()), 0)
-            self.assertGreater(int((shown != plain).any(axis=2).sum()), 5000)
+            captured = self.field.captured()                # the keys come in order
+            self.assertGreater(int((captured != plain).any(axis=2).sum()), 5000)
+            self.assertShown(captured)
         self.field.key("3")
-        self.field.settle()
-        self.turtle.wait_ticks(3)
-        self.assertEqual(int((pixels_of(take(self.field, self.home)) != plain).sum()), 0)
+        self.assertEqual(int((self.field.captured() != plain).sum()), 0)
 
     def test_name_tells_the_clock_of_the_frame(self):
         for _ in range(2):
             earliest = self.turtle.ask("q t").clock
-            path = take(self.field, self.home)
+            path = self.field.capture()
             latest = self.turtle.ask("q t").clock
             self.assertTrue(earliest <= int(NAME.fullmatch(os.path.basename(path)).group(1)) <= latest)
 
     def test_one_request_makes_one_file(self):
         before = captures_in(self.home)
-        take(self.field, self.home)
+        self.field.capture()
         self.turtle.wait_ticks(30)
         self.assertEqual(len(captures_in(self.home) - before), 1)
 
     def test_capture_says_nothing(self):
         start = self.field.mark()
-        take(self.field, self.home)
+        self.field.capture()
         self.turtle.wait_ticks(3)
         self.assertEqual(self.field.said(start), [])
 
@@ -155,7 +137,7 @@ class Surroundings(unittest.TestCase):
     def author_with(self, **options):
         with Field(**options) as field, Client() as client:
             client.wait_ticks(3)
-            path = take(field, field.display.home)
+            path = field.capture()
             texts = dict(texts_of(path))
             self.assertEqual(set(texts), {b"Author", b"Software", b"Source", b"Description"})
             os.unlink(path)

@@ -34,10 +34,9 @@ class Scene(FieldTest):
         self.turtle = self.fresh()
         self.turtle.do("c")
 
-    def shown(self, client=None):
-        """The picture after all that was done has been drawn."""
-        (client or self.turtle).wait_ticks(3)
-        return self.field.picture()
+    def shown(self):
+        """A frame that is drawn after all that was done, painted segments included."""
+        return self.field.captured()
 
     def test_body_has_its_teams_colour_at_the_top_of_the_shell(self):
         self.turtle.do("j 0 0", "t e")
@@ -149,11 +148,11 @@ class Scene(FieldTest):
                 return int(hits)
             inner = sum(max(abs(w["x1"] + w["x2"]), abs(w["y1"] + w["y2"])) < 500 for w in walls)
             self.assertGreater(inner, 50)
-            battle = self.shown(turtle)
+            battle = self.shown()
             # A turtle in its corner or a doughnut in the middle may stand before one.
             self.assertGreaterEqual(tops(battle), inner - 8)
             turtle.do("! u")
-            plain = self.shown(turtle)
+            plain = self.shown()
             self.assertEqual(tops(plain), 0)
         self.field.key("M")
         self.field.settle()
