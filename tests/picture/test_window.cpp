@@ -96,6 +96,46 @@ TEST_F(Window, host_name_longer_than_the_title_is_cut) {
     EXPECT_GE(title.size(), 10U + 64U); // the longest name that the system takes is whole
 }
 
+TEST_F(Window, drawing_is_prepared_with_a_light_from_above_and_a_canvas_of_512) {
+    const unsigned texture_before = bg_textures;
+    unsigned char* const buffer_before = bg_tex_buffer;
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    const std::array<float, 4> nothing{};
+    glLightfv(GL_LIGHT0, GL_DIFFUSE, nothing.data());
+    glLightfv(GL_LIGHT0, GL_POSITION, nothing.data());
+    for (const GLenum switch_off : {GL_LIGHTING, GL_LIGHT0, GL_RESCALE_NORMAL}) glDisable(switch_off);
+    glViewport(3, 4, 5, 6);
+
+    prepare_drawing();
+    std::array<float, 4> found{};
+    glGetLightfv(GL_LIGHT0, GL_DIFFUSE, found.data());
+    EXPECT_EQ(found, (std::array<float, 4>{1, 1, 1, 1}));
+    glGetLightfv(GL_LIGHT0, GL_POSITION, found.data());
+    EXPECT_EQ(found, (std::array<float, 4>{0, 0, 256, 0})); // w = 0: a direction
+    for (const GLenum switched_on : {GL_LIGHTING, GL_LIGHT0, GL_RESCALE_NORMAL}) EXPECT_TRUE(glIsEnabled(switched_on));
+    std::array<int, 4> view{};
+    glGetIntegerv(GL_VIEWPORT, view.data());
+    EXPECT_EQ(view, (std::array<int, 4>{0, 0, 512, 512}));
+
+    int bound = -1, width = 0, height = 0, magnified = 0, minified = 0;
+    glGetIntegerv(GL_TEXTURE_BINDING_2D, &bound);
+    EXPECT_EQ(bound, 0);
+    EXPECT_NE(bg_textures, texture_before);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_WIDTH, &width);
+    glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_HEIGHT, &height);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, &magnified);
+    glGetTexParameteriv(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, &minified);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    EXPECT_EQ(width, 512);
+    EXPECT_EQ(height, 512);
+    EXPECT_EQ(magnified, GL_NEAREST);
+    EXPECT_EQ(minified, GL_NEAREST);
+    glDeleteTextures(1, &texture_before);
+    free(buffer_before);
+}
+
 TEST_F(Window, menu_has_nine_entries_on_the_right_button) {
     create_menu();
     const std::vector<std::pair<std::string, int>> expected = {
