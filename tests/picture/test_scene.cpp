@@ -74,6 +74,7 @@ TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
 }
 
 TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
+    bird_view_mode = 1; // straight from above the faces are not drawn
     for (const int plainly : {0, 1}) {
         draw_plainly = plainly;
         nwall = 0;
