@@ -137,14 +137,17 @@ int send_not_found(int sock, int method, int keep_alive) {
 
 // Sends the body in pieces. @return whether all of it went out
 bool send_body(int sock, const unsigned char* data, int length) {
+    // A send comes back short when its patience has run out: the next one only looks whether there is room meanwhile.
+    int no_wait = 0;
     for (int done = 0; done < length;) {
         const int piece = std::min(length - done, BODY_PIECE_BYTES);
         const int more = done + piece < length ? MSG_MORE : 0;
-        const ssize_t sent = send(sock, data + done, static_cast<size_t>(piece), MSG_NOSIGNAL | more);
+        const ssize_t sent = send(sock, data + done, static_cast<size_t>(piece), MSG_NOSIGNAL | more | no_wait);
         if (sent < 0) {
             fprintf(stderr, "error sending data to client\n");
             return false;
         }
+        no_wait = sent < piece && no_wait == 0 ? MSG_DONTWAIT : 0;
         done += static_cast<int>(sent);
     }
     return true;

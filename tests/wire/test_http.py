@@ -3,6 +3,7 @@ import http.client
 import itertools
 import json
 import re
+import resource
 import socket
 import struct
 import threading
@@ -86,6 +87,28 @@ def get(path):
 
 def get_json(path):
     return json.loads(get(path)[1])
+
+
+def field_end(viewer):
+    """The field's end of a connection as the kernel lists it: state and bytes not taken yet; None when it is closed."""
+    with open("/proc/self/net/tcp") as table:
+        for row in [line.split() for line in table.readlines()[1:]]:
+            if [int(address.split(":")[1], 16) for address in row[1:3]] == [VIEWER_PORT, viewer.port]:
+                return (row[3], int(row[4].split(":")[1], 16)) if row[3] in ("01", "08") else None
+    return None
+
+
+def stuck_viewer():
+    """A connection that asks and does not read, until the field's thread for it waits in a send."""
+    viewer = Viewer(receive_buffer=4096)
+    for _ in range(5000):  # 12 kB each: more than any buffer
+        viewer.send("GET /img/7 HTTP/1.1\r\n\r\n")
+        try:
+            wait_until(lambda: (field_end(viewer) or ("", -1))[1] == 0, 1, "the request to be taken", 0.001)
+        except AssertionError:
+            return viewer
+    viewer.close()
+    raise AssertionError("the field has room for everything")
 
 
 class Requests(FieldTest):
@@ -185,14 +208,7 @@ class Requests(FieldTest):
                                    for line in self.field.said(start)), 10, "the line about the connection")
 
     def test_reader_that_never_reads_holds_up_nobody(self):
-        with Viewer(receive_buffer=4096) as lazy:
-            lazy.sock.setblocking(False)
-            sent = 0
-            try:
-                while sent < 20000:
-                    sent += lazy.sock.send(b"GET /img/7 HTTP/1.1\r\n\r\n".ljust(2048, b"x"))
-            except BlockingIOError:
-                pass
+        with stuck_viewer():
             for _ in range(20):
                 self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
@@ -391,10 +407,32 @@ class Limits(unittest.TestCase):
                 with Client() as turtle:
                     turtle.do(".")
 
-    def test_idle_connection_ends_after_60_seconds_altogether(self):
-        with Field():
-            with Viewer() as idle, Viewer() as busy:
+    def test_failed_accept_ends_the_server_for_good(self):
+        with Field() as field:
+            with Viewer() as kept:
+                kept.get("/camera")
+                limits = resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE)
+                resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE, (3, limits[1]))  # no further socket
+                # The waiting call may have its socket's number already; the next one has none.
+                with Viewer():
+                    field.wait_line("cannot accept connection")
+                    resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE, limits)
+                    start = field.mark()
+                    with Viewer() as late:
+                        late.send("GET /camera HTTP/1.1\r\n\r\n")
+                        for _ in range(20):
+                            self.assertEqual(kept.get("/camera")[1].decode(), OVERVIEW)
+                        late.sock.settimeout(1.0)
+                        self.assertRaises(socket.timeout, late.sock.recv, 1)
+                    self.assertEqual([line for line in field.said(start) if "http connected" in line], [])
+            with Client() as turtle:
+                turtle.do(".")
+
+    def test_idle_or_stuck_connection_ends_after_60_seconds_altogether(self):
+        with Field() as field:
+            with stuck_viewer() as stuck, Viewer() as idle, Viewer() as busy:
                 start = time.monotonic()
+                self.assertIsNotNone(field_end(stuck))
                 idle.get("/camera")
                 busy.sock.settimeout(10)
                 answers = 0
@@ -415,6 +453,9 @@ class Limits(unittest.TestCase):
                 idle.sock.settimeout(patience(20))
                 self.assertEqual(idle.ended(), b"")
                 self.assertLess(time.monotonic() - start, patience(IDLE_BUDGET + 20))
+                # A send that has made no progress for as long ends its connection, too.
+                wait_until(lambda: field_end(stuck) is None, 20, "the end of the connection that nobody reads")
+                field.wait_line("error sending data to client")
 
 
 if __name__ == "__main__":
