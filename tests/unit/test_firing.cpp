@@ -6,7 +6,7 @@
 using Firing = FieldTest;
 
 TEST_F(Firing, beam_starts_at_the_turtle_and_costs_a_point) {
-    put_turtle(0, 3, 4, 56);
+    put_turtle(0, 3, 4, 56).pos[1] = {-7, -8}; // where it came from does not matter
     EXPECT_EQ(turtle_fire(0), 0);
     EXPECT_EQ(ttl[0].beam_dir, 56);
     EXPECT_EQ(ttl[0].beam_x, 3);
