@@ -5,11 +5,14 @@
 #include "field/modes.h"
 #include "geometry/furnish.h"
 #include "net/command.h"
+#include "net/framing.h"
 #include "support.h"
 #include "turtle/coins.h"
 #include "turtle/lifecycle.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <unistd.h>
 
 struct Invariants : FieldTest {
     void SetUp() override {
@@ -225,6 +228,33 @@ TEST_F(Invariants, name_damage_to_the_turtle_and_wall_tables) {
     }
     nwall = 8;
     EXPECT_STREQ(first_broken_invariant(), nullptr);
+}
+
+// In a process of its own, as a broken table ends it. A release build goes on and answers.
+TEST_F(Invariants, command_that_leaves_a_broken_table_ends_a_checked_build_only) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto execute_on_broken_tables = [] {
+        furnish();
+        watch_invariants();
+        ++stock_of_coin;
+        client_t& c = client_tab[0];
+        c.recv_len = snprintf(c.recv_buf, sizeof c.recv_buf, "f 1\n");
+        try_to_exec(0);
+        fputs("went on\n", stderr);
+        _exit(0);
+    };
+    if constexpr (CHECKED_BUILD) {
+        EXPECT_DEATH(execute_on_broken_tables(), "broken invariant: bank, field, hands");
+    } else {
+        EXPECT_EXIT(execute_on_broken_tables(), ::testing::ExitedWithCode(0), "went on");
+    }
+}
+
+TEST_F(Invariants, nothing_is_demanded_of_tables_that_are_not_watched) {
+    furnish();
+    ++stock_of_coin;
+    demand_invariants();
+    EXPECT_NE(first_broken_invariant(), nullptr);
 }
 
 // Every command that a client can send, against a field with everything on it.
