@@ -71,6 +71,18 @@ inline turtle_t& put_object(int i, uint32_t kind, double x, double y) {
     return t;
 }
 
+/// Coin number k, laid as the k-th.
+inline coin_t& lay_coin(int k, double x, double y) {
+    coin_t& c = coins[static_cast<size_t>(k)];
+    c.x = x;
+    c.y = y;
+    c.ord = k;
+    c.flags = ON_FIELD;
+    if (k >= ncoin) ncoin = k + 1;
+    add_coin_to_map(k);
+    return c;
+}
+
 /// A long upright face at `x` that stops motion towards +x.
 inline void put_wall_to_the_right(double x) { setup_wall(0, x, -1000, x, 1000, -1, 0); }
 

@@ -51,17 +51,6 @@ protected:
 
     /// A picture in which every pixel differs from its neighbours.
     static rgb noise(int column, int row) { return {(column * 7) & 255, (row * 5) & 255, (column * row) & 255}; }
-
-    /// Coin number k, laid as the k-th.
-    static void lay_coin(int k, double x, double y) {
-        coin_t& c = coins[static_cast<size_t>(k)];
-        c.x = x;
-        c.y = y;
-        c.ord = k;
-        c.flags = ON_FIELD;
-        if (k >= ncoin) ncoin = k + 1;
-        add_coin_to_map(k);
-    }
 };
 
 } // namespace picture

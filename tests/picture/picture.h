@@ -253,6 +253,20 @@ inline std::vector<float> front_material(GLenum which) {
     return colour;
 }
 
+/// Textures that exist; GL gives out small names.
+inline int number_of_textures() {
+    int count = 0;
+    for (unsigned name = 1; name < 1000; ++name) count += glIsTexture(name);
+    return count;
+}
+
+/// Takes away the textures that have been made, so that the next drawing makes them anew.
+template <class Names, class Flags> void forget_textures(Names& names, Flags& are_made) {
+    for (size_t k = 0; k < names.size(); ++k)
+        if (are_made[k]) glDeleteTextures(1, &names[k]);
+    are_made.fill(0);
+}
+
 /// Each test starts from a black window seen from above, in the window's start state, and must not raise a GL error.
 class PictureTest : public testing::Test {
 protected:

@@ -17,17 +17,9 @@ class Cards : public PictureTest {
 protected:
     void SetUp() override {
         PictureTest::SetUp();
-        for (size_t k = 0; k < CARD_MAX; ++k)
-            if (card_tex_initialized[k]) glDeleteTextures(1, &card_textures[k]);
-        card_tex_initialized.fill(0);
+        forget_textures(card_textures, card_tex_initialized);
     }
 };
-
-int number_of_textures() {
-    int count = 0;
-    for (unsigned name = 1; name < 1000; ++name) count += glIsTexture(name);
-    return count;
-}
 
 TEST_F(Cards, card_is_one_quad_of_its_size_from_its_lower_left_corner) {
     const auto all = flat(vertices_of([] { draw_Card(-30.0, 40.0, 0.5, 7); }));

@@ -19,9 +19,7 @@ class Icons : public PictureTest {
 protected:
     void SetUp() override {
         PictureTest::SetUp();
-        for (size_t slot = 0; slot < OBJ_TEXTURES; ++slot)
-            if (obj_tex_initialized[slot]) glDeleteTextures(1, &obj_textures[slot]);
-        obj_tex_initialized.fill(0);
+        forget_textures(obj_textures, obj_tex_initialized);
         obj_textures.fill(0);
         ncoin = 0;
     }
@@ -30,13 +28,6 @@ protected:
         PictureTest::TearDown();
     }
 };
-
-/// Textures that exist; GL gives out small names.
-int number_of_textures() {
-    int count = 0;
-    for (unsigned name = 1; name < 1000; ++name) count += glIsTexture(name);
-    return count;
-}
 
 TEST_F(Icons, flipped_icon_has_its_rows_reversed_and_its_bytes_in_order) {
     icon_bytes source, flipped;

@@ -17,15 +17,6 @@ struct Battle : FieldTest {
         return t;
     }
     static bool is_firing(int i) { return has_any(ttl[static_cast<size_t>(i)].flags, TTL_FIRING); }
-    static void lay_coin(int k, double x, double y) {
-        coin_t& c = coins[static_cast<size_t>(k)];
-        c.x = x;
-        c.y = y;
-        c.ord = k;
-        c.flags = ON_FIELD;
-        if (k >= ncoin) ncoin = k + 1;
-        add_coin_to_map(k);
-    }
 };
 
 // The stream's value number `n` (from 0) after srandom(seed), as drand gives it; leaves the stream at its beginning.
