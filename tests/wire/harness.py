@@ -258,6 +258,9 @@ class Client:
         self.sock.close()
 
 
+MENU_GREY = 178  # of freeglut's menus
+
+
 class Field:
     """The running program, from the start of the process to its end."""
 
@@ -394,15 +397,25 @@ class Field:
         before = set(self.menus())
         self.xdotool("mousemove", "--window", self.window, 100, 100, "mousedown", 3)
         wait_until(lambda: set(self.menus()) - before, 10, "the menu")
-        self.xdotool("mousemove_relative", 20, 25 * (entry - 1) + 14, "sleep", "0.1", "mousemove_relative", 1, 0,
-                     "sleep", "0.1", "mouseup", 3)
+        menu = min(set(self.menus()) - before)
+        self.xdotool("mousemove_relative", 20, 25 * (entry - 1) + 14)
+        wait_until(lambda: self.is_marked(menu), 10, "the entry to be marked")
+        self.xdotool("mouseup", 3)
         if self.process.poll() is None and entry != 9:
             wait_until(lambda: not set(self.menus()) - before, 10, "the menu to close")
 
-    def picture(self):
-        """The window's pixels: array[row from the top, column, red green blue]."""
+    def is_marked(self, menu):
+        """Whether the menu marks the entry under the pointer, the one that a release picks: with a ground of white."""
+        def row(*words):
+            return int(re.search(r"^Y=(-?\d+)$", self.xdotool(*words), re.M)[1])
+        y = row("getmouselocation", "--shell") - row("getwindowgeometry", "--shell", menu)
+        ground = self.picture(menu)[y]
+        return (ground == 255).all(axis=1).any() and not (ground == MENU_GREY).any()
+
+    def picture(self, window=None):
+        """Pixels of the field's window or another: array[row from the top, column, red green blue]."""
         path = os.path.join(self.display.scratch, "window.png")
-        subprocess.run(["import", "-silent", "-window", self.window, path], env=self.environment_of_tools(),
+        subprocess.run(["import", "-silent", "-window", window or self.window, path], env=self.environment_of_tools(),
                        check=True, timeout=patience(60), capture_output=True)
         with Image.open(path) as image:
             return numpy.asarray(image.convert("RGB")).astype(int)
