@@ -309,6 +309,9 @@ class Field:
         if is_listening(CLIENT_PORT) and self.servers:
             raise RuntimeError("port %d is taken: run this inside scripts/in-namespace" % CLIENT_PORT)
         others = set(self.windows())
+        # A capture is named by the field's clock, which begins anew: an older one must not bear the name of a new one.
+        for name in captures_in(self.display.home):
+            os.unlink(os.path.join(self.display.home, name))
         self.earliest_second = int(time.time())
         began = time.monotonic()
         self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
