@@ -55,13 +55,13 @@ void keep_freed_memory() {
 // The other threads run on until the process is gone: nothing that they use has a destructor.
 [[noreturn]] void leave() { exit(0); }
 
-void zoom(double step) {
+void zoom_view(double step) {
     view_fov_angle += step;
     if (view_fov_angle < FOV_LEAST) view_fov_angle = FOV_LEAST;
     if (view_fov_angle > FOV_MOST) view_fov_angle = FOV_MOST;
 }
 
-void rotate(double step) {
+void turn_view(double step) {
     view_rotation_angle += step;
     if (view_rotation_angle < -180.0) view_rotation_angle += 360.0;
     if (view_rotation_angle > 180.0) view_rotation_angle -= 360.0;
@@ -212,19 +212,19 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
         break;
     case '+':
     case ';':
-        zoom(-FOV_STEP);
+        zoom_view(-FOV_STEP);
         break;
     case '-':
     case '=':
-        zoom(FOV_STEP);
+        zoom_view(FOV_STEP);
         break;
     case ',':
     case '<':
-        rotate(-ROTATION_STEP);
+        turn_view(-ROTATION_STEP);
         break;
     case '.':
     case '>':
-        rotate(ROTATION_STEP);
+        turn_view(ROTATION_STEP);
         break;
     case '3':
         locked(field_toggle_bird_view_mode);
