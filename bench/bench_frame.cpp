@@ -1,9 +1,11 @@
 // Cost of a frame on a full field: 30 turtles with names and scores, a full maze, 300 coins, 53 cards, 30 new segments
 // and the help screen, in both views, off the timer. Beside it the emptiest frame, the same field drawn the plain way,
-// and the field without the help screen. One CSV line each, in ms: wall time's median, 99th percentile and minimum, and
-// the processor time of all threads per frame, which a busy machine changes least.
-// usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left out] [top | bird]
+// with a coin that is moved before every frame, and without the help screen. One CSV line each, in ms: wall time's
+// median, 99th percentile and minimum, and the processor time of all threads per frame, which a busy machine changes
+// least. usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left out] [top |
+// bird]
 
+#include "display/canvas.h"
 #include "display/frame.h"
 #include "display/scene.h"
 #include "display/window.h"
@@ -36,6 +38,7 @@ struct row_t {
     int plain; // 1: drawn the plain way
     int help;  // 1: with the help screen
     int bird;  // 1: bird's-eye view
+    int stir;  // 1: a coin moves in every frame, so that no picture of what lies there can be kept
 };
 
 void furnish_fully() {
@@ -73,8 +76,9 @@ void move_all(int frame) {
     }
 }
 
-double milliseconds_of_a_frame(int frame) {
+double milliseconds_of_a_frame(int frame, int stir) {
     move_all(frame);
+    if (stir != 0) coins[0].x = 100.3 + std::cos(0.1 * frame);
     ++elapsed_time;
     const auto begin = std::chrono::steady_clock::now();
     display();
@@ -100,10 +104,10 @@ void measure(const row_t& row, int frames) {
     bird_view_mode = row.bird;
     draw_plainly = row.plain;
     field_clear();
-    for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k);
+    for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k, row.stir);
     std::vector<double> times;
     const double work_before = processor_milliseconds();
-    for (int k = 0; k < frames; ++k) times.push_back(milliseconds_of_a_frame(k));
+    for (int k = 0; k < frames; ++k) times.push_back(milliseconds_of_a_frame(k, row.stir));
     const double work = (processor_milliseconds() - work_before) / frames;
     std::sort(times.begin(), times.end());
     const auto share = [&times](double part) {
@@ -128,8 +132,9 @@ int main(int argc, char** argv) {
     init_teaminfo();
     printf("scene,view,frames,median_ms,p99_ms,min_ms,cpu_ms\n");
     for (const int bird : {0, 1}) {
-        for (const row_t& row : {row_t{"empty", 0, 0, 0, bird}, row_t{"full", 1, 0, 1, bird},
-                                 row_t{"full_plain", 1, 1, 1, bird}, row_t{"full_without_help", 1, 0, 0, bird}}) {
+        for (const row_t& row :
+             {row_t{"empty", 0, 0, 0, bird, 0}, row_t{"full", 1, 0, 1, bird, 0}, row_t{"full_plain", 1, 1, 1, bird, 0},
+              row_t{"full_stirred", 1, 0, 1, bird, 1}, row_t{"full_without_help", 1, 0, 0, bird, 0}}) {
             if (argc > 2 && strcmp(argv[2], row.name) != 0) continue;
             if (argc > 3 && strcmp(argv[3], bird != 0 ? "bird" : "top") != 0) continue;
             measure(row, frames);

@@ -1,10 +1,11 @@
 #include "display/frame.h"
 
-#include "cards/card.h"
 #include "display/battle.h"
+#include "display/canvas.h"
 #include "display/capture.h"
 #include "display/paint.h"
 #include "display/scene.h"
+#include "display/scenery.h"
 #include "draw/icons.h"
 #include "draw/overlays.h"
 #include "draw/primitives.h"
@@ -13,9 +14,6 @@
 #include "turtle/turtle.h"
 
 #include <GL/freeglut.h>
-
-unsigned bg_textures;
-std::array<int, COIN_MAX> coin_list;
 
 namespace {
 
@@ -26,43 +24,13 @@ constexpr double TOP_VIEW_FAR = 614.4;
 constexpr double BIRD_VIEW_FAR = 1024.0;
 constexpr double TOP_VIEW_FLOOR_DEPTH = (EYE_DISTANCE - NEAR_PLANE) / (TOP_VIEW_FAR - NEAR_PLANE); // 0 near, 1 far
 
-void set_flat_projection(double low, double high) {
-    glMatrixMode(GL_PROJECTION);
-    glLoadIdentity();
-    gluOrtho2D(low, high, low, high);
-    glMatrixMode(GL_MODELVIEW);
-}
-
-void bind_canvas() {
-    glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, bg_textures);
-    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-}
-
-void unbind_canvas() {
-    glBindTexture(GL_TEXTURE_2D, 0);
-    glDisable(GL_TEXTURE_2D);
-}
-
-// The canvas texture on the square from `low` to `high`.
-void draw_canvas_quad(double low, double high) {
-    glBegin(GL_QUADS);
-    glTexCoord2d(0.0, 0.0);
-    glVertex2d(low, low);
-    glTexCoord2d(1.0, 0.0);
-    glVertex2d(high, low);
-    glTexCoord2d(1.0, 1.0);
-    glVertex2d(high, high);
-    glTexCoord2d(0.0, 1.0);
-    glVertex2d(low, high);
-    glEnd();
-}
-
 // Puts the canvas of the last frame into the back buffer, pixel for pixel, or a clean one.
 void prepare_canvas() {
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    gluOrtho2D(-HALF_FIELD, HALF_FIELD, -HALF_FIELD, HALF_FIELD);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
-    set_flat_projection(-HALF_FIELD, HALF_FIELD);
     // Taken and set in one go: a wish to clear that comes in while this one is served is not lost.
     if (field_cleared.exchange(1) == 0) {
         glClearColor(color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]), 1.0F);
@@ -70,25 +38,8 @@ void prepare_canvas() {
         if (battle_mode != 0) drawBackground();
         field_is_painted = 1;
     } else {
-        set_flat_projection(0.0, 1.0);
-        bind_canvas();
-        draw_canvas_quad(0.0, 1.0);
-        unbind_canvas();
-        set_flat_projection(-HALF_FIELD, HALF_FIELD);
+        show_canvas();
     }
-}
-
-void keep_canvas() {
-    glBindTexture(GL_TEXTURE_2D, bg_textures);
-    glReadBuffer(GL_BACK);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    if (draw_plainly != 0) {
-        glCopyTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 0, 0, WINDOW_SIDE, WINDOW_SIDE, 0);
-    } else {
-        // Into the store that is there: a new one would be a megabyte of fresh pages in each frame.
-        glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE);
-    }
-    glBindTexture(GL_TEXTURE_2D, 0);
 }
 
 void set_camera() {
@@ -109,58 +60,41 @@ void set_camera() {
     }
 }
 
-void draw_floor() {
-    glEnable(GL_CULL_FACE);
-    bind_canvas();
-    glNormal3d(0.0, 0.0, 1.0);
-    draw_canvas_quad(-HALF_FIELD, HALF_FIELD);
-    unbind_canvas();
-    glDisable(GL_CULL_FACE);
-}
-
-// Clears what painting left and lays the canvas down as the floor of the scene.
-void begin_scene() {
+// The floor with what stands on it, in an empty depth buffer.
+void draw_floor_and_scenery() {
     glEnable(GL_DEPTH_TEST);
     if (draw_plainly == 0 && bird_view_mode == 0) {
         // From above the floor covers the window with the canvas, pixel for pixel, and there it is already.
         glClearDepth(TOP_VIEW_FLOOR_DEPTH);
         glClear(GL_DEPTH_BUFFER_BIT);
         glClearDepth(1.0);
-        set_camera();
+    } else {
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+        draw_floor();
+    }
+    draw_scenery();
+}
+
+// The same when the depth buffer has been filled for a scenery that has not changed.
+void draw_floor_under_kept_scenery() {
+    if (bird_view_mode != 0) {
+        glClear(GL_COLOR_BUFFER_BIT);
+        draw_floor();
+    }
+    glEnable(GL_DEPTH_TEST);
+    show_kept_scenery();
+}
+
+// From the canvas in the back buffer to a scene that lacks its turtles.
+void begin_scene(bool depth_is_restored) {
+    set_camera();
+    const bool unchanged = scenery_is_unchanged();
+    if (depth_is_restored && unchanged) {
+        draw_floor_under_kept_scenery();
         return;
     }
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    set_camera();
-    draw_floor();
-}
-
-// Coins in the order in which they were laid: the newest lies on top.
-void draw_coins() {
-    coin_list.fill(-1);
-    for (int k = 0; k < ncoin; ++k) {
-        const coin_t& c = coins[k];
-        if (has_any(c.flags, ON_FIELD) && c.ord >= 0 && c.ord < COIN_MAX) coin_list[c.ord] = k;
-    }
-    if (draw_plainly == 0) begin_coin_batch();
-    for (int rank = 0; rank < ncoin; ++rank) {
-        const int k = coin_list[rank];
-        if (k < 0) continue;
-        if (draw_plainly != 0) {
-            drawIcon_Coin(rank, coins[k].x, coins[k].y);
-        } else {
-            coin_in_batch(rank, coins[k].x, coins[k].y);
-        }
-    }
-    if (draw_plainly == 0) end_coin_batch();
-}
-
-// The card placed last lies highest.
-void draw_cards() {
-    for (int k = 0; k < CARD_MAX; ++k) {
-        const int c = card_list[k];
-        if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
-        draw_Card(cards[c].x, cards[c].y, static_cast<double>(CARD_MAX - k) / CARD_MAX, c);
-    }
+    draw_floor_and_scenery();
+    if (unchanged) keep_scenery();
 }
 
 // Two passes: doughnuts and stones lie under the turtles.
@@ -177,6 +111,8 @@ void draw_turtles() {
 
 void draw_frame() {
     field_is_painted = 0;
+    glDisable(GL_DEPTH_TEST); // painting is flat, whatever depths are there already
+    const bool depth_is_restored = restore_scenery_depth();
     prepare_canvas();
 
     rendering_started();
@@ -188,11 +124,7 @@ void draw_frame() {
     for (int i = 0; i < ntmax; ++i) paint_by_turtle(i);
     if (field_is_painted != 0) keep_canvas();
 
-    begin_scene();
-    if (battle_mode != 0) draw_walls();
-    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    draw_coins();
-    draw_cards();
+    begin_scene(depth_is_restored);
     // Software GL rasters one half of the scene while this thread prepares the next.
     if (draw_plainly == 0) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);

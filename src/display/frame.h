@@ -2,15 +2,6 @@
 // simulation: beams, deaths, robots and coin events advance once per call. Window thread.
 #pragma once
 
-#include "field/state.h"
-
-#include <array>
-
-inline constexpr int WINDOW_SIDE = 512; // pixels; the field's 512 units fill it in top view
-
-extern unsigned bg_textures;                // GL name of the texture that keeps the canvas between frames
-extern std::array<int, COIN_MAX> coin_list; // scratch of each frame: rank -> coin index, -1 = none
-
 /// Everything of one frame but showing it: the picture stands in the back buffer. Holds frame_rendering_mutex from
 /// before the first table is read until the frame is finished, so that commands run between frames only.
 void draw_frame();

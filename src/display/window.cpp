@@ -2,7 +2,9 @@
 
 #include "brush/dot.h"
 #include "brush/strokes.h"
+#include "display/canvas.h"
 #include "display/frame.h"
+#include "display/scenery.h"
 #include "field/invariants.h"
 #include "field/modes.h"
 #include "field/queries.h"
@@ -25,8 +27,6 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-unsigned char* bg_tex_buffer;
-
 namespace {
 
 constexpr int CLIENT_PORT = 2222;
@@ -35,7 +35,6 @@ constexpr unsigned BUSY_TICK = 8;                                   // ms betwee
 constexpr unsigned IDLE_TICK = 80;                                  // ms on a field where nothing can
 constexpr double FOV_STEP = 5.0, FOV_LEAST = 15.0, FOV_MOST = 60.0; // degrees
 constexpr double ROTATION_STEP = 2.5;                               // degrees
-constexpr size_t CANVAS_BYTES = size_t{WINDOW_SIDE} * WINDOW_SIDE * 4;
 
 // Runs an operation on the shared tables while neither a frame nor a command does.
 template <typename Operation> void locked(Operation operation) {
@@ -69,17 +68,6 @@ void turn_view(double step) {
 
 void format_title(std::array<char, 300>& title) {
     snprintf(title.data(), title.size(), private_mode != 0 ? "Private %s" : "Public %s", window_title);
-}
-
-void create_canvas_texture() {
-    bg_tex_buffer = static_cast<unsigned char*>(malloc(CANVAS_BYTES));
-    glGenTextures(1, &bg_textures);
-    glBindTexture(GL_TEXTURE_2D, bg_textures);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, bg_tex_buffer);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-    glBindTexture(GL_TEXTURE_2D, 0);
 }
 
 } // namespace
@@ -118,7 +106,7 @@ void create_menu() {
 
 void prepare_drawing() {
     keep_freed_memory();
-    create_canvas_texture();
+    create_canvas();
 
     // A distant light straight from above.
     static constexpr std::array<float, 4> WHITE{1.0F, 1.0F, 1.0F, 1.0F};
@@ -287,6 +275,7 @@ void timerfunc(int /*value*/) {
 }
 
 void reshapefunc(int /*width*/, int /*height*/) {
+    forget_scenery(); // what lay outside a smaller window was not kept
     glutReshapeWindow(WINDOW_SIDE, WINDOW_SIDE);
     glutPostRedisplay();
 }

@@ -2,8 +2,6 @@
 // Every callback runs on the window thread; handlers that change shared tables hold frame_rendering_mutex.
 #pragma once
 
-extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its creation
-
 /// Opens the window, resets the field, starts both servers and runs the event loop. Does not return.
 /// @param argc, argv  the program's own, unchanged
 [[noreturn]] void field_start(int argc, char** argv);

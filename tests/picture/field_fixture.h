@@ -7,6 +7,7 @@
 
 #include "brush/dot.h"
 #include "brush/strokes.h"
+#include "display/canvas.h"
 #include "display/frame.h"
 #include "display/scene.h"
 #include "display/window.h"
@@ -46,6 +47,7 @@ protected:
         glBindTexture(GL_TEXTURE_2D, bg_textures);
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, SIDE, SIDE, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
         glBindTexture(GL_TEXTURE_2D, 0);
+        canvas_is_top_down = 0;
         field_cleared = 1;
     }
 

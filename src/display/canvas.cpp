@@ -1,0 +1,90 @@
+#include "display/canvas.h"
+
+#include "display/scene.h"
+
+#include <GL/freeglut.h>
+
+#include <cstdlib>
+
+unsigned char* bg_tex_buffer;
+unsigned bg_textures;
+int canvas_is_top_down;
+
+namespace {
+
+constexpr double HALF_FIELD = 256.0;
+constexpr size_t CANVAS_BYTES = size_t{WINDOW_SIDE} * WINDOW_SIDE * 4;
+
+unsigned canvas_frame; // framebuffer object around the texture; 0 where GL has none, then the canvas is drawn and read
+
+void draw_canvas_quad() {
+    const double bottom = canvas_is_top_down != 0 ? 1.0 : 0.0;
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    glBegin(GL_QUADS);
+    glTexCoord2d(0.0, bottom);
+    glVertex2d(-HALF_FIELD, -HALF_FIELD);
+    glTexCoord2d(1.0, bottom);
+    glVertex2d(HALF_FIELD, -HALF_FIELD);
+    glTexCoord2d(1.0, 1.0 - bottom);
+    glVertex2d(HALF_FIELD, HALF_FIELD);
+    glTexCoord2d(0.0, 1.0 - bottom);
+    glVertex2d(-HALF_FIELD, HALF_FIELD);
+    glEnd();
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+}
+
+} // namespace
+
+void create_canvas() {
+    bg_tex_buffer = static_cast<unsigned char*>(malloc(CANVAS_BYTES));
+    glGenTextures(1, &bg_textures);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    // Blue first, as in the memory of a window: a copy between the two need not convert.
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_BGRA, GL_UNSIGNED_BYTE, bg_tex_buffer);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    canvas_is_top_down = 0;
+    canvas_frame = 0;
+    if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return;
+    glGenFramebuffers(1, &canvas_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, canvas_frame);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, bg_textures, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+void show_canvas() {
+    if (canvas_is_top_down == 0 || canvas_frame == 0 || draw_plainly != 0) {
+        draw_canvas_quad();
+        return;
+    }
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, canvas_frame);
+    glBlitFramebuffer(0, WINDOW_SIDE, WINDOW_SIDE, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+}
+
+void keep_canvas() {
+    glReadBuffer(GL_BACK);
+    if (canvas_frame == 0 || draw_plainly != 0) {
+        glBindTexture(GL_TEXTURE_2D, bg_textures);
+        glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        canvas_is_top_down = 0;
+        return;
+    }
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, canvas_frame);
+    glBlitFramebuffer(0, 0, WINDOW_SIDE, WINDOW_SIDE, 0, WINDOW_SIDE, WINDOW_SIDE, 0, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    canvas_is_top_down = 1;
+}
+
+void draw_floor() {
+    glEnable(GL_CULL_FACE);
+    glNormal3d(0.0, 0.0, 1.0);
+    draw_canvas_quad();
+    glDisable(GL_CULL_FACE);
+}

@@ -1,0 +1,22 @@
+// The canvas: all that turtles have painted, kept from frame to frame in a texture. Window thread.
+#pragma once
+
+inline constexpr int WINDOW_SIDE = 512; // pixels; the field's 512 units fill it in top view
+
+extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its creation
+extern unsigned bg_textures;         // GL name of the canvas texture
+// 1: the texture's first row is the top of the window, 0: its bottom. A window's memory begins at its top, so a copy
+// that keeps this order moves bytes, where one that turns the picture over has to draw it.
+extern int canvas_is_top_down;
+
+/// Makes the texture; what it shows is arbitrary until a frame has cleared it.
+void create_canvas();
+
+/// Puts the canvas into the back buffer, pixel for pixel. Leaves both matrices as they were.
+void show_canvas();
+
+/// Takes the canvas over from the back buffer.
+void keep_canvas();
+
+/// The canvas as the floor of the scene: the square of the field at height 0, seen from above only.
+void draw_floor();

@@ -1,0 +1,268 @@
+#include "display/scenery.h"
+
+#include "cards/card.h"
+#include "cards/sheet.h"
+#include "display/canvas.h"
+#include "display/scene.h"
+#include "draw/icons.h"
+#include "geometry/wall.h"
+#include "turtle/turtle.h"
+
+#include <GL/freeglut.h>
+
+#include <cmath>
+#include <utility>
+#include <vector>
+
+std::array<int, COIN_MAX> coin_list;
+
+namespace {
+
+// A coin or a card where it lies.
+struct piece_t {
+    int number; // a coin's rank, a card's index
+    int layer;  // a card's, 0 on top; a coin's is its rank again
+    double x, y;
+    bool operator==(const piece_t&) const = default;
+};
+
+// All that tells how the scenery looks. What is no number equals nothing, not even itself, and is drawn anew each time.
+struct scenery_t {
+    int bird;
+    double fov, rotation;
+    int coin_slots;            // the heights of coins depend on it
+    std::vector<wall_t> walls; // none out of battle mode
+    std::vector<piece_t> coins, cards;
+    bool on_texel_edges; // some card's
+    bool operator==(const scenery_t&) const = default;
+};
+
+scenery_t seen;       // by the last look at the tables
+bool picture_is_kept; // of `seen`
+
+// Where the kept picture lies. The colours are drawn into a texture of their own, with how much they cover; the depths
+// are copied from the window, its top row first.
+struct store_t {
+    unsigned colors, colors_frame;
+    unsigned scratch_depth; // for drawing the colours
+    unsigned depths, depths_frame;
+};
+
+store_t store;
+enum class store_state_t { unknown, usable, unusable } store_state = store_state_t::unknown;
+
+void forget_errors() {
+    constexpr int MOST = 100; // a context that is lost reports errors without end
+    int k = 0;
+    while (k < MOST && glGetError() != GL_NO_ERROR) ++k;
+}
+
+// In the depth format of the window: others can not be copied to and fro.
+GLenum depth_format() {
+    int depth_bits = 0, stencil_bits = 0;
+    glGetIntegerv(GL_DEPTH_BITS, &depth_bits);
+    glGetIntegerv(GL_STENCIL_BITS, &stencil_bits);
+    if (stencil_bits > 0) return GL_DEPTH24_STENCIL8;
+    if (depth_bits == 16) return GL_DEPTH_COMPONENT16;
+    return depth_bits == 24 ? GL_DEPTH_COMPONENT24 : GL_DEPTH_COMPONENT32;
+}
+
+unsigned make_depth_buffer(GLenum format) {
+    unsigned name = 0;
+    glGenRenderbuffers(1, &name);
+    glBindRenderbuffer(GL_RENDERBUFFER, name);
+    glRenderbufferStorage(GL_RENDERBUFFER, format, WINDOW_SIDE, WINDOW_SIDE);
+    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    return name;
+}
+
+void copy_depth_from_window() {
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, store.depths_frame);
+    glBlitFramebuffer(0, 0, WINDOW_SIDE, WINDOW_SIDE, 0, WINDOW_SIDE, WINDOW_SIDE, 0, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+}
+
+void copy_depth_to_window() {
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, store.depths_frame);
+    glBlitFramebuffer(0, WINDOW_SIDE, WINDOW_SIDE, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+}
+
+// Makes the store and tries whether depths can be copied there; a driver that refuses says so now.
+bool make_store() {
+    if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return false;
+    forget_errors();
+    glGenTextures(1, &store.colors);
+    glBindTexture(GL_TEXTURE_2D, store.colors);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    store.scratch_depth = make_depth_buffer(depth_format());
+    store.depths = make_depth_buffer(depth_format());
+
+    glGenFramebuffers(1, &store.colors_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, store.colors_frame);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, store.colors, 0);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, store.scratch_depth);
+    const bool whole = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+    glGenFramebuffers(1, &store.depths_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, store.depths_frame);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, store.depths);
+    glDrawBuffer(GL_NONE);
+    glReadBuffer(GL_NONE);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    copy_depth_from_window();
+    copy_depth_to_window();
+    return whole && glGetError() == GL_NO_ERROR;
+}
+
+bool store_is_usable() {
+    if (store_state == store_state_t::unknown)
+        store_state = make_store() ? store_state_t::usable : store_state_t::unusable;
+    return store_state == store_state_t::usable;
+}
+
+// Half a unit off, a card has the middle of every pixel on the edge between two rows of its picture. Which of them is
+// shown is a matter of rounding, and a window, whose rows are counted from the top, rounds otherwise than a texture.
+bool lies_on_texel_edges(double y) { return std::fabs(std::remainder(y, 1.0)) > 0.4999; }
+
+// Laying a picture over the whole window costs about as much as drawing as many pixels anew.
+bool is_worth_keeping() {
+    constexpr size_t COIN_AREA = 19 * 19; // pixels, as seen from above
+    if (seen.on_texel_edges) return false;
+    return seen.cards.size() * CARD_WIDTH * CARD_HEIGHT + seen.coins.size() * COIN_AREA > WINDOW_SIDE * WINDOW_SIDE;
+}
+
+// Coins in the order in which they were laid: the newest lies on top.
+void see_coins() {
+    coin_list.fill(-1);
+    for (int k = 0; k < ncoin; ++k) {
+        const coin_t& c = coins[k];
+        if (has_any(c.flags, ON_FIELD) && c.ord >= 0 && c.ord < COIN_MAX) coin_list[c.ord] = k;
+    }
+    seen.coins.clear();
+    for (int rank = 0; rank < ncoin; ++rank) {
+        const int k = coin_list[rank];
+        if (k >= 0) seen.coins.push_back({rank, rank, coins[k].x, coins[k].y});
+    }
+}
+
+// The card placed last lies highest.
+void see_cards() {
+    seen.cards.clear();
+    seen.on_texel_edges = false;
+    for (int k = 0; k < CARD_MAX; ++k) {
+        const int c = card_list[k];
+        if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
+        seen.cards.push_back({c, k, cards[c].x, cards[c].y});
+        if (lies_on_texel_edges(cards[c].y)) seen.on_texel_edges = true;
+    }
+}
+
+void draw_coins() {
+    if (draw_plainly != 0) {
+        for (const piece_t& coin : seen.coins) drawIcon_Coin(coin.number, coin.x, coin.y);
+        return;
+    }
+    begin_coin_batch();
+    for (const piece_t& coin : seen.coins) coin_in_batch(coin.number, coin.x, coin.y);
+    end_coin_batch();
+}
+
+void draw_cards() {
+    for (const piece_t& card : seen.cards)
+        draw_Card(card.x, card.y, static_cast<double>(CARD_MAX - card.layer) / CARD_MAX, card.number);
+}
+
+void draw_pieces() {
+    if (battle_mode != 0) draw_walls();
+    draw_coins();
+    draw_cards();
+}
+
+// A texture of the window's size on the window, with identity matrices.
+void draw_texture_over_window(unsigned texture) {
+    glEnable(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+    glBegin(GL_QUADS);
+    glNormal3d(0.0, 0.0, 1.0);
+    glTexCoord2d(0.0, 0.0);
+    glVertex2d(-1.0, -1.0);
+    glTexCoord2d(1.0, 0.0);
+    glVertex2d(1.0, -1.0);
+    glTexCoord2d(1.0, 1.0);
+    glVertex2d(1.0, 1.0);
+    glTexCoord2d(0.0, 1.0);
+    glVertex2d(-1.0, 1.0);
+    glEnd();
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+}
+
+} // namespace
+
+bool restore_scenery_depth() {
+    if (!picture_is_kept || draw_plainly != 0) return false;
+    copy_depth_to_window();
+    return true;
+}
+
+bool scenery_is_unchanged() {
+    static scenery_t before;
+    std::swap(before, seen);
+    seen.bird = bird_view_mode;
+    seen.fov = view_fov_angle;
+    seen.rotation = view_rotation_angle;
+    seen.coin_slots = ncoin;
+    seen.walls.clear();
+    if (battle_mode != 0) seen.walls.assign(walls.begin(), walls.begin() + nwall);
+    see_coins();
+    see_cards();
+    const bool unchanged = seen == before;
+    if (!unchanged) picture_is_kept = false;
+    return unchanged;
+}
+
+void draw_scenery() {
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    draw_pieces();
+}
+
+void keep_scenery() {
+    if (draw_plainly != 0 || !is_worth_keeping() || !store_is_usable()) return;
+    copy_depth_from_window();
+    glBindFramebuffer(GL_FRAMEBUFFER, store.colors_frame);
+    glPushAttrib(GL_COLOR_BUFFER_BIT);
+    glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    // Over nothing, this blending gives each colour times what it covers, and the share that is covered.
+    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    draw_pieces();
+    glPopAttrib();
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    picture_is_kept = true;
+}
+
+void show_kept_scenery() {
+    glDisable(GL_DEPTH_TEST);
+    glMatrixMode(GL_PROJECTION);
+    glPushMatrix();
+    glLoadIdentity();
+    glMatrixMode(GL_MODELVIEW);
+    glPushMatrix();
+    glLoadIdentity();
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    draw_texture_over_window(store.colors);
+    glDisable(GL_BLEND);
+    glPopMatrix();
+    glMatrixMode(GL_PROJECTION);
+    glPopMatrix();
+    glMatrixMode(GL_MODELVIEW);
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    glEnable(GL_DEPTH_TEST);
+}
+
+void forget_scenery() { picture_is_kept = false; }

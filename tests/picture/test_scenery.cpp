@@ -1,0 +1,242 @@
+// The kept picture of walls, coins and cards: it looks like the drawn one, it hides what the drawn one hides, and it is
+// given up in the very frame in which something of it changes.
+
+#include "picture/field_fixture.h"
+
+#include "display/scenery.h"
+#include "field/cards.h"
+#include "field/modes.h"
+#include "geometry/furnish.h"
+#include "geometry/wall.h"
+
+#include <GL/freeglut.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using namespace picture;
+
+namespace {
+
+// Texels and edges that fall on the middle of a pixel may round to either side, coins' edges blend in two steps.
+constexpr int HANDFUL = 60;  // of 262144 pixels
+constexpr int TOLERANCE = 4; // of 255
+
+class Scenery : public FieldPicture {
+protected:
+    // More than a window full: many cards, coins on and beside them, walls, and turtles under, on and before them.
+    static void furnish() {
+        reset_tables(5);
+        reset_wall();
+        battle_mode = disp_name = 1;
+        setup_wall(0, -100, 60, 100, 60, 0, 1);
+        setup_wall(0, 100, 60, -100, 60, 0, -1);
+        setup_wall(0, 30.5, -200, 30.5, 20, -1, 0);
+        for (int k = 0; k < 40; ++k) lay_coin(k, 11.3 * (k % 20) - 120.2, 9.7 * (k / 20) - 30.3);
+        for (int k = 1; k <= 53; ++k) field_set_card(k, 9.0 * k - 250, (k % 7) * 50 - 240);
+        for (int i = 0; i < 8; ++i) put_turtle(i, 45.3 * i - 170.2, 12.1 * i - 20.4, 33.0 * i);
+        put_object(8, TTL_STONE, -100.3, 100.2);
+        put_object(9, TTL_DOUGHNUT, coins[39].x, coins[39].y); // under the highest coin
+        bgcol[1] = 0.3;
+        field_cleared = 0;
+    }
+
+    // Frames until a picture is kept and shown.
+    static shot settled() {
+        for (int k = 0; k < 3; ++k) draw_frame();
+        return frame();
+    }
+
+    static bool picture_is_kept() { return restore_scenery_depth(); }
+    // Without framebuffer objects all is drawn every time, and looks the same.
+    static bool can_keep() { return glutExtensionSupported("GL_ARB_framebuffer_object") != 0; }
+
+    static shot plain_frame() {
+        draw_plainly = 1;
+        const shot s = frame();
+        draw_plainly = 0;
+        return s;
+    }
+};
+
+struct view_t {
+    int bird;
+    double fov, rotation;
+};
+
+constexpr view_t VIEWS[] = {{0, 55, 0}, {1, 55, 0}, {1, 30, 25}};
+
+void look(const view_t& v) {
+    bird_view_mode = v.bird;
+    view_fov_angle = v.fov;
+    view_rotation_angle = v.rotation;
+}
+
+} // namespace
+
+TEST_F(Scenery, kept_picture_looks_like_the_drawn_one) {
+    for (const view_t& view : VIEWS) {
+        furnish();
+        look(view);
+        const shot plain = plain_frame();
+        const shot kept = settled();
+        EXPECT_EQ(picture_is_kept(), can_keep()) << view.bird;
+        EXPECT_LE(differing_pixels(kept, plain, TOLERANCE), HANDFUL) << view.bird << ' ' << view.rotation;
+        reset_card();
+        EXPECT_GT(differing_pixels(frame(), plain, TOLERANCE), 20000);
+    }
+}
+
+TEST_F(Scenery, card_on_the_edges_of_its_texels_is_drawn_every_time) {
+    for (const double off : {0.5, -0.5, 0.49995}) {
+        furnish();
+        field_set_card(9, 20, 30 + off);
+        const shot plain = plain_frame();
+        EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL) << off;
+        EXPECT_FALSE(picture_is_kept()) << off;
+    }
+    for (const double off : {0.0, 0.25, -0.49}) {
+        furnish();
+        field_set_card(9, 20.5, 30 + off);
+        const shot plain = plain_frame();
+        EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL) << off;
+        EXPECT_EQ(picture_is_kept(), can_keep()) << off;
+    }
+}
+
+TEST_F(Scenery, canvas_lives_on_under_the_kept_picture) {
+    for (const view_t& view : VIEWS) {
+        furnish();
+        look(view);
+        const shot before = settled();
+        const auto painted = [] {
+            turtle_t& t = put_turtle(10, -60.5, 150.5);
+            t.flags |= TTL_PEN_DOWN;
+            t.pos[1] = {-250.5, -240.5};
+            t.line_width[1] = 5;
+            t.color[1] = {1, 0, 0};
+            draw_frame();
+            ttl[10].flags = 0;
+            return frame();
+        };
+        const shot line = painted();
+        EXPECT_EQ(picture_is_kept(), can_keep());
+        EXPECT_GT(differing_pixels(line, before, TOLERANCE), 40);
+        EXPECT_LE(differing_pixels(line, plain_frame(), TOLERANCE), HANDFUL) << view.bird;
+        field_clear();
+        const shot cleared = frame();
+        EXPECT_EQ(picture_is_kept(), can_keep());
+        EXPECT_LE(differing_pixels(cleared, before, TOLERANCE), HANDFUL) << view.bird;
+    }
+}
+
+TEST_F(Scenery, every_change_shows_in_its_own_frame) {
+    const std::function<void()> changes[] = {
+        [] { coins[30].x += 150; },
+        [] { coins[39].flags = 0; },
+        [] { std::swap(coins[3].ord, coins[4].ord); },
+        [] { lay_coin(40, 200.3, 210.2); },
+        [] { ncoin = 300; }, // lowers all coins
+        [] { field_set_card(7, 150, 150); },
+        [] { field_set_card(-53, 0, 0); },
+        [] { std::swap(card_list[0], card_list[1]); },
+        [] { reset_card(); },
+        [] { setup_wall(0, -200, 200, 50, 200, 0, 1); },
+        [] { walls[0].y1 = 120; },
+        [] { --nwall; },
+        [] { reset_wall(); },
+        [] { battle_mode = 0; },
+        [] {
+            look({1, 55, 0});
+        },
+    };
+    int number = 0;
+    for (const auto& change : changes) {
+        furnish();
+        look(VIEWS[0]);
+        const shot before = settled();
+        ASSERT_EQ(picture_is_kept(), can_keep()) << number;
+        change();
+        const shot after = frame();
+        EXPECT_GT(differing_pixels(after, before, TOLERANCE), 40) << number;
+        EXPECT_LE(differing_pixels(after, plain_frame(), TOLERANCE), HANDFUL) << number;
+        EXPECT_LE(differing_pixels(settled(), after, TOLERANCE), HANDFUL) << number;
+        ++number;
+    }
+    for (const view_t& view : {view_t{1, 50, 0}, {1, 55, 2.5}, {0, 55, 0}}) {
+        furnish();
+        look(VIEWS[1]);
+        settled();
+        look(view);
+        const shot after = frame();
+        EXPECT_LE(differing_pixels(after, plain_frame(), TOLERANCE), HANDFUL) << view.fov;
+    }
+}
+
+TEST_F(Scenery, what_moves_every_time_is_drawn_every_time) {
+    furnish();
+    settled();
+    for (int k = 0; k < 4; ++k) {
+        coins[5].x += 1.7;
+        const shot s = frame();
+        EXPECT_FALSE(picture_is_kept());
+        EXPECT_LE(differing_pixels(s, plain_frame(), TOLERANCE), HANDFUL) << k;
+    }
+}
+
+TEST_F(Scenery, place_that_is_no_number_is_drawn_every_time) {
+    furnish();
+    coins[0].x = std::numeric_limits<double>::quiet_NaN();
+    const shot plain = plain_frame();
+    EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL);
+    EXPECT_FALSE(picture_is_kept());
+}
+
+TEST_F(Scenery, few_things_are_not_worth_a_picture) {
+    furnish();
+    reset_card();
+    for (int k = 1; k <= 25; ++k) field_set_card(k, 9.0 * k - 250, 0);
+    settled();
+    EXPECT_FALSE(picture_is_kept());
+}
+
+TEST_F(Scenery, window_of_another_size_ends_the_picture) {
+    furnish();
+    settled();
+    EXPECT_EQ(picture_is_kept(), can_keep());
+    reshapefunc(300, 200);
+    EXPECT_FALSE(picture_is_kept());
+}
+
+TEST_F(Scenery, plain_way_neither_keeps_nor_shows_a_picture) {
+    furnish();
+    draw_plainly = 1;
+    settled();
+    draw_plainly = 0;
+    EXPECT_FALSE(picture_is_kept());
+    settled();
+    EXPECT_EQ(picture_is_kept(), can_keep());
+    draw_plainly = 1;
+    EXPECT_FALSE(picture_is_kept());
+}
+
+TEST_F(Scenery, frame_with_a_kept_picture_is_left_tidy) {
+    furnish();
+    settled();
+    ASSERT_EQ(picture_is_kept(), can_keep());
+    draw_frame();
+    for (const GLenum off : {GL_DEPTH_TEST, GL_TEXTURE_2D, GL_BLEND, GL_CULL_FACE}) EXPECT_FALSE(glIsEnabled(off));
+    int source = 0, target = 0, bound = -1, depth = -1;
+    glGetIntegerv(GL_BLEND_SRC, &source);
+    glGetIntegerv(GL_BLEND_DST, &target);
+    EXPECT_EQ(source, GL_SRC_ALPHA);
+    EXPECT_EQ(target, GL_ONE_MINUS_SRC_ALPHA);
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(bound, 0);
+    glGetIntegerv(GL_READ_FRAMEBUFFER_BINDING, &bound);
+    EXPECT_EQ(bound, 0);
+    glGetIntegerv(GL_PROJECTION_STACK_DEPTH, &depth);
+    EXPECT_EQ(depth, 1);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
