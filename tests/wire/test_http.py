@@ -341,6 +341,8 @@ class Limits(unittest.TestCase):
             viewers = [Viewer() for _ in range(CONNECTION_MAX)]
             try:
                 viewers[-1].get("/camera")
+                wait_until(lambda: len([line for line in field.said() if "http connected" in line]) == CONNECTION_MAX,
+                           10, "the announcements of all connections")
                 start = field.mark()
                 with Viewer() as one_more:
                     self.assertEqual(one_more.ended(), b"")
