@@ -10,9 +10,8 @@
 
 #include <GL/freeglut.h>
 
+#include <algorithm>
 #include <cmath>
-#include <utility>
-#include <vector>
 
 std::array<int, COIN_MAX> coin_list;
 
@@ -23,19 +22,38 @@ struct piece_t {
     int number; // a coin's rank, a card's index
     int layer;  // a card's, 0 on top; a coin's is its rank again
     double x, y;
-    bool operator==(const piece_t&) const = default;
 };
 
-// All that tells how the scenery looks. What is no number equals nothing, not even itself, and is drawn anew each time.
+// All that tells how the scenery looks. Of each table the entries below its count are in use.
 struct scenery_t {
     int bird;
     double fov, rotation;
-    int coin_slots;            // the heights of coins depend on it
-    std::vector<wall_t> walls; // none out of battle mode
-    std::vector<piece_t> coins, cards;
-    bool on_texel_edges; // some card's
-    bool operator==(const scenery_t&) const = default;
+    int coin_slots;     // the heights of coins depend on it
+    int on_texel_edges; // 1 when some card lies so
+    int n_wall;         // 0 out of battle mode
+    int n_coin, n_card;
+    std::array<wall_t, WALL_MAX> walls;
+    std::array<piece_t, COIN_MAX> coins;
+    std::array<piece_t, CARD_MAX> cards;
 };
+
+// What is no number is the same as nothing, not even itself: such scenery is drawn anew each time.
+bool is_same_wall(const wall_t& a, const wall_t& b) {
+    return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2 && a.nx == b.nx && a.ny == b.ny &&
+           a.attr == b.attr;
+}
+
+bool is_same_piece(const piece_t& a, const piece_t& b) {
+    return a.number == b.number && a.layer == b.layer && a.x == b.x && a.y == b.y;
+}
+
+bool looks_the_same(const scenery_t& a, const scenery_t& b) {
+    return a.bird == b.bird && a.fov == b.fov && a.rotation == b.rotation && a.coin_slots == b.coin_slots &&
+           a.n_wall == b.n_wall && a.n_coin == b.n_coin && a.n_card == b.n_card &&
+           std::equal(a.walls.begin(), a.walls.begin() + a.n_wall, b.walls.begin(), is_same_wall) &&
+           std::equal(a.coins.begin(), a.coins.begin() + a.n_coin, b.coins.begin(), is_same_piece) &&
+           std::equal(a.cards.begin(), a.cards.begin() + a.n_card, b.cards.begin(), is_same_piece);
+}
 
 scenery_t seen;       // by the last look at the tables
 bool picture_is_kept; // of `seen`
@@ -57,7 +75,7 @@ void forget_errors() {
     while (k < MOST && glGetError() != GL_NO_ERROR) ++k;
 }
 
-// In the depth format of the window: others can not be copied to and fro.
+// In the depth format of the window: none other can be copied to and fro.
 GLenum depth_format() {
     int depth_bits = 0, stencil_bits = 0;
     glGetIntegerv(GL_DEPTH_BITS, &depth_bits);
@@ -129,9 +147,9 @@ bool lies_on_texel_edges(double y) { return std::fabs(std::remainder(y, 1.0)) > 
 
 // Laying a picture over the whole window costs about as much as drawing as many pixels anew.
 bool is_worth_keeping() {
-    constexpr size_t COIN_AREA = 19 * 19; // pixels, as seen from above
-    if (seen.on_texel_edges) return false;
-    return seen.cards.size() * CARD_WIDTH * CARD_HEIGHT + seen.coins.size() * COIN_AREA > WINDOW_SIDE * WINDOW_SIDE;
+    constexpr int COIN_AREA = 19 * 19; // pixels, as seen from above
+    if (seen.on_texel_edges != 0) return false;
+    return seen.n_card * CARD_WIDTH * CARD_HEIGHT + seen.n_coin * COIN_AREA > WINDOW_SIDE * WINDOW_SIDE;
 }
 
 // Coins in the order in which they were laid: the newest lies on top.
@@ -141,38 +159,43 @@ void see_coins() {
         const coin_t& c = coins[k];
         if (has_any(c.flags, ON_FIELD) && c.ord >= 0 && c.ord < COIN_MAX) coin_list[c.ord] = k;
     }
-    seen.coins.clear();
+    seen.n_coin = 0;
     for (int rank = 0; rank < ncoin; ++rank) {
         const int k = coin_list[rank];
-        if (k >= 0) seen.coins.push_back({rank, rank, coins[k].x, coins[k].y});
+        if (k >= 0) seen.coins[seen.n_coin++] = {rank, rank, coins[k].x, coins[k].y};
     }
 }
 
 // The card placed last lies highest.
 void see_cards() {
-    seen.cards.clear();
-    seen.on_texel_edges = false;
+    seen.n_card = 0;
+    seen.on_texel_edges = 0;
     for (int k = 0; k < CARD_MAX; ++k) {
         const int c = card_list[k];
         if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
-        seen.cards.push_back({c, k, cards[c].x, cards[c].y});
-        if (lies_on_texel_edges(cards[c].y)) seen.on_texel_edges = true;
+        seen.cards[seen.n_card++] = {c, k, cards[c].x, cards[c].y};
+        if (lies_on_texel_edges(cards[c].y)) seen.on_texel_edges = 1;
     }
 }
 
 void draw_coins() {
-    if (draw_plainly != 0) {
-        for (const piece_t& coin : seen.coins) drawIcon_Coin(coin.number, coin.x, coin.y);
-        return;
+    if (draw_plainly == 0) begin_coin_batch();
+    for (int k = 0; k < seen.n_coin; ++k) {
+        const piece_t& coin = seen.coins[k];
+        if (draw_plainly != 0) {
+            drawIcon_Coin(coin.number, coin.x, coin.y);
+        } else {
+            coin_in_batch(coin.number, coin.x, coin.y);
+        }
     }
-    begin_coin_batch();
-    for (const piece_t& coin : seen.coins) coin_in_batch(coin.number, coin.x, coin.y);
-    end_coin_batch();
+    if (draw_plainly == 0) end_coin_batch();
 }
 
 void draw_cards() {
-    for (const piece_t& card : seen.cards)
+    for (int k = 0; k < seen.n_card; ++k) {
+        const piece_t& card = seen.cards[k];
         draw_Card(card.x, card.y, static_cast<double>(CARD_MAX - card.layer) / CARD_MAX, card.number);
+    }
 }
 
 void draw_pieces() {
@@ -211,16 +234,16 @@ bool restore_scenery_depth() {
 
 bool scenery_is_unchanged() {
     static scenery_t before;
-    std::swap(before, seen);
+    before = seen;
     seen.bird = bird_view_mode;
     seen.fov = view_fov_angle;
     seen.rotation = view_rotation_angle;
     seen.coin_slots = ncoin;
-    seen.walls.clear();
-    if (battle_mode != 0) seen.walls.assign(walls.begin(), walls.begin() + nwall);
+    seen.n_wall = battle_mode != 0 ? nwall : 0;
+    std::copy_n(walls.begin(), seen.n_wall, seen.walls.begin());
     see_coins();
     see_cards();
-    const bool unchanged = seen == before;
+    const bool unchanged = looks_the_same(seen, before);
     if (!unchanged) picture_is_kept = false;
     return unchanged;
 }

@@ -14,7 +14,6 @@ struct wall_t {
     double x1, y1, x2, y2; // end points, field units
     double nx, ny;         // normal of the face, need not be of unit length
     uint32_t attr;         // WALL_BACKFACE
-    bool operator==(const wall_t&) const = default;
 };
 static_assert(std::is_trivially_copyable_v<wall_t>);
 

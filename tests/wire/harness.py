@@ -536,7 +536,7 @@ class FieldTest(unittest.TestCase):
         wait_until(lambda: served_connections() == 0, 10, "all clients to be dropped")
         made = [self.client() for _ in range(count)]
         made[0].do("! u", "h 0 0 0")
-        # Newcomers stand where chance puts them; who stands too near to another can not leave its place.
+        # Newcomers stand where chance puts them; who stands too near to another cannot leave its place.
         places = [complex(*map(float, client.ask("q p").values.split())) for client in made]
         if any(abs(places[i] - places[j]) <= 20 for i in range(count) for j in range(i)):
             return self.fresh(count)
