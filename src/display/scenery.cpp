@@ -66,7 +66,7 @@ struct store_t {
     unsigned depths, depths_frame;
 };
 
-store_t store;
+store_t picture_store;
 enum class store_state_t { unknown, usable, unusable } store_state = store_state_t::unknown;
 
 void forget_errors() {
@@ -95,13 +95,13 @@ unsigned make_depth_buffer(GLenum format) {
 }
 
 void copy_depth_from_window() {
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, store.depths_frame);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, picture_store.depths_frame);
     glBlitFramebuffer(0, 0, WINDOW_SIDE, WINDOW_SIDE, 0, WINDOW_SIDE, WINDOW_SIDE, 0, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
 }
 
 void copy_depth_to_window() {
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, store.depths_frame);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, picture_store.depths_frame);
     glBlitFramebuffer(0, WINDOW_SIDE, WINDOW_SIDE, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE, GL_DEPTH_BUFFER_BIT, GL_NEAREST);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
 }
@@ -110,23 +110,23 @@ void copy_depth_to_window() {
 bool make_store() {
     if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return false;
     forget_errors();
-    glGenTextures(1, &store.colors);
-    glBindTexture(GL_TEXTURE_2D, store.colors);
+    glGenTextures(1, &picture_store.colors);
+    glBindTexture(GL_TEXTURE_2D, picture_store.colors);
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glBindTexture(GL_TEXTURE_2D, 0);
-    store.scratch_depth = make_depth_buffer(depth_format());
-    store.depths = make_depth_buffer(depth_format());
+    picture_store.scratch_depth = make_depth_buffer(depth_format());
+    picture_store.depths = make_depth_buffer(depth_format());
 
-    glGenFramebuffers(1, &store.colors_frame);
-    glBindFramebuffer(GL_FRAMEBUFFER, store.colors_frame);
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, store.colors, 0);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, store.scratch_depth);
+    glGenFramebuffers(1, &picture_store.colors_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, picture_store.colors_frame);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, picture_store.colors, 0);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, picture_store.scratch_depth);
     const bool whole = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
-    glGenFramebuffers(1, &store.depths_frame);
-    glBindFramebuffer(GL_FRAMEBUFFER, store.depths_frame);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, store.depths);
+    glGenFramebuffers(1, &picture_store.depths_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, picture_store.depths_frame);
+    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, picture_store.depths);
     glDrawBuffer(GL_NONE);
     glReadBuffer(GL_NONE);
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -256,7 +256,7 @@ void draw_scenery() {
 void keep_scenery() {
     if (draw_plainly != 0 || !is_worth_keeping() || !store_is_usable()) return;
     copy_depth_from_window();
-    glBindFramebuffer(GL_FRAMEBUFFER, store.colors_frame);
+    glBindFramebuffer(GL_FRAMEBUFFER, picture_store.colors_frame);
     glPushAttrib(GL_COLOR_BUFFER_BIT);
     glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -278,7 +278,7 @@ void show_kept_scenery() {
     glLoadIdentity();
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    draw_texture_over_window(store.colors);
+    draw_texture_over_window(picture_store.colors);
     glDisable(GL_BLEND);
     glPopMatrix();
     glMatrixMode(GL_PROJECTION);
