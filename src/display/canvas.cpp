@@ -67,6 +67,13 @@ void show_canvas() {
     glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
 }
 
+void wipe_canvas() {
+    if (canvas_frame == 0) return;
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, canvas_frame);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+}
+
 void keep_canvas() {
     glReadBuffer(GL_BACK);
     if (canvas_frame == 0 || draw_plainly != 0) {

@@ -15,6 +15,10 @@ void create_canvas();
 /// Puts the canvas into the back buffer, pixel for pixel. Leaves both matrices as they were.
 void show_canvas();
 
+/// Wipes the texture with GL's clear colour. A frame wipes the window as well; this reaches what lies beyond a window
+/// that somebody has made smaller. Does nothing where GL has no framebuffer objects.
+void wipe_canvas();
+
 /// Takes the canvas over from the back buffer.
 void keep_canvas();
 

@@ -34,6 +34,7 @@ void prepare_canvas() {
     // Taken and set in one go: a wish to clear that comes in while this one is served is not lost.
     if (field_cleared.exchange(1) == 0) {
         glClearColor(color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]), 1.0F);
+        wipe_canvas();
         glClear(GL_COLOR_BUFFER_BIT);
         if (battle_mode != 0) drawBackground();
         field_is_painted = 1;

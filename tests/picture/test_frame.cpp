@@ -85,6 +85,14 @@ TEST_F(Frame, clear_wipes_to_the_background_colour) {
     EXPECT_EQ(field_is_painted, 1);
 }
 
+TEST_F(Frame, canvas_is_wiped_whatever_the_window_holds) {
+    if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) GTEST_SKIP() << "the window is all that is wiped";
+    put_canvas(noise);
+    glClearColor(0.0F, 1.0F, 0.0F, 1.0F);
+    wipe_canvas();
+    EXPECT_EQ(pixels_of(frame(), {0, 255, 0}, 0), SIDE * SIDE);
+}
+
 TEST_F(Frame, background_colour_is_cut_to_its_range) {
     for (const double none : {-1.0, -1e300, -INF, NOT_A_NUMBER})
         for (const double full : {1.5, 1e300, INF}) {
