@@ -2,7 +2,7 @@
 // move. Run by test_page.py, which starts the field and the script server; asks it over standard input and output.
 import { createInterface } from 'node:readline';
 import { createRequire } from 'node:module';
-const { chromium } = createRequire(new URL('../../viewer/package.json', import.meta.url))('playwright-core');
+const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM || '/usr/bin/chromium',

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { JUMP, addSample, mixHeading, newTrack, placeAt } from '../../viewer/src/motion.js';
+import { JUMP, addSample, mixHeading, newTrack, placeAt } from '../../web/src/watch/motion.js';
 
 const at = (x, more = {}) => ({ x, y: 0, head: 0, bx: 0, by: 0, firing: false, alive: true, type: 1, ...more });
 const near = (a, b) => assert.ok(Math.abs(a - b) < 1e-9, `${a} is not ${b}`);

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { PATIENCE, SLOW, ask, pauseAfter, poll } from '../../viewer/src/polling.js';
+import { PATIENCE, SLOW, ask, pauseAfter, poll } from '../../web/src/watch/polling.js';
 
 // A world whose clock is turned by hand.
 function makeWorld(answer) {

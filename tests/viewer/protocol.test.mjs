@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { cameraPath, parseCamera, parseCoins, parseTurtles, parseWalls } from '../../viewer/src/protocol.js';
+import { cameraPath, parseCamera, parseCoins, parseTurtles, parseWalls } from '../../web/src/watch/protocol.js';
 import { listText, turtleText } from './records.mjs';
 
 test('ordinary turtle list is read', () => {

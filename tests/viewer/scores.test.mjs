@@ -1,7 +1,7 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { parseTurtles } from '../../viewer/src/protocol.js';
-import { fillBoxes, iconPath, rank, shortTitle, summary, title } from '../../viewer/src/scores.js';
+import { parseTurtles } from '../../web/src/watch/protocol.js';
+import { fillBoxes, iconPath, rank, shortTitle, summary, title } from '../../web/src/watch/scores.js';
 import { listText } from './records.mjs';
 
 const turtles = (...given) => parseTurtles(listText(...given));

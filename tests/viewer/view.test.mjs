@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import test from 'node:test';
-import { drag, fieldOfView, isOverview, newOrbit, pose, roomIn, wheel } from '../../viewer/src/view.js';
+import { drag, fieldOfView, isOverview, newOrbit, pose, roomIn, wheel } from '../../web/src/watch/view.js';
 
 const near = (a, b) => assert.ok(Math.abs(a - b) < 1e-9 * Math.max(1, Math.abs(b)), `${a} is not ${b}`);
 

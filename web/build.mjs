@@ -7,7 +7,7 @@ const here = path.dirname(fileURLToPath(import.meta.url));
 const out = path.join(here, 'dist', 'kelmora', 'script');
 const common = { bundle: true, format: 'iife', minify: true, target: 'es2018', legalComments: 'eof', logLevel: 'warning' };
 
-await build({ ...common, entryPoints: [path.join(here, 'src', 'main.js')], outfile: path.join(out, 'kelmora.js') });
+await build({ ...common, entryPoints: [path.join(here, 'src', 'watch', 'main.js')], outfile: path.join(out, 'kelmora.js') });
 await build({
   ...common,
   entryPoints: [path.join(here, 'node_modules', 'three', 'build', 'three.module.js')],
