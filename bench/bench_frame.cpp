@@ -5,17 +5,18 @@
 // least. usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left out] [top |
 // bird]
 
-#include "display/canvas.h"
 #include "display/frame.h"
-#include "display/scene.h"
 #include "display/window.h"
+#include "draw/canvas.h"
+#include "draw/scene.h"
 #include "field/cards.h"
 #include "field/coins.h"
-#include "field/modes.h"
 #include "field/state.h"
-#include "geometry/furnish.h"
-#include "geometry/wall.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
+#include "field/walls.h"
+#include "game/furnish.h"
+#include "game/modes.h"
+#include "geometry/collision.h"
 
 #include <GL/freeglut.h>
 

@@ -3,12 +3,13 @@
 #pragma once
 
 #include "field/cards.h"
+#include "field/clients.h"
+#include "field/coin_map.h"
 #include "field/coins.h"
 #include "field/state.h"
-#include "geometry/coin_map.h"
-#include "geometry/wall.h"
-#include "net/client_table.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
+#include "field/walls.h"
+#include "geometry/collision.h"
 
 #include <cmath>
 #include <cstdlib>

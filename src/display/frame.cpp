@@ -1,17 +1,17 @@
 #include "display/frame.h"
 
-#include "display/battle.h"
-#include "display/canvas.h"
 #include "display/capture.h"
-#include "display/paint.h"
-#include "display/scene.h"
-#include "display/scenery.h"
+#include "draw/canvas.h"
 #include "draw/icons.h"
 #include "draw/overlays.h"
+#include "draw/paint.h"
 #include "draw/primitives.h"
-#include "field/invariants.h"
-#include "net/client_table.h"
-#include "turtle/turtle.h"
+#include "draw/scene.h"
+#include "draw/scenery.h"
+#include "field/clients.h"
+#include "field/turtles.h"
+#include "game/battle.h"
+#include "game/invariants.h"
 
 #include <GL/freeglut.h>
 

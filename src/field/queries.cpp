@@ -1,7 +1,7 @@
 #include "field/queries.h"
 
 #include "field/state.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 namespace {
 

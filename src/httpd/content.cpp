@@ -4,9 +4,9 @@
 #include "httpd/content.h"
 
 #include "field/state.h"
-#include "geometry/wall.h"
+#include "field/turtles.h"
+#include "field/walls.h"
 #include "images.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <cfloat>

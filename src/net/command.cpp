@@ -1,16 +1,16 @@
 #include "net/command.h"
 
 #include "field/cards.h"
-#include "field/coins.h"
-#include "field/modes.h"
-#include "net/client_table.h"
+#include "field/clients.h"
+#include "field/turtles.h"
+#include "game/firing.h"
+#include "game/furnish.h"
+#include "game/modes.h"
 #include "net/hex.h"
 #include "turtle/coins.h"
-#include "turtle/firing.h"
 #include "turtle/lifecycle.h"
 #include "turtle/motion.h"
 #include "turtle/pen.h"
-#include "turtle/turtle.h"
 
 #include <array>
 #include <cctype>

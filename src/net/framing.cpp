@@ -1,7 +1,7 @@
 #include "net/framing.h"
 
-#include "field/invariants.h"
-#include "net/client_table.h"
+#include "field/clients.h"
+#include "game/invariants.h"
 #include "net/command.h"
 #include "net/reply.h"
 

@@ -1,12 +1,12 @@
 #include "net/reply.h"
 
+#include "field/clients.h"
 #include "field/queries.h"
 #include "field/state.h"
-#include "net/client_table.h"
+#include "field/turtles.h"
 #include "net/command.h"
 #include "turtle/queries.h"
 #include "turtle/sensors.h"
-#include "turtle/turtle.h"
 
 #include <cinttypes>
 #include <cstdio>

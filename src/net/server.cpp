@@ -1,10 +1,10 @@
 #include "net/server.h"
 
+#include "field/clients.h"
 #include "field/state.h"
-#include "net/client_table.h"
+#include "field/turtles.h"
 #include "net/framing.h"
 #include "turtle/lifecycle.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -140,7 +140,7 @@ int accept_connection(int listen_sock) {
     client_t& c = client_tab[slot];
     free_client_slot(c);
     c.sockfd = sock.release();
-    c.peer_addr = peer;
+    c.peer_addr = {.ip = peer.sin_addr.s_addr, .port = peer.sin_port};
     c.turtle_id = turtle;
     ++nclient;
     return c.sockfd;
@@ -184,4 +184,16 @@ int check_client_status() {
         try_to_exec(slot);
     }
     return 0;
+}
+
+void disconnect_client(int slot) {
+    if (slot < 0 || slot >= MAX_CLIENT || client_tab[slot].sockfd < 0) return;
+    client_t& c = client_tab[slot];
+    char address[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &c.peer_addr.ip, address, sizeof address);
+    // The port is printed as it is stored, in network byte order: the log has always been so.
+    fprintf(stderr, "closing connection from %s %d\n", address, c.peer_addr.port);
+    close(c.sockfd);
+    free_client_slot(c);
+    --nclient;
 }

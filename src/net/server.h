@@ -15,3 +15,7 @@ int check_connection(int listen_sock);
 
 /// One poll of all clients, at most 5 ms: serves requests to disconnect, then every ready client. @return 0
 int check_client_status();
+
+/// Closes the slot's connection, says so on standard error and frees the slot; a free slot or an index outside the
+/// table is ignored. The turtle is not touched. Server thread, lock held.
+void disconnect_client(int slot);

@@ -1,8 +1,8 @@
 #include "turtle/coins.h"
 
-#include "geometry/coin_map.h"
+#include "field/coin_map.h"
+#include "field/turtles.h"
 #include "turtle/lifecycle.h"
-#include "turtle/turtle.h"
 
 namespace {
 

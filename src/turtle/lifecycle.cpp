@@ -1,9 +1,9 @@
 #include "turtle/lifecycle.h"
 
+#include "field/turtles.h"
+#include "geometry/collision.h"
 #include "geometry/random.h"
-#include "geometry/wall.h"
 #include "turtle/sensors.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,9 +1,9 @@
 #include "turtle/motion.h"
 
+#include "field/turtles.h"
+#include "geometry/collision.h"
 #include "geometry/segment.h"
-#include "geometry/wall.h"
 #include "turtle/sensors.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "turtle/pen.h"
 
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 #include "turtle/queries.h"
 
-#include "geometry/coin_map.h"
-#include "turtle/turtle.h"
+#include "field/coin_map.h"
+#include "field/turtles.h"
 
 #include <cstring>
 

@@ -1,9 +1,9 @@
 #include "turtle/sensors.h"
 
+#include "field/turtles.h"
+#include "geometry/collision.h"
 #include "geometry/random.h"
 #include "geometry/segment.h"
-#include "geometry/wall.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <array>

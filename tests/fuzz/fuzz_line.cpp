@@ -8,20 +8,21 @@
 //   04 end of a packet       08 zombies are cleared       0f a viewer asks for everything
 //   10 this client stops or starts to read its replies
 #include "brush/strokes.h"
-#include "display/battle.h"
 #include "field/cards.h"
+#include "field/clients.h"
+#include "field/coin_map.h"
 #include "field/coins.h"
-#include "field/invariants.h"
-#include "field/modes.h"
 #include "field/state.h"
-#include "geometry/coin_map.h"
-#include "geometry/furnish.h"
-#include "geometry/wall.h"
+#include "field/turtles.h"
+#include "field/walls.h"
+#include "game/battle.h"
+#include "game/furnish.h"
+#include "game/invariants.h"
+#include "game/modes.h"
+#include "geometry/collision.h"
 #include "httpd/content.h"
-#include "net/client_table.h"
 #include "net/server.h"
 #include "turtle/lifecycle.h"
-#include "turtle/turtle.h"
 
 #include <cmath>
 #include <cstdio>

@@ -2,13 +2,13 @@
 // that the operator may name. The first byte chooses how many turtles, walls and coins the answers speak of, and
 // whether the rest is a script list.
 #include "field/coins.h"
-#include "field/modes.h"
 #include "field/state.h"
-#include "geometry/furnish.h"
+#include "field/turtles.h"
+#include "game/furnish.h"
+#include "game/modes.h"
 #include "httpd/content.h"
 #include "httpd/http_server.h"
 #include "turtle/lifecycle.h"
-#include "turtle/turtle.h"
 
 #include <cstdlib>
 #include <string>

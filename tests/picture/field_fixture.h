@@ -5,12 +5,12 @@
 #include "picture/picture.h"
 #include "support.h"
 
-#include "brush/dot.h"
 #include "brush/strokes.h"
-#include "display/canvas.h"
 #include "display/frame.h"
-#include "display/scene.h"
 #include "display/window.h"
+#include "draw/canvas.h"
+#include "draw/dot.h"
+#include "draw/scene.h"
 
 #include <array>
 #include <cstdint>

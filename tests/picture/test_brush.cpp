@@ -1,5 +1,5 @@
-#include "brush/dot.h"
 #include "brush/strokes.h"
+#include "draw/dot.h"
 
 #include <limits>
 

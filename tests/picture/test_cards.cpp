@@ -1,4 +1,4 @@
-#include "cards/card.h"
+#include "draw/card.h"
 
 #include <cstring>
 

@@ -1,12 +1,12 @@
 // Whole frames: the canvas from frame to frame, the two cameras, the order of the layers, what a frame changes.
 #include "picture/field_fixture.h"
 
-#include "display/paint.h"
 #include "display/window.h"
 #include "draw/icons.h"
+#include "draw/paint.h"
 #include "field/cards.h"
-#include "field/modes.h"
-#include "geometry/furnish.h"
+#include "game/furnish.h"
+#include "game/modes.h"
 #include "turtle/pen.h"
 
 #include <filesystem>

@@ -2,8 +2,8 @@
 // Places are pixels of the flat view; lines run along pixel centres (.5), so that their pixels are certain.
 #include "picture/field_fixture.h"
 
-#include "brush/track.h"
-#include "display/paint.h"
+#include "draw/paint.h"
+#include "draw/track.h"
 #include "turtle/motion.h"
 #include "turtle/pen.h"
 

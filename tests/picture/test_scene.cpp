@@ -1,9 +1,9 @@
 // Walls, sensor lines and turtles as drawn, and the rules that drawing a turtle drives, in their order.
 #include "picture/field_fixture.h"
 
-#include "display/battle.h"
 #include "draw/primitives.h"
-#include "turtle/firing.h"
+#include "game/battle.h"
+#include "game/firing.h"
 
 using namespace picture;
 

@@ -3,11 +3,12 @@
 
 #include "picture/field_fixture.h"
 
-#include "display/scenery.h"
+#include "draw/scenery.h"
 #include "field/cards.h"
-#include "field/modes.h"
-#include "geometry/furnish.h"
-#include "geometry/wall.h"
+#include "field/walls.h"
+#include "game/furnish.h"
+#include "game/modes.h"
+#include "geometry/collision.h"
 
 #include <GL/freeglut.h>
 

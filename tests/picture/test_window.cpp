@@ -3,7 +3,7 @@
 #include "picture/field_fixture.h"
 
 #include "display/window.h"
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 
 #include <cerrno>
 #include <sys/utsname.h>

@@ -1,6 +1,6 @@
 // The per-frame rules: coin events, beams and hits, dying, the pause after a shot, robots.
 // Distances are chosen so that they are exact in binary, or one step of 2 straight along an axis.
-#include "display/battle.h"
+#include "game/battle.h"
 
 #include "support.h"
 

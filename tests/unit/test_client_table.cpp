@@ -1,6 +1,7 @@
 // The client table: free slots, closing, requests to close, the door, and the handshake with the frame.
-#include "net/client_table.h"
+#include "field/clients.h"
 
+#include "net/server.h"
 #include "support.h"
 
 #include <arpa/inet.h>
@@ -32,9 +33,8 @@ static void occupy(client_t& c, int fd, int turtle) {
     c.disconnect_request = 1;
     c.skipping_line = 1;
     c.send_failed = 1;
-    c.peer_addr.sin_family = AF_INET;
-    c.peer_addr.sin_port = 0x1234; // as stored: network order
-    c.peer_addr.sin_addr.s_addr = htonl(0x7f000001);
+    c.peer_addr.port = 0x1234; // as stored: network order
+    c.peer_addr.ip = htonl(0x7f000001);
 }
 
 TEST_F(ClientTable, ten_slots_of_512_bytes) {

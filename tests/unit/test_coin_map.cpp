@@ -1,5 +1,5 @@
 // The grid over the coins: cells, lists in order of arrival, reach, ties, and places outside the field.
-#include "geometry/coin_map.h"
+#include "field/coin_map.h"
 
 #include "support.h"
 

@@ -1,6 +1,7 @@
 // Coins in a turtle's hands and the doughnuts it makes: limits of bank and table, dense ranks, conservation.
 #include "turtle/coins.h"
 
+#include "game/furnish.h"
 #include "support.h"
 #include "turtle/motion.h"
 

@@ -1,8 +1,8 @@
 // Bodies of the web viewer's responses, byte for byte.
 #include "field/state.h"
-#include "geometry/wall.h"
+#include "field/turtles.h"
+#include "field/walls.h"
 #include "httpd/content.h"
-#include "turtle/turtle.h"
 
 #include <bit>
 #include <cfloat>

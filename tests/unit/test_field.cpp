@@ -1,8 +1,8 @@
 // The shared field: records and resets, coins scattered, cards, modes, toggles, kill-all and the field's queries.
-#include "field/modes.h"
+#include "game/modes.h"
 
 #include "field/queries.h"
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 #include "support.h"
 #include "turtle/coins.h"
 

@@ -1,5 +1,5 @@
 // Firing a beam: who may, what it costs, and where the beam starts.
-#include "turtle/firing.h"
+#include "game/firing.h"
 
 #include "support.h"
 

@@ -1,5 +1,5 @@
 // Boundary, stones and maze: the boundary's eight faces one by one, and the random stream replayed for the rest.
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 
 #include "geometry/random.h"
 #include "support.h"

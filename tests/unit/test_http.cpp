@@ -1,7 +1,7 @@
 // Requests and responses of the web viewer's server over pairs of local sockets.
 #include "field/state.h"
+#include "field/turtles.h"
 #include "httpd/http_server.h"
-#include "turtle/turtle.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 // What holds of the tables: a field that was played on by its own operations is whole; each kind of damage is named;
 // and coins that leave with a turtle are accounted for where they leave.
-#include "field/invariants.h"
+#include "game/invariants.h"
 
-#include "field/modes.h"
-#include "geometry/furnish.h"
+#include "game/furnish.h"
+#include "game/modes.h"
 #include "net/command.h"
 #include "net/framing.h"
 #include "support.h"

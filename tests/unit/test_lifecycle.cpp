@@ -1,7 +1,7 @@
 // Finding a slot and a place: the random stream replayed draw by draw, the distances at their limits, reset and home.
 #include "turtle/lifecycle.h"
 
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 #include "support.h"
 
 using Lifecycle = FieldTest;

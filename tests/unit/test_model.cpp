@@ -4,9 +4,9 @@
 
 #include "model.h"
 
-#include "display/battle.h"
-#include "field/invariants.h"
-#include "geometry/furnish.h"
+#include "game/battle.h"
+#include "game/furnish.h"
+#include "game/invariants.h"
 #include "net/reply.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
 // Motion: steps, jumps, turns and headings in every mode, the track history, and events that are told once.
 #include "turtle/motion.h"
 
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 #include "support.h"
 
 using Motion = FieldTest;

@@ -1,7 +1,7 @@
 // Distances between turtles, finder, sonar, angular radar, and the plain questions about oneself.
 #include "turtle/sensors.h"
 
-#include "field/modes.h"
+#include "game/modes.h"
 #include "geometry/segment.h"
 #include "support.h"
 #include "turtle/pen.h"

@@ -1,5 +1,5 @@
 // One turtle record: a fresh turtle's every field, team, name and the event word.
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 #include "support.h"
 

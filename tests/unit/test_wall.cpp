@@ -1,7 +1,8 @@
 // Walls: the table's limit, contact at its exact limits, one-sided faces, and how bodies block each other.
-#include "geometry/wall.h"
+#include "field/walls.h"
+#include "geometry/collision.h"
 
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 #include "geometry/segment.h"
 #include "support.h"
 

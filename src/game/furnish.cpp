@@ -1,16 +1,21 @@
-#include "geometry/furnish.h"
+#include "game/furnish.h"
 
+#include "field/coin_map.h"
+#include "field/state.h"
+#include "field/turtles.h"
+#include "field/walls.h"
+#include "geometry/collision.h"
 #include "geometry/random.h"
-#include "geometry/wall.h"
 #include "turtle/lifecycle.h"
 #include "turtle/sensors.h"
-#include "turtle/turtle.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 
 namespace {
 
+constexpr double COIN_SPREAD = 492.0; // side of the square of random places: 10 inside the field's edges
 constexpr int STONE_TRIES = 10;
 constexpr double STONE_SPREAD = 492.0;   // side of the square of random places, field units
 constexpr double STONE_CLEARANCE = 25.0; // to the nearest turtle and to the nearest wall
@@ -90,4 +95,24 @@ void generate_maze() {
     static_cast<void>(set_object_at(TTL_DOUGHNUT, -GOAL_OFFSET, GOAL_OFFSET));
     static_cast<void>(set_object_at(TTL_DOUGHNUT, GOAL_OFFSET, -GOAL_OFFSET));
     static_cast<void>(set_object_at(TTL_DOUGHNUT, -GOAL_OFFSET, -GOAL_OFFSET));
+}
+
+int field_scatter_coin(int n) {
+    if (stock_of_coin < 1) return -1;
+    int highest = highest_coin_ord();
+    int placed = 0;
+    for (int k = 0; k < COIN_MAX; ++k) {
+        coin_t& coin = coins[k];
+        if (has_any(coin.flags, ON_FIELD)) continue;
+        coin.x = (drand() - 0.5) * COIN_SPREAD;
+        coin.y = (drand() - 0.5) * COIN_SPREAD;
+        coin.flags |= ON_FIELD;
+        coin.ord = ++highest;
+        add_coin_to_map(k);
+        --stock_of_coin;
+        ncoin = std::max(ncoin, k + 1);
+        // Tested after a coin was placed: a scatter of nothing places one.
+        if (++placed >= n) break;
+    }
+    return 0;
 }

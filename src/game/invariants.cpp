@@ -1,10 +1,10 @@
-#include "field/invariants.h"
+#include "game/invariants.h"
 
+#include "field/clients.h"
+#include "field/coin_map.h"
 #include "field/state.h"
-#include "geometry/coin_map.h"
-#include "geometry/wall.h"
-#include "net/client_table.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
+#include "field/walls.h"
 
 #include <bitset>
 #include <cstddef>

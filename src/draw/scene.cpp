@@ -1,11 +1,11 @@
-#include "display/scene.h"
+#include "draw/scene.h"
 
-#include "display/battle.h"
 #include "draw/icons.h"
 #include "draw/primitives.h"
 #include "field/state.h"
-#include "geometry/wall.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
+#include "field/walls.h"
+#include "game/battle.h"
 
 #include <GL/freeglut.h>
 

@@ -1,11 +1,11 @@
-#include "field/modes.h"
+#include "game/modes.h"
 
 #include "field/cards.h"
+#include "field/clients.h"
 #include "field/coins.h"
 #include "field/state.h"
-#include "geometry/furnish.h"
-#include "net/client_table.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
+#include "game/furnish.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
-#include "turtle/firing.h"
+#include "game/firing.h"
 
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 int turtle_fire(int i) {
     turtle_t& t = ttl[i];

@@ -1,7 +1,7 @@
-#include "geometry/coin_map.h"
+#include "field/coin_map.h"
 
 #include "field/state.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 #include <algorithm>
 

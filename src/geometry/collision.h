@@ -1,33 +1,14 @@
-// Walls: the table of one-sided faces and the tests that motion, placement and sensors ask of it.
-// Commands, frames, menu and key handlers hold frame_rendering_mutex; HTTP threads read without it.
-// Every physical wall is two records, front and back; a face stops only motion against its normal.
+// Collisions and distances: what stands in the way of a disc that moves, and how near things are.
+// Commands, frames, menu and key handlers hold frame_rendering_mutex.
 #pragma once
 
-#include <array>
 #include <cstdint>
-#include <type_traits>
-
-inline constexpr int WALL_MAX = 700;
-inline constexpr uint32_t WALL_BACKFACE = 0x100000; // wall_t::attr: back of a two-sided wall, has no top to draw
-
-struct wall_t {
-    double x1, y1, x2, y2; // end points, field units
-    double nx, ny;         // normal of the face, need not be of unit length
-    uint32_t attr;         // WALL_BACKFACE
-};
-static_assert(std::is_trivially_copyable_v<wall_t>);
-
-extern std::array<wall_t, WALL_MAX> walls;
-extern int nwall;
 
 // Codes of check_how_far_it_can_go, which are also those of the finder.
 inline constexpr uint32_t BLOCKED_BY_NOTHING = 0;
 inline constexpr uint32_t BLOCKED_BY_TURTLE = 1;
 inline constexpr uint32_t BLOCKED_BY_DOUGHNUT = 2;
 inline constexpr uint32_t BLOCKED_BY_STONE = 3;
-
-/// Appends one face; a full table ignores it.
-void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, double nx, double ny);
 
 /// 1 when a step of length `step` (negative: backwards) would carry turtle `i` past contact with a wall, else 0.
 /// A step that ends exactly at contact is allowed.

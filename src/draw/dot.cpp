@@ -1,4 +1,4 @@
-#include "brush/dot.h"
+#include "draw/dot.h"
 
 #include "draw/icons.h"
 #include "draw/primitives.h"

@@ -1,5 +1,5 @@
 // Walls, sensor lines and turtles above the floor, z up. Window thread, inside the frame.
-// draw_turtle also drives the game rules of display/battle, interleaved with the drawing in a fixed order.
+// draw_turtle also drives the game rules of game/battle, interleaved with the drawing in a fixed order.
 #pragma once
 
 // 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests

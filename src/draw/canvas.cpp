@@ -1,6 +1,6 @@
-#include "display/canvas.h"
+#include "draw/canvas.h"
 
-#include "display/scene.h"
+#include "draw/scene.h"
 
 #include <GL/freeglut.h>
 

@@ -1,12 +1,12 @@
-#include "display/scenery.h"
+#include "draw/scenery.h"
 
-#include "cards/card.h"
 #include "cards/sheet.h"
-#include "display/canvas.h"
-#include "display/scene.h"
+#include "draw/canvas.h"
+#include "draw/card.h"
 #include "draw/icons.h"
-#include "geometry/wall.h"
-#include "turtle/turtle.h"
+#include "draw/scene.h"
+#include "field/turtles.h"
+#include "field/walls.h"
 
 #include <GL/freeglut.h>
 

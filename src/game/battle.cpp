@@ -1,11 +1,11 @@
-#include "display/battle.h"
+#include "game/battle.h"
 
-#include "geometry/coin_map.h"
+#include "field/clients.h"
+#include "field/coin_map.h"
+#include "game/firing.h"
+#include "geometry/collision.h"
 #include "geometry/random.h"
 #include "geometry/segment.h"
-#include "geometry/wall.h"
-#include "net/client_table.h"
-#include "turtle/firing.h"
 #include "turtle/motion.h"
 #include "turtle/sensors.h"
 

@@ -1,4 +1,4 @@
-// What furnishes the field: the boundary walls, stones, and the maze with its four doughnuts.
+// What furnishes the field: the boundary walls, stones, coins, and the maze with its four doughnuts.
 // Caller holds frame_rendering_mutex. The random stream is consumed in the order stated, so that a seed fixes it all.
 #pragma once
 
@@ -20,3 +20,7 @@ void gen_wall(int gx, int gy, int dx, int dy);
 /// Adds the maze's walls and its four doughnuts. A stick falls from each inner vertex: the first row in four
 /// directions, the others in three, each with at most six draws of random().
 void generate_maze();
+
+/// Lays up to `n` coins at random places (x, then y), ranks above all others; one at least, as the count is tested
+/// after a coin was placed. @return 0, also when slots ran out; -1 when the bank was empty before
+int field_scatter_coin(int n);

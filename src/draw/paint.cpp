@@ -1,8 +1,8 @@
-#include "display/paint.h"
+#include "draw/paint.h"
 
-#include "brush/track.h"
 #include "draw/primitives.h"
-#include "turtle/turtle.h"
+#include "draw/track.h"
+#include "field/turtles.h"
 
 #include <GL/freeglut.h>
 

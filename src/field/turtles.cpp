@@ -1,4 +1,4 @@
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 #include <algorithm>
 #include <iterator>

@@ -7,15 +7,20 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
-#include <netinet/in.h>
 #include <type_traits>
 
 inline constexpr int MAX_CLIENT = 10;
 inline constexpr int RECV_MAX = 512; // bytes of input that a slot can hold unexecuted
 
+// An IPv4 address as the socket gave it, network byte order.
+struct peer_addr_t {
+    uint32_t ip;
+    uint16_t port;
+};
+
 struct client_t {
     int32_t sockfd;              // connected socket; -1 = free
-    sockaddr_in peer_addr;       // as accept gave it, network byte order
+    peer_addr_t peer_addr;       // who connected
     int32_t turtle_id;           // index in ttl; -1 = none
     char recv_buf[RECV_MAX + 1]; // text not executed yet, terminated
     int32_t recv_len;            // bytes held in recv_buf
@@ -35,10 +40,6 @@ extern std::atomic<int32_t> accept_only_localhost;
 
 /// Puts a slot into its free state without closing anything.
 void free_client_slot(client_t& slot);
-
-/// Closes the slot's connection, says so on standard error and frees the slot; a free slot or an index outside the
-/// table is ignored. The turtle is not touched. Server thread, lock held.
-void disconnect_client(int slot);
 
 /// Asks the server thread to close slot `slot` if it still drives turtle `turtle`. Caller holds the lock.
 void disconnect_client_for(int turtle, int slot);

@@ -1,8 +1,4 @@
-#include "net/client_table.h"
-
-#include <arpa/inet.h>
-#include <cstdio>
-#include <unistd.h>
+#include "field/clients.h"
 
 namespace {
 
@@ -28,18 +24,6 @@ void free_client_slot(client_t& slot) {
     slot.skipping_line = 0;
     slot.send_failed = 0;
     std::atomic_ref(slot.disconnect_request).store(0);
-}
-
-void disconnect_client(int slot) {
-    if (slot < 0 || slot >= MAX_CLIENT || client_tab[slot].sockfd < 0) return;
-    client_t& c = client_tab[slot];
-    char address[INET_ADDRSTRLEN] = "";
-    inet_ntop(AF_INET, &c.peer_addr.sin_addr, address, sizeof address);
-    // The port is printed as it is stored, in network byte order: the log has always been so.
-    fprintf(stderr, "closing connection from %s %d\n", address, c.peer_addr.sin_port);
-    close(c.sockfd);
-    free_client_slot(c);
-    --nclient;
 }
 
 void disconnect_client_for(int turtle, int slot) {

@@ -1,13 +1,12 @@
-#include "geometry/wall.h"
+#include "geometry/collision.h"
 
+#include "field/state.h"
+#include "field/turtles.h"
+#include "field/walls.h"
 #include "geometry/segment.h"
-#include "turtle/turtle.h"
 
 #include <algorithm>
 #include <cmath>
-
-std::array<wall_t, WALL_MAX> walls;
-int nwall;
 
 namespace {
 
@@ -27,12 +26,6 @@ uint32_t kind_of_body(const turtle_t& t) {
 }
 
 } // namespace
-
-void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, double nx, double ny) {
-    if (nwall >= WALL_MAX) return;
-    walls[nwall] = {.x1 = x1, .y1 = y1, .x2 = x2, .y2 = y2, .nx = nx, .ny = ny, .attr = attr};
-    ++nwall;
-}
 
 int is_colliding_to_wall(int i, double step) {
     const turtle_t& t = ttl[i];

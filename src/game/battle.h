@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "field/state.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 inline constexpr double BEAM_STEP = 2.0;           // field units that a beam flies per frame
 inline constexpr double BEAM_REACH_SQUARED = 100;  // a body nearer than 10 to the beam is hit, field units squared

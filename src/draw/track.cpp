@@ -1,8 +1,8 @@
-#include "brush/track.h"
+#include "draw/track.h"
 
 #include "brush/strokes.h"
 #include "draw/primitives.h"
-#include "turtle/turtle.h"
+#include "field/turtles.h"
 
 #include <GL/gl.h>
 
