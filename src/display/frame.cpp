@@ -10,8 +10,8 @@
 #include "draw/scenery.h"
 #include "field/clients.h"
 #include "field/turtles.h"
-#include "game/battle.h"
 #include "game/invariants.h"
+#include "game/tick.h"
 
 #include <GL/freeglut.h>
 
@@ -98,43 +98,43 @@ void begin_scene(bool depth_is_restored) {
     if (unchanged) keep_scenery();
 }
 
-// Two passes: doughnuts and stones lie under the turtles.
-void draw_turtles() {
-    for (int i = 0; i < ntmax; ++i) {
-        if (has_any(ttl[i].flags, TTL_OBJECT)) draw_turtle(i);
-    }
-    for (int i = 0; i < ntmax; ++i) {
-        if (!has_any(ttl[i].flags, TTL_OBJECT)) draw_turtle(i);
-    }
-}
-
-} // namespace
-
-void draw_frame() {
+// What can be done before the tables are read. @return whether the depths of the scenery are in place
+bool begin_picture() {
     field_is_painted = 0;
     glDisable(GL_DEPTH_TEST); // painting is flat, whatever depths are there already
     const bool depth_is_restored = restore_scenery_depth();
     prepare_canvas();
+    return depth_is_restored;
+}
 
-    rendering_started();
-    // A command may have asked for a wipe since. What the same packet goes on to draw belongs on the clean canvas: it
-    // is painted in this frame, and a wipe in the next one would take it away.
-    if (field_cleared == 0) prepare_canvas();
-    update_coin_event();
-    refresh_teaminfo();
-    for (int i = 0; i < ntmax; ++i) paint_by_turtle(i);
+void draw_picture(const tick_view_t& view, bool depth_is_restored) {
+    for (int i = 0; i < view.count; ++i) paint_by_turtle(view.marks[i]);
     if (field_is_painted != 0) keep_canvas();
 
     begin_scene(depth_is_restored);
     // Software GL rasters one half of the scene while this thread prepares the next.
     if (draw_plainly == 0) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    draw_turtles();
+    for (int i = 0; i < view.count; ++i) draw_turtle(view.turns[i]);
     if (draw_plainly == 0) glFlush();
     if (disp_help != 0) drawHelp();
     if (socket_error_occurred != 0) drawWarning();
     glDisable(GL_DEPTH_TEST);
+}
 
+} // namespace
+
+void draw_tick(const tick_view_t& view) { draw_picture(view, begin_picture()); }
+
+void draw_frame() {
+    static tick_view_t view;
+    const bool depth_is_restored = begin_picture();
+    rendering_started();
+    // A command may have asked for a wipe since. What the same packet goes on to draw belongs on the clean canvas: it
+    // is painted in this frame, and a wipe in the next one would take it away.
+    if (field_cleared == 0) prepare_canvas();
+    tick(view);
+    draw_picture(view, depth_is_restored);
     if (capture_screen != 0) {
         glFinish();
         field_capture_screen();

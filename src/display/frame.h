@@ -1,10 +1,15 @@
-// One frame: the painted canvas is brought up to date, then the scene is drawn over it. A frame is also one step of the
-// simulation: beams, deaths, robots and coin events advance once per call. Window thread.
+// One frame: the game makes one step, then what it tells is drawn: first on the canvas, then the scene over it.
+// Window thread.
 #pragma once
 
-/// Everything of one frame but showing it: the picture stands in the back buffer. Holds frame_rendering_mutex from
-/// before the first table is read until the frame is finished, so that commands run between frames only.
+#include "game/tick.h"
+
+/// A tick and its picture, which stands in the back buffer but is not shown yet. Holds frame_rendering_mutex from
+/// before the first table is read until the picture is finished, so that commands run between frames only.
 void draw_frame();
+
+/// The picture of a tick that was made already. Changes no table of the field. Caller holds the lock.
+void draw_tick(const tick_view_t& view);
 
 /// GLUT display callback: draws a frame and shows it.
 void display();

@@ -5,7 +5,6 @@
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"
-#include "game/battle.h"
 
 #include <GL/freeglut.h>
 
@@ -145,20 +144,20 @@ void draw_walls_in_batches() {
     glEnd();
 }
 
-void draw_sensor_line(int from, int to, const color4_t& color) {
+void draw_sensor_line(const sensor_line_t& line, const color4_t& color) {
+    if (!line.shown) return;
     glLineWidth(1.0F);
     front_material(GL_AMBIENT_AND_DIFFUSE, color);
     front_material(GL_EMISSION, color);
     glNormal3d(0.0, 0.0, 1.0);
     glBegin(GL_LINES);
-    glVertex3d(ttl[from].pos[0].x, ttl[from].pos[0].y, BODY_HEIGHT);
-    glVertex3d(ttl[to].pos[0].x, ttl[to].pos[0].y, BODY_HEIGHT);
+    glVertex3d(line.from.x, line.from.y, BODY_HEIGHT);
+    glVertex3d(line.to.x, line.to.y, BODY_HEIGHT);
     glEnd();
     front_material(GL_EMISSION, {0.0F, 0.0F, 0.0F, 0.0F});
 }
 
-void draw_flying_beam(int i) {
-    const beam_view_t view = step_beam(i);
+void draw_flying_beam(const beam_view_t& view) {
     set_fire_material(1.0);
     draw_solid_at(solid::ball, view.ball.x, view.ball.y, BEAM_HEIGHT);
     if (view.struck != 0) draw_solid_at(solid::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
@@ -181,21 +180,19 @@ void draw_labels(const turtle_t& t) {
     if (disp_name != 0) draw_label(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
 }
 
-void draw_death(int i) {
-    if (ttl[i].dying_count <= 0) return;
-    const dying_view_t view = step_dying(i);
-    if (view.glow != 0) {
+void draw_death(const turn_t& turn) {
+    if (turn.turtle.dying_count <= 0) return;
+    if (turn.dying.glow != 0) {
         // The icons under a turtle that carries coins turn blending off: the glow asks for its own.
         glEnable(GL_BLEND);
         const color4_t glow{1.0F, 0.2F, 0.0F, 0.8F};
         front_material(GL_AMBIENT_AND_DIFFUSE, glow);
-        draw_solid_at(solid::burst, view.at.x, view.at.y, BEAM_HEIGHT);
+        draw_solid_at(solid::burst, turn.dying.at.x, turn.dying.at.y, BEAM_HEIGHT);
     }
     glDisable(GL_BLEND);
 }
 
-void draw_explosion(int i) {
-    const explosion_view_t view = step_fire_wait(i);
+void draw_explosion(const explosion_view_t& view) {
     if (view.shown == 0) return;
     glEnable(GL_BLEND);
     set_fire_material(view.alpha);
@@ -217,26 +214,18 @@ void draw_walls() {
     }
 }
 
-void draw_beam(int i) {
-    turtle_t& t = ttl[i];
-    if (t.finder_target >= 0) {
-        draw_sensor_line(i, t.finder_target, {1.0F, 0.4F, 0.4F, 1.0F});
-        t.finder_target = -1;
-    }
-    if (t.radar_target >= 0) {
-        draw_sensor_line(i, t.radar_target, {0.4F, 0.4F, 1.0F, 1.0F});
-        t.radar_target = -1;
-    }
+void draw_beam(const turn_t& turn) {
+    draw_sensor_line(turn.finder, {1.0F, 0.4F, 0.4F, 1.0F});
+    draw_sensor_line(turn.radar, {0.4F, 0.4F, 1.0F, 1.0F});
 }
 
-void set_ttl_color(int i) {
-    const rgb_t c = team_color(ttl[i].team);
+void set_ttl_color(const turtle_t& t) {
+    const rgb_t c = team_color(t.team);
     front_material(GL_DIFFUSE, color4(c, 1.0, 1.0));
     front_material(GL_AMBIENT, color4(c, 0.6, 1.0));
 }
 
-void draw_turtle_body(int i, double x, double y, double dir, double leg_phase, double head_phase) {
-    const turtle_t& t = ttl[i];
+void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double leg_phase, double head_phase) {
     if (has_any(t.flags, TTL_STONE)) {
         drawIcon_Stone(x, y);
         return;
@@ -250,7 +239,7 @@ void draw_turtle_body(int i, double x, double y, double dir, double leg_phase, d
     glPushMatrix();
     glTranslated(x, y, BODY_HEIGHT);
     glRotated(dir, 0.0, 0.0, 1.0);
-    set_ttl_color(i);
+    set_ttl_color(t);
     // The solids are closed and opaque: their insides never show.
     if (draw_plainly == 0) glEnable(GL_CULL_FACE);
     draw_solid_at(solid::head, 11.5, 0.0, head_phase);
@@ -264,21 +253,19 @@ void draw_turtle_body(int i, double x, double y, double dir, double leg_phase, d
     glPopMatrix();
 }
 
-void draw_turtle(int i) {
-    turtle_t& t = ttl[i];
-    // Before the in-use test: the beam of a turtle that has gone flies on.
-    if (has_any(t.flags, TTL_FIRING)) draw_flying_beam(i);
-    if (!has_any(t.flags, TTL_ALIVE)) return;
+void draw_turtle(const turn_t& turn) {
+    if (turn.fires) draw_flying_beam(turn.beam);
+    if (!turn.in_use) return;
 
+    const turtle_t& t = turn.turtle;
     if (t.dying_count > 0) glEnable(GL_BLEND);
     // Neighbours in the table walk out of step.
     const double clock = static_cast<double>(elapsed_time.load());
-    const double leg_phase = std::sin(0.3 * i + clock / 7.0);
-    const double head_phase = std::sin(0.3 * i + clock / 28.0);
-    if (battle_mode != 0) draw_beam(i);
-    draw_turtle_body(i, t.pos[0].x, t.pos[0].y, t.dir, leg_phase, head_phase);
+    const double leg_phase = std::sin(0.3 * turn.slot + clock / 7.0);
+    const double head_phase = std::sin(0.3 * turn.slot + clock / 28.0);
+    draw_beam(turn);
+    draw_turtle_body(t, t.pos[0].x, t.pos[0].y, t.dir, leg_phase, head_phase);
     draw_labels(t);
-    draw_death(i);
-    draw_explosion(i);
-    if (has_any(t.flags, TTL_ROBOT)) update_robot(i);
+    draw_death(turn);
+    draw_explosion(turn.explosion);
 }

@@ -1,6 +1,8 @@
-// Walls, sensor lines and turtles above the floor, z up. Window thread, inside the frame.
-// draw_turtle also drives the game rules of game/battle, interleaved with the drawing in a fixed order.
+// Walls, sensor lines and turtles above the floor, z up. Window thread, inside the frame. No table is changed: what a
+// turtle does in a tick is told by its turn.
 #pragma once
+
+#include "game/tick.h"
 
 // 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests
 // and benchmarks compare the two ways.
@@ -9,15 +11,15 @@ extern int draw_plainly;
 /// All walls: stone faces one unit in front of the line, capped by slabs at height 15 with pointed ends.
 void draw_walls();
 
-/// The lines from turtle `i` to what its finder and its radar found last; each is shown in one frame.
-void draw_beam(int i);
+/// The lines from a turtle to what its finder and its radar found last.
+void draw_beam(const turn_t& turn);
 
-/// Front material of turtle `i`'s body, by team. A dying turtle keeps its colour: only blending fades it.
-void set_ttl_color(int i);
+/// Front material of a turtle's body, by team. A dying turtle keeps its colour: only blending fades it.
+void set_ttl_color(const turtle_t& t);
 
-/// The body of turtle `i` at (x, y), heading `dir` degrees. Stones and doughnuts are their icons.
+/// The body of a turtle at (x, y), heading `dir` degrees. Stones and doughnuts are their icons.
 /// @param leg_phase, head_phase  -1 to 1: where in its gait the turtle is
-void draw_turtle_body(int i, double x, double y, double dir, double leg_phase, double head_phase);
+void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double leg_phase, double head_phase);
 
-/// Everything of slot `i` for this frame, rules included. A beam flies on for a slot that is not in use.
-void draw_turtle(int i);
+/// Everything of one slot's turn: beam, sensor lines, body, labels, death, explosion.
+void draw_turtle(const turn_t& turn);

@@ -67,8 +67,7 @@ void set_pen_emission(double r, double g, double b) {
     glMaterialfv(GL_FRONT, GL_EMISSION, emission.data());
 }
 
-void paint_by_brush(int i, int final) {
-    const turtle_t& t = ttl[i];
+void paint_by_brush(const turtle_t& t, int final) {
     if (final != 0) {
         finish_stroke(t, final);
         return;
@@ -86,8 +85,7 @@ void paint_by_brush(int i, int final) {
     }
 }
 
-void paint_line_and_fill_area(int i) {
-    const turtle_t& t = ttl[i];
+void paint_line_and_fill_area(const turtle_t& t) {
     if (has_any(t.flags, TTL_FILL_POLY)) {
         fill_recent_polygon(t);
     } else if (has_any(t.flags, TTL_POINT_MODE)) {

@@ -3,15 +3,17 @@
 // A point at history index k goes with the width and colour at k + 1: both lag one step behind, on purpose.
 #pragma once
 
-/// Hands the right points of turtle `i` to the right stroke. While the pen is down the ink runs two segments behind the
+#include "field/turtles.h"
+
+/// Hands the right points of the turtle to the right stroke. While the pen is down the ink runs two segments behind the
 /// turtle; lifting draws what is missing.
 /// @param final  0 for a new segment with the pen down (n_painted 3 or less draws nothing); not 0 once when lifted
-void paint_by_brush(int i, int final);
+void paint_by_brush(const turtle_t& t, int final);
 
-/// Draws the newest segment of turtle `i` as a polygon over the latest up to six points, else as a point, else as a
+/// Draws the newest segment of the turtle as a polygon over the latest up to six points, else as a point, else as a
 /// line. Only the front emission carries the colours. Line width and point size are 1 afterwards; a width that is not
 /// above 0 or not finite draws at 1.
-void paint_line_and_fill_area(int i);
+void paint_line_and_fill_area(const turtle_t& t);
 
 /// Sets the front emission to (r, g, b, 1); components are limited to 0..1, what is no number is 0.
 void set_pen_emission(double r, double g, double b);

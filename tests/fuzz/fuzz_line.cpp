@@ -15,10 +15,10 @@
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"
-#include "game/battle.h"
 #include "game/furnish.h"
 #include "game/invariants.h"
 #include "game/modes.h"
+#include "game/tick.h"
 #include "geometry/collision.h"
 #include "httpd/content.h"
 #include "net/server.h"
@@ -147,42 +147,23 @@ void serve() {
     check_invariants();
 }
 
-// What a frame does to a turtle's track, drawn as a brush would draw it.
-void paint(turtle_t& t) {
-    const auto& p = t.pos;
-    const auto& w = t.line_width;
-    if (has_any(t.flags, TTL_PEN_DOWN) && !has_any(t.flags, TTL_SEG_PAINTED)) {
-        ++t.n_painted;
-        drawCurve4(p[4].x, p[4].y, w[5], p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], 1, 0, 0);
-        t.flags |= TTL_SEG_PAINTED;
-    } else if (has_any(t.flags, TTL_PEN_LIFTED)) {
+// Strokes from what a tick leaves on the canvas, whatever the pen's mode.
+void paint(const mark_t& mark) {
+    const auto& p = mark.turtle.pos;
+    const auto& w = mark.turtle.line_width;
+    if (mark.kind == mark_kind::brush_end) {
         brushLine3(p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], p[0].x, p[0].y, w[1], 1, 0, 0);
-        t.flags &= ~TTL_PEN_LIFTED;
-        t.flags |= TTL_SEG_PAINTED;
+    } else if (mark.kind != mark_kind::none) {
+        drawCurve4(p[4].x, p[4].y, w[5], p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], 1, 0, 0);
     }
-    t.message[0] = '\0';
-}
-
-void move(int i) {
-    if (has_any(ttl[i].flags, TTL_FIRING)) (void)step_beam(i);
-    if (!has_any(ttl[i].flags, TTL_ALIVE)) return;
-    if (battle_mode != 0) ttl[i].finder_target = ttl[i].radar_target = -1;
-    step_dying(i);
-    (void)step_fire_wait(i);
-    if (has_any(ttl[i].flags, TTL_ROBOT)) update_robot(i);
 }
 
 void frame() {
+    static tick_view_t view;
     elapsed_time = elapsed_time + 1;
     rendering_started();
-    update_coin_event();
-    refresh_teaminfo();
-    for (int i = 0; i < ntmax; ++i)
-        if (has_any(ttl[i].flags, TTL_ALIVE)) paint(ttl[i]);
-    for (int i = 0; i < ntmax; ++i)
-        if (has_any(ttl[i].flags, TTL_OBJECT)) move(i);
-    for (int i = 0; i < ntmax; ++i)
-        if (!has_any(ttl[i].flags, TTL_OBJECT)) move(i);
+    tick(view);
+    for (int i = 0; i < view.count; ++i) paint(view.marks[i]);
     rendering_is_done();
     check_invariants();
 }

@@ -9,7 +9,9 @@
 #include "game/modes.h"
 #include "turtle/pen.h"
 
+#include <cstring>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <thread>
 #include <unistd.h>
@@ -69,6 +71,49 @@ protected:
         ttl[8].radar_target = 2;
     }
 };
+
+// What a picture could change: all tables, and the next draw of the random stream.
+struct tables_t {
+    decltype(ttl) turtles = ttl;
+    decltype(coins) coin_table = coins;
+    decltype(cards) card_table = cards;
+    decltype(card_list) layers = card_list;
+    decltype(teams) boards = teams;
+    decltype(walls) wall_table = walls;
+    int counts[5] = {ntmax, ncoin, nwall, stock_of_coin, coins_gone};
+};
+
+TEST_F(Frame, drawing_a_tick_twice_changes_no_table) {
+    generate_maze();
+    field_set_battle_mode();
+    field_scatter_coin(20);
+    field_set_card(5, 30.0, -60.0);
+    for (int k = 0; k < 6; ++k) {
+        const bool robot = k >= 3;
+        put_turtle(4 + k, -240.0 + 80.0 * k, -240.0, 30.0, robot ? -1 : k).flags |= robot ? TTL_ROBOT : 0;
+    }
+    ttl[4].flags |= TTL_PEN_DOWN;
+    ttl[5].flags |= TTL_PEN_DOWN | TTL_BRUSH;
+    ttl[6].dying_count = 40;
+    ttl[7].flags |= TTL_FIRING;
+    ttl[8].finder_target = 7;
+    strcpy(ttl[5].message, "once");
+    draw_frame();
+
+    static tick_view_t view;
+    tick(view);
+    const auto before = std::make_unique<tables_t>();
+    unsigned char random_state[256];
+    char* const old_state = initstate(1, reinterpret_cast<char*>(random_state), sizeof random_state);
+    unsigned char untouched[sizeof random_state];
+    memcpy(untouched, random_state, sizeof untouched);
+    draw_tick(view);
+    draw_tick(view);
+    EXPECT_EQ(memcmp(untouched, random_state, sizeof untouched), 0);
+    setstate(old_state);
+    const auto after = std::make_unique<tables_t>();
+    EXPECT_EQ(memcmp(before.get(), after.get(), sizeof(tables_t)), 0);
+}
 
 } // namespace
 

@@ -67,7 +67,7 @@ protected:
 
 TEST_F(Paint, line_runs_from_the_last_point_to_this_one) {
     put_track({{50.5, 10.5}, {-49.5, 10.5}}, 1);
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     const box b = ink(read_window(), BLACK, 0);
     EXPECT_EQ(b.bottom, 266); // y = 10
     EXPECT_EQ(b.top, 266);
@@ -81,7 +81,7 @@ TEST_F(Paint, colour_blends_from_the_older_to_the_newer_one) {
     t.color[0] = {1, 1, 1}; // not used: colours lag one step
     t.color[1] = {0, 0, 1};
     t.color[2] = {1, 0, 0};
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     const shot s = read_window();
     EXPECT_LE(difference(s.on_field(-99, 0), {255, 0, 0}), 4);
     EXPECT_LE(difference(s.on_field(0, 0), {128, 0, 128}), 4);
@@ -92,7 +92,7 @@ TEST_F(Paint, width_of_a_line_lags_one_step) {
     turtle_t& t = put_track({{50.5, 0.5}, {-49.5, 0.5}}, 1);
     t.line_width[0] = 9;
     t.line_width[1] = 5;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_EQ(rows_at(0), 5);
     expect_tidy_state(); // width 1 again
 }
@@ -101,7 +101,7 @@ TEST_F(Paint, line_without_a_sensible_width_is_one_pixel_wide) {
     for (const double width : {0.0, -3.0, NOT_A_NUMBER, INF, -INF}) {
         clear(0, 0, 0);
         put_track({{50.5, 0.5}, {-49.5, 0.5}}, 1).line_width[1] = width;
-        paint_line_and_fill_area(0);
+        paint_line_and_fill_area(ttl[0]);
         EXPECT_EQ(rows_at(0), 1) << width;
     }
 }
@@ -110,14 +110,14 @@ TEST_F(Paint, huge_width_is_as_wide_as_gl_can_draw) {
     float range[2];
     glGetFloatv(GL_ALIASED_LINE_WIDTH_RANGE, range);
     put_track({{50.5, 0.5}, {-49.5, 0.5}}, 1).line_width[1] = 1e300;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_NEAR(rows_at(0), std::min(range[1], 512.0F), 1);
 }
 
 TEST_F(Paint, colours_beyond_their_range_are_cut) {
     turtle_t& t = put_track({{50.5, 0.5}, {-49.5, 0.5}}, 1);
     t.color[1] = t.color[2] = {1e300, -7, NOT_A_NUMBER};
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_EQ(read_window().on_field(0, 0), RED);
 }
 
@@ -130,7 +130,7 @@ TEST_F(Paint, point_is_a_square_of_its_size_at_the_newest_place) {
     t.line_width[1] = 7;
     t.color[0] = {1, 1, 1};
     t.color[1] = {0, 1, 0};
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     const shot s = read_window();
     const box b = ink(s, BLACK, 0);
     EXPECT_EQ(b.left, 276 - 3);
@@ -149,7 +149,7 @@ TEST_F(Paint, point_without_a_sensible_size_is_one_pixel) {
         turtle_t& t = put_track({{20.5, 30.5}}, 1);
         t.flags |= TTL_POINT_MODE;
         t.line_width[1] = width;
-        paint_line_and_fill_area(0);
+        paint_line_and_fill_area(ttl[0]);
         EXPECT_EQ(inked(), 1) << width;
     }
 }
@@ -161,11 +161,11 @@ TEST_F(Paint, polygon_needs_two_segments) {
     t.flags |= TTL_FILL_POLY;
     for (const int n : {0, 1, -5}) {
         t.n_painted = n;
-        paint_line_and_fill_area(0);
+        paint_line_and_fill_area(ttl[0]);
         EXPECT_EQ(inked(), 0) << n;
     }
     t.n_painted = 2;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_NEAR(inked(), 800, 40); // half of 40 x 40, give or take the diagonal
 }
 
@@ -175,11 +175,11 @@ TEST_F(Paint, polygon_spans_at_most_the_latest_six_points) {
                                                   {-20, -40}, {20, -40}, {0, -200}};
     turtle_t& t = put_track(track, 5);
     t.flags |= TTL_FILL_POLY;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     const shot five = read_window();
     clear(0, 0, 0);
     t.n_painted = 9;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_EQ(differing_pixels(five, read_window(), 0), 0);
     EXPECT_NEAR(inked(), 4800, 80); // 40 x 80 in the middle and four triangles of 20 x 40 / 2
 }
@@ -187,7 +187,7 @@ TEST_F(Paint, polygon_spans_at_most_the_latest_six_points) {
 TEST_F(Paint, polygon_takes_precedence_over_points) {
     turtle_t& t = put_track({{0, 40}, {40, 0}, {0, 0}}, 2);
     t.flags |= TTL_FILL_POLY | TTL_POINT_MODE;
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     EXPECT_GT(inked(), 700);
 }
 
@@ -198,7 +198,7 @@ TEST_F(Paint, corners_of_a_polygon_have_the_colours_one_step_older) {
     t.color[1] = {1, 0, 0};
     t.color[2] = {0, 1, 0};
     t.color[3] = {0, 0, 1};
-    paint_line_and_fill_area(0);
+    paint_line_and_fill_area(ttl[0]);
     const shot s = read_window();
     EXPECT_LE(difference(s.on_field(0, 97), {255, 0, 0}), 10);
     EXPECT_LE(difference(s.on_field(97, 0), {0, 255, 0}), 10);
@@ -237,7 +237,7 @@ TEST_F(Paint, brush_gets_the_points_that_its_place_in_the_track_asks_for) {
         const std::vector<dot_t> expected = dots;
         dots.clear();
         t.n_painted = row.n;
-        paint_by_brush(0, row.final);
+        paint_by_brush(ttl[0], row.final);
         EXPECT_EQ(dots, expected) << row.final << ' ' << row.n;
         EXPECT_EQ(expected.empty(), row.final == 0 && row.n <= 3) << row.final << ' ' << row.n;
     }
@@ -250,7 +250,7 @@ TEST_F(Paint, pen_put_down_and_lifted_leaves_one_dot) {
     turtle_pen_down(0);
     ttl[0].flags |= TTL_SEG_PAINTED;
     turtle_pen_up(0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     ASSERT_EQ(dots.size(), 1U);
     EXPECT_EQ(dots[0].x, 12);
     EXPECT_EQ(dots[0].y, 34);
@@ -266,7 +266,7 @@ TEST_F(Paint, brush_holds_three_segments_back_and_paints_with_the_fourth) {
         dots.clear();
         field_is_painted = 0;
         ASSERT_EQ(turtle_step_forward(0, 20), 0);
-        paint_by_turtle(0);
+        paint_by_turtle(leave_mark(0));
         EXPECT_EQ(ttl[0].n_painted, step);
         EXPECT_EQ(dots.empty(), step <= 3) << step;
         EXPECT_EQ(field_is_painted, step <= 3 ? 0 : 1) << step;
@@ -277,7 +277,7 @@ TEST_F(Paint, brush_holds_three_segments_back_and_paints_with_the_fourth) {
         }
         EXPECT_TRUE(has_any(ttl[0].flags, TTL_SEG_PAINTED));
         dots.clear();
-        paint_by_turtle(0); // nothing new
+        paint_by_turtle(leave_mark(0)); // nothing new
         EXPECT_TRUE(dots.empty()) << step;
     }
 }
@@ -289,19 +289,19 @@ TEST_F(Paint, lifting_the_brush_finishes_the_stroke_exactly_once) {
     turtle_pen_down(0);
     for (int step = 0; step < 5; ++step) {
         turtle_step_forward(0, 20);
-        paint_by_turtle(0);
+        paint_by_turtle(leave_mark(0));
     }
     turtle_pen_up(0);
     dots.clear();
     field_is_painted = 0;
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_FALSE(dots.empty());
     EXPECT_EQ(field_is_painted, 1);
     EXPECT_FALSE(has_any(ttl[0].flags, TTL_PEN_LIFTED));
     EXPECT_TRUE(has_any(ttl[0].flags, TTL_SEG_PAINTED));
     dots.clear();
     field_is_painted = 0;
-    for (int frame = 0; frame < 3; ++frame) paint_by_turtle(0);
+    for (int frame = 0; frame < 3; ++frame) paint_by_turtle(leave_mark(0));
     EXPECT_TRUE(dots.empty());
     EXPECT_EQ(field_is_painted, 0);
 }
@@ -312,10 +312,10 @@ TEST_F(Paint, lift_in_line_mode_is_remembered_for_the_brush) {
     turtle_pen_down(0);
     turtle_step_forward(0, 20);
     turtle_pen_up(0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_TRUE(has_any(ttl[0].flags, TTL_PEN_LIFTED));
     turtle_set_brush(0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_FALSE(dots.empty());
 }
 
@@ -323,13 +323,13 @@ TEST_F(Paint, lift_in_line_mode_is_remembered_for_the_brush) {
 
 TEST_F(Paint, segment_is_painted_once) {
     turtle_t& t = put_track({{50.5, 10.5}, {-49.5, 10.5}}, 0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_GT(inked(), 0);
     EXPECT_EQ(t.n_painted, 1);
     EXPECT_EQ(field_is_painted, 1);
     clear(0, 0, 0);
     field_is_painted = 0;
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(inked(), 0);
     EXPECT_EQ(t.n_painted, 1);
     EXPECT_EQ(field_is_painted, 0);
@@ -353,14 +353,14 @@ TEST_F(Paint, painting_changes_no_flag_but_its_own) {
                              row_t{TTL_PEN_LIFTED, TTL_PEN_LIFTED, 7}, row_t{TTL_BRUSH, TTL_BRUSH, 7}}) {
         turtle_t& t = put_track({{50, 10}, {-50, 10}}, row.n_painted);
         t.flags = OTHERS | row.before;
-        paint_by_turtle(0);
+        paint_by_turtle(leave_mark(0));
         EXPECT_EQ(t.flags, OTHERS | row.after) << row.before << ' ' << row.n_painted;
     }
 }
 
 TEST_F(Paint, pen_up_paints_nothing) {
     put_track({{50, 10}, {-50, 10}}, 0).flags &= ~TTL_PEN_DOWN;
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(inked(), 0);
     EXPECT_EQ(ttl[0].n_painted, 0);
     EXPECT_EQ(field_is_painted, 0);
@@ -370,7 +370,7 @@ TEST_F(Paint, stones_and_robots_paint_when_their_pen_is_down) {
     for (const uint32_t kind : {TTL_STONE, TTL_DOUGHNUT, TTL_ROBOT}) {
         clear(0, 0, 0);
         put_track({{50.5, 10.5}, {-49.5, 10.5}}, 0).flags |= kind;
-        paint_by_turtle(0);
+        paint_by_turtle(leave_mark(0));
         EXPECT_GT(inked(), 0) << kind;
     }
 }
@@ -382,7 +382,7 @@ TEST_F(Paint, slot_not_in_use_is_left_alone_material_and_all) {
     const float odd[] = {0.25F, 0.5F, 0.75F, 1.0F};
     glMaterialfv(GL_FRONT, GL_EMISSION, odd);
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, odd);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(inked(), 0);
     EXPECT_EQ(t.message[0], 'h');
     EXPECT_EQ(front_material(GL_EMISSION), std::vector<float>(odd, odd + 4));
@@ -391,7 +391,7 @@ TEST_F(Paint, slot_not_in_use_is_left_alone_material_and_all) {
 
 TEST_F(Paint, material_is_black_and_clear_afterwards) {
     put_track({{50, 10}, {-50, 10}}, 0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     const std::vector<float> black(4, 0.0F);
     EXPECT_EQ(front_material(GL_EMISSION), black);
     EXPECT_EQ(front_material(GL_AMBIENT), black);
@@ -407,7 +407,7 @@ TEST_F(Paint, message_is_printed_once_in_the_pen_colour) {
     t.color[1] = {1, 0, 0};
     turtle_print_string(0, "earlier");
     turtle_print_string(0, "H");
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(t.message[0], '\0');
     EXPECT_EQ(field_is_painted, 1);
     const shot s = read_window();
@@ -419,7 +419,7 @@ TEST_F(Paint, message_is_printed_once_in_the_pen_colour) {
     EXPECT_GT(inked(), 20); // an H: two strokes of 10 and one of 7
     EXPECT_EQ(pixels_of(s, {51, 255, 153}, 0), inked());
     clear(0, 0, 0);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(inked(), 0);
 }
 
@@ -430,7 +430,7 @@ TEST_F(Paint, text_beside_fresh_ink_keeps_its_own_colour) {
     for (rgb_t& c : t.color) c = {0, 0, 1};
     t.color[0] = {0.5, 0, 0};
     bounded_copy(t.message, "HHHH", TEXT_BYTES);
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     const shot s = read_window();
     int letters = 0;
     for (int y = 90; y < 120; ++y)
@@ -446,7 +446,7 @@ TEST_F(Paint, text_without_a_terminator_ends_with_its_field) {
     turtle_t& t = put_turtle(0, -250, 0);
     for (char& c : t.message) c = 'i';
     for (char& c : t.name) c = 'W';
-    paint_by_turtle(0);
+    paint_by_turtle(leave_mark(0));
     EXPECT_EQ(t.message[0], '\0');
     EXPECT_GT(inked(), 0);
 }

@@ -21,7 +21,7 @@ protected:
 
     static shot body(int i, double dir) {
         clear(0, 0, 0);
-        draw_turtle_body(i, 0, 0, dir, 0, 0);
+        draw_turtle_body(ttl[i], 0, 0, dir, 0, 0);
         return read_window();
     }
 
@@ -123,7 +123,8 @@ TEST_F(Scene, sensor_lines_show_once) {
     put_turtle(1, 99.5, 20.5);
     put_turtle(2, 99.5, -40.5);
     ttl[0].pos[0] = {-99.5, 20.5};
-    draw_beam(0);
+    battle_mode = 1;
+    draw_beam(take_turn(0));
     shot s = read_window();
     // Emission (1, 0.4, 0.4) and, facing the light, 1.2 times the same: (1, 0.88, 0.88).
     EXPECT_LE(difference(s.on_field(0, 20), {255, 224, 224}), 2);
@@ -133,13 +134,13 @@ TEST_F(Scene, sensor_lines_show_once) {
     clear(0, 0, 0);
     ttl[0].pos[0] = {-99.5, -40.5};
     ttl[0].radar_target = 2;
-    draw_beam(0);
+    draw_beam(take_turn(0));
     s = read_window();
     EXPECT_LE(difference(s.on_field(0, -41), {224, 224, 255}), 2);
     EXPECT_EQ(ttl[0].radar_target, -1);
 
     clear(0, 0, 0);
-    draw_beam(0);
+    draw_beam(take_turn(0));
     EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
 }
 
@@ -149,7 +150,8 @@ TEST_F(Scene, sensor_lines_run_between_the_centres_five_units_up) {
     put_turtle(1, 80, 30);
     put_turtle(2, 70, -40);
     glLineWidth(4.0F);
-    const std::vector<piece> lines = vertices_of([] { draw_beam(0); });
+    battle_mode = 1;
+    const std::vector<piece> lines = vertices_of([] { draw_beam(take_turn(0)); });
     float width = 0;
     glGetFloatv(GL_LINE_WIDTH, &width);
     EXPECT_EQ(width, 1.0F);
@@ -165,10 +167,10 @@ TEST_F(Scene, sensor_lines_run_between_the_centres_five_units_up) {
 TEST_F(Scene, sensor_line_waits_for_battle_mode) {
     put_turtle(0, -100, 0).finder_target = 1;
     put_turtle(1, 100, 0);
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     EXPECT_EQ(ttl[0].finder_target, 1);
     battle_mode = 1;
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     EXPECT_EQ(ttl[0].finder_target, -1);
 }
 
@@ -196,7 +198,7 @@ TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
         draw_plainly = plainly;
         constexpr double LEG = 0.5, HEAD = -0.25;
         const auto turned = [](double dir) {
-            return flat(vertices_of([dir] { draw_turtle_body(0, 40, -30, dir, LEG, HEAD); }));
+            return flat(vertices_of([dir] { draw_turtle_body(ttl[0], 40, -30, dir, LEG, HEAD); }));
         };
         const std::vector<vertex> east = turned(0);
         // All of it 5 up; heads have a radius of 2.5, legs of 2 and stand 2 lower, the shell is half of 10 high.
@@ -233,7 +235,7 @@ TEST_F(Scene, gait_follows_the_clock_and_neighbours_are_out_of_step) {
         for (const int clock : {0, 10, 1000}) {
             put_turtle(i, 0, 0).pos[1] = {90, -70}; // where it came from does not matter
             elapsed_time = static_cast<uint64_t>(clock);
-            const std::vector<vertex> v = flat(vertices_of([i] { draw_turtle(i); }));
+            const std::vector<vertex> v = flat(vertices_of([i] { draw_turtle(take_turn(i)); }));
             const double leg = std::sin(0.3 * i + clock / 7.0), head = std::sin(0.3 * i + clock / 28.0);
             EXPECT_NE(find_vertex(v, leg - 5, 8, 5), nullptr) << i << ' ' << clock;
             EXPECT_NE(find_vertex(v, 11.5, 0, 7.5 + head), nullptr) << i << ' ' << clock;
@@ -259,9 +261,9 @@ TEST_F(Scene, drawing_again_makes_no_more_lists) {
     disp_name = 1;
     put_turtle(0, 0, 0);
     turtle_name(0, "Ann");
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     const int before = lists_in_use();
-    for (int k = 0; k < 5; ++k) draw_turtle(0);
+    for (int k = 0; k < 5; ++k) draw_turtle(take_turn(0));
     EXPECT_GT(before, 0);
     EXPECT_EQ(lists_in_use(), before);
 }
@@ -269,7 +271,7 @@ TEST_F(Scene, drawing_again_makes_no_more_lists) {
 TEST_F(Scene, body_colour_is_the_team_colour_however_near_death) {
     put_turtle(0, 0, 0).team = 3;
     ttl[0].dying_count = 5;
-    set_ttl_color(0);
+    set_ttl_color(ttl[0]);
     EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{0.1F, 0.1F, 1.0F, 1.0F}));
     const std::vector<float> ambient = front_material(GL_AMBIENT);
     EXPECT_NEAR(ambient[0], 0.06, 1e-6);
@@ -280,8 +282,8 @@ TEST_F(Scene, body_colour_is_the_team_colour_however_near_death) {
 TEST_F(Scene, stones_and_doughnuts_are_icons_and_nothing_else) {
     put_object(0, TTL_STONE, 0, 0).n_coin = 3;
     put_object(1, TTL_DOUGHNUT, 0, 0);
-    const std::vector<vertex> stone = flat(vertices_of([] { draw_turtle_body(0, 0, 0, 0, 0, 0); }));
-    const std::vector<vertex> doughnut = flat(vertices_of([] { draw_turtle_body(1, 0, 0, 0, 0, 0); }));
+    const std::vector<vertex> stone = flat(vertices_of([] { draw_turtle_body(ttl[0], 0, 0, 0, 0, 0); }));
+    const std::vector<vertex> doughnut = flat(vertices_of([] { draw_turtle_body(ttl[1], 0, 0, 0, 0, 0); }));
     ASSERT_FALSE(stone.empty());
     ASSERT_FALSE(doughnut.empty());
     for (const vertex& v : stone) EXPECT_NEAR(v.z, 3, VERTEX_TOLERANCE);
@@ -291,7 +293,7 @@ TEST_F(Scene, stones_and_doughnuts_are_icons_and_nothing_else) {
 TEST_F(Scene, turtle_that_carries_coins_stands_on_one) {
     put_turtle(0, 0, 0);
     ncoin = 4; // rank 4 of 4: 1.0 + 4 / 5 * 1.5 = 2.2 high
-    const auto draw = [] { draw_turtle_body(0, 0, 0, 0, 0, 0); };
+    const auto draw = [] { draw_turtle_body(ttl[0], 0, 0, 0, 0, 0); };
     EXPECT_EQ(find_vertex(flat(vertices_of(draw)), -10, -10, 2.2), nullptr);
     ttl[0].n_coin = 1;
     EXPECT_NE(find_vertex(flat(vertices_of(draw)), -10, -10, 2.2), nullptr);
@@ -304,7 +306,7 @@ TEST_F(Scene, score_stands_above_and_name_below) {
     turtle_name(0, "");
     put_turtle(0, 0, 0).score = 111;
     turtle_name(0, "AB");
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     const shot s = read_window();
     // Texts start at x = -12; the score's baseline is y = 10, the name's y = -22, capitals are 10 high.
     EXPECT_GT(inked(s, -12, 15, 20, 21), 5);
@@ -323,7 +325,7 @@ TEST_F(Scene, labels_are_lit_strokes_sixteen_units_up) {
             if (p.kind != GL_POLYGON_TOKEN) all.insert(all.end(), p.vertices.begin(), p.vertices.end());
         return all;
     };
-    const std::vector<vertex> drawn = strokes_of([] { draw_turtle(0); });
+    const std::vector<vertex> drawn = strokes_of([] { draw_turtle(take_turn(0)); });
     const std::vector<vertex> expected = strokes_of([] {
         drawString(nullptr, "-7", 50 - 12, -20 + 10, 16);
         drawString(nullptr, "Ann", 50 - 12, -20 - 22, 16);
@@ -344,7 +346,7 @@ TEST_F(Scene, objects_have_no_labels) {
         clear(0, 0, 0);
         put_object(0, kind, 0, 0);
         bounded_copy(ttl[0].name, "AB", TEXT_BYTES);
-        draw_turtle(0);
+        draw_turtle(take_turn(0));
         const shot s = read_window();
         EXPECT_EQ(inked(s, -60, 10, 60, 60), 0) << kind;
         EXPECT_EQ(inked(s, -60, -60, 60, -10), 0) << kind;
@@ -354,10 +356,10 @@ TEST_F(Scene, objects_have_no_labels) {
 TEST_F(Scene, score_leaves_opaque_emission_and_name_a_clear_one) {
     put_turtle(0, 0, 0);
     disp_score = 1;
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 1}));
     disp_name = 1;
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 0}));
 }
 
@@ -369,7 +371,7 @@ TEST_F(Scene, beam_is_a_ball_where_it_was_and_flies_without_its_turtle) {
     t.beam_x = 50;
     t.beam_y = 0;
     t.beam_dir = 90;
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     const shot s = read_window();
     const box b = ink(s, BLACK, 0);
     EXPECT_NEAR(b.left, 256 + 45, 1);
@@ -388,13 +390,13 @@ TEST_F(Scene, beam_that_strikes_a_wall_bursts_there_and_fades_one_step_short) {
     t.beam_y = 0;
     t.beam_dir = 0;
     put_wall_to_the_right(105);
-    draw_turtle(0); // 102 is 3 from the wall
+    draw_turtle(take_turn(0)); // 102 is 3 from the wall
     shot s = read_window();
     EXPECT_GT(s.on_field(115, 0).r, 50); // 13 from the strike, 15 from the beam's last place
     EXPECT_EQ(t.fire_wait, 24);          // the explosion has begun in the same frame
     EXPECT_FALSE(glIsEnabled(GL_BLEND));
     clear(0, 0, 0);
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     s = read_window();
     EXPECT_EQ(s.on_field(116, 0), BLACK);
     EXPECT_GT(s.on_field(113, 0).r, 20);
@@ -410,7 +412,7 @@ TEST_F(Scene, explosion_fades) {
     for (const int wait : {25, 15, 5}) {
         clear(0, 0, 0);
         t.fire_wait = wait;
-        draw_turtle(0);
+        draw_turtle(take_turn(0));
         const int red = read_window().on_field(50, 0).r;
         EXPECT_LT(red, brightest);
         EXPECT_GT(red, 0);
@@ -424,7 +426,7 @@ TEST_F(Scene, dying_turtle_glows_red_fifteen_frames_and_is_gone_after_fifty) {
     start_to_kill(0);
     for (int frame = 1; frame <= 50; ++frame) {
         clear(0, 0, 0);
-        draw_turtle(0);
+        draw_turtle(take_turn(0));
         const rgb c = read_window().on_field(0, 13); // beside the body, within the glow
         if (frame <= 15) {
             EXPECT_GT(c.r, 60) << frame;
@@ -436,7 +438,7 @@ TEST_F(Scene, dying_turtle_glows_red_fifteen_frames_and_is_gone_after_fifty) {
     }
     EXPECT_FALSE(has_any(ttl[0].flags, TTL_ALIVE));
     clear(0, 0, 0);
-    draw_turtle(0);
+    draw_turtle(take_turn(0));
     EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
 }
 
@@ -446,7 +448,7 @@ TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     t.flags |= TTL_FIRING;
     t.beam_x = 100;
     t.beam_y = 50;
-    const auto draw = [] { draw_turtle(0); };
+    const auto draw = [] { draw_turtle(take_turn(0)); };
     const std::vector<vertex> flying = flat(vertices_of(draw));
     EXPECT_NE(find_vertex(flying, 100, 50, 3 + 5), nullptr);
     // A vertex every 22.5 degrees, and rings a sixteenth of the half-turn apart.
@@ -485,7 +487,7 @@ TEST_F(Scene, glow_shows_the_field_through_even_around_carried_coins) {
         clear(0, 0, 1);
         put_turtle(0, 0, 0).dying_count = 50;
         ttl[0].n_coin = carried;
-        draw_turtle(0);
+        draw_turtle(take_turn(0));
         // Beside the body and the coin: the sphere's shaded red, and a fifth of the blue behind it.
         EXPECT_NEAR(read_window().on_field(0, 13).b, 51, 2) << carried;
     }
@@ -502,7 +504,7 @@ TEST_F(Scene, no_turtle_leaves_anything_switched_on) {
             t.n_coin = wait;
             t.finder_target = t.radar_target = 1;
             t.flags |= TTL_FIRING;
-            draw_turtle(0);
+            draw_turtle(take_turn(0));
             expect_tidy_state();
         }
     }
@@ -518,8 +520,8 @@ TEST_F(Scene, zombie_looks_like_the_living) {
 TEST_F(Scene, robot_walks_after_it_is_drawn_and_others_do_not) {
     put_turtle(0, 0, 0, 0, -1);
     put_turtle(1, 100, 100);
-    draw_turtle(0);
-    draw_turtle(1);
+    draw_turtle(take_turn(0));
+    draw_turtle(take_turn(1));
     EXPECT_NEAR(ttl[0].pos[0].x, 0.15, NEAR);
     EXPECT_EQ(ttl[1].pos[0].x, 100);
 }
@@ -527,7 +529,7 @@ TEST_F(Scene, robot_walks_after_it_is_drawn_and_others_do_not) {
 TEST_F(Scene, robot_step_is_the_last_of_the_slot_even_in_its_last_frame) {
     const int drawn = draws_of(1, [] {
         put_turtle(0, 0, 0, 0, -1).dying_count = 1;
-        draw_turtle(0);
+        draw_turtle(take_turn(0));
     });
     EXPECT_EQ(drawn, 1);
     EXPECT_FALSE(has_any(ttl[0].flags, TTL_ALIVE));

@@ -589,6 +589,7 @@ struct model {
         turtle_t& t = w.t[i];
         if (t.flags & 0x80) fly(i);
         if (!(t.flags & 1)) return;
+        if (w.battle) t.finder_target = t.radar_target = -1; // what was found is shown once
         if (t.dying_count > 0 && --t.dying_count == 0) {
             t.flags &= ~1u;
             if (t.client_id >= 0 && client_tab[t.client_id].turtle_id == i) w.leaving |= 1u << t.client_id;
@@ -596,9 +597,24 @@ struct model {
         if (t.fire_wait > 0) --t.fire_wait;
         if (t.flags & 0x200) wander(i);
     }
+
+    // What goes onto the canvas is counted and forgotten.
+    void paint(turtle_t& t) {
+        if (!(t.flags & 0x1)) return;
+        t.message[0] = '\0';
+        const bool segment = (t.flags & 0x2) != 0 && (t.flags & 0x1000) == 0;
+        if (segment) {
+            t.n_painted += 1;
+            t.flags |= 0x1000;
+        } else if ((t.flags & 0x10) != 0 && (t.flags & 0x2000) != 0) {
+            t.flags = (t.flags & ~0x2000U) | 0x1000;
+        }
+    }
+
     void frame() {
         notice_coins();
         for (teaminfo_t& team : w.team) team.flags = 0;
+        for (int i = 0; i < w.n_turtles; ++i) paint(w.t[i]);
         for (int i = 0; i < w.n_turtles; ++i)
             if (w.t[i].flags & 0xC00) live(i);
         for (int i = 0; i < w.n_turtles; ++i)

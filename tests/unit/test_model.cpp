@@ -4,9 +4,9 @@
 
 #include "model.h"
 
-#include "game/battle.h"
 #include "game/furnish.h"
 #include "game/invariants.h"
+#include "game/tick.h"
 #include "net/reply.h"
 
 #include <chrono>
@@ -404,23 +404,6 @@ struct Model : FieldTest {
         }
     }
 
-    // The program's frame without its pictures.
-    static void run_frame() {
-        update_coin_event();
-        refresh_teaminfo();
-        const auto live = [](int i) {
-            if (has_any(ttl[static_cast<size_t>(i)].flags, TTL_FIRING)) (void)step_beam(i);
-            if (!has_any(ttl[static_cast<size_t>(i)].flags, TTL_ALIVE)) return;
-            step_dying(i);
-            (void)step_fire_wait(i);
-            if (has_any(ttl[static_cast<size_t>(i)].flags, TTL_ROBOT)) update_robot(i);
-        };
-        for (int i = 0; i < ntmax; ++i)
-            if (has_any(ttl[static_cast<size_t>(i)].flags, TTL_OBJECT)) live(i);
-        for (int i = 0; i < ntmax; ++i)
-            if (!has_any(ttl[static_cast<size_t>(i)].flags, TTL_OBJECT)) live(i);
-    }
-
     void one_frame() {
         stir(pick(ntmax));
         const unsigned stream = static_cast<unsigned>(dice());
@@ -431,7 +414,7 @@ struct Model : FieldTest {
 
         SCOPED_TRACE("a frame");
         srandom(stream);
-        run_frame();
+        tick();
         const bool same_stream = random() == next;
         if (m.close_call) return;
         ASSERT_TRUE(same_stream) << "another number of draws";

@@ -1,0 +1,39 @@
+#include "game/marks.h"
+
+namespace {
+
+constexpr int SEGMENTS_HELD_BACK = 3; // a brush stroke needs its neighbours before it can bend
+
+// Counts the newest segment when it is still to be painted.
+bool take_segment(turtle_t& t) {
+    if (!has_any(t.flags, TTL_PEN_DOWN) || has_any(t.flags, TTL_SEG_PAINTED)) return false;
+    ++t.n_painted;
+    t.flags |= TTL_SEG_PAINTED;
+    return true;
+}
+
+mark_kind take_brush_segment(turtle_t& t) {
+    if (take_segment(t)) return t.n_painted > SEGMENTS_HELD_BACK ? mark_kind::brush : mark_kind::none;
+    if (!has_any(t.flags, TTL_PEN_LIFTED)) return mark_kind::none;
+    t.flags &= ~TTL_PEN_LIFTED;
+    t.flags |= TTL_SEG_PAINTED;
+    return mark_kind::brush_end;
+}
+
+} // namespace
+
+mark_t leave_mark(int i) {
+    turtle_t& t = ttl[i];
+    mark_t mark{};
+    mark.in_use = has_any(t.flags, TTL_ALIVE);
+    if (!mark.in_use) return mark;
+    if (has_any(t.flags, TTL_BRUSH)) {
+        mark.kind = take_brush_segment(t);
+    } else {
+        mark.kind = take_segment(t) ? mark_kind::pen : mark_kind::none;
+    }
+    mark.text = t.message[0] != '\0';
+    if (mark.kind != mark_kind::none || mark.text) mark.turtle = t;
+    t.message[0] = '\0';
+    return mark;
+}
