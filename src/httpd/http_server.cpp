@@ -50,27 +50,6 @@ int take_argument(void* arg) {
     return value;
 }
 
-// @return the listening socket, or -1 after a line on standard error
-int open_listening_socket(int port) {
-    const int sock = socket(AF_INET, SOCK_STREAM, 0);
-    if (sock < 0) {
-        fprintf(stderr, "cannot create socket\n");
-        return -1;
-    }
-    const int on = 1;
-    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    const bool bound = bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    if (bound && listen(sock, HTTP_BACKLOG) == 0) return sock;
-    fprintf(stderr, "httpd(): cannot %s port %d\n", bound ? "listen to" : "bind to", port);
-    field_set_socket_error();
-    close(sock);
-    return -1;
-}
-
 // A response is several small sends: without the first option each would wait for the peer's delayed acknowledgement.
 // Without the second a peer that asks and does not read would hold its thread for ever.
 void set_connection_options(int sock) {
@@ -111,6 +90,19 @@ int accept_viewer() {
     fprintf(stderr, "error creating new thread for handle_connection()\n");
     close(sock);
     return -1;
+}
+
+void accept_viewers() {
+    while (accept_viewer() == 0) {
+    }
+}
+
+// The accepting thread on a socket that listens already, which `arg` brings as httpd's brings the port.
+void* accepting_thread(void* arg) {
+    httpsock = take_argument(arg);
+    pthread_detach(pthread_self());
+    accept_viewers();
+    return nullptr;
 }
 
 // Sends one header line. @return whether all of it went out
@@ -155,21 +147,46 @@ bool send_body(int sock, const unsigned char* data, int length) {
 
 } // namespace
 
+int open_viewer_socket(int port) {
+    const int sock = socket(AF_INET, SOCK_STREAM, 0);
+    if (sock < 0) {
+        fprintf(stderr, "cannot create socket\n");
+        return -1;
+    }
+    const int on = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = htons(static_cast<uint16_t>(port));
+    const bool bound = bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    if (bound && listen(sock, HTTP_BACKLOG) == 0) return sock;
+    fprintf(stderr, "httpd(): cannot %s port %d\n", bound ? "listen to" : "bind to", port);
+    field_set_socket_error();
+    close(sock);
+    return -1;
+}
+
 void start_httpd(int port) {
     if (start_thread(httpd, port) == 0) return;
     fprintf(stderr, "start_httpd(): cannot create thread\n");
     field_set_socket_error();
 }
 
+bool serve_viewers(int sock) {
+    if (start_thread(accepting_thread, sock) == 0) return true;
+    fprintf(stderr, "serve_viewers(): cannot create thread\n");
+    return false;
+}
+
 void* httpd(void* arg) {
     const int port = take_argument(arg);
     pthread_detach(pthread_self());
-    const int sock = open_listening_socket(port);
+    const int sock = open_viewer_socket(port);
     if (sock < 0) return nullptr;
     httpsock = sock;
     fprintf(stderr, "httpd: listening for connections on port %d...\n", port);
-    while (accept_viewer() == 0) {
-    }
+    accept_viewers();
     return nullptr;
 }
 

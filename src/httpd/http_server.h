@@ -28,6 +28,13 @@ extern std::atomic<int> http_connections;
 /// Starts the accepting thread on `port` (16 bits) and returns at once. Without a thread: one line on standard error.
 void start_httpd(int port);
 
+/// Opens `port` (16 bits, 0 takes a free one). @return the listening socket, or -1 after a line on standard error
+[[nodiscard]] int open_viewer_socket(int port);
+
+/// Starts the accepting thread on a socket that listens already. @return whether it runs; else one line on standard
+/// error
+bool serve_viewers(int sock);
+
 /// The accepting thread. @param arg  malloc'ed int with the port, released here. @return null
 /// In private mode the first peer other than 127.0.0.1 ends the thread for good, while the socket stays open.
 void* httpd(void* arg);

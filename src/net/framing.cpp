@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
-
 bool ends_line(char b) { return b == '\n' || b == ';'; }
 
 // Printable bytes make up a line; control characters and bytes from 128 are dropped without ending it.
@@ -35,9 +33,9 @@ int receive_rest_of_long_line(client_t& c) {
 
 // Keeps the unfinished line at the start of the buffer, without what would be dropped from it anyway, so that
 // separators alone can never fill the buffer. A line that does fill it is cut.
-void keep_unfinished_line(client_t& c, int from) {
+void keep_unfinished_line(client_t& c) {
     int kept = 0;
-    for (int p = from; p < c.recv_len; ++p) {
+    for (int p = 0; p < c.recv_len; ++p) {
         const char b = c.recv_buf[p];
         if (!belongs_to_line(b) || (b == ' ' && kept == 0)) continue;
         c.recv_buf[kept++] = b;
@@ -52,9 +50,8 @@ void keep_unfinished_line(client_t& c, int from) {
 
 } // namespace
 
-int receive_client_packet(int slot) {
+int receive_bytes(int slot) {
     client_t& c = client_tab[slot];
-    if (c.send_failed != 0) return 0;
     if (c.skipping_line != 0) return receive_rest_of_long_line(c);
     char packet[RECV_MAX];
     const ssize_t n = recv(c.sockfd, packet, static_cast<size_t>(RECV_MAX - c.recv_len), 0);
@@ -66,11 +63,11 @@ int receive_client_packet(int slot) {
     return static_cast<int>(n);
 }
 
-void try_to_exec(int slot) {
+int receive_client_packet(int slot) { return client_tab[slot].send_failed != 0 ? 0 : receive_bytes(slot); }
+
+bool take_line(int slot, char* line) {
     client_t& c = client_tab[slot];
-    char line[LINE_MAX_BYTES];
     int length = 0;
-    int consumed = 0;
     for (int p = 0; p < c.recv_len; ++p) {
         const char b = c.recv_buf[p];
         if (belongs_to_line(b)) {
@@ -78,13 +75,21 @@ void try_to_exec(int slot) {
             if (length < LINE_MAX_BYTES - 1) line[length++] = b;
         } else if (ends_line(b) && length > 0) {
             line[length] = '\0';
-            answer_back(slot, parse_message_for(slot, line));
-            check_invariants();
-            consumed = p + 1;
-            length = 0;
+            c.recv_len -= p + 1;
+            memmove(c.recv_buf, c.recv_buf + p + 1, static_cast<size_t>(c.recv_len) + 1);
+            return true;
         }
     }
-    keep_unfinished_line(c, consumed);
+    keep_unfinished_line(c);
+    return false;
+}
+
+void try_to_exec(int slot) {
+    char line[LINE_MAX_BYTES];
+    while (take_line(slot, line)) {
+        answer_back(slot, parse_message_for(slot, line));
+        check_invariants();
+    }
 }
 
 int read_and_write_back(int sock) {

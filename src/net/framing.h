@@ -5,6 +5,15 @@
 /// One receive for the slot, of no more than its buffer can take. @return bytes read; 0 closed; negative an error
 int receive_client_packet(int slot);
 
+inline constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
+
+/// receive_client_packet also from a peer that no longer takes replies: what it has sent may still be there.
+int receive_bytes(int slot);
+
+/// Takes the first complete line off the slot's buffer; without one, what is no part of a line is dropped from it.
+/// @param[out] line  LINE_MAX_BYTES bytes; the line, terminated  @return whether there was one
+bool take_line(int slot, char* line);
+
 /// Executes and answers every complete line of the slot's buffer and keeps the rest.
 void try_to_exec(int slot);
 
