@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Ticks per second of the running program on a full field, furnished through its port and its keys: a maze, 300 coins,
 53 cards, 26 turtles with names and scores (the maze's four doughnuts take the other slots), of which ten are driven and
-paint in every frame. CSV lines on standard output. The timer's own ceiling is 123; the drivers are one thread of this
+paint in every frame. CSV lines on standard output. The clock's own ceiling is 125; the drivers are one thread of this
 process, so their cost shows, too.
 
 usage: KELMORA=build/release/kelmora scripts/in-namespace /usr/bin/python3 -B bench/bench_ticks.py [seconds a row]
@@ -76,7 +76,7 @@ def main():
     seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 10.0
     print("scene,view,ticks_per_second")
     # With all the threads that the software renderer wants, as people run it.
-    with Field(without=["LP_NUM_THREADS"]) as field:
+    with Field() as field:
         clients = furnish(field)
         for view in ("top", "bird"):
             for scene in ("full_without_help", "full"):

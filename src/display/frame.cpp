@@ -15,6 +15,8 @@
 
 #include <GL/freeglut.h>
 
+uint64_t frames_drawn;
+
 namespace {
 
 constexpr double HALF_FIELD = 256.0;
@@ -141,6 +143,7 @@ void draw_frame() {
         capture_screen = 0;
     }
     check_invariants();
+    ++frames_drawn;
     rendering_is_done();
 }
 

@@ -4,6 +4,10 @@
 
 #include "game/tick.h"
 
+#include <cstdint>
+
+extern uint64_t frames_drawn; // since the start, shown or not; window thread only
+
 /// A tick and its picture, which stands in the back buffer but is not shown yet. Holds frame_rendering_mutex from
 /// before the first table is read until the picture is finished, so that commands run between frames only.
 void draw_frame();

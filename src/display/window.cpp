@@ -2,15 +2,16 @@
 
 #include "brush/strokes.h"
 #include "display/frame.h"
+#include "display/loop.h"
 #include "draw/canvas.h"
 #include "draw/dot.h"
 #include "draw/scenery.h"
 #include "field/clients.h"
-#include "field/queries.h"
 #include "field/state.h"
 #include "game/furnish.h"
 #include "game/invariants.h"
 #include "game/modes.h"
+#include "game/pacer.h"
 #include "httpd/http_server.h"
 #include "net/server.h"
 
@@ -31,8 +32,6 @@ namespace {
 
 constexpr int CLIENT_PORT = 2222;
 constexpr int VIEWER_PORT = 2280;
-constexpr unsigned BUSY_TICK = 8;                                   // ms between frames while anything can move
-constexpr unsigned IDLE_TICK = 80;                                  // ms on a field where nothing can
 constexpr double FOV_STEP = 5.0, FOV_LEAST = 15.0, FOV_MOST = 60.0; // degrees
 constexpr double ROTATION_STEP = 2.5;                               // degrees
 
@@ -142,7 +141,7 @@ void field_start(int argc, char** argv) {
     create_menu();
     glutReshapeFunc(reshapefunc);
     prepare_drawing();
-    glutTimerFunc(BUSY_TICK, timerfunc, 0);
+    let_swaps_not_wait();
 
     // No other thread runs yet.
     field_kill_all_turtles();
@@ -154,9 +153,7 @@ void field_start(int argc, char** argv) {
     start_tcp_server(CLIENT_PORT);
     start_httpd(VIEWER_PORT);
 
-    glutMainLoop();
-    free(bg_tex_buffer);
-    leave();
+    run_loop(on_tick);
 }
 
 void menufunc(int value) {
@@ -265,13 +262,13 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
     }
 }
 
-void timerfunc(int /*value*/) {
+int64_t on_tick() {
     ++elapsed_time;
-    int moving = 0;
-    locked([&moving] { qf_n_moving_obj(moving); });
-    glutTimerFunc(moving != 0 ? BUSY_TICK : IDLE_TICK, timerfunc, 0);
+    int64_t period = 0;
+    locked([&period] { period = tick_period(); });
     glutPostRedisplay();
     if (menuitem_need_to_change != 0) change_menuitem();
+    return period;
 }
 
 void reshapefunc(int /*width*/, int /*height*/) {

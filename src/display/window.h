@@ -1,6 +1,8 @@
-// The window: start-up of the field, pop-up menu, keys, the timer that is the clock of the simulation.
+// The window: start-up of the field, pop-up menu, keys, and the loop whose ticks are the clock of the simulation.
 // Every callback runs on the window thread; handlers that change shared tables hold frame_rendering_mutex.
 #pragma once
+
+#include <cstdint>
 
 /// Opens the window, resets the field, starts both servers and runs the event loop. Does not return.
 /// @param argc, argv  the program's own, unchanged
@@ -18,10 +20,12 @@ void create_menu();
 /// GLUT callbacks. A menu value or key without a meaning changes nothing.
 void menufunc(int value);
 void keyboardfunc(unsigned char key, int x, int y);
-/// One tick: advances elapsed_time, asks for a frame and re-arms itself: 8 ms while anything can move, else 80 ms.
-void timerfunc(int value);
 /// Puts the window back to its fixed size.
 void reshapefunc(int width, int height);
+
+/// One tick: advances elapsed_time, asks for a frame, and titles the window when that is due.
+/// @return after how many ns the next one is due: 8 ms while anything can move, else 80 ms
+[[nodiscard]] int64_t on_tick();
 
 /// Titles the window after private_mode and clears menuitem_need_to_change.
 void change_menuitem();

@@ -670,7 +670,7 @@ TEST_F(Frame, menu_entries_reach_their_operations) {
 
 TEST_F(Frame, timer_advances_the_clock_by_one) {
     menuitem_need_to_change = 1;
-    timerfunc(0);
+    EXPECT_EQ(on_tick(), 80'000'000);
     EXPECT_EQ(elapsed_time, 1U);
     EXPECT_EQ(menuitem_need_to_change, 0);
 }

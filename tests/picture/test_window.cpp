@@ -2,6 +2,7 @@
 // replaced by recorders in this program, so nothing here waits for an event loop.
 #include "picture/field_fixture.h"
 
+#include "display/loop.h"
 #include "display/window.h"
 #include "game/furnish.h"
 
@@ -15,8 +16,7 @@ namespace {
 
 struct record_t {
     int redraws;
-    std::vector<std::pair<unsigned, int>> timers; // milliseconds, value
-    void (*timer_callback)(int);
+    int timers;
     std::vector<std::string> titles;
     std::vector<std::pair<int, int>> sizes;
     void (*menu_callback)(int);
@@ -41,20 +41,13 @@ protected:
     }
 
     /// Milliseconds after which a tick on the present field asks for the next one.
-    static unsigned next_tick() {
-        asked.timers.clear();
-        timerfunc(0);
-        return asked.timers.size() == 1 ? asked.timers[0].first : 0;
-    }
+    static unsigned next_tick() { return static_cast<unsigned>(on_tick() / 1'000'000); }
 };
 
 } // namespace
 
 void glutPostRedisplay() { ++asked.redraws; }
-void glutTimerFunc(unsigned ms, void (*callback)(int), int value) {
-    asked.timers.emplace_back(ms, value);
-    asked.timer_callback = callback;
-}
+void glutTimerFunc(unsigned, void (*)(int), int) { ++asked.timers; }
 void glutSetWindowTitle(const char* title) { asked.titles.emplace_back(title); }
 void glutReshapeWindow(int width, int height) { asked.sizes.emplace_back(width, height); }
 int glutCreateMenu(void (*callback)(int)) {
@@ -167,17 +160,27 @@ TEST_F(Window, keys_leave_the_redraw_to_the_next_tick) {
         if (key != 'Q') keyboardfunc(static_cast<unsigned char>(key), 1, 2); // which would end this program
     }
     EXPECT_EQ(asked.redraws, 0);
-    EXPECT_TRUE(asked.timers.empty());
+    EXPECT_EQ(asked.timers, 0);
 }
 
 TEST_F(Window, tick_counts_redraws_and_asks_for_the_next) {
     elapsed_time = 0xffffffff; // the clock has 64 bits
-    timerfunc(5);
+    EXPECT_EQ(next_tick(), 80U);
     EXPECT_EQ(elapsed_time, 0x100000000U);
     EXPECT_EQ(asked.redraws, 1);
-    EXPECT_EQ(asked.timers, (std::vector<std::pair<unsigned, int>>{{80, 0}}));
-    EXPECT_EQ(asked.timer_callback, timerfunc);
+    EXPECT_EQ(asked.timers, 0); // GLUT's count whole milliseconds of a clock that can be set
     EXPECT_TRUE(asked.titles.empty());
+}
+
+TEST_F(Window, tick_draws_its_frame_where_glut_draws_none) {
+    // GLUT draws nothing in this program's window, as it does not in one that is covered.
+    put_turtle(0, 0, 0).fire_wait = 25;
+    client_tab[0].frame_cmd_count = 3;
+    const uint64_t before = frames_drawn;
+    EXPECT_EQ(tick_and_draw(on_tick), 8'000'000);
+    EXPECT_EQ(frames_drawn, before + 1);
+    EXPECT_EQ(ttl[0].fire_wait, 24);              // a step of the game
+    EXPECT_EQ(client_tab[0].frame_cmd_count, 0U); // and pacing lets go
 }
 
 TEST_F(Window, field_ticks_every_8_ms_while_anything_can_move_and_every_80_otherwise) {
@@ -204,15 +207,15 @@ TEST_F(Window, title_follows_the_mode_at_the_tick_after_the_change) {
     keyboardfunc('@', 0, 0);
     EXPECT_EQ(menuitem_need_to_change, 1);
     EXPECT_TRUE(asked.titles.empty());
-    timerfunc(0);
-    timerfunc(0);
+    next_tick();
+    next_tick();
     EXPECT_EQ(asked.titles, std::vector<std::string>{"Public Kelmora @ somewhere"});
     EXPECT_EQ(menuitem_need_to_change, 0);
     menufunc(4);
-    timerfunc(0);
+    next_tick();
     EXPECT_EQ(asked.titles.back(), "Private Kelmora @ somewhere");
     keyboardfunc('!', 0, 0); // a change of battle mode retitles too
-    timerfunc(0);
+    next_tick();
     EXPECT_EQ(asked.titles.size(), 3U);
     EXPECT_EQ(asked.titles.back(), "Private Kelmora @ somewhere");
 }

@@ -273,7 +273,7 @@ class Exit(unittest.TestCase):
 
 
 class Clock(unittest.TestCase):
-    """The timer runs every 8 ms while a turtle can move and every 80 ms otherwise."""
+    """The field ticks every 8 ms while a turtle can move and every 80 ms otherwise."""
     SPAN = 3.0                                              # seconds of measurement
 
     def ticks_while(self, busy):
@@ -297,7 +297,7 @@ class Clock(unittest.TestCase):
     def test_busy_field_ticks_about_every_eight_milliseconds(self):
         ticks, seconds = self.ticks_while(busy=True)
         self.assertLessEqual(ticks, seconds / 0.008 + 2)
-        # About 123 a second on an idle machine; a loaded one gets fewer.
+        # 125 a second on an idle machine; a loaded one gets fewer.
         self.assertGreaterEqual(ticks, 50 * seconds / max(harness.slow, 1.0))
 
     def test_field_without_movers_ticks_ten_times_less(self):

@@ -1,0 +1,22 @@
+// When the next tick is due. Ticks follow the monotonic clock, which nobody sets and no time server corrects by a jump.
+// A tick that comes late is not made up for, but the ones after it keep to the beat: 8 ms are 8.0 ms on average.
+#pragma once
+
+#include <cstdint>
+
+inline constexpr int64_t BUSY_TICK = 8'000'000;  // ns between ticks while anything can move
+inline constexpr int64_t IDLE_TICK = 80'000'000; // ns on a field where nothing can
+
+/// The monotonic clock in ns, from an arbitrary start. Any thread.
+[[nodiscard]] int64_t monotonic_now();
+
+/// BUSY_TICK while a turtle or a robot that is no zombie is on the field, else IDLE_TICK. Caller holds
+/// frame_rendering_mutex.
+[[nodiscard]] int64_t tick_period();
+
+/// When the tick after the one that was due at `due` and began at `now` is due: one period after the former was due.
+/// After a tick that came a whole period late, or more, it is due at once and the beat starts anew from there, so that
+/// no more than one tick is ever owed.
+/// @param due, now  ns of the monotonic clock
+/// @param period    ns, above 0
+[[nodiscard]] int64_t due_after(int64_t due, int64_t now, int64_t period);
