@@ -122,6 +122,7 @@ void measure(const row_t& row, int frames) {
 } // namespace
 
 int main(int argc, char** argv) {
+    do_without_driver_threads(); // as the program does; a setting of LP_NUM_THREADS is kept
     glutInit(&argc, argv);
     const int frames = argc > 1 ? std::clamp(atoi(argv[1]), 10, 100000) : 200;
     glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);

@@ -121,7 +121,10 @@ void prepare_drawing() {
     glViewport(0, 0, WINDOW_SIDE, WINDOW_SIDE);
 }
 
+void do_without_driver_threads() { setenv("LP_NUM_THREADS", "0", 0); }
+
 void field_start(int argc, char** argv) {
+    do_without_driver_threads();
     glutInit(&argc, argv);
     glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
     glutInitWindowSize(WINDOW_SIDE, WINDOW_SIDE);

@@ -8,6 +8,12 @@
 /// @param argc, argv  the program's own, unchanged
 [[noreturn]] void field_start(int argc, char** argv);
 
+/// Asks Mesa's software renderer to draw in the thread that calls it, unless LP_NUM_THREADS is set already. Its own
+/// threads now and then unlock a fence that the window thread, which takes no lock to see that all are done, has freed:
+/// four bytes of somebody else's memory become zero (seen in 22.3.6). Other drivers do not look at the variable.
+/// To be called before GLUT is initialised and while this is the only thread.
+void do_without_driver_threads();
+
 /// The steps of field_start that need the GL context and nothing else: canvas texture, light, blending, viewport.
 void prepare_drawing();
 

@@ -8,12 +8,14 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#include "display/window.h"
 #include "picture/picture.h"
 
 static void show_nothing() {}
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
+    do_without_driver_threads(); // as the program does
     glutInit(&argc, argv);
     glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
     glutInitWindowSize(picture::SIDE, picture::SIDE);

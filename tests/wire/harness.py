@@ -271,7 +271,7 @@ class Field:
         self.display = Display.get()
         self.cwd = cwd or self.display.scratch
         self.environment = dict(os.environ, DISPLAY=self.display.name, LIBGL_ALWAYS_SOFTWARE="1",
-                                LP_NUM_THREADS="0", HOME=self.display.home,
+                                HOME=self.display.home,
                                 MESA_SHADER_CACHE_DIR=os.path.join(self.display.scratch, "shaders"))
         suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tsan.supp")
         if os.path.exists(suppressions):
