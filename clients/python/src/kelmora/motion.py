@@ -1,0 +1,226 @@
+"""The words that move a turtle.
+
+Each gives True when the step was made, else False; after strict() it raises Blocked instead of giving False.
+"""
+from __future__ import annotations
+
+import math
+from typing import Any, Optional
+
+from .body import LINES, Body, number, numbers_in, read_place, spell
+from .errors import BadValue, Blocked
+from .field import Answer, names_of
+from .vector import Vec2D
+
+OBSTACLES = 2 + 4 + 8 + 16       # events that say what is in the way
+COMPASS = {0.0: "t e", 90.0: "t n", 180.0: "t w", 270.0: "t s"}
+AT_ONCE = 1e-6                   # nearer than this to a place is there
+
+
+def shortest(angle: float) -> float:
+    """The angle in degrees as the shortest turn, above -180 and up to 180."""
+    angle = math.fmod(angle, 360.0) + 0.0  # no -0
+    return angle - 360.0 if angle > 180.0 else angle + 360.0 if angle <= -180.0 else angle
+
+
+class Motion(Body):
+    """Steps, turns and jumps."""
+
+    def forward(self, distance: float) -> bool:
+        """Goes so many units forward, all of them or none; a negative distance leads back."""
+        return self._move("f " + spell(distance))
+
+    def back(self, distance: float) -> bool:
+        """Goes so many units back without turning."""
+        return self._move("b " + spell(distance))
+
+    def left(self, angle: float) -> bool:
+        """Turns left by the angle. In battle mode by 3 degrees at most."""
+        return self._turn("t l " + self._degrees(angle))
+
+    def right(self, angle: float) -> bool:
+        """Turns right by the angle. In battle mode by 3 degrees at most."""
+        return self._turn("t r " + self._degrees(angle))
+
+    def goto(self, x: Any, y: Any = None) -> bool:
+        """Jumps to the place, given as two numbers or a pair, over whatever stands between.
+
+        It draws a line there when the pen is down. Refused in battle mode, while something stands closer than 20, and,
+        where the field's edges are hard, to a place outside or near a wall.
+        """
+        x, y = pair(x, y)
+        return self._move("j %s %s" % (spell(x), spell(y)), jump=True)
+
+    def shift(self, dx: float, dy: float) -> bool:
+        """Jumps by so much in both directions; else as goto."""
+        return self._move("g %s %s" % (spell(dx), spell(dy)), jump=True)
+
+    def teleport(self, x: Any = None, y: Any = None) -> bool:
+        """Jumps to the place without drawing, whatever the pen does."""
+        if x is None or (y is None and not isinstance(x, (tuple, list))):
+            here = self._place("teleport")
+            x, y = here[0] if x is None else x, here[1] if y is None else y
+        x, y = pair(x, y)
+        line = "j %s %s" % (spell(x), spell(y))
+        if not self._down:
+            return self._move(line, jump=True)
+        self._recolored = False
+        return self._move(line, jump=True, before=["p u"], after=["p d"], painting=False)
+
+    def setx(self, x: float) -> bool:
+        """Jumps to this x; y stays."""
+        x = number(x)
+        return self.goto(x, self._place("setx")[1])
+
+    def sety(self, y: float) -> bool:
+        """Jumps to this y; x stays."""
+        y = number(y)
+        return self.goto(self._place("sety")[0], y)
+
+    def setheading(self, to_angle: float) -> bool:
+        """Faces this way: 0 is right (east), 90 up. In battle mode it turns there by 3 degrees at most."""
+        goal = math.fmod(number(to_angle) * self._angle_unit, 360.0)
+        goal = goal + 360.0 if goal < 0.0 else goal
+        compass = COMPASS.get(goal)
+        if compass is not None:
+            # In battle mode the field answers this with the turtle's place and does nothing.
+            done = self._say([compass], lambda answer: None if answer.values else self._turned(answer))
+            if done is not None or self._field.batching:
+                return done
+        self._field.immediate("setheading")
+        heading: float = self._say(["q d"], lambda answer: numbers_in(answer.values, 1)[0])
+        return self._turn("t l " + spell(shortest(goal - heading)))
+
+    def home(self) -> bool:
+        """Walks to the middle and faces right. False when something is in the way; it then stays where it was."""
+        self._field.immediate("home")
+
+        def read(place: Answer, heading: Answer) -> tuple[Vec2D, float]:
+            return read_place(place.values), numbers_in(heading.values, 1)[0]
+        here, heading = self._say(["q p", "q d"], read)
+        way = math.hypot(*here)
+        if way > AT_ONCE:
+            turn = shortest(math.degrees(math.atan2(-here[1], -here[0])) - heading)
+            if not self._move("f " + spell(way), before=["t l " + spell(turn)]):
+                return False
+        return self.setheading(0)
+
+    def circle(self, radius: float, extent: Optional[float] = None, steps: Optional[int] = None) -> bool:
+        """Goes along a circle whose middle is radius to the left (to the right, when it is negative).
+
+        extent -- the angle of the arc, a whole circle when not given; a negative one goes backwards
+        steps  -- so many straight steps: circle(50, steps=3) is a triangle
+        Ends with False at a step that is blocked.
+        """
+        self._field.immediate("circle")
+        radius = number(radius)
+        extent = 360.0 if extent is None else number(extent) * self._angle_unit
+        if steps is None:
+            steps = 1 + int(min(11 + abs(radius) / 6, 59) * abs(extent) / 360)
+        steps = int(number(steps))
+        if steps < 1:
+            raise BadValue("circle() takes at least one step, not %d." % steps)
+        angle = extent / steps
+        length = 2 * radius * math.sin(math.radians(angle / 2))
+        if radius < 0:
+            angle, length = -angle, -length
+        turn = angle / 2
+        for _ in range(steps):
+            if not self._move("f " + spell(length), before=["t l " + spell(turn)]):
+                return False
+            turn = angle
+        return self._turn("t l " + spell(angle / 2))
+
+    def strict(self, on: bool = True) -> None:
+        """From now on a step that is blocked raises Blocked; strict(False): it gives False again."""
+        self._strict = bool(on)
+
+    def degrees(self, fullcircle: float = 360.0) -> None:
+        """Lets angles be given so that a full turn has this many units."""
+        units = number(fullcircle)
+        if units == 0:
+            raise BadValue("A full turn cannot have 0 units.")
+        self._angle_unit = 360.0 / units
+
+    def radians(self) -> None:
+        """Lets angles be given in radians."""
+        self.degrees(2 * math.pi)
+
+    # What lies behind
+
+    def _degrees(self, angle: Any) -> str:
+        return spell(angle) if self._angle_unit == 1.0 else spell(number(angle) * self._angle_unit)
+
+    def _place(self, word: str) -> Vec2D:
+        """Where the turtle is, for a word that cannot do without."""
+        self._field.immediate(word)
+        place: Vec2D = self._say(["q p"], lambda answer: read_place(answer.values))
+        return place
+
+    def _turn(self, line: str) -> Any:
+        return self._field.say([line], self._turned)
+
+    def _turned(self, answer: Answer) -> bool:
+        if answer.ok:
+            self._obstacle = None  # the field tells anew what is in the way
+            return True
+        return self._refused(answer)
+
+    def _move(self, line: str, jump: bool = False, before: Optional[list[str]] = None,
+              after: Optional[list[str]] = None, painting: bool = True) -> Any:
+        """One step or jump, with other commands in the same packet; its answer alone decides what is returned."""
+        lines = before or []
+        if self._down and painting:
+            if self._recolored and self._way == LINES:
+                # The field blends a line from the colour of the point before. A pen put down anew starts with its own.
+                lines = lines + ["p d"]
+                self._recolored = False
+            if self._field.batching:
+                self._field.count_line()
+        if not (lines or after or self._traces or jump):
+            return self._field.say([line], self._moved)
+        step = len(lines)
+        lines = lines + [line] + (after or [])
+        if self._traces:
+            lines.append("q p")
+        pen = (self._color, self._width, self._way) if self._down and painting else None
+
+        def read(*answers: Answer) -> bool:
+            done = self._moved(answers[step], jump)
+            if done and self._traces:
+                place = read_place(answers[-1].values)
+                for trace in self._traces:
+                    trace.add(place, pen)
+            return done
+        return self._field.say(lines, read)
+
+    def _moved(self, answer: Answer, jump: bool = False) -> bool:
+        if answer.ok:
+            self._obstacle = None
+            return True
+        return self._refused(answer, jump)
+
+    def _refused(self, answer: Answer, jump: bool = False) -> bool:
+        told = names_of(answer.events & OBSTACLES)
+        if told:
+            self._obstacle = told[-1]
+        if self._strict:
+            raise Blocked("jump" if jump and not told else self._obstacle or "something")
+        return False
+
+    fd = forward
+    bk = backward = back
+    lt = left
+    rt = right
+    setpos = setposition = goto
+    seth = setheading
+
+
+def pair(x: Any, y: Any) -> tuple[Any, Any]:
+    """Two numbers of two arguments, or of one pair."""
+    if y is not None:
+        return x, y
+    if isinstance(x, (tuple, list)) and len(x) == 2:
+        return x[0], x[1]
+    number(y if not isinstance(x, (tuple, list)) else x)
+    raise AssertionError  # number() has refused it

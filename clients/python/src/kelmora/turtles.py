@@ -1,0 +1,146 @@
+"""The turtle: all its words in one class; and which turtle the words without one mean."""
+from __future__ import annotations
+
+from typing import Any, Optional
+
+from . import colors, crowd, hooks
+from . import transport as transports
+from .body import Body
+from .compat import ABSENT, NOTED, Compat, absent
+from .deeds import Deeds
+from .errors import KelmoraError
+from .field import Field
+from .pen import Pen
+from .transport import Transport
+
+
+class Turtle(Pen, Deeds, Compat):
+    """A turtle on a field, and the connection that drives it; words as in Python's own turtle, and more.
+
+    shape, undobuffersize, visible -- accepted as Python's turtle has them, with a note
+    name      -- shown beside the turtle
+    host      -- the field's machine; else KELMORA_HOST, else this one
+    port      -- the field's port; else KELMORA_PORT, else 2222
+    timeout   -- seconds to wait for an answer, else 20
+    transport -- another way to the field than TCP
+    home      -- whether the turtle first walks to the middle and faces right; else it stays where the field put it
+    Raises NoField or NotAdmitted.
+    """
+
+    def __init__(self, shape: Optional[str] = None, undobuffersize: Optional[int] = None, visible: bool = True, *,
+                 name: Optional[str] = None, host: Optional[str] = None, port: Optional[int] = None,
+                 timeout: Optional[float] = None, transport: Optional[Transport] = None,
+                 home: Optional[bool] = None) -> None:
+        spare = _take_spare() if (host, port, timeout, transport, home) == (None,) * 5 else None
+        if spare is not None:
+            self.__dict__.update(spare.__dict__)
+            crowd.replace(spare, self)
+        else:
+            super().__init__(Field(transport or transports.connect(host, port, timeout)))
+            self._enter(transports.start_at_home if home is None else home)
+            crowd.join(self)
+        if shape is not None:
+            self.shape(shape)
+        if not visible:
+            self.hideturtle()
+        if name is not None:
+            self.name(name)
+
+    def _enter(self, home: bool) -> None:
+        """The first exchanges, which tell whether the field admits us; then the pen is down."""
+        try:
+            if home:
+                self._field.exchange(["."])
+                if not self.home():
+                    self._stay()
+                self._field.exchange(["p d"])
+            else:
+                self._field.exchange([".", "p d"])
+        except KelmoraError:
+            self.close()
+            raise
+        self._down = True
+
+    def _stay(self) -> None:
+        """The way to the middle is blocked: the turtle stays, and somebody should know."""
+        self.setheading(0)
+        hooks.note("something stands on the way to the middle, so the turtle starts at (%.0f, %.0f). The operator's key z "
+                   "takes zombies away, and so does clearscreen()." % self.position())
+
+    def getscreen(self) -> "Screen":
+        """The field, with the words that Python's turtle gives its screen."""
+        return Screen()
+
+    def getturtle(self) -> "Turtle":
+        """This turtle."""
+        return self
+
+    screen = property(getscreen)
+    getpen = getturtle
+
+    def __enter__(self) -> "Turtle":
+        return self
+
+    def __exit__(self, *unused: object) -> None:
+        self.close()
+
+
+class Screen:
+    """The field, with the words that Python's turtle gives its screen. It needs no turtle before one of them asks."""
+
+    def colormode(self, mode: Optional[float] = None) -> Any:
+        """Sets what the parts of all colours go up to, 1.0 or 255; without it, tells it."""
+        if mode is None:
+            return colors.mode
+        colors.mode = colors.valid_mode(mode)
+        return None
+
+    def turtles(self) -> list[Body]:
+        """The turtles of this program."""
+        return crowd.living()
+
+    def done(self) -> None:
+        """The end of a program, see Turtle.done."""
+        crowd.done()
+
+    def bye(self) -> None:
+        """All turtles of this program leave the field."""
+        for turtle in crowd.living():
+            turtle.field.close()
+
+    mainloop = exitonclick = done
+
+    def __getattr__(self, word: str) -> Any:
+        if word in ABSENT:
+            raise absent(word)
+        if word in NOTED or word in ("window_width", "window_height", "mode", "ontimer"):
+            return getattr(Compat, word).__get__(self)  # these need no field
+        return getattr(anyone(), word)
+
+
+_default: Optional[Turtle] = None  # whom words without a turtle mean
+_spare: Optional[Turtle] = None    # made because a word for the ground needed one; the next Turtle() takes it over
+
+
+def default() -> Turtle:
+    """The turtle of the words without one: made when it is first needed, and anew when it has left the field."""
+    global _default
+    if _default is None or _default.field.closed:
+        _default = Turtle()
+    return _default
+
+
+def anyone() -> Turtle:
+    """Any turtle of this program, for words that concern the whole field."""
+    global _spare
+    for turtle in crowd.living():
+        if isinstance(turtle, Turtle):
+            return turtle
+    _spare = Turtle()
+    return _spare
+
+
+def _take_spare() -> Optional[Turtle]:
+    global _spare
+    spare, _spare = _spare, None
+    return None if spare is None or spare.field.closed else spare
