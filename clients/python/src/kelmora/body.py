@@ -93,6 +93,7 @@ class Body:
         self._color = RED
         self._width = 1.0
         self._way = LINES
+        self._is_far = False     # far outside the field, so that a line from here to the field has to be cut
         self._recolored = False  # the colour has changed since the last step with the pen down
 
     def _say(self, lines: list[str], read: Reader) -> Any:

@@ -573,7 +573,7 @@ def write(arg: object, move: bool = False, align: str = "left", font: Optional[A
     move  -- whether the turtle then goes to the text's end
     align -- whether the turtle is at the "left" end, in the "center" or at the "right" end of the text
     font  -- the field has one only: any other is accepted with a note
-    At most 127 letters of western Europe's alphabets.
+    At most 127 letters, digits and signs of ASCII: the field has no others.
     """
     return default().write(arg, move, align, font)
 

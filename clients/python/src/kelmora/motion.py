@@ -15,6 +15,8 @@ from .vector import Vec2D
 OBSTACLES = 2 + 4 + 8 + 16       # events that say what is in the way
 COMPASS = {0.0: "t e", 90.0: "t n", 180.0: "t w", 270.0: "t s"}
 AT_ONCE = 1e-6                   # nearer than this to a place is there
+LONG = 8192                      # longer lines are cut: from some ten times that on graphics draw them wrong
+AROUND = 512.0                   # half the side of the square at whose edge they are cut; the field's is 256
 
 
 def shortest(angle: float) -> float:
@@ -23,16 +25,31 @@ def shortest(angle: float) -> float:
     return angle - 360.0 if angle > 180.0 else angle + 360.0 if angle <= -180.0 else angle
 
 
+def crossings(a: Vec2D, b: Vec2D) -> list[float]:
+    """Where the line from a (0) to b (1) enters and leaves the square around the field, between 0 and 1: [0, ..., 1]."""
+    enter, leave = 0.0, 1.0
+    for start, way in zip(a, b - a):
+        if way:
+            edges = sorted(((-AROUND - start) / way, (AROUND - start) / way))
+            enter, leave = max(enter, edges[0]), min(leave, edges[1])
+        elif abs(start) > AROUND:
+            enter, leave = 1.0, 0.0
+    inside = [cut for cut in (enter, leave) if 0 < cut < 1] if enter < leave else []
+    return [0.0, *inside, 1.0]
+
+
 class Motion(Body):
     """Steps, turns and jumps."""
 
     def forward(self, distance: float) -> bool:
         """Goes so many units forward, all of them or none; a negative distance leads back."""
-        return self._move("f " + spell(distance))
+        line = "f " + spell(distance)
+        return self._move(line) if not self._down or abs(distance) <= LONG else self._walk_far(float(distance))
 
     def back(self, distance: float) -> bool:
         """Goes so many units back without turning."""
-        return self._move("b " + spell(distance))
+        line = "b " + spell(distance)
+        return self._move(line) if not self._down or abs(distance) <= LONG else self._walk_far(-float(distance))
 
     def left(self, angle: float) -> bool:
         """Turns left by the angle. In battle mode by 3 degrees at most."""
@@ -49,11 +66,18 @@ class Motion(Body):
         where the field's edges are hard, to a place outside or near a wall.
         """
         x, y = pair(x, y)
-        return self._move("j %s %s" % (spell(x), spell(y)), jump=True)
+        line = "j %s %s" % (spell(x), spell(y))
+        if self._down and (self._is_far or max(abs(float(x)), abs(float(y))) > LONG) and not self._field.batching:
+            return self._jump_far(float(x), float(y))
+        return self._move(line, jump=True)
 
     def shift(self, dx: float, dy: float) -> bool:
         """Jumps by so much in both directions; else as goto."""
-        return self._move("g %s %s" % (spell(dx), spell(dy)), jump=True)
+        line = "g %s %s" % (spell(dx), spell(dy))
+        if self._down and max(abs(dx), abs(dy)) > LONG and not self._field.batching:
+            here = self._place("shift")
+            return self._jump_far(here[0] + float(dx), here[1] + float(dy))
+        return self._move(line, jump=True)
 
     def teleport(self, x: Any = None, y: Any = None) -> bool:
         """Jumps to the place without drawing, whatever the pen does."""
@@ -64,6 +88,7 @@ class Motion(Body):
         line = "j %s %s" % (spell(x), spell(y))
         if not self._down:
             return self._move(line, jump=True)
+        self._lift_brush()
         self._recolored = False
         return self._move(line, jump=True, before=["p u"], after=["p d"], painting=False)
 
@@ -146,7 +171,33 @@ class Motion(Body):
         """Lets angles be given in radians."""
         self.degrees(2 * math.pi)
 
+    # Lines so long that they leave the numbers that graphics count with
+
+    def _walk_far(self, distance: float) -> bool:
+        """Steps so far in up to three: to the field's edge, over the field, and on from there."""
+        if self._field.batching:
+            return self._move("f " + spell(distance))  # type: ignore[no-any-return]
+
+        def read(place: Answer, heading: Answer) -> tuple[Vec2D, float]:
+            return read_place(place.values), math.radians(numbers_in(heading.values, 1)[0])
+        here, heading = self._say(["q p", "q d"], read)
+        goal = here + Vec2D(distance * math.cos(heading), distance * math.sin(heading))
+        self._is_far = max(map(abs, goal)) > LONG
+        cuts = crossings(here, goal)
+        return all(self._move("f " + spell((b - a) * distance)) for a, b in zip(cuts, cuts[1:]))
+
+    def _jump_far(self, x: float, y: float) -> bool:
+        """Jumps there in up to three jumps, as _walk_far."""
+        here, goal = self._place("goto"), Vec2D(x, y)
+        self._is_far = max(map(abs, goal)) > LONG
+        way = goal - here
+        stops = [here + way * cut for cut in crossings(here, goal)[1:-1]] + [goal]
+        return all(self._move("j %s %s" % (spell(stop[0]), spell(stop[1])), jump=True) for stop in stops)
+
     # What lies behind
+
+    def _lift_brush(self) -> None:
+        """See the pen, which knows how."""
 
     def _degrees(self, angle: Any) -> str:
         return spell(angle) if self._angle_unit == 1.0 else spell(number(angle) * self._angle_unit)

@@ -14,8 +14,11 @@ from .vector import Vec2D
 LONGEST_TEXT = 127  # bytes that the field takes of a text or a name
 SMALL_DOT = 4       # up to this size a square cannot be told from a disc
 
-# Widths, in units, of the letters that texts are written with, from the blank on; one hexadecimal digit each.
-WIDTHS = [int(digit, 16) for digit in "43577b93445748347777777777337777c989988993787b9a8a88789b9993436737777737733639777746377967643474"]
+# Widths of the letters that texts are written with, from the blank on, in tenths of a unit.
+WIDTHS = [105, 27, 51, 79, 76, 97, 102, 14, 47, 48, 59, 97, 26, 101, 26, 82, 77, 67, 78, 77, 80, 78, 74, 77, 78, 74, 26, 26,
+          82, 97, 82, 74, 74, 80, 84, 84, 85, 78, 79, 90, 89, 21, 60, 79, 71, 97, 89, 89, 86, 88, 82, 81, 72, 89, 82, 101,
+          72, 80, 74, 46, 78, 46, 90, 104, 84, 67, 70, 69, 70, 69, 39, 71, 71, 29, 36, 63, 19, 124, 71, 72, 71, 71, 49, 62,
+          39, 71, 61, 80, 56, 66, 62, 42, 24, 41, 91]
 
 
 class Pen(Motion):
@@ -65,8 +68,17 @@ class Pen(Motion):
         return self._paint_as(BRUSH)
 
     def _paint_as(self, way: str) -> bool:
+        self._lift_brush()
         self._way = way
-        return self._do(way)
+        if not self._down:
+            return self._do(way)
+        self._recolored = False
+        return self._say([way, "p d"], all_done)  # the pen put down anew leaves older points out
+
+    def _lift_brush(self) -> None:
+        """Finishes a stroke of the brush, which runs behind the turtle: the field does that in a frame with the pen up."""
+        if self._down and self._way == BRUSH:
+            self._do("p u")
 
     # Colours
 
@@ -85,8 +97,12 @@ class Pen(Motion):
         if not color:
             return colors.to_mode(self._color, self._top())
         self._color = colors.from_arguments(color, self._top())
+        line = paint_of(self._color)
+        if self._down and self._way == BRUSH:
+            self._lift_brush()  # a stroke has one colour
+            return self._say([line, "p d"], all_done)
         self._recolored = True
-        return self._do(paint_of(self._color))
+        return self._do(line)
 
     def fillcolor(self, *color: Any) -> Any:
         """Sets the colour that end_fill() fills with; without it, tells the colour."""
@@ -165,11 +181,10 @@ class Pen(Motion):
 
     def _painted(self, packets: Iterable[list[str]], back_to: Vec2D, moved: bool = True) -> bool:
         """Sends the packets one by one until something is refused, then puts turtle and pen back as they were."""
-        def read(*answers: Answer) -> bool:
-            return all(answer.ok for answer in answers)
+        self._lift_brush()
         done = True
         for packet in packets:
-            done = self._say(packet, read)
+            done = self._say(packet, all_done)
             if not done:
                 break
         end = ["p u"]
@@ -179,7 +194,7 @@ class Pen(Motion):
         if self._down:
             end.append("p d")
             self._recolored = False
-        done = self._say(end, read) and done
+        done = self._say(end, all_done) and done
         if not done and self._strict:
             raise Blocked("jump" if moved else "something")
         return done
@@ -192,43 +207,35 @@ class Pen(Motion):
         move  -- whether the turtle then goes to the text's end
         align -- whether the turtle is at the "left" end, in the "center" or at the "right" end of the text
         font  -- the field has one only: any other is accepted with a note
-        At most 127 letters of western Europe's alphabets.
+        At most 127 letters, digits and signs of ASCII: the field has no others.
         """
         text = str(arg)
-        try:
-            letters = text.encode("latin-1")
-        except UnicodeEncodeError as error:
-            raise BadValue("The field has no letter %r." % text[error.start]) from None
-        if not 1 <= len(letters) <= LONGEST_TEXT or not text.isprintable():
-            raise BadValue("A text to write is one line of 1 to 127 letters, not %d." % len(letters))
+        strange = next((letter for letter in text if not " " <= letter <= "~"), None)
+        if strange is not None:
+            raise BadValue("The field cannot write %r: it has plain letters, digits and signs alone." % strange)
+        if not 1 <= len(text) <= LONGEST_TEXT:
+            raise BadValue("A text to write has 1 to 127 letters, not %d." % len(text))
         if align not in ("left", "center", "right"):
             raise BadValue('align is "left", "center" or "right", not %.40r.' % (align,))
         if font is not None:
-            hooks.note_once("font", "write() has one font here, of 12 units; font=... is left out.")
-        line = "s " + letters.hex()
-        wide = text_width(letters)
-        aside = {"left": 0, "center": wide // 2, "right": wide}[align]
-        if not aside:
-            done: bool = self._do(line)
-        else:
-            done = self._beside(-aside, [line])
-        if move:
-            return done and self.shift(wide - aside, 0)
-        return done
+            hooks.note_once("font", "write() has one font here, 10 units high; font=... is left out.")
+        line = "s " + text.encode("ascii").hex()
+        wide = text_width(text)
+        aside = {"left": 0.0, "center": wide / 2, "right": wide}[align]
+        done = self._beside(-aside, line) if aside else self._do(line)
+        return done and self.shift(wide - aside, 0) if move else done
 
-    def _beside(self, dx: int, lines: list[str]) -> bool:
-        """Sends the lines from so far aside, with the pen up, and comes back."""
+    def _beside(self, dx: float, line: str) -> bool:
+        """Sends the line from so far aside, and comes back; nothing is drawn on the way."""
         self._field.immediate("write")
-
-        def read(*answers: Answer) -> bool:
-            return all(answer.ok for answer in answers)
-        if not self._say(["p u", "g %d 0" % dx], read):
-            self._say(["p d"] if self._down else ["."], read)
-            return False
-        written = self._say(lines, read)
-        back = self._say(["g %d 0" % -dx] + (["p d"] if self._down else []), read)
+        self._lift_brush()
+        pen = ["p d"] if self._down else []
         self._recolored = False
-        return bool(written and back)
+        if not self._say(["p u", "g %s 0" % spell(dx)], all_done):
+            self._say(pen or ["."], all_done)
+            return False
+        written = self._do(line)
+        return self._say(["g %s 0" % spell(-dx)] + pen, all_done) and written
 
     # The ground, which everybody shares
 
@@ -279,7 +286,10 @@ class Pen(Motion):
     resetscreen = reset
 
 
-def text_width(letters: bytes) -> int:
-    """How wide the field writes these letters, in units."""
-    return sum(WIDTHS[letter - 32] if 32 <= letter < 32 + len(WIDTHS) else 7 for letter in letters)
+def all_done(*answers: Answer) -> bool:
+    return all(answer.ok for answer in answers)
 
+
+def text_width(text: str) -> float:
+    """How wide the field writes a text in ASCII, in units."""
+    return sum(WIDTHS[ord(letter) - 32] for letter in text) / 10
