@@ -8,6 +8,7 @@
 #include "field/coins.h"
 #include "field/state.h"
 #include "field/turtles.h"
+#include "field/wall_map.h"
 #include "field/walls.h"
 #include "geometry/collision.h"
 

@@ -1,4 +1,4 @@
-// The table of one-sided wall faces.
+// The table of one-sided wall faces; field/wall_map fills it.
 // Commands, frames, menu and key handlers hold frame_rendering_mutex; HTTP threads read without it.
 // Every physical wall is two records, front and back; a face stops only motion against its normal.
 #pragma once
@@ -19,6 +19,3 @@ static_assert(std::is_trivially_copyable_v<wall_t>);
 
 extern std::array<wall_t, WALL_MAX> walls;
 extern int nwall;
-
-/// Appends one face; a full table ignores it.
-void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, double nx, double ny);

@@ -3,6 +3,7 @@
 #include "field/coin_map.h"
 #include "field/state.h"
 #include "field/turtles.h"
+#include "field/wall_map.h"
 #include "field/walls.h"
 #include "geometry/collision.h"
 #include "geometry/random.h"
@@ -69,7 +70,7 @@ int scatter_stone(int n) {
         for (int tries = 0; tries < STONE_TRIES; ++tries) {
             x = (drand() - 0.5) * STONE_SPREAD;
             y = (drand() - 0.5) * STONE_SPREAD;
-            if (dist_to_nn_from(-1, x, y) >= STONE_CLEARANCE && dist_to_wall_from(x, y) >= STONE_CLEARANCE) break;
+            if (dist_to_nn_from(-1, x, y) >= STONE_CLEARANCE && !is_wall_within(x, y, STONE_CLEARANCE)) break;
         }
         // The last point is offered even if none was good: a stone only needs more than BODY_GAP.
         static_cast<void>(set_object_at(TTL_STONE, x, y));

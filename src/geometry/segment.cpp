@@ -77,8 +77,11 @@ double dist_to_lineseg(double px, double py, double dir, double x1, double y1, d
 
 double net_dist_to_lineseg(double px, double py, double dir, double x1, double y1, double x2, double y2, double nx,
                            double ny) {
-    const double c = std::cos(dir * PI / 180.0);
-    const double s = std::sin(dir * PI / 180.0);
+    return net_dist_along(px, py, std::cos(dir * PI / 180.0), std::sin(dir * PI / 180.0), x1, y1, x2, y2, nx, ny);
+}
+
+double net_dist_along(double px, double py, double c, double s, double x1, double y1, double x2, double y2, double nx,
+                      double ny) {
     const double normal_length = std::sqrt(nx * nx + ny * ny);
     const double ux = nx / normal_length;
     const double uy = ny / normal_length;

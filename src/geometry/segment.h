@@ -35,3 +35,8 @@ void dist_halfline_to_point(double& foot_x, double& foot_y, double& dist, double
 /// Formula: ray meets line, pulled back by r/|n.v|; beside the ends the smaller positive root of |P + u v - Q|^2 = r^2.
 [[nodiscard]] double net_dist_to_lineseg(double px, double py, double dir, double x1, double y1, double x2, double y2,
                                          double nx, double ny);
+
+/// net_dist_to_lineseg along the unit vector (c, s), which is (cos, sin) of the heading in radians: for a heading that
+/// is tried against many walls.
+[[nodiscard]] double net_dist_along(double px, double py, double c, double s, double x1, double y1, double x2,
+                                    double y2, double nx, double ny);

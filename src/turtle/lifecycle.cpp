@@ -39,7 +39,7 @@ point_t draw_entrance_point() {
 place find_place(point_t (*draw)(), double clearance) {
     for (int tries = 1; tries <= PLACE_TRIES + 1; ++tries) {
         const point_t p = draw();
-        if (dist_to_nn_from(-1, p.x, p.y) >= clearance && dist_to_wall_from(p.x, p.y) >= clearance) {
+        if (dist_to_nn_from(-1, p.x, p.y) >= clearance && !is_wall_within(p.x, p.y, clearance)) {
             return {.found = tries <= PLACE_TRIES, .x = p.x, .y = p.y};
         }
     }

@@ -76,7 +76,7 @@ int turtle_jump(int i, double x, double y) {
     if (dist_to_nn(i) < BODY_GAP) return -1;
     if (bounded_area_mode != 0) {
         if (!(x >= Xmin && x <= Xmax && y >= Ymin && y <= Ymax)) return -1;
-        if (dist_to_wall_from(x, y) < JUMP_CLEARANCE) return -1;
+        if (is_wall_within(x, y, JUMP_CLEARANCE)) return -1;
     }
     move_to(t, x, y);
     return 0;

@@ -43,15 +43,18 @@ radar_list nearest_turtles(int i) {
     return list;
 }
 
-// 1 when a body lies within reach of turtle i if it headed for `dir`.
-int senses_body(int i, double dir) {
-    const double heading = ttl[i].dir;
-    double allowed = 0.0;
-    int other = -1;
-    ttl[i].dir = dir;
-    const uint32_t code = check_how_far_it_can_go(i, allowed, other, SONAR_TRAVEL);
-    ttl[i].dir = heading;
-    return code != BLOCKED_BY_NOTHING ? 1 : 0;
+// 1 when turtle i, were it to look in direction `dir`, would have a body or a wall close ahead.
+int senses(int i, double dir) {
+    const pose_t from{.x = ttl[i].pos[0].x, .y = ttl[i].pos[0].y, .dir = dir};
+    const bool body = way_ahead(from, i, SONAR_TRAVEL).code != BLOCKED_BY_NOTHING;
+    return body || travel_to_wall(from, SONAR_WALL) < SONAR_WALL ? 1 : 0;
+}
+
+// Free travel to the nearest wall ahead, or behind for a negative range; exact as far as it is compared with the range
+// or with what a body within the range allows.
+double wall_in_sight(pose_t from, double range) {
+    if (range < 0.0) from.dir += 180.0;
+    return travel_to_wall(from, std::fabs(range) + 1.0);
 }
 
 } // namespace
@@ -80,20 +83,19 @@ int qt_finder(int i, int& code, int& team) {
     turtle_t& self = ttl[i];
     self.event &= ~EVENT_FOUND;
     const double range = self.finder_range;
-    double allowed = 0.0;
-    int other = -1;
-    const uint32_t hit = check_how_far_it_can_go(i, allowed, other, range);
-    const double wall = bounded_area_mode != 0 ? distance_to_front_wall(i, range) : NO_DISTANCE;
+    const pose_t from = pose_of(i);
+    const way_t way = way_ahead(from, i, range);
+    const double wall = bounded_area_mode != 0 ? wall_in_sight(from, range) : NO_DISTANCE;
 
     team = 0;
-    if (hit == BLOCKED_BY_NOTHING && wall > range) {
+    if (way.code == BLOCKED_BY_NOTHING && wall > range) {
         code = 0;
-    } else if (wall > allowed) {
-        code = static_cast<int>(hit);
-        if (hit != BLOCKED_BY_NOTHING) {
-            ttl[other].event |= EVENT_FOUND;
-            self.finder_target = other;
-            team = ttl[other].team;
+    } else if (wall > way.allowed) {
+        code = static_cast<int>(way.code);
+        if (way.code != BLOCKED_BY_NOTHING) {
+            ttl[way.other].event |= EVENT_FOUND;
+            self.finder_target = way.other;
+            team = ttl[way.other].team;
         }
     } else {
         code = FINDER_WALL;
@@ -103,13 +105,9 @@ int qt_finder(int i, int& code, int& team) {
 
 int qt_sonar(int i, int& left, int& front, int& right) {
     const double dir = ttl[i].dir;
-    double wall_left = 0.0;
-    double wall_front = 0.0;
-    double wall_right = 0.0;
-    distance_to_walls_3dir(i, wall_left, wall_front, wall_right);
-    front = senses_body(i, dir) != 0 || wall_front < SONAR_WALL ? 1 : 0;
-    left = senses_body(i, dir + 45.0) != 0 || wall_left < SONAR_WALL ? 1 : 0;
-    right = senses_body(i, dir - 45.0) != 0 || wall_right < SONAR_WALL ? 1 : 0;
+    left = senses(i, dir + 45.0);
+    front = senses(i, dir);
+    right = senses(i, dir - 45.0);
     return 0;
 }
 

@@ -5,6 +5,7 @@
 
 #include "draw/scenery.h"
 #include "field/cards.h"
+#include "field/wall_map.h"
 #include "field/walls.h"
 #include "game/furnish.h"
 #include "game/modes.h"

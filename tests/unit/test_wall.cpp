@@ -1,4 +1,5 @@
 // Walls: the table's limit, contact at its exact limits, one-sided faces, and how bodies block each other.
+#include "field/wall_map.h"
 #include "field/walls.h"
 #include "geometry/collision.h"
 

@@ -270,6 +270,33 @@ class Turtles(FieldTest):
         wait_until(lambda: get("/turtle")[1] == b"[]", 10, "an empty turtle list")
         self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
+    def test_asking_the_sonar_turns_no_turtle_even_for_a_moment(self):
+        clients = self.fresh(6)
+        headings = {}
+        for number, client in enumerate(clients):
+            client.do("n %s" % ("sonar%d" % number).encode().hex(), "t l %d" % (10 * number))
+            headings["sonar%d" % number] = client.numbers("q d")[0]
+        stop = threading.Event()
+
+        def flood(client):
+            while not stop.is_set():
+                client.ask_all(["q w"] * 200)
+
+        threads = [threading.Thread(target=flood, args=(client,)) for client in clients]
+        for thread in threads:
+            thread.start()
+        try:
+            with Viewer() as viewer:
+                seen = {(turtle["name"], turtle["head"]) for _ in range(1500)
+                        for turtle in json.loads(viewer.get("/turtle")[1]) if turtle["name"] in headings}
+        finally:
+            stop.set()
+            for thread in threads:
+                thread.join(patience(60))
+        self.assertEqual(len(seen), len(headings), seen)
+        for name, heading in seen:
+            self.assertAlmostEqual(heading, headings[name], places=5)
+
     def test_lists_stay_whole_while_everything_changes(self):
         # Turtles move, are renamed and come and go; coins, cards, doughnuts and walls change; four viewers read it all.
         turtles = self.fresh(8)

@@ -1,0 +1,31 @@
+// The grid over the walls: which walls are near a place, and which lie on a line through it, without a scan of them
+// all. A list may name walls that are farther off, and a wall twice, but it never leaves one out: whoever asks computes
+// the distances. Caller holds frame_rendering_mutex.
+#pragma once
+
+#include "field/walls.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+// Walls to look at, as indices of the wall table.
+struct wall_list_t {
+    std::array<int16_t, size_t{2} * WALL_MAX> index; // room for one call of each of the functions below
+    size_t count = 0;
+
+    [[nodiscard]] std::span<const int16_t> found() const { return {index.data(), count}; }
+};
+
+/// Appends one face to the wall table and enters it into the grid; a full table ignores it. The first face of the table
+/// empties the grid.
+void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, double nx, double ny);
+
+/// Appends every wall whose line passes (x, y) nearer than `reach` and whose middle, along that line, is nearer than
+/// `reach` plus half the wall's length; among them are all walls of which any point is nearer than `reach`.
+/// A place or reach that is far out or not finite gets all walls, here and below.
+void list_walls_near(wall_list_t& list, double x, double y, double reach);
+
+/// Appends every wall whose line passes (x, y) nearer than `aside`, however far away the wall stands on that line.
+void list_walls_in_line(wall_list_t& list, double x, double y, double aside);
