@@ -2,6 +2,7 @@
 // random stream. One thread; nothing here listens or draws.
 #pragma once
 
+#include "base/log.h"
 #include "field/cards.h"
 #include "field/clients.h"
 #include "field/coin_map.h"
@@ -55,6 +56,7 @@ inline void reset_tables(unsigned seed = 1) {
     }
     nclient = 0;
     accept_only_localhost = 1;
+    log_forget();
     srandom(seed);
 }
 

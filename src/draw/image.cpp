@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/log.h"
 #include "field/state.h"
 
 namespace {
@@ -127,13 +128,13 @@ static void discard(file_guard file, const char* path) {
 void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     file_guard file(fopen(path, "wb"));
     if (!file) {
-        fprintf(stderr, "saveImageToPNG: cannot open file:%s\n", path);
+        log_line("saveImageToPNG: cannot open file:%s", path);
         return;
     }
     // libpng refuses every version string but that of the headers it was built with.
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail_quietly, warn_quietly);
     if (!png) {
-        fprintf(stderr, "saveImageToPNG: cannot create png_ptr\n");
+        log_line("saveImageToPNG: cannot create png_ptr");
         discard(std::move(file), path);
         return;
     }
@@ -146,7 +147,7 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     // The last bytes reach the disk only here, and a full one shows only here.
     const bool flushed = encoded && fflush(file.get()) == 0;
     if (flushed) return;
-    fprintf(stderr, "saveImageToPNG: cannot write file:%s\n", path);
+    log_line("saveImageToPNG: cannot write file:%s", path);
     discard(std::move(file), path);
 }
 
@@ -184,7 +185,7 @@ static bool file_holds(FILE* file, size_t bytes) {
 unsigned char* readPPMToImage(const char* path, int* width, int* height) {
     const file_guard file(fopen(path, "r"));
     if (!file) {
-        fprintf(stderr, "cannot open file:%s\n", path);
+        log_line("cannot open file:%s", path);
         return nullptr;
     }
     char line[PPM_LINE] = {};

@@ -1,5 +1,6 @@
 #include "game/invariants.h"
 
+#include "base/log.h"
 #include "field/clients.h"
 #include "field/coin_map.h"
 #include "field/state.h"
@@ -9,7 +10,6 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -112,6 +112,6 @@ void demand_invariants() {
     if (!watched) return;
     const char* const what = first_broken_invariant();
     if (what == nullptr) return;
-    fprintf(stderr, "broken invariant: %s\n", what);
+    log_line("broken invariant: %s", what);
     abort();
 }

@@ -1,13 +1,12 @@
 #include "game/modes.h"
 
+#include "base/log.h"
 #include "field/cards.h"
 #include "field/clients.h"
 #include "field/coins.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "game/furnish.h"
-
-#include <cstdio>
 
 namespace {
 
@@ -88,7 +87,7 @@ int field_set_battle_mode() {
     battle_mode = 1;
     menuitem_need_to_change = 1;
     field_clear();
-    fputs("entering battle mode...\n", stderr);
+    log_line("entering battle mode...");
     return 0;
 }
 
@@ -99,7 +98,7 @@ int field_unset_battle_mode() {
     battle_mode = 0;
     menuitem_need_to_change = 1;
     field_clear();
-    fputs("entering turtle graphics mode...\n", stderr);
+    log_line("entering turtle graphics mode...");
     return 0;
 }
 
@@ -111,7 +110,7 @@ int field_set_maze_mode() {
     generate_maze();
     field_set_battle_mode();
     maze_mode = 1;
-    fputs("entering maze mode...\n", stderr);
+    log_line("entering maze mode...");
     return 0;
 }
 
@@ -119,7 +118,7 @@ int field_unset_maze_mode() {
     field_kill_all_turtles();
     reset_wall();
     maze_mode = 0;
-    fputs("exited from maze mode...\n", stderr);
+    log_line("exited from maze mode...");
     return 0;
 }
 
@@ -128,6 +127,10 @@ int field_toggle_maze_mode() { return maze_mode != 0 ? field_unset_maze_mode() :
 int field_toggle_private_mode() {
     private_mode = toggle_localhost_mode();
     menuitem_need_to_change = 1;
-    fputs(private_mode == 1 ? "entering private mode...\n" : "entering public mode...\n", stderr);
+    if (private_mode == 1) {
+        log_line_always("entering private mode...");
+    } else {
+        log_line_always("entering public mode...");
+    }
     return 0;
 }

@@ -3,6 +3,7 @@
 // list is never cut in the middle.
 #include "httpd/content.h"
 
+#include "base/log.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"
@@ -250,7 +251,7 @@ void set_jscript_src(const char* text) {
         if (script == nullptr) break;
         msg_jscript_srcp[n_jscript++] = script;
     }
-    for (int i = 0; i < n_jscript; ++i) fprintf(stderr, "script: %s\n", msg_jscript_srcp[i]);
+    for (int i = 0; i < n_jscript; ++i) log_line_always("script: %s", msg_jscript_srcp[i]);
 }
 
 http_content_t* generate_content(const char* target) {

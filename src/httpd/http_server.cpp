@@ -2,6 +2,7 @@
 // field's own words; every socket is closed by the thread that owns it, on every path.
 #include "httpd/http_server.h"
 
+#include "base/log.h"
 #include "field/state.h"
 
 #include <algorithm>
@@ -66,28 +67,28 @@ int accept_viewer() {
     socklen_t size = sizeof peer;
     const int sock = accept(httpsock, reinterpret_cast<sockaddr*>(&peer), &size);
     if (sock < 0) {
-        fprintf(stderr, "cannot accept connection\n");
+        log_line("cannot accept connection");
         return -1;
     }
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
     if (private_mode.load() != 0 && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
         // The port is printed as it is stored, in network order, like the client server does.
-        fprintf(stderr, "accept_connection(): reject connection from %s %d\n", address, peer.sin_port);
+        log_line("accept_connection(): reject connection from %s %d", address, peer.sin_port);
         close(sock);
         return -1;
     }
     if (http_connections.load() >= HTTP_CONNECTION_MAX) {
-        fprintf(stderr, "httpd: too many connections, closing the one from %s\n", address);
+        log_line("httpd: too many connections, closing the one from %s", address);
         close(sock);
         return 0;
     }
-    fprintf(stderr, "http connected from %s %d\n", address, sock);
+    log_line("http connected from %s %d", address, sock);
     set_connection_options(sock);
     ++http_connections;
     if (start_thread(handle_connection, sock) == 0) return 0;
     --http_connections;
-    fprintf(stderr, "error creating new thread for handle_connection()\n");
+    log_line("error creating new thread for handle_connection()");
     close(sock);
     return -1;
 }
@@ -136,7 +137,7 @@ bool send_body(int sock, const unsigned char* data, int length) {
         const int more = done + piece < length ? MSG_MORE : 0;
         const ssize_t sent = send(sock, data + done, static_cast<size_t>(piece), MSG_NOSIGNAL | more | no_wait);
         if (sent < 0) {
-            fprintf(stderr, "error sending data to client\n");
+            log_line("error sending data to client");
             return false;
         }
         no_wait = sent < piece && no_wait == 0 ? MSG_DONTWAIT : 0;
@@ -150,7 +151,7 @@ bool send_body(int sock, const unsigned char* data, int length) {
 int open_viewer_socket(int port) {
     const int sock = socket(AF_INET, SOCK_STREAM, 0);
     if (sock < 0) {
-        fprintf(stderr, "cannot create socket\n");
+        log_line("cannot create socket");
         return -1;
     }
     const int on = 1;
@@ -161,7 +162,7 @@ int open_viewer_socket(int port) {
     address.sin_port = htons(static_cast<uint16_t>(port));
     const bool bound = bind(sock, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
     if (bound && listen(sock, HTTP_BACKLOG) == 0) return sock;
-    fprintf(stderr, "httpd(): cannot %s port %d\n", bound ? "listen to" : "bind to", port);
+    log_line("httpd(): cannot %s port %d", bound ? "listen to" : "bind to", port);
     field_set_socket_error();
     close(sock);
     return -1;
@@ -169,13 +170,13 @@ int open_viewer_socket(int port) {
 
 void start_httpd(int port) {
     if (start_thread(httpd, port) == 0) return;
-    fprintf(stderr, "start_httpd(): cannot create thread\n");
+    log_line("start_httpd(): cannot create thread");
     field_set_socket_error();
 }
 
 bool serve_viewers(int sock) {
     if (start_thread(accepting_thread, sock) == 0) return true;
-    fprintf(stderr, "serve_viewers(): cannot create thread\n");
+    log_line("serve_viewers(): cannot create thread");
     return false;
 }
 
@@ -185,7 +186,7 @@ void* httpd(void* arg) {
     const int sock = open_viewer_socket(port);
     if (sock < 0) return nullptr;
     httpsock = sock;
-    fprintf(stderr, "httpd: listening for connections on port %d...\n", port);
+    log_line("httpd: listening for connections on port %d...", port);
     accept_viewers();
     return nullptr;
 }
@@ -196,7 +197,7 @@ void* handle_connection(void* arg) {
     pthread_detach(pthread_self());
     serve_requests(sock, IDLE_BUDGET);
     shutdown(sock, SHUT_RDWR); // fails when the peer has gone already; the socket is closed all the same
-    if (close(sock) < 0) fprintf(stderr, "error closing client socket\n");
+    if (close(sock) < 0) log_line("error closing client socket");
     --http_connections;
     return nullptr;
 }
@@ -263,7 +264,7 @@ int send_response(int sock, int method, const http_content_t* content, int keep_
 int send_data(int sock, const char* text, bool more_follows) {
     const int flags = MSG_NOSIGNAL | (more_follows ? MSG_MORE : 0);
     const int result = static_cast<int>(send(sock, text, strlen(text), flags));
-    if (result < 0) fprintf(stderr, "error sending data to client\n");
+    if (result < 0) log_line("error sending data to client");
     return result;
 }
 

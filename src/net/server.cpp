@@ -1,5 +1,6 @@
 #include "net/server.h"
 
+#include "base/log.h"
 #include "field/clients.h"
 #include "field/state.h"
 #include "field/turtles.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <csignal>
-#include <cstdio>
 #include <netinet/tcp.h>
 #include <pthread.h>
 #include <sys/select.h>
@@ -67,7 +67,7 @@ void* server_thread_func(void*) {
 int init_socket(int port) {
     fd_guard sock(socket(PF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
     if (sock.fd < 0 || sock.fd >= FD_SETSIZE) { // a number that select cannot wait for is as good as none
-        fputs("init_socket(): cannot open TCP socket\n", stderr);
+        log_line("init_socket(): cannot open TCP socket");
         return -1;
     }
     const int on = 1;
@@ -78,11 +78,11 @@ int init_socket(int port) {
     address.sin_addr.s_addr = htonl(INADDR_ANY);
     address.sin_port = htons(static_cast<uint16_t>(port));
     if (bind(sock.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-        fprintf(stderr, "init_socket(): cannot bind to port %d\n", port);
+        log_line("init_socket(): cannot bind to port %d", port);
         return -1;
     }
     if (listen(sock.fd, BACKLOG) < 0) {
-        fprintf(stderr, "init_socket(): listen() failure for port %d\n", port);
+        log_line("init_socket(): listen() failure for port %d", port);
         return -1;
     }
     for (client_t& slot : client_tab) free_client_slot(slot);
@@ -98,7 +98,7 @@ void start_tcp_server(int port) {
     }
     pthread_t thread = {};
     if (pthread_create(&thread, nullptr, server_thread_func, nullptr) != 0) {
-        fputs("start_tcp_server(): cannot start the server thread\n", stderr);
+        log_line("start_tcp_server(): cannot start the server thread");
         field_set_socket_error();
     }
 }
@@ -108,25 +108,25 @@ int accept_connection(int listen_sock) {
     socklen_t size = sizeof peer;
     fd_guard sock(accept4(listen_sock, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC));
     if (sock.fd < 0) {
-        fputs("accept_connection(): accept() failure\n", stderr);
+        log_line("accept_connection(): accept() failure");
         return -1;
     }
     if (nclient >= MAX_CLIENT) {
-        fputs("accept_connection(): reaches MAX_CLIENT\n", stderr);
+        log_line("accept_connection(): reaches MAX_CLIENT");
         return -1;
     }
     // The port is printed as it is stored, in network byte order: the log has always been so.
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
     if (accept_only_localhost != 0 && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
-        fprintf(stderr, "accept_connection(): reject connection from %s %d\n", address, peer.sin_port);
+        log_line("accept_connection(): reject connection from %s %d", address, peer.sin_port);
         return -1;
     }
     if (sock.fd >= FD_SETSIZE) {
-        fputs("accept_connection(): too many open files\n", stderr);
+        log_line("accept_connection(): too many open files");
         return -1;
     }
-    fprintf(stderr, "handling client from %s %d\n", address, peer.sin_port);
+    log_line("handling client from %s %d", address, peer.sin_port);
 
     const int on = 1;
     setsockopt(sock.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // replies in a row wait for no acknowledgement
@@ -192,7 +192,7 @@ void disconnect_client(int slot) {
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &c.peer_addr.ip, address, sizeof address);
     // The port is printed as it is stored, in network byte order: the log has always been so.
-    fprintf(stderr, "closing connection from %s %d\n", address, c.peer_addr.port);
+    log_line("closing connection from %s %d", address, c.peer_addr.port);
     close(c.sockfd);
     free_client_slot(c);
     --nclient;

@@ -265,9 +265,11 @@ class Field:
     """The running program, from the start of the process to its end."""
 
     def __init__(self, args=(), env=None, without=(), start_second=None, cwd=None, argv0=None, servers=True,
-                 inherited=()):
+                 inherited=(), log_unread=False, closed=()):
         self.args, self.argv0, self.inherited = list(args), argv0, list(inherited)
         self.servers = servers
+        self.closed = closed                                # standard streams that the program is started without
+        self.log_unread = log_unread                        # until read_log() is called
         self.display = Display.get()
         self.cwd = cwd or self.display.scratch
         self.environment = dict(os.environ, DISPLAY=self.display.name, LIBGL_ALWAYS_SOFTWARE="1",
@@ -317,14 +319,19 @@ class Field:
         self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
                                         env=self.environment, cwd=self.cwd, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
-                                        pass_fds=self.inherited)
+                                        pass_fds=self.inherited, preexec_fn=self.close_streams if self.closed else None)
         self.reader = threading.Thread(target=self.collect, daemon=True)
-        self.reader.start()
+        if not self.log_unread:
+            self.reader.start()
         wait_until(lambda: self.is_up(others), 60, lambda: "the field to start; it said %r" % self.lines)
         if "KELMORA_SLOW" not in os.environ:
             slow = max(slow, time.monotonic() - began, 10.0 if instrumented() else 1.0)
         self.latest_second = int(time.time())
         return self
+
+    def close_streams(self):
+        for number in self.closed:
+            os.close(number)
 
     def windows(self):
         """Every field's visible window on the display, another program's too."""
@@ -346,6 +353,11 @@ class Field:
                 self.news.notify_all()
 
     # what the program says
+
+    def read_log(self):
+        """Begins to read the log of a program that was started with `log_unread`."""
+        self.log_unread = False
+        self.reader.start()
 
     def mark(self):
         """A place in the log to look from."""
@@ -486,6 +498,8 @@ class Field:
                 trouble += " the program did not end when asked to"
         elif not self.ended or status != 0:
             trouble = "the program ended by itself with status %d" % status
+        if self.log_unread:
+            self.read_log()
         self.reader.join(timeout=patience(20))
         self.process.stderr.close()
         said = self.said()
