@@ -1,19 +1,24 @@
 // The program's entry: two banner lines, the options, the random seed; then the field runs until the operator ends it.
 
+#include "base/log.h"
+#include "base/streams.h"
 #include "display/window.h"
 #include "field/state.h"
 #include "httpd/http_server.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 
-static void print_help() { fputs("options:\n -js \"URL1;URL2;...\"\n", stderr); }
+static void print_help() {
+    log_line_always("options:");
+    log_line_always(" -js \"URL1;URL2;...\"");
+}
 
 int main(int argc, char** argv) {
-    fprintf(stderr, "Kelmora: %s\n", copyright);
-    fprintf(stderr, "starting kelmora build on %s\n", __DATE__);
+    open_standard_streams();
+    log_line_always("Kelmora: %s", copyright);
+    log_line_always("starting kelmora build on %s", __DATE__);
     // Options are told by their first bytes, and the program's own name is looked at like the others.
     for (int i = 0; i < argc;) {
         if (strncmp(argv[i], "-js", 3) == 0 && i + 1 < argc) {

@@ -100,6 +100,19 @@ class Start(unittest.TestCase):
                         captures = os.listdir(cwd)
                         self.assertEqual(len([name for name in captures if name.startswith("kelmora-capture-")]), 1, captures)
 
+    def test_closed_standard_streams_are_taken_by_no_socket(self):
+        for closed in ((0,), (1,), (2,), (0, 1, 2)):
+            with self.subTest(closed=closed), Field(closed=closed) as field:
+                for number in closed:
+                    self.assertEqual(os.readlink("/proc/%d/fd/%d" % (field.process.pid, number)), "/dev/null")
+                with Client() as turtle, Client() as other:
+                    turtle.ask_all(["!", "! u"] * 5)        # all of these have their lines in the log
+                    other.close()
+                    with urllib.request.urlopen("http://127.0.0.1:2280/camera", timeout=20) as answer:
+                        self.assertTrue(answer.read().endswith(b"}"))
+                    self.assertEqual(turtle.ask("q a").values, "1")
+                    self.assertEqual(turtle.pending, b"")
+
     def test_quit_key_ends_with_status_zero(self):
         with Field() as field, Client() as turtle:
             turtle.do("p d", "f 10")

@@ -1,0 +1,7 @@
+// Standard input, output and error of the process.
+#pragma once
+
+/// Opens the null device on each of descriptors 0, 1 and 2 that is closed, so that no socket or file gets its number
+/// and with it what is written to standard error. The first thing a program does, before any other descriptor is
+/// opened.
+void open_standard_streams();
