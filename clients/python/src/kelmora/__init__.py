@@ -18,9 +18,9 @@ from .errors import (BadAnswer, BadValue, Blocked, Died, KelmoraError, Lost, NoA
 from .field import Answer, Batch, Field
 from .functions import *  # noqa: F401,F403
 from .functions import __all__ as _words
-from .functions import default as _default
 from .practice import PracticeField, practice
 from .transport import SocketTransport, Transport, use
+from .turtles import default as _default
 
 __version__ = "0.1.0"
 __all__ = _words + ["Answer", "BadAnswer", "BadValue", "Blocked", "Died", "KelmoraError", "Lost", "NoAnswer", "NoField",

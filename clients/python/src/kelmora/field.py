@@ -6,7 +6,7 @@ a turtle draws is lost.
 """
 from __future__ import annotations
 
-from typing import Any, Callable, NamedTuple, NoReturn, Optional
+from typing import Any, Callable, List, NamedTuple, NoReturn, Optional
 
 from . import hooks
 from .errors import BadAnswer, BadValue, Blocked, KelmoraError, bad_answer, lost, no_answer, not_admitted
@@ -48,7 +48,7 @@ def names_of(events: int) -> list[str]:
     return [name for bit, name in EVENTS.items() if events & bit]
 
 
-class Batch(list):  # type: ignore[type-arg]
+class Batch(List[Any]):
     """What the calls of a batch have returned, in their order; empty until the batch has been sent."""
 
     def __init__(self, field: "Field") -> None:

@@ -50,6 +50,11 @@ def bgcolor(*color: Any) -> Any:
     return anyone().bgcolor(*color)
 
 
+def blocked_by() -> Optional[str]:
+    """What the field last said was in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
+    return default().blocked_by()
+
+
 def borrow() -> bool:
     """Borrows ten coins from the bank; False when it has fewer."""
     return default().borrow()
@@ -652,13 +657,13 @@ TurtleScreen = Screen
 __all__ = [
     "Pen", "RawPen", "RawTurtle", "Screen", "ScrolledCanvas", "Shape", "Terminator", "Turtle", "TurtleScreen",
     "Vec2D", "addshape", "alive", "ask", "back", "backward", "batch", "battle", "begin_fill", "begin_poly", "bgcolor",
-    "bgpic", "bk", "borrow", "broadcast", "brush", "bye", "card", "card_position", "card_shown", "circle", "clear",
-    "clear_cards", "clearscreen", "clearstamp", "clearstamps", "clock", "clone", "close", "coins", "coins_near",
-    "color", "colormode", "degrees", "delay", "distance", "done", "dot", "doughnut", "down", "drop", "end_fill",
-    "end_poly", "events", "exitonclick", "fd", "fillcolor", "filling", "finder", "fire", "forward", "get_poly",
-    "get_shapepoly", "getcanvas", "getpen", "getscreen", "getshapes", "getturtle", "goto", "heading", "hideturtle",
-    "home", "ht", "isdown", "isvisible", "left", "lines", "listen", "lt", "mainloop", "message", "mode", "mute",
-    "name", "numinput", "on_coin", "on_doughnut", "on_found", "on_hit", "on_message", "on_seen", "on_stone",
+    "bgpic", "bk", "blocked_by", "borrow", "broadcast", "brush", "bye", "card", "card_position", "card_shown",
+    "circle", "clear", "clear_cards", "clearscreen", "clearstamp", "clearstamps", "clock", "clone", "close", "coins",
+    "coins_near", "color", "colormode", "degrees", "delay", "distance", "done", "dot", "doughnut", "down", "drop",
+    "end_fill", "end_poly", "events", "exitonclick", "fd", "fillcolor", "filling", "finder", "fire", "forward",
+    "get_poly", "get_shapepoly", "getcanvas", "getpen", "getscreen", "getshapes", "getturtle", "goto", "heading",
+    "hideturtle", "home", "ht", "isdown", "isvisible", "left", "lines", "listen", "lt", "mainloop", "message", "mode",
+    "mute", "name", "numinput", "on_coin", "on_doughnut", "on_found", "on_hit", "on_message", "on_seen", "on_stone",
     "on_turtle", "on_wall", "onclick", "ondrag", "onkey", "onkeypress", "onkeyrelease", "onrelease", "onscreenclick",
     "ontimer", "pd", "pencolor", "pendown", "pensize", "penup", "pick", "ping", "points", "polygons", "pos",
     "position", "pu", "radar", "radians", "register_shape", "reset", "resetscreen", "resizemode", "restart", "right",

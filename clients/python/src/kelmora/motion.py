@@ -160,6 +160,10 @@ class Motion(Body):
         """From now on a step that is blocked raises Blocked; strict(False): it gives False again."""
         self._strict = bool(on)
 
+    def blocked_by(self) -> Optional[str]:
+        """What the field last said was in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
+        return self._obstacle
+
     def degrees(self, fullcircle: float = 360.0) -> None:
         """Lets angles be given so that a full turn has this many units."""
         units = number(fullcircle)
@@ -176,20 +180,20 @@ class Motion(Body):
     def _walk_far(self, distance: float) -> bool:
         """Steps so far in up to three: to the field's edge, over the field, and on from there."""
         if self._field.batching:
-            return self._move("f " + spell(distance))  # type: ignore[no-any-return]
+            return self._move("f " + spell(distance))
 
         def read(place: Answer, heading: Answer) -> tuple[Vec2D, float]:
             return read_place(place.values), math.radians(numbers_in(heading.values, 1)[0])
         here, heading = self._say(["q p", "q d"], read)
         goal = here + Vec2D(distance * math.cos(heading), distance * math.sin(heading))
-        self._is_far = max(map(abs, goal)) > LONG
+        self._is_far = max(abs(goal[0]), abs(goal[1])) > LONG
         cuts = crossings(here, goal)
         return all(self._move("f " + spell((b - a) * distance)) for a, b in zip(cuts, cuts[1:]))
 
     def _jump_far(self, x: float, y: float) -> bool:
         """Jumps there in up to three jumps, as _walk_far."""
         here, goal = self._place("goto"), Vec2D(x, y)
-        self._is_far = max(map(abs, goal)) > LONG
+        self._is_far = max(abs(goal[0]), abs(goal[1])) > LONG
         way = goal - here
         stops = [here + way * cut for cut in crossings(here, goal)[1:-1]] + [goal]
         return all(self._move("j %s %s" % (spell(stop[0]), spell(stop[1])), jump=True) for stop in stops)

@@ -153,14 +153,14 @@ class Pen(Motion):
     def begin_poly(self) -> None:
         """From here on the way of the turtle is remembered."""
         if self._poly in self._traces:
-            self._traces.remove(self._poly)  # type: ignore[arg-type]
+            self._traces.remove(self._poly)
         self._poly = Trace(self._place("begin_poly"))
         self._traces.append(self._poly)
 
     def end_poly(self) -> None:
         """The way since begin_poly() is complete."""
         if self._poly in self._traces:
-            self._traces.remove(self._poly)  # type: ignore[arg-type]
+            self._traces.remove(self._poly)
 
     def get_poly(self) -> Optional[tuple[Vec2D, ...]]:
         """The places on the way between begin_poly() and end_poly(); None when there was none."""

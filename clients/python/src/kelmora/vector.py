@@ -2,10 +2,10 @@
 from __future__ import annotations
 
 import math
-from typing import Any
+from typing import Any, Tuple
 
 
-class Vec2D(tuple):  # type: ignore[type-arg]
+class Vec2D(Tuple[float, float]):
     """A pair (x, y)."""
     __slots__ = ()
 
