@@ -1,6 +1,7 @@
 // The page's entry: webGLStart, called when the page has loaded. Sets up the picture, the score boxes and the loops
 // that ask the field; nothing before it touches THREE, whose script comes after this one.
 import { cameraPath, parseCamera, parseCoins, parseTurtles, parseWalls } from './protocol.js';
+import { followPainting } from './painting.js';
 import { LOST_AFTER, poll } from './polling.js';
 import { makeScene } from './scene.js';
 import { BOXES, fillBoxes } from './scores.js';
@@ -10,6 +11,9 @@ const TURTLES_EVERY = 60; // ms
 const CAMERA_EVERY = 60;
 const COINS_EVERY = 500;
 const WALLS_EVERY = 3000;
+
+// The field writes its painting beside the scripts, where the script server has it.
+const PAINTING = new URL('../canvas/', document.currentScript?.src || location.href).href;
 
 const STYLE = `
 html, body { height: 100%; overflow: hidden; color: #fff; font: clamp(14px, 2.6vmin, 44px)/1.3 sans-serif; }
@@ -101,6 +105,8 @@ function webGLStart() {
     (camera) => scene.setCamera(camera, performance.now()));
   listen('/coin', COINS_EVERY, parseCoins, (coins, changed) => { if (changed) scene.setCoins(coins); });
   listen('/wall', WALLS_EVERY, parseWalls, (walls, changed) => { if (changed) scene.setWalls(walls); });
+
+  followPainting(world, PAINTING, scene);
 
   const frame = () => {
     const now = performance.now();

@@ -3,6 +3,7 @@
 import { DELAY, addSample, newTrack, placeAt } from './motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
 import { shortTitle } from './scores.js';
+import { makeCards, makePaintedFloor } from './painting.js';
 import { FIELD_OF_VIEW, fieldOfView, isOverview, pose, roomIn } from './view.js';
 import { TEAM_COLORS, dispose, keepInside, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, makeWalls,
   setLabel, sizeLabel }
@@ -18,8 +19,12 @@ const STRIDE = 0.35; // radians of leg swing per field unit walked
 
 const MAKERS = { [TURTLE_TYPE]: makeTurtle, [DOUGHNUT_TYPE]: makeDoughnut, [STONE_TYPE]: makeStone };
 
-/** @param panelWidth  function that tells how many pixels the score panel takes at the right of a wide window */
-export function makeScene(document, orbit, panelWidth) {
+/**
+ * @param panelWidth  function that tells how many pixels the score panel takes at the right of a wide window
+ * @param size        function that tells width and height of the picture in pixels; the window's without it
+ * @param plain       true: the whole picture is the field's, there is no panel
+ */
+export function makeScene(document, orbit, panelWidth, { size = null, plain = false } = {}) {
   const T = globalThis.THREE;
   const renderer = new T.WebGLRenderer({ antialias: true });
   const scene = new T.Scene();
@@ -34,7 +39,14 @@ export function makeScene(document, orbit, panelWidth) {
   const lines = new T.GridHelper(FIELD_SIDE, 16, 0x3d6d8c, 0x234c68);
   lines.rotation.x = Math.PI / 2;
   lines.position.z = 0.3;
-  scene.add(floor, lines);
+  const painted = makePaintedFloor();
+  scene.add(floor, lines, painted.plane);
+  const ring = new T.Mesh(new T.RingGeometry(15, 18, 40), new T.MeshBasicMaterial({ color: 0xffe060 }));
+  ring.visible = false;
+  const arrow = new T.Mesh(new T.ConeGeometry(5, 11, 20), new T.MeshBasicMaterial({ color: 0xffe060 }));
+  arrow.rotation.x = -Math.PI / 2; // its tip looks down
+  arrow.visible = false;
+  scene.add(ring, arrow);
 
   const actors = new Map(); // by slot
   let camera = { x0: 0, y0: 0, z0: 450, x1: 0, y1: 0, z1: 0 };
@@ -43,6 +55,9 @@ export function makeScene(document, orbit, panelWidth) {
   let walls = null;
   let coins = null;
   let wallCount = 0;
+  let cards = null;
+  let own = null; // name of the turtle to mark
+  let changed = true; // something other than turtles is to be drawn anew
 
   function makeActor(type) {
     const made = (MAKERS[type] || makeTurtle)();
@@ -108,6 +123,7 @@ export function makeScene(document, orbit, panelWidth) {
   function setWalls(list) {
     wallCount = list.length;
     walls = replace(walls, makeWalls(list));
+    changed = true;
   }
 
   // Coins come oldest first; each lies a little higher than the ones before it.
@@ -124,6 +140,34 @@ export function makeScene(document, orbit, panelWidth) {
     made.count = list.length;
     made.frustumCulled = false;
     coins = replace(coins, made);
+    changed = true;
+  }
+
+  function setPainting(image) {
+    painted.show(image);
+    lines.visible = false; // the painting is the floor now
+    changed = true;
+  }
+
+  function setCards(told, sheet) {
+    if (cards) {
+      scene.remove(cards);
+      dispose(cards);
+    }
+    cards = told.cards.length > 0 ? makeCards(told, sheet) : null;
+    if (cards) scene.add(cards);
+    changed = true;
+  }
+
+  // A ring around the reader's own turtle and an arrow above it.
+  function drawOwn(now) {
+    let found = null;
+    if (own !== null) for (const actor of actors.values()) if (actor.type === TURTLE_TYPE && actor.turtle.name === own) found = actor;
+    ring.visible = Boolean(found);
+    arrow.visible = Boolean(found);
+    if (!found) return;
+    ring.position.set(found.body.position.x, found.body.position.y, 0.8);
+    arrow.position.set(found.body.position.x, found.body.position.y, 42 + 3 * Math.sin(now / 300));
   }
 
   function drawActor(actor, now) {
@@ -175,12 +219,11 @@ export function makeScene(document, orbit, panelWidth) {
   }
 
   function draw(now) {
-    const width = document.documentElement.clientWidth || 1;
-    const height = globalThis.innerHeight || 1;
+    const [width, height] = size ? size() : [document.documentElement.clientWidth || 1, globalThis.innerHeight || 1];
     if (room.width !== width || room.height !== height) {
       renderer.setPixelRatio(Math.min(globalThis.devicePixelRatio || 1, 2));
       renderer.setSize(width, height);
-      room = roomIn(width, height, panelWidth());
+      room = plain ? { width, height, right: 0, foot: 0 } : roomIn(width, height, panelWidth());
       eye.aspect = width / height;
       eye.setViewOffset(width, height, room.right / 2, room.foot / 2, width, height);
     }
@@ -197,6 +240,7 @@ export function makeScene(document, orbit, panelWidth) {
       actor.label.visible = !inside;
       sizeLabel(actor.label, labelHeight, room, eye.fov);
     }
+    drawOwn(now);
     const view = pose(from, orbit, room);
     eye.position.set(...view.eye);
     eye.up.set(...view.up);
@@ -207,5 +251,12 @@ export function makeScene(document, orbit, panelWidth) {
   }
 
   const counts = () => ({ walls: wallCount, coins: coins ? coins.count : 0 });
-  return { canvas: renderer.domElement, eye, actors, setTurtles, setWalls, setCoins, setCamera, draw, counts };
+  /** Says once that painting, cards, walls or coins have changed since it was last asked. */
+  const takeChanged = () => {
+    const was = changed;
+    changed = false;
+    return was;
+  };
+  return { canvas: renderer.domElement, eye, actors, setTurtles, setWalls, setCoins, setCamera, setPainting, setCards,
+    setOwn: (name) => { own = name; changed = true; }, takeChanged, draw, counts };
 }

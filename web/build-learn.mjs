@@ -1,0 +1,75 @@
+// Gathers what the editor has at hand: the examples of the client libraries and the lessons, as one JSON object, and the
+// lessons' pictures. Markdown becomes a list of plain parts; the page makes elements of them, never HTML of a text.
+import { existsSync, readFileSync, readdirSync } from 'node:fs';
+import path from 'node:path';
+
+const LANGUAGES = { '.py': 'python', '.js': 'javascript', '.mjs': 'javascript' };
+
+/** The title of an example: the first words of its first comment or doc string, else its file name. */
+function titleOf(text, name) {
+  const found = /^(?:#!.*\n)?\s*(?:"""|'''|#|\/\/|\/\*)\s*(.+?)(?:"""|'''|\*\/)?\s*$/m.exec(text);
+  const words = found ? found[1].split(/[.:](?:\s|$)/)[0].trim() : '';
+  return words && words.length <= 60 ? words : path.parse(name).name.replaceAll('_', ' ');
+}
+
+/** The parts of a lesson: {kind: 'head' | 'text' | 'item' | 'code' | 'picture', text, language?, file?}. */
+export function lessonParts(markdown) {
+  const parts = [];
+  let code = null;
+  let open = null; // the paragraph or item that lines go on
+  for (const line of markdown.split('\n')) {
+    const fence = /^\s*```\s*(\w*)/.exec(line);
+    if (code) {
+      if (fence) {
+        parts.push({ ...code, text: code.lines.join('\n') + '\n', lines: undefined });
+        code = null;
+      } else code.lines.push(line);
+      continue;
+    }
+    const head = /^#{1,6}\s+(.*)/.exec(line);
+    const item = /^\s*(?:[-*]|\d+\.)\s+(.*)/.exec(line);
+    const picture = /^\s*!\[([^\]]*)\]\(([^)]+)\)/.exec(line);
+    if (fence) code = { kind: 'code', language: fence[1] || 'text', lines: [] };
+    else if (head) parts.push({ kind: 'head', text: head[1] });
+    else if (picture) parts.push({ kind: 'picture', text: picture[1], file: picture[2] });
+    else if (/^\s*(<!--.*-->)?\s*$/.test(line)) { /* between paragraphs */
+    } else if (item) parts.push(open = { kind: 'item', text: `${/^\s*\d/.test(line) ? line.trim().split(' ')[0] : '•'} ${item[1]}` });
+    else if (open) open.text += ` ${line.trim()}`;
+    else parts.push(open = { kind: 'text', text: line.trim() });
+    if (fence || head || picture || line.trim() === '') open = null;
+  }
+  // Links lead nowhere offline; their words stay.
+  for (const part of parts) if (part.kind !== 'code' && part.kind !== 'picture') part.text = part.text.replace(/\[([^\]]+)\]\([^)]*\)/g, '$1');
+  return parts.map(({ lines, ...part }) => part);
+}
+
+function examplesIn(folder) {
+  if (!existsSync(folder)) return [];
+  return readdirSync(folder).sort().filter((name) => LANGUAGES[path.extname(name)] && !name.startsWith('_') && !/^test/.test(name)).map((name) => {
+    const text = readFileSync(path.join(folder, name), 'utf8');
+    return { title: titleOf(text, name), language: LANGUAGES[path.extname(name)], text };
+  });
+}
+
+/** @param root  the project's folder  @returns Map of files: learn.json and the pictures that the lessons name */
+export function learnFiles(root) {
+  const files = new Map();
+  const lessons = [];
+  const folder = path.join(root, 'docs', 'lessons');
+  for (const name of existsSync(folder) ? readdirSync(folder).sort() : []) {
+    if (!/^\d.*\.md$/.test(name)) continue;
+    const parts = lessonParts(readFileSync(path.join(folder, name), 'utf8'));
+    for (const part of parts) {
+      if (part.kind !== 'picture') continue;
+      const file = path.join(folder, part.file);
+      part.file = `lesson/${path.basename(part.file)}`;
+      if (existsSync(file)) files.set(part.file, readFileSync(file));
+    }
+    const head = parts.findIndex((part) => part.kind === 'head');
+    const title = head >= 0 ? parts[head].text : name;
+    lessons.push({ title, parts: parts.filter((part, i) => i !== head && (part.kind !== 'picture' || files.has(part.file))) });
+  }
+  const examples = ['python', 'js', '.'].flatMap((name) => examplesIn(path.join(root, 'clients', 'examples', name)));
+  files.set('learn.json', Buffer.from(JSON.stringify({ lessons, examples })));
+  return files;
+}

@@ -1,0 +1,98 @@
+// What the Python worker loads: pyodide's core, its standard library without what no program in a browser can use, and a
+// picture of the interpreter's memory after the usual imports, from which it starts in a second instead of ten.
+// The picture is made by this machine's node without stack switching: one made with it crashes browsers that lack it.
+import { createHash } from 'node:crypto';
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import path from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+
+const here = path.dirname(fileURLToPath(import.meta.url));
+const CORE = ['pyodide.mjs', 'pyodide.asm.mjs', 'pyodide.asm.wasm', 'pyodide-lock.json'];
+
+// Imported before the picture is taken: what programs and the kelmora package import.
+const IMPORTS = 'ast builtins collections colorsys contextlib dataclasses datetime enum functools inspect io itertools ' +
+  'json linecache math operator os random re socket string struct sys textwrap threading time traceback types typing warnings xml.sax.saxutils';
+
+// Left out of the standard library: servers, processes, other systems' interfaces, and the codecs
+// of rare encodings: what a page hands over is UTF-8.
+const LEFT_OUT = ['multiprocessing/', '_pyrepl/', 'wsgiref/', 'xmlrpc/', 'imaplib.py', 'smtplib.py', 'ftplib.py',
+  'poplib.py', 'mailbox.py', 'ctypes/', 'pydoc_data/', 'idlelib/', 'ensurepip/', 'venv/', 'lib2to3/', 'pickletools.py',
+  'socketserver.py', 'webbrowser.py', 'tarfile.py', 'pty.py', 'nturl2path.py', 'http/server.py'];
+
+const CODECS_KEPT = '__init__ aliases ascii base64_codec charmap cp1252 cp437 cp850 hex_codec idna iso8859_1 iso8859_15 latin_1 ' +
+  'mac_roman punycode raw_unicode_escape rot_13 unicode_escape undefined utf_16 utf_16_be utf_16_le utf_32 utf_32_be utf_32_le ' +
+  'utf_7 utf_8 utf_8_sig zlib_codec';
+
+const TRIM = `
+import zipfile
+def wanted(name, left_out, codecs):
+    if name.startswith('encodings/') and name.endswith('.py'):
+        return name[10:-3] in codecs
+    return not any(name.startswith(prefix) for prefix in left_out)
+def trim(source, target, left_out, codecs):
+    with zipfile.ZipFile(source) as old, zipfile.ZipFile(target, 'w', zipfile.ZIP_DEFLATED, compresslevel=9) as new:
+        for item in sorted(old.infolist(), key=lambda item: item.filename):
+            if wanted(item.filename, left_out, codecs):
+                plain = zipfile.ZipInfo(item.filename)
+                plain.compress_type = zipfile.ZIP_DEFLATED
+                plain.external_attr = item.external_attr
+                new.writestr(plain, old.read(item.filename))
+`;
+
+async function makeParts(core) {
+  if (typeof WebAssembly.Suspending === 'function') delete WebAssembly.Suspending;
+  const { loadPyodide } = await import(pathToFileURL(path.join(core, 'pyodide.mjs')));
+  const worker = await loadPyodide({ indexURL: core });
+  worker.FS.writeFile('/old.zip', readFileSync(path.join(core, 'python_stdlib.zip')));
+  worker.runPython(TRIM);
+  worker.globals.get('trim')('/old.zip', '/new.zip', worker.toPy(LEFT_OUT), worker.toPy(CODECS_KEPT.split(' ')));
+  const library = Buffer.from(worker.FS.readFile('/new.zip'));
+  // The picture remembers where each module lies in the library: it is made with the one that it is served with.
+  const file = path.join(mkdtempSync(path.join(tmpdir(), 'kelmora-')), 'python_stdlib.zip');
+  writeFileSync(file, library);
+  const python = await loadPyodide({ indexURL: core, stdLibURL: file, _makeSnapshot: true });
+  rmSync(path.dirname(file), { recursive: true });
+  python.runPython(`import ${IMPORTS.split(' ').join(', ')}`);
+  return { library, snapshot: Buffer.from(python.makeMemorySnapshot()) };
+}
+
+/** The package kelmora as one JSON object, path to text, which the worker writes into its own file system. */
+function packageFiles() {
+  const root = path.join(here, '..', 'clients', 'python', 'src', 'kelmora');
+  const files = {};
+  const visit = (folder, prefix) => {
+    for (const entry of readdirSync(folder, { withFileTypes: true }).sort((a, b) => (a.name < b.name ? -1 : 1))) {
+      const file = path.join(folder, entry.name);
+      if (entry.isDirectory() && entry.name !== '__pycache__') visit(file, `${prefix}${entry.name}/`);
+      else if (/\.(py|json)$/.test(entry.name)) files[prefix + entry.name] = readFileSync(file, 'utf8');
+    }
+  };
+  if (existsSync(root)) visit(root, 'kelmora/');
+  return Buffer.from(JSON.stringify(files));
+}
+
+/**
+ * @param core   folder of the npm package pyodide
+ * @param cache  folder that keeps what takes long to make
+ * @returns {version, files: Map name to bytes, packageFiles: bytes}
+ */
+export async function pythonParts(core, cache) {
+  const hash = createHash('sha256').update(readFileSync(fileURLToPath(import.meta.url)));
+  for (const name of [...CORE, 'python_stdlib.zip']) hash.update(readFileSync(path.join(core, name)));
+  const version = `python-${hash.digest('hex').slice(0, 12)}`;
+  const kept = path.join(cache, version);
+  if (!existsSync(path.join(kept, 'snapshot.bin'))) {
+    rmSync(cache, { recursive: true, force: true });
+    const { library, snapshot } = await makeParts(core);
+    mkdirSync(kept, { recursive: true });
+    writeFileSync(path.join(kept, 'python_stdlib.zip'), library);
+    writeFileSync(path.join(kept, 'snapshot.bin'), snapshot); // last: its presence says that all is there
+  }
+  const files = new Map(CORE.map((name) => [name, readFileSync(path.join(core, name))]));
+  // The list of packages that could be fetched from elsewhere: none here.
+  const lock = JSON.parse(files.get('pyodide-lock.json').toString('utf8'));
+  files.set('pyodide-lock.json', Buffer.from(JSON.stringify({ ...lock, packages: {} })));
+  for (const name of ['python_stdlib.zip', 'snapshot.bin']) files.set(name, readFileSync(path.join(kept, name)));
+  return { version, files, packageFiles: packageFiles() };
+}

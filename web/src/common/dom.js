@@ -1,0 +1,85 @@
+// Small helpers around the document. All text goes in as text, never as HTML.
+
+/**
+ * Makes an element. Keys of `props`: `class`, `text`, `on` (object of listeners), `data` (object), attributes that are
+ * no properties (those with a dash, `role`, `for`), else properties of the element.
+ */
+export function el(name, props = {}, ...children) {
+  const made = document.createElement(name);
+  for (const [key, value] of Object.entries(props)) {
+    if (value === undefined || value === null) continue;
+    if (key === 'class') made.className = value;
+    else if (key === 'text') made.textContent = value;
+    else if (key === 'on') for (const [type, listener] of Object.entries(value)) made.addEventListener(type, listener);
+    else if (key === 'data') Object.assign(made.dataset, value);
+    else if (key.includes('-') || key === 'role' || key === 'for' || !(key in made)) made.setAttribute(key, value);
+    else made[key] = value;
+  }
+  made.append(...children.filter((child) => child !== null && child !== undefined));
+  return made;
+}
+
+export const byId = (id) => document.getElementById(id);
+
+/** Hands `text` to the reader as a file called `name`. */
+export function download(name, data, type = 'text/plain;charset=utf-8') {
+  const url = URL.createObjectURL(data instanceof Blob ? data : new Blob([data], { type }));
+  const link = el('a', { href: url, download: name });
+  document.body.append(link);
+  link.click();
+  link.remove();
+  setTimeout(() => URL.revokeObjectURL(url), 10000);
+}
+
+/** Lets the reader choose a file; calls `use(text, name)` with what is in it. */
+export function openFile(accept, use) {
+  const input = el('input', { type: 'file', accept, hidden: true });
+  input.addEventListener('change', async () => {
+    const [file] = input.files;
+    input.remove();
+    if (file) use(await file.text(), file.name);
+  });
+  document.body.append(input);
+  input.click();
+}
+
+/** Copies text; over plain http the clipboard interface is absent, so the old command does it. @returns done or not */
+export function copyText(text) {
+  const active = document.activeElement;
+  const area = el('textarea', { value: text, readOnly: true, class: 'only-read' });
+  (document.querySelector('dialog[open]') || document.body).append(area);
+  area.select();
+  let done = false;
+  try {
+    done = document.execCommand('copy');
+  } catch { /* left to the reader's own keys */ }
+  area.remove();
+  if (active instanceof HTMLElement) active.focus();
+  return done;
+}
+
+/** A random name for a tab or a run: `crypto.randomUUID` is absent over plain http. */
+export function randomName() {
+  return [...crypto.getRandomValues(new Uint8Array(12))].map((byte) => byte.toString(16).padStart(2, '0')).join('');
+}
+
+/** localStorage that may be full, forbidden or hold nonsense. */
+export const store = {
+  get(key, otherwise = null) {
+    try {
+      const text = localStorage.getItem(`kelmora.${key}`);
+      return text === null ? otherwise : JSON.parse(text);
+    } catch {
+      return otherwise;
+    }
+  },
+  set(key, value) {
+    try {
+      if (value === null || value === undefined) localStorage.removeItem(`kelmora.${key}`);
+      else localStorage.setItem(`kelmora.${key}`, JSON.stringify(value));
+      return true;
+    } catch {
+      return false;
+    }
+  },
+};

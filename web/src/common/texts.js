@@ -1,0 +1,252 @@
+// All texts of the pages, in one table: key, English, German. `{0}`, `{1}` stand for what is handed to t().
+
+export const LANGUAGES = [['en', 'English'], ['de', 'Deutsch']];
+
+export const TEXTS = {
+  'page.light': ['Light colours', 'Helle Farben'],
+  'page.dark': ['Dark colours', 'Dunkle Farben'],
+  close: ['Close', 'Schließen'],
+  name: ['Your name', 'Dein Name'],
+  code: ['Class code', 'Klassencode'],
+  join: ['Join', 'Mitmachen'],
+  program: ['Program', 'Programm'],
+  run: ['Run', 'Start'],
+  stop: ['Stop', 'Stopp'],
+  output: ['Output', 'Ausgabe'],
+  input: ['Input', 'Eingabe'],
+  speed: ['Speed', 'Tempo'],
+  language: ['Language', 'Sprache'],
+  share: ['Share', 'Teilen'],
+  save: ['Save', 'Speichern'],
+  open: ['Open', 'Öffnen'],
+  learn: ['Learn', 'Lernen'],
+  help: ['Help', 'Hilfe'],
+  programs: ['My programs', 'Meine Programme'],
+
+  'join.title': ['Join the class', 'In die Klasse'],
+  'join.text': ['Write programs, and your turtle moves on the field that everybody sees.', 'Schreibe Programme, und deine Schildkröte bewegt sich auf dem Feld, das alle sehen.'],
+  'join.code.hint': ['It stands on the big screen.', 'Er steht auf der großen Anzeige.'],
+  'join.again': ['You are {0}.', 'Du bist {0}.'],
+  'join.go': ['Go on programming', 'Weiter programmieren'],
+  'join.leave': ['Leave the class', 'Die Klasse verlassen'],
+  'join.practice': ['Practise without joining', 'Üben, ohne mitzumachen'],
+  'join.watch': ['Only watch', 'Nur zuschauen'],
+  'join.busy': ['One moment…', 'Einen Moment…'],
+
+  'edit.title': ['Editor', 'Editor'],
+  'edit.name': ['Name of the program', 'Name des Programms'],
+  'edit.tools': ['Tools', 'Werkzeuge'],
+  'edit.section': ['Your program', 'Dein Programm'],
+  'edit.running': ['Running', 'Ausführen'],
+  'edit.blocks': ['Blocks', 'Blöcke'],
+  'edit.blocks.code': ['The same in Python', 'Dasselbe in Python'],
+  'language.python': ['Python', 'Python'],
+  'language.javascript': ['JavaScript', 'JavaScript'],
+  'language.blocks': ['Blocks', 'Blöcke'],
+  'speed.1': ['1 line a second', '1 Zeile je Sekunde'],
+  'speed.5': ['5 lines a second', '5 Zeilen je Sekunde'],
+  'speed.full': ['Full speed', 'Volles Tempo'],
+  'view.section': ['Field and output', 'Feld und Ausgabe'],
+  'view.field': ['Field', 'Feld'],
+  'view.practice': ['Practice', 'Üben'],
+  'practice.canvas': ['Practice canvas', 'Übungsfläche'],
+  'field.picture': ['The field in three dimensions; the arrow keys turn it', 'Das Feld in drei Dimensionen; die Pfeiltasten drehen es'],
+  'field.lost': ['The field does not answer. Trying again…', 'Das Feld antwortet nicht. Neuer Versuch…'],
+  'field.nogl': ['This browser cannot show the field in three dimensions. Your programs run all the same.', 'Dieser Browser kann das Feld nicht dreidimensional zeigen. Deine Programme laufen trotzdem.'],
+
+  'state.none': ['', ''],
+  'state.loading': ['Getting ready…', 'Wird vorbereitet…'],
+  'state.progress': ['Getting ready… {0} %', 'Wird vorbereitet… {0} %'],
+  'state.ready': ['Ready', 'Bereit'],
+  'state.starting': ['Starting…', 'Startet…'],
+  'state.running': ['Running', 'Läuft'],
+  'state.asking': ['Asks you', 'Fragt dich'],
+  'state.stopping': ['Stopping…', 'Hält an…'],
+  'state.failed': ['Could not be loaded', 'Nicht geladen'],
+  'worker.failed': ['The program\'s engine could not be loaded ({0}). Load the page again.', 'Die Programmumgebung konnte nicht geladen werden ({0}). Lade die Seite neu.'],
+
+  'output.section': ['What the program says', 'Was das Programm sagt'],
+  'input.send': ['Enter', 'Eingeben'],
+  'input.asked': ['Your answer', 'Deine Antwort'],
+  'input.try': ['Try a line, for example 2 + 3', 'Probiere eine Zeile, etwa 2 + 3'],
+  'end.done': ['— finished —', '— fertig —'],
+  'end.stopped': ['— stopped; the variables are kept —', '— angehalten; die Variablen bleiben —'],
+  'end.plain': ['— stopped —', '— angehalten —'],
+  'end.lost': ['— stopped; the variables are lost —', '— angehalten; die Variablen sind verloren —'],
+  'end.replaced': ['— ended: another run of yours has begun, perhaps in another tab —', '— beendet: Ein anderer Lauf von dir hat begonnen, vielleicht in einem anderen Tab —'],
+  'end.ended': ['— the run has ended —', '— der Lauf ist zu Ende —'],
+  'end.removed': ['— ended by your teacher —', '— von der Lehrkraft beendet —'],
+  'end.turn': ['— your turn is over; others wait for the place —', '— du bist nicht mehr an der Reihe; andere warten auf den Platz —'],
+  'end.seat': ['— your place went to somebody else —', '— dein Platz ging an jemand anderen —'],
+  'end.field': ['— the field has ended the connection —', '— das Feld hat die Verbindung beendet —'],
+  'end.crashed': ['Python has given up: the program needed too much of the browser. It was started anew.', 'Python hat aufgegeben: Das Programm hat dem Browser zu viel abverlangt. Es wurde neu gestartet.'],
+  'error.refused': ['Not here', 'Hier nicht'],
+  'error.line': ['Line {0}', 'Zeile {0}'],
+  'error.through': ['called from line {0}', 'aufgerufen in Zeile {0}'],
+  'run.practice': ['All places on the field are taken: your program runs on the practice canvas.', 'Alle Plätze auf dem Feld sind besetzt: Dein Programm läuft auf der Übungsfläche.'],
+  'run.offline': ['The class server does not answer: practising without input().', 'Der Klassenserver antwortet nicht: Üben ohne input().'],
+
+  'seat.none': ['Practising', 'Beim Üben'],
+  'seat.offline': ['No connection', 'Keine Verbindung'],
+  'seat.paused': ['Paused by your teacher', 'Von der Lehrkraft angehalten'],
+  'seat.on': ['{0}: on the field', '{0}: auf dem Feld'],
+  'seat.turn': ['{0}: on the field, {1} left', '{0}: auf dem Feld, noch {1}'],
+  'seat.queued': ['{0}: place {1} in the queue', '{0}: Platz {1} in der Reihe'],
+  'seat.waiting': ['{0}: place {1} in the queue, about {2}', '{0}: Platz {1} in der Reihe, etwa {2}'],
+  'wait.seconds': ['{0} s', '{0} s'],
+  'wait.minutes': ['{0} min', '{0} min'],
+
+  'starter.python': ['My first program', 'Mein erstes Programm'],
+  'starter.javascript': ['My first script', 'Mein erstes Skript'],
+  'starter.blocks': ['My first blocks', 'Meine ersten Blöcke'],
+  'starter.given': ['From the teacher', 'Von der Lehrkraft'],
+  'starter.arrived': ['Your teacher gave you this program to start with. Yours is kept under "My programs".', 'Deine Lehrkraft hat dir dieses Programm zum Anfangen gegeben. Deins liegt unter „Meine Programme“.'],
+  'program.untitled': ['Untitled', 'Ohne Namen'],
+  'programs.title': ['My programs', 'Meine Programme'],
+  'programs.text': ['They are kept in this browser. Save writes one to a file.', 'Sie liegen in diesem Browser. Speichern schreibt eines in eine Datei.'],
+  'programs.delete': ['Delete {0}', '{0} löschen'],
+  'keep.full': ['This browser has no room left: save the program as a file.', 'Dieser Browser hat keinen Platz mehr: Speichere das Programm als Datei.'],
+  'share.title': ['Share this program', 'Dieses Programm teilen'],
+  'share.text': ['Whoever opens this address in the class finds your program there. It is in the address itself.', 'Wer diese Adresse in der Klasse öffnet, findet dort dein Programm. Es steckt in der Adresse selbst.'],
+  'share.link': ['Address of the program', 'Adresse des Programms'],
+  'share.copy': ['Copy', 'Kopieren'],
+  'share.copied': ['Copied.', 'Kopiert.'],
+  'share.byhand': ['Press Ctrl-C to copy.', 'Mit Strg-C kopieren.'],
+  'share.opened': ['This program was shared with you. Look at it before you run it.', 'Dieses Programm wurde mit dir geteilt. Sieh es an, bevor du es startest.'],
+
+  'help.search': ['Search the help', 'In der Hilfe suchen'],
+  'help.found': ['What was found', 'Gefundenes'],
+  'help.nothing': ['Nothing found.', 'Nichts gefunden.'],
+  'help.insert': ['Put into the program', 'Ins Programm einfügen'],
+  'help.keys': ['Keys', 'Tasten'],
+  'help.keys.text': ['Ctrl-Enter runs, Ctrl-. stops, Ctrl-S saves, F1 opens this help. In the program Tab indents; press Escape, then Tab, to leave it.',
+    'Strg-Eingabe startet, Strg-. hält an, Strg-S speichert, F1 öffnet diese Hilfe. Im Programm rückt Tab ein; mit Escape und dann Tab verlässt man es.'],
+  'learn.lessons': ['Lessons', 'Lektionen'],
+  'learn.examples': ['Examples', 'Beispiele'],
+  'learn.open': ['Open in the editor', 'Im Editor öffnen'],
+  'learn.all': ['All lessons and examples', 'Alle Lektionen und Beispiele'],
+  'learn.loading': ['One moment…', 'Einen Moment…'],
+  'learn.failed': ['Lessons and examples could not be loaded.', 'Lektionen und Beispiele konnten nicht geladen werden.'],
+
+  'watch.title': ['The field', 'Das Feld'],
+  'watch.which': ['Field', 'Feld'],
+  'watch.number': ['Field {0}', 'Feld {0}'],
+  'watch.eyes': ['Through the eyes of', 'Mit den Augen von'],
+  'watch.above': ['From above', 'Von oben'],
+  'watch.nobody': ['Nobody is on the field.', 'Niemand ist auf dem Feld.'],
+  'watch.scores': ['Scores', 'Punkte'],
+
+  'board.title': ['Board', 'Tafel'],
+  'board.open': ['Open', 'Öffne'],
+  'board.code': ['Class code', 'Klassencode'],
+  'board.qr': ['QR code of the address', 'QR-Code der Adresse'],
+  'board.who': ['Who is here', 'Wer da ist'],
+  'board.nobody': ['Nobody yet.', 'Noch niemand.'],
+  'board.waiting': ['{0} waiting', '{0} warten'],
+  'board.paused': ['Paused', 'Pause'],
+  'board.only': ['The board is shown on the teacher\'s machine only: http://localhost:2288/board', 'Die Tafel gibt es nur auf dem Rechner der Lehrkraft: http://localhost:2288/board'],
+
+  'doing.idle': ['writes', 'schreibt'],
+  'doing.running': ['runs', 'läuft'],
+  'doing.asking': ['is asked', 'wird gefragt'],
+  'doing.error': ['has an error', 'hat einen Fehler'],
+  'doing.practice': ['practises', 'übt'],
+
+  'desk.title': ['Teacher\'s desk', 'Lehrertisch'],
+  'desk.only': ['The desk opens on the machine of the class server only: http://localhost:2288/desk', 'Der Lehrertisch öffnet sich nur auf dem Rechner des Klassenservers: http://localhost:2288/desk'],
+  'desk.students': ['Students', 'Schülerinnen und Schüler'],
+  'desk.nobody': ['Nobody has joined yet. Show the board on the projector.', 'Noch niemand da. Zeige die Tafel auf dem Beamer.'],
+  'desk.student': ['Name', 'Name'],
+  'desk.place': ['Place', 'Platz'],
+  'desk.doing': ['Does', 'Tut'],
+  'desk.said': ['Said last', 'Sagte zuletzt'],
+  'desk.actions': ['Actions', 'Aktionen'],
+  'desk.seat': ['field {0}', 'Feld {0}'],
+  'desk.queue': ['queue, {0}.', 'Reihe, {0}.'],
+  'desk.away': ['away', 'weg'],
+  'desk.pause': ['Pause all', 'Alle anhalten'],
+  'desk.resume': ['Go on', 'Weiter'],
+  'desk.stopall': ['Stop all programs', 'Alle Programme stoppen'],
+  'desk.stopone': ['Stop {0}', '{0} stoppen'],
+  'desk.remove': ['Remove {0}', '{0} entfernen'],
+  'desk.remove.sure': ['Remove {0} from the class? The program stays in the collection.', '{0} aus der Klasse entfernen? Das Programm bleibt in der Sammlung.'],
+  'desk.rename': ['Correct the name of {0}', 'Namen von {0} berichtigen'],
+  'desk.rename.ask': ['New name', 'Neuer Name'],
+  'desk.view': ['Program of {0}', 'Programm von {0}'],
+  'desk.zip': ['Collect all programs', 'Alle Programme einsammeln'],
+  'desk.field': ['The field', 'Das Feld'],
+  'desk.which': ['Which field', 'Welches Feld'],
+  'desk.all': ['All fields', 'Alle Felder'],
+  'desk.fieldstate': ['{0} of {1} places taken', '{0} von {1} Plätzen besetzt'],
+  'desk.fieldlost': ['does not answer', 'antwortet nicht'],
+  'desk.done': ['Done.', 'Erledigt.'],
+  'desk.failed': ['It failed on field {0}: {1}', 'Auf Feld {0} ging es nicht: {1}'],
+  'desk.window': ['Only at the window itself', 'Nur am Fenster selbst'],
+  'desk.rules': ['Commands for students', 'Befehle für die Klasse'],
+  'desk.rules.text': ['Ticked commands are allowed.', 'Angekreuzte Befehle sind erlaubt.'],
+  'desk.starter': ['Starting program for everybody', 'Startprogramm für alle'],
+  'desk.starter.give': ['Give to everybody', 'An alle geben'],
+  'desk.starter.none': ['Give none', 'Keins geben'],
+  'desk.starter.name': ['Its name', 'Sein Name'],
+  'desk.code': ['Code and address', 'Code und Adresse'],
+  'desk.code.new': ['New code', 'Neuer Code'],
+  'desk.code.all': ['New code, everybody out', 'Neuer Code, alle raus'],
+  'desk.code.sure': ['Everybody has to join again. Go on?', 'Alle müssen neu beitreten. Weiter?'],
+  'desk.board': ['Open the board', 'Tafel öffnen'],
+  'desk.settings': ['Turns and places', 'Reihenfolge und Orte'],
+  'desk.turns': ['Minutes for each when others wait (0: no turns)', 'Minuten für jeden, wenn andere warten (0: ohne Wechsel)'],
+  'desk.start': ['Programs start', 'Programme beginnen'],
+  'desk.start.middle': ['in the middle of the field', 'in der Feldmitte'],
+  'desk.start.apart': ['each at its own place', 'jedes an einem eigenen Ort'],
+  'desk.set': ['Set', 'Setzen'],
+  'desk.here': ['Connected', 'Verbunden'],
+
+  'error.offline': ['The class server does not answer. Is the wireless still on?', 'Der Klassenserver antwortet nicht. Ist das WLAN noch an?'],
+  'error.token': ['You are no longer in the class: join again.', 'Du bist nicht mehr in der Klasse: Tritt noch einmal bei.'],
+  'error.code': ['That is not the class code. Look at the big screen again.', 'Das ist nicht der Klassencode. Sieh noch einmal auf die große Anzeige.'],
+  'error.slow': ['Too many wrong codes. Wait {0} seconds.', 'Zu viele falsche Codes. Warte {0} Sekunden.'],
+  'error.name': ['A name has 1 to 24 characters.', 'Ein Name hat 1 bis 24 Zeichen.'],
+  'error.full': ['The class is full.', 'Die Klasse ist voll.'],
+  'error.no_seat': ['All places on the field are taken.', 'Alle Plätze auf dem Feld sind besetzt.'],
+  'error.paused': ['Your teacher has paused the class.', 'Deine Lehrkraft hat die Klasse angehalten.'],
+  'error.forbidden': ['Your teacher has switched this command off: {0}', 'Deine Lehrkraft hat diesen Befehl abgeschaltet: {0}'],
+  'error.run_over': ['The run is over.', 'Der Lauf ist zu Ende.'],
+  'error.busy': ['Something else is still going on. Try again.', 'Etwas anderes läuft noch. Versuche es noch einmal.'],
+  'error.field': ['The field does not answer, or all its places are taken.', 'Das Feld antwortet nicht, oder alle Plätze sind besetzt.'],
+  'error.too_big': ['That is too much: a program may have 64,000 characters.', 'Das ist zu viel: Ein Programm darf 64 000 Zeichen haben.'],
+  'error.bad': ['The class server did not understand.', 'Der Klassenserver hat das nicht verstanden.'],
+  'error.host': ['Open the page by the address on the board.', 'Öffne die Seite über die Adresse an der Tafel.'],
+  'error.desk': ['Only on the machine of the class server.', 'Nur auf dem Rechner des Klassenservers.'],
+  'error.missing': ['There is nothing.', 'Da ist nichts.'],
+};
+
+let chosen = 0;
+
+/** @param wish  a language tag such as 'de-AT'; English when it is none of ours */
+export function chooseLanguage(wish) {
+  const code = String(wish || '').toLowerCase().split('-')[0];
+  chosen = Math.max(0, LANGUAGES.findIndex(([known]) => known === code));
+}
+
+export function language() {
+  return LANGUAGES[chosen][0];
+}
+
+/** The text of a key in the chosen language; the key itself when there is none. */
+export function t(key, ...given) {
+  const row = TEXTS[key];
+  if (!row) return key;
+  return row[chosen].replace(/\{(\d)\}/g, (_, i) => String(given[i] ?? ''));
+}
+
+/** What the class server refused, in words. */
+export function refusal(error) {
+  const key = `error.${error.word}`;
+  if (!TEXTS[key]) return error.message;
+  const { told = {} } = error;
+  return t(key, error.word === 'slow' ? told.retry_s : told.what || told.command);
+}
+
+export function waitText(seconds) {
+  return seconds < 90 ? t('wait.seconds', Math.max(0, Math.round(seconds))) : t('wait.minutes', Math.round(seconds / 60));
+}

@@ -1,0 +1,184 @@
+// The worker's link to the class server, by synchronous requests: the only way to wait in a page over plain http.
+// Both workers, Python's and JavaScript's, stand on it.
+
+const STOP_EVERY = 100; // ms between two questions whether Stop was pressed
+const BATCH_AFTER = 40; // ms that output is gathered before it goes to the page, once a program says much
+const AT_ONCE = 100; // pieces of output a second that go to the page at once
+const BATCH_MOST = 16384; // letters
+const OUTPUT_RATE = 400000; // letters a second; a program that prints for ever is slowed to it
+const SLICE = 50; // ms
+
+/** What the class server said when it refused; `word` is one of its error words. */
+export class Refused extends Error {
+  constructor(word, message, more = {}) {
+    super(message);
+    this.word = word;
+    Object.assign(this, more);
+  }
+}
+
+/** The run is over: Stop was pressed, or the server ended it. */
+export class Ended extends Error {
+  constructor(reason) {
+    super(`the run is over: ${reason}`);
+    this.reason = reason;
+  }
+}
+
+let sleeper = null;
+/** Sleeps without turning. Shared memory made by WebAssembly is there where SharedArrayBuffer itself is not. */
+export function sleep(ms) {
+  if (ms <= 0) return;
+  try {
+    sleeper ||= new Int32Array(new WebAssembly.Memory({ initial: 1, maximum: 1, shared: true }).buffer);
+    Atomics.wait(sleeper, 0, 0, ms);
+  } catch {
+    const end = performance.now() + ms;
+    while (performance.now() < end);
+  }
+}
+
+/** @param post  sends a message to the page */
+export function makeHost(post) {
+  let token = '';
+  let run = null; // number of the run, or null: no server behind it
+  let askedStop = 0;
+  let stopped = false;
+  let speed = 0; // lines a second, 0: no brake
+  let text = '';
+  let textIsError = false;
+  let textSince = 0;
+  let atOnce = AT_ONCE;
+  let allowance = OUTPUT_RATE;
+  let allowanceAt = 0;
+
+  function request(method, path, body = null, tries = 3) {
+    for (let attempt = 1; ; ++attempt) {
+      const question = new XMLHttpRequest();
+      question.open(method, path, false);
+      if (token) question.setRequestHeader('Kelmora-Token', token);
+      if (method !== 'GET') question.setRequestHeader('Kelmora', '1');
+      if (body !== null) question.setRequestHeader('Content-Type', 'text/plain; charset=utf-8');
+      try {
+        question.send(body);
+        return { status: question.status, text: question.responseText };
+      } catch {
+        if (attempt >= tries) throw new Refused('offline', 'The class server does not answer. Is the wireless still on?');
+        sleep(300);
+      }
+    }
+  }
+
+  function refuse(answer) {
+    let told = {};
+    try {
+      told = JSON.parse(answer.text);
+    } catch { /* an answer of no server of ours */ }
+    if (answer.status === 410) {
+      stopped = true;
+      throw new Ended(told.reason || 'ended');
+    }
+    throw new Refused(told.error || 'bad', told.message || `The class server answered ${answer.status}.`, told);
+  }
+
+  function flush() {
+    if (text === '') return;
+    post({ kind: 'out', text, error: textIsError });
+    text = '';
+  }
+
+  function out(more, isError) {
+    const now = performance.now();
+    if (text !== '' && textIsError !== isError) flush();
+    if (text === '') textSince = now;
+    text += more;
+    textIsError = isError;
+    const passed = (now - allowanceAt) / 1000; // s
+    allowance = Math.min(OUTPUT_RATE, allowance + passed * OUTPUT_RATE) - more.length;
+    atOnce = Math.min(AT_ONCE, atOnce + passed * AT_ONCE);
+    allowanceAt = now;
+    if (atOnce >= 1 && more.endsWith('\n')) {
+      atOnce -= 1;
+      flush();
+    } else if (text.length >= BATCH_MOST || now - textSince >= BATCH_AFTER) flush();
+    if (allowance < 0) sleep(SLICE);
+  }
+
+  /** True when Stop was pressed; asks the server, but not more often than ten times a second. */
+  function isStopped() {
+    if (stopped || run === null) return stopped;
+    const now = performance.now();
+    if (now - askedStop < STOP_EVERY) return false;
+    flush();
+    try {
+      const answer = request('GET', `/api/run/stop?run=${run}`, null, 1);
+      if (answer.status === 200) {
+        if (answer.text === '2') stopped = true;
+        else if (answer.text >= '3' && answer.text <= '9') speed = Number(answer.text) - 3;
+      } else if (answer.status === 401 || answer.status === 410) stopped = true;
+    } catch { /* asked again soon */ }
+    askedStop = performance.now();
+    return stopped;
+  }
+
+  /** Sends protocol lines, waits for the field's answers; both end with a line feed. Throws Refused or Ended. */
+  function lines(body) {
+    if (stopped) throw new Ended('stopped');
+    for (;;) {
+      const answer = request('POST', `/api/run/lines?run=${run}`, body);
+      if (answer.status === 200) return answer.text;
+      if (answer.status !== 202) refuse(answer);
+      if (isStopped()) throw new Ended('stopped');
+    }
+  }
+
+  /** Asks the person at the page; null when Stop was pressed. */
+  function ask(prompt) {
+    flush();
+    post({ kind: 'ask', prompt });
+    if (run === null) throw new Refused('offline', 'input() needs the class server, which does not answer.');
+    for (;;) {
+      const answer = request('POST', `/api/run/ask?run=${run}`, prompt.slice(0, 500));
+      if (answer.status === 200) {
+        post({ kind: 'asked', text: answer.text });
+        return answer.text;
+      }
+      if (answer.status === 202) continue;
+      try {
+        refuse(answer);
+      } catch (error) {
+        if (error instanceof Ended && error.reason === 'stopped') return null;
+        throw error;
+      }
+    }
+  }
+
+  return {
+    begin(given) {
+      ({ token, run, speed } = given);
+      stopped = false;
+      askedStop = performance.now();
+      allowance = OUTPUT_RATE;
+      allowanceAt = performance.now();
+    },
+    end() {
+      flush();
+      run = null;
+    },
+    out, flush, ask, lines, isStopped,
+    line(number) {
+      flush();
+      post({ kind: 'line', line: number });
+    },
+    draw(what) {
+      post({ kind: 'draw', what });
+    },
+    speed: () => speed,
+    /** Sleeps so many ms at most; true when Stop was pressed. */
+    wait(ms) {
+      sleep(Math.min(ms, SLICE));
+      return isStopped();
+    },
+    request,
+  };
+}

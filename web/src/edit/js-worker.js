@@ -1,0 +1,88 @@
+// The worker in which JavaScript programs run. The turtle's words are there by name, and as methods of `turtle`; each
+// waits for the field by itself, `await` before it does no harm. Stop ends the worker.
+// Messages as in python-worker.js.
+import { Ended, makeHost } from './host.js';
+import { makeWords } from './js-turtle.js';
+import { PracticeField } from './js-practice.js';
+
+const post = (message) => self.postMessage(message);
+const host = makeHost(post);
+const NAME = 'program.js';
+const FIRST_LINES = 2; // that making a function puts before the program
+const AsyncFunction = (async () => {}).constructor;
+
+const show = (value) => {
+  if (typeof value === 'string') return value;
+  if (typeof value === 'object' && value !== null) {
+    try {
+      return JSON.stringify(value);
+    } catch { /* a circle */ }
+  }
+  return String(value);
+};
+const say = (isError) => (...values) => host.out(`${values.map(show).join(' ')}\n`, isError);
+
+// The line of the program in a stack, in the words of each engine. Programs are named by a comment at their end.
+function lineIn(stack) {
+  const found = new RegExp(`${NAME.replace('.', '\\.')}[^\\n]*?:(\\d+)(?::(\\d+))?`).exec(stack || '');
+  return found ? Number(found[1]) - FIRST_LINES : null;
+}
+
+function describe(error) {
+  const isError = error instanceof Error;
+  return { kind: isError ? error.name : 'Error', message: isError ? error.message : show(error), line: isError ? lineIn(error.stack) : null,
+    column: null, end: null, through: [], bases: [] };
+}
+
+function sleepFor(seconds) {
+  const end = performance.now() + Math.max(0, Number(seconds) || 0) * 1000;
+  host.flush();
+  for (let left; (left = end - performance.now()) > 0;) if (host.wait(left)) throw new Ended('stopped');
+}
+
+async function execute(order) {
+  host.begin({ token: order.token || '', run: order.run ?? null, speed: order.speed || 0 });
+  let how = { how: 'done' };
+  try {
+    const field = order.practice ? new PracticeField((acts) => host.draw(JSON.stringify(acts)), sleepFor) : null;
+    const exchange = field ? (lines) => field.exchange(lines) : (lines) => host.lines(lines);
+    const brake = () => {
+      if (host.isStopped()) throw new Ended('stopped');
+      const speed = host.speed();
+      if (speed === 0) return;
+      const line = lineIn(new Error().stack);
+      if (line) host.line(line);
+      sleepFor(1 / speed);
+    };
+    const { words, turtle } = makeWords(exchange, brake);
+    const given = {
+      ...words, turtle,
+      print: say(false),
+      console: { log: say(false), info: say(false), debug: say(false), warn: say(true), error: say(true) },
+      input: (prompt = '') => {
+        const answer = host.ask(show(prompt));
+        if (answer === null) throw new Ended('stopped');
+        return answer;
+      },
+      sleep: sleepFor,
+      randint: (least, most) => Math.floor(Math.random() * (most - least + 1)) + least,
+    };
+    given.prompt = given.input;
+    given.alert = given.print;
+    // A name that the program declares itself hides ours: each word is an argument of a function around it.
+    const names = Object.keys(given);
+    const program = new AsyncFunction(...names, `return (async () => {${order.source}\n})();\n//# sourceURL=${NAME}`);
+    await program(...names.map((name) => given[name]));
+    if (field) field.flush();
+  } catch (error) {
+    if (error instanceof Ended) how = { how: 'stopped', reason: error.reason };
+    else how = { how: 'error', error: describe(error) };
+  }
+  host.end();
+  post({ kind: 'ended', ...how });
+}
+
+self.addEventListener('message', ({ data }) => {
+  if (data.do === 'run') execute(data);
+});
+post({ kind: 'loaded' });

@@ -1,0 +1,127 @@
+// The worker in which Python runs. It starts from a picture of the interpreter's memory; where that fails, plainly.
+// Messages in: {do: 'load'}, {do: 'run', source, run, token, speed, practice}, {do: 'try', source}.
+// Messages out: progress, loaded, out, ask, asked, line, draw, ended {how, error}, failed {message}.
+import { Ended, Refused, makeHost } from './host.js';
+import runnerSource from './runner.py';
+
+const folder = new URL(PYTHON_FOLDER, import.meta.url).href; // replaced by the build
+const SNAPSHOT_BYTES = 31457408; // about: only the progress bar needs it
+const TELL_AGAIN = 500; // ms
+const post = (message) => self.postMessage(message);
+const host = makeHost(post);
+let running = false;
+let python = null;
+let runner = null;
+
+// The interpreter looks at element 0 now and then; reading it asks the server whether Stop was pressed.
+// It is told once, and again half a second later when the program has caught what it was told with.
+const interrupts = {
+  told: -Infinity,
+  get 0() {
+    if (!running || !host.isStopped()) return 0;
+    const now = performance.now();
+    if (now - this.told < TELL_AGAIN) return 0;
+    this.told = now;
+    return 2;
+  },
+  set 0(_value) { /* the server remembers */ },
+};
+
+async function fetchSnapshot() {
+  const answer = await fetch(`${folder}snapshot.bin`);
+  if (!answer.ok) throw new Error(`snapshot: ${answer.status}`);
+  const reader = answer.body.getReader();
+  const parts = [];
+  let length = 0;
+  for (;;) {
+    const { done, value } = await reader.read();
+    if (done) break;
+    parts.push(value);
+    length += value.length;
+    post({ kind: 'progress', part: Math.min(length / SNAPSHOT_BYTES, 1) });
+  }
+  const bytes = new Uint8Array(length);
+  let at = 0;
+  for (const part of parts) {
+    bytes.set(part, at);
+    at += part.length;
+  }
+  return bytes;
+}
+
+async function start() {
+  const options = { indexURL: folder, enableRunUntilComplete: false };
+  const [{ loadPyodide }, files, snapshot] = await Promise.all([
+    import(`${folder}pyodide.mjs`),
+    fetch(new URL('./kelmora.json', import.meta.url)).then((answer) => answer.json()),
+    fetchSnapshot().catch(() => null),
+  ]);
+  if (snapshot) {
+    try {
+      python = await loadPyodide({ ...options, _loadSnapshot: snapshot });
+    } catch (error) {
+      console.warn('The picture of the memory was refused, starting plainly:', error);
+    }
+  }
+  python ||= await loadPyodide(options);
+  const made = new Set();
+  for (const [name, text] of Object.entries(files)) {
+    const path = `/lib/kelmora-site/${name}`;
+    const parent = path.slice(0, path.lastIndexOf('/'));
+    if (!made.has(parent)) python.FS.mkdirTree(parent);
+    made.add(parent);
+    python.FS.writeFile(path, text);
+  }
+  python.registerJsModule('kelmora_host', {
+    out: host.out, flush: host.flush, wait: host.wait, line: host.line, speed: host.speed, draw: host.draw, stopped: host.isStopped,
+    over() {
+      running = false;
+    },
+    ask: (prompt) => guarded(() => host.ask(prompt)),
+    lines: (body) => guarded(() => host.lines(body)),
+  });
+  python.FS.writeFile('/lib/kelmora-site/kelmora_runner.py', runnerSource);
+  python.runPython("import sys; sys.path.insert(0, '/lib/kelmora-site')");
+  runner = python.pyimport('kelmora_runner');
+  runner.set_up();
+  python.setInterruptBuffer(interrupts);
+}
+
+// Python gets refusals as records: an exception of ours would lose its fields on the way.
+function guarded(act) {
+  try {
+    const answer = act();
+    return JSON.stringify({ answer });
+  } catch (error) {
+    if (error instanceof Ended) return JSON.stringify({ ended: error.reason });
+    if (error instanceof Refused) return JSON.stringify({ refused: { ...error, message: error.message } });
+    throw error;
+  }
+}
+
+const loaded = start().then(() => post({ kind: 'loaded' }), (error) => {
+  post({ kind: 'failed', message: String(error && error.message ? error.message : error) });
+  throw error;
+});
+
+async function execute(order) {
+  await loaded;
+  host.begin({ token: order.token || '', run: order.run ?? null, speed: order.speed || 0 });
+  running = true;
+  interrupts.told = -Infinity;
+  let ended;
+  try {
+    ended = JSON.parse(order.do === 'try' ? runner.try_line(order.source) : runner.run(order.source, Boolean(order.practice)));
+  } catch (error) {
+    // The interpreter itself gave up, as it does when a recursion has eaten the browser's stack.
+    ended = { how: 'crashed', message: String(error) };
+    console.warn('Python gave up:', error);
+  }
+  running = false;
+  host.end();
+  post({ kind: 'ended', ...ended });
+}
+
+self.addEventListener('message', ({ data }) => {
+  if (data.do === 'run' || data.do === 'try') execute(data);
+});

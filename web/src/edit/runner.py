@@ -1,0 +1,311 @@
+"""Runs one program at a time inside the page's Python worker.
+
+`host` is the worker's side: out(text, is_error), ask(prompt), wait(ms), line(n), speed(), lines(text), draw(json).
+What a program raises comes back from run() as a JSON text; nothing here is ever shown to a student.
+"""
+import ast
+import builtins
+import collections
+import io
+import json
+import linecache
+import random
+import sys
+import time
+import traceback
+
+import kelmora_host as host
+
+PROGRAM = "program.py"
+FULL_SPEED = 0  # lines a second; 0 is without a brake
+PRACTICE_PACE = 1 / 60  # seconds between two frames of the practice field, so that one can watch
+MOST_FRAMES = 8  # of a traceback that is shown: a recursion without an end has a thousand
+
+_globals = {}
+
+
+class _Output(io.TextIOBase):
+    """Standard output or error: text goes to the page as it is written."""
+
+    def __init__(self, is_error):
+        super().__init__()
+        self._is_error = is_error
+
+    def writable(self):
+        return True
+
+    def isatty(self):
+        return False
+
+    @property
+    def encoding(self):
+        return "utf-8"
+
+    def write(self, text):
+        if not isinstance(text, str):
+            raise TypeError(f"write() argument must be str, not {type(text).__name__}")
+        host.out(text, self._is_error)
+        return len(text)
+
+
+class RunEnded(KeyboardInterrupt):
+    """The run is over; `reason` is the class server's word for why."""
+
+    def __init__(self, reason):
+        super().__init__(reason)
+        self.reason = reason
+
+
+class ClassError(Exception):
+    """The class server refused something; `told` is what it said, `word` its word for it."""
+
+    def __init__(self, told):
+        super().__init__(told.get("message", ""))
+        self.told = told
+
+
+def answer_of(text):
+    """The worker's answer, or the exception that it stands for."""
+    told = json.loads(text)
+    if "ended" in told:
+        raise RunEnded(told["ended"])
+    if "refused" in told:
+        refused = told["refused"]
+        if refused.get("word") == "field":
+            raise EOFError(refused.get("message", ""))
+        if refused.get("word") == "offline":
+            raise OSError(refused.get("message", ""))
+        raise ClassError(refused)
+    return told["answer"]
+
+
+def _input(prompt=""):
+    answer = answer_of(host.ask(str(prompt)))
+    if answer is None:
+        raise KeyboardInterrupt
+    return answer
+
+
+def _sleep(seconds):
+    try:
+        left = float(seconds)
+    except (TypeError, ValueError):
+        raise TypeError(f"sleep() wants a number of seconds, not {seconds!r}") from None
+    if left < 0:
+        raise ValueError("sleep length must be non-negative")
+    host.flush()
+    end = time.monotonic() + left
+    while True:
+        left = end - time.monotonic()
+        if left <= 0:
+            return
+        if host.wait(min(left, 0.05) * 1000):
+            raise KeyboardInterrupt
+
+
+class _SeatTransport:
+    """Carries a turtle's lines to its place on the field, by the class server."""
+
+    where = "the class"
+
+    def __init__(self):
+        self._answers = collections.deque()
+
+    def send(self, lines):
+        self._answers.extend(answer_of(host.lines(lines)).splitlines())
+
+    def receive(self):
+        if not self._answers:
+            raise EOFError("the field did not answer every command")
+        return self._answers.popleft()
+
+    def close(self):
+        self._answers.clear()
+
+
+class _Painter:
+    """Writes down what the practice field paints, and hands the page one frame at a time."""
+
+    def __init__(self):
+        self._acts = []
+
+    def frame(self):
+        if self._acts:
+            host.draw(json.dumps(self._acts))
+            self._acts.clear()
+
+
+def _note(name):
+    def act(self, *arguments):
+        self._acts.append((name, *arguments))
+    return act
+
+
+for _name in ("wipe", "line", "polygon", "point", "text", "turtle", "gone", "coin", "card"):
+    setattr(_Painter, _name, _note(_name))
+
+
+def _check():
+    brake()
+    if host.stopped():
+        raise KeyboardInterrupt
+
+
+def _fresh_kelmora(practice):
+    """Imports the package anew, so that no turtle of the last program is left, and tells it where its field is."""
+    for name in [name for name in sys.modules if name == "turtle" or name.split(".")[0] == "kelmora"]:
+        del sys.modules[name]
+    import kelmora
+    from kelmora import hooks
+
+    hooks.sleep = _sleep
+    hooks.check = _check
+    sys.modules["turtle"] = kelmora  # lessons for Python's own turtle run as they are
+    if practice:
+        painter = _Painter()
+        kelmora.practice(painter=painter, pace=PRACTICE_PACE)
+        return painter
+    seats = []
+
+    def seat():
+        if seats:
+            raise RuntimeError("In the class everybody has one turtle on the field. On the practice canvas there may be more.")
+        seats.append(_SeatTransport())
+        return seats[0]
+
+    kelmora.use(seat)
+    return None
+
+
+def _trace(frame, event, _arg):
+    if frame.f_code.co_filename != PROGRAM:
+        return None
+    if event == "line":
+        speed = host.speed()
+        if speed == FULL_SPEED:
+            sys.settrace(None)
+            return None
+        host.line(frame.f_lineno)
+        _sleep(1 / speed)
+    return _trace
+
+
+def brake():
+    """Called with every command to a turtle: begins to step when the speed was lowered in the middle of a run."""
+    if host.speed() != FULL_SPEED and sys.gettrace() is None:
+        frame = sys._getframe(1)
+        while frame is not None:
+            if frame.f_code.co_filename == PROGRAM:
+                frame.f_trace = _trace
+            frame = frame.f_back
+        sys.settrace(_trace)
+
+
+def _frames_of(error):
+    return [f for f in traceback.extract_tb(error.__traceback__) if f.filename == PROGRAM]
+
+
+def _describe(error):
+    """What the page shows and marks: kind, message, line (from 1), columns (from 0), the lines that led there."""
+    told = {"kind": type(error).__name__, "message": str(error), "line": None, "column": None, "end": None,
+            "through": [], "bases": [base.__name__ for base in type(error).__mro__]}
+    if isinstance(error, SyntaxError) and error.filename == PROGRAM:
+        told["message"] = error.msg
+        told["line"] = error.lineno
+        told["column"] = max((error.offset or 1) - 1, 0)
+        if error.end_lineno == error.lineno and (error.end_offset or 0) > (error.offset or 0):
+            told["end"] = error.end_offset - 1
+        return told
+    if isinstance(error, ClassError):
+        told["refused"] = error.told
+        return _with_place(told, error)
+    # The words "Did you mean" are added when a traceback is printed, not to the exception itself.
+    try:
+        last = traceback.TracebackException.from_exception(error)
+        told["message"] = "".join(last.format_exception_only()).strip().split(": ", 1)[-1] if str(error) else ""
+    except Exception:
+        pass
+    return _with_place(told, error)
+
+
+def _with_place(told, error):
+    frames = _frames_of(error)
+    if frames:
+        last = frames[-1]
+        told["line"] = last.lineno
+        if last.end_lineno == last.lineno:
+            told["column"], told["end"] = last.colno, last.end_colno
+        lines = [f.lineno for f in frames[:-1]]
+        told["through"] = [n for i, n in enumerate(lines) if i == 0 or n != lines[i - 1]][-MOST_FRAMES:]
+    return told
+
+
+def _finish(error):
+    for name in ("stdout", "stderr"):
+        setattr(sys, name, _streams[name])
+    if error is None:
+        return json.dumps({"how": "done"})
+    if isinstance(error, KeyboardInterrupt):
+        reason = getattr(error, "reason", "stopped")
+        return json.dumps({"how": "stopped", "reason": reason})
+    if isinstance(error, SystemExit):
+        code = error.code
+        if isinstance(code, str):
+            sys.stderr.write(code + "\n")
+        return json.dumps({"how": "done"})
+    return json.dumps({"how": "error", "error": _describe(error)})
+
+
+_streams = {"stdout": _Output(False), "stderr": _Output(True)}
+
+
+def _forget_modules(before):
+    """A program that was opened under the name of a module must not stay loaded for the next."""
+    for name in [name for name in sys.modules if name not in before]:
+        module = sys.modules[name]
+        if getattr(module, "__file__", None) == PROGRAM:
+            del sys.modules[name]
+
+
+def run(source, practice):
+    """Runs a program from the start in an empty namespace; returns the JSON text of how it ended."""
+    _globals.clear()
+    _globals.update({"__name__": "__main__", "__builtins__": builtins, "__file__": PROGRAM})
+    return _execute(source, "exec", lambda: _fresh_kelmora(practice))
+
+
+def try_line(source):
+    """Runs one more statement in the namespace of the last program; an expression's value is shown."""
+    if not _globals:
+        _globals.update({"__name__": "__main__", "__builtins__": builtins})
+    return _execute(source, "single")
+
+
+def _execute(source, mode, prepare=None):
+    sys.stdout, sys.stderr = _streams["stdout"], _streams["stderr"]
+    linecache.cache[PROGRAM] = (len(source), None, source.splitlines(True), PROGRAM)
+    before = set(sys.modules)
+    error = painter = None
+    try:
+        painter = prepare() if prepare else None
+        code = compile(source, PROGRAM, mode)
+        if host.speed() != FULL_SPEED:
+            sys.settrace(_trace)
+        exec(code, _globals)
+        host.over()
+    except BaseException as caught:  # also SystemExit and KeyboardInterrupt
+        host.over()
+        error = caught
+    sys.settrace(None)
+    if painter is not None:
+        painter.frame()  # what the last commands have painted
+    _forget_modules(before)
+    return _finish(error)
+
+
+def set_up():
+    builtins.input = _input
+    time.sleep = _sleep
+    random.seed()  # the picture of the memory holds one state for all
+    sys.setrecursionlimit(600)  # the browser's own stack ends not far behind
+    _fresh_kelmora(False)  # compiled once, so that the first run need not

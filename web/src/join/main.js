@@ -1,0 +1,67 @@
+// The page at which one joins: class code and name, or back to where one was.
+import { join } from '../common/api.js';
+import { el, store } from '../common/dom.js';
+import { logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { Session } from '../common/session.js';
+import { refusal, t } from '../common/texts.js';
+
+setUpPage('join.title');
+const given = /[#&]code=([^&]+)/.exec(location.hash);
+const codeInput = el('input', { id: 'code', type: 'text', class: 'mono code', autocomplete: 'off', autocapitalize: 'characters',
+  spellcheck: false, required: true, maxLength: 40, 'aria-describedby': 'code-hint', value: given ? decodeURIComponent(given[1]) : '' });
+const nameInput = el('input', { id: 'name', type: 'text', autocomplete: 'off', maxLength: 24, required: true, spellcheck: false,
+  value: store.get('name', '') });
+const button = el('button', { type: 'submit', class: 'main', text: t('join') });
+const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
+const form = el('form', { class: 'stack' },
+  el('div', { class: 'stack tight' }, el('label', { for: 'code', text: t('code') }), codeInput,
+    el('p', { id: 'code-hint', class: 'small muted', text: t('join.code.hint') })),
+  el('div', { class: 'stack tight' }, el('label', { for: 'name', text: t('name') }), nameInput),
+  trouble, button);
+const again = el('div', { class: 'stack', hidden: true });
+
+document.body.append(
+  el('header', { class: 'bar' }, logoMark(), el('span', { class: 'grow' }), ...pageButtons()),
+  el('main', { class: 'join' },
+    el('div', { class: 'card stack' },
+      el('h1', { text: t('join.title') }),
+      el('p', { class: 'muted', text: t('join.text') }),
+      again, form,
+      el('p', { class: 'row small' }, el('a', { href: '/edit', text: t('join.practice') }), el('span', { class: 'grow' }),
+        el('a', { href: '/watch', text: t('join.watch') })))));
+
+form.addEventListener('submit', async (event) => {
+  event.preventDefault();
+  trouble.hidden = true;
+  button.disabled = true;
+  button.textContent = t('join.busy');
+  try {
+    const state = await join(codeInput.value, nameInput.value.trim());
+    store.set('name', state.name);
+    location.assign('/edit');
+  } catch (error) {
+    trouble.textContent = refusal(error);
+    trouble.hidden = false;
+    button.disabled = false;
+    button.textContent = t('join');
+    (error.word === 'name' ? nameInput : codeInput).focus();
+  }
+});
+
+// Who is in already goes on; the sign of life also keeps the seat while this page is open.
+const session = new Session((state) => {
+  form.hidden = Boolean(state);
+  again.hidden = !state;
+  if (!state) return;
+  again.replaceChildren(
+    el('p', {}, el('strong', { text: t('join.again', state.name) })),
+    el('a', { class: 'button main-link', href: '/edit', text: t('join.go') }),
+    el('button', { type: 'button', text: t('join.leave'), on: { click: () => session.leave() } }));
+});
+session.start();
+if (codeInput.value && !nameInput.value) nameInput.focus();
+else if (!codeInput.value) codeInput.focus();
+else button.focus();
+
+// What the editor needs is fetched while one types one's name.
+import('./preload.js').then(({ preload }) => preload()).catch(() => {});
