@@ -80,7 +80,7 @@ void move_all(int frame) {
 double milliseconds_of_a_frame(int frame, int stir) {
     move_all(frame);
     if (stir != 0) coins[0].x = 100.3 + std::cos(0.1 * frame);
-    ++elapsed_time;
+    ++signals.elapsed_time;
     const auto begin = std::chrono::steady_clock::now();
     display();
     glFinish();
@@ -100,10 +100,10 @@ void measure(const row_t& row, int frames) {
     } else {
         empty_the_field();
     }
-    battle_mode = disp_name = disp_score = row.full;
-    disp_help = row.help;
-    bird_view_mode = row.bird;
-    draw_plainly = row.plain;
+    modes.battle_mode = modes.disp_name = modes.disp_score = row.full;
+    modes.disp_help = row.help;
+    modes.bird_view_mode = row.bird;
+    use_reference_path = row.plain;
     field_clear();
     for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k, row.stir);
     std::vector<double> times;

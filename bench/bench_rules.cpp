@@ -25,7 +25,7 @@ void furnish_maze(int robots) {
     reset_wall();
     generate_maze();
     field_set_battle_mode();
-    maze_mode = 1;
+    modes.maze_mode = 1;
     for (int k = 0; k < robots; ++k) {
         const int i = 4 + k; // behind the doughnuts
         init_turtle(i, -1, (k % 6) * 64.0 - 176.0, (k / 6) * 64.0 - 112.0, 17.0 * k);

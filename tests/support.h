@@ -41,21 +41,21 @@ inline void reset_tables(unsigned seed = 1) {
     Xmin = Ymin = -256.0;
     Xmax = Ymax = 256.0;
     bgcol[0] = bgcol[1] = bgcol[2] = 0.0;
-    field_cleared = 1;
-    battle_mode = 0;
-    maze_mode = bounded_area_mode = bird_view_mode = 0;
-    disp_help = disp_score = disp_name = 0;
-    private_mode = 1;
-    menuitem_need_to_change = 0;
-    capture_screen = 0;
-    socket_error_occurred = 0;
-    elapsed_time = 0;
+    signals.wipe_requested = false;
+    modes.battle_mode = 0;
+    modes.maze_mode = modes.bounded_area_mode = modes.bird_view_mode = 0;
+    modes.disp_help = modes.disp_score = modes.disp_name = 0;
+    signals.private_mode = 1;
+    signals.menuitem_need_to_change = 0;
+    signals.capture_screen = 0;
+    signals.socket_error_occurred = 0;
+    signals.elapsed_time = 0;
     for (client_t& c : client_tab) {
         c = {};
         free_client_slot(c);
     }
     nclient = 0;
-    accept_only_localhost = 1;
+    signals.accept_only_localhost = 1;
     log_forget();
     srandom(seed);
 }

@@ -14,7 +14,7 @@ static constexpr unsigned CAPTURE_SIDE = 512; // pixels, the window
 int field_capture_screen() {
     char home[HOME_BYTES + 1] = {};
     bounded_copy(home, getenv("HOME"), HOME_BYTES);
-    const long clock = static_cast<long>(elapsed_time.load());
+    const long clock = static_cast<long>(signals.elapsed_time.load());
     struct stat info = {};
     char path[HOME_BYTES + 64];
     if (stat(home, &info) != 0)

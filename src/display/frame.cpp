@@ -26,36 +26,34 @@ constexpr double TOP_VIEW_FAR = 614.4;
 constexpr double BIRD_VIEW_FAR = 1024.0;
 constexpr double TOP_VIEW_FLOOR_DEPTH = (EYE_DISTANCE - NEAR_PLANE) / (TOP_VIEW_FAR - NEAR_PLANE); // 0 near, 1 far
 
-// Puts the canvas of the last frame into the back buffer, pixel for pixel, or a clean one.
-void prepare_canvas() {
+void look_at_canvas() {
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
     gluOrtho2D(-HALF_FIELD, HALF_FIELD, -HALF_FIELD, HALF_FIELD);
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
-    // Taken and set in one go: a wish to clear that comes in while this one is served is not lost.
-    if (field_cleared.exchange(1) == 0) {
-        glClearColor(color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]), 1.0F);
-        wipe_canvas();
-        glClear(GL_COLOR_BUFFER_BIT);
-        if (battle_mode != 0) drawBackground();
-        field_is_painted = 1;
-    } else {
-        show_canvas();
-    }
+}
+
+// A clean canvas in the back buffer and in its texture.
+void wipe() {
+    glClearColor(color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]), 1.0F);
+    wipe_canvas();
+    glClear(GL_COLOR_BUFFER_BIT);
+    if (modes.battle_mode) drawBackground();
+    field_is_painted = 1;
 }
 
 void set_camera() {
     glMatrixMode(GL_PROJECTION);
     glLoadIdentity();
-    if (bird_view_mode != 0) {
+    if (modes.bird_view_mode) {
         gluPerspective(view_fov_angle, 1.0, NEAR_PLANE, BIRD_VIEW_FAR);
     } else {
         glOrtho(-HALF_FIELD, HALF_FIELD, -HALF_FIELD, HALF_FIELD, NEAR_PLANE, TOP_VIEW_FAR);
     }
     glMatrixMode(GL_MODELVIEW);
     glLoadIdentity();
-    if (bird_view_mode != 0) {
+    if (modes.bird_view_mode) {
         gluLookAt(0.0, -EYE_DISTANCE, EYE_DISTANCE, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0);
         glRotated(view_rotation_angle, 0.0, 0.0, 1.0);
     } else {
@@ -66,7 +64,7 @@ void set_camera() {
 // The floor with what stands on it, in an empty depth buffer.
 void draw_floor_and_scenery() {
     glEnable(GL_DEPTH_TEST);
-    if (draw_plainly == 0 && bird_view_mode == 0) {
+    if (!use_reference_path && !modes.bird_view_mode) {
         // From above the floor covers the window with the canvas, pixel for pixel, and there it is already.
         glClearDepth(TOP_VIEW_FLOOR_DEPTH);
         glClear(GL_DEPTH_BUFFER_BIT);
@@ -80,12 +78,12 @@ void draw_floor_and_scenery() {
 
 // The same when the depth buffer has been filled for a scenery that has not changed.
 void draw_floor_under_kept_scenery() {
-    if (bird_view_mode != 0) {
+    if (modes.bird_view_mode) {
         glClear(GL_COLOR_BUFFER_BIT);
         draw_floor();
     }
     glEnable(GL_DEPTH_TEST);
-    show_kept_scenery();
+    draw_cached_scenery();
 }
 
 // From the canvas in the back buffer to a scene that lacks its turtles.
@@ -97,30 +95,35 @@ void begin_scene(bool depth_is_restored) {
         return;
     }
     draw_floor_and_scenery();
-    if (unchanged) keep_scenery();
+    if (unchanged) cache_scenery();
 }
 
-// What can be done before the tables are read. @return whether the depths of the scenery are in place
+// What can be done before the tables are read: the canvas of the last frame into the back buffer. @return whether the
+// depths of the scenery are in place
 bool begin_picture() {
     field_is_painted = 0;
     glDisable(GL_DEPTH_TEST); // painting is flat, whatever depths are there already
     const bool depth_is_restored = restore_scenery_depth();
-    prepare_canvas();
+    look_at_canvas();
+    if (!signals.wipe_requested) show_canvas();
     return depth_is_restored;
 }
 
 void draw_picture(const tick_view_t& view, bool depth_is_restored) {
+    // Before painting: what a packet wipes and goes on to draw belongs on the clean canvas. Exchange, so that a request
+    // that comes in now is not lost.
+    if (signals.wipe_requested.exchange(false)) wipe();
     for (int i = 0; i < view.count; ++i) paint_by_turtle(view.marks[i]);
-    if (field_is_painted != 0) keep_canvas();
+    if (field_is_painted != 0) cache_canvas();
 
     begin_scene(depth_is_restored);
     // Software GL rasters one half of the scene while this thread prepares the next.
-    if (draw_plainly == 0) glFlush();
+    if (!use_reference_path) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     for (int i = 0; i < view.count; ++i) draw_turtle(view.turns[i]);
-    if (draw_plainly == 0) glFlush();
-    if (disp_help != 0) drawHelp();
-    if (socket_error_occurred != 0) drawWarning();
+    if (!use_reference_path) glFlush();
+    if (modes.disp_help) drawHelp();
+    if (signals.socket_error_occurred) drawWarning();
     glDisable(GL_DEPTH_TEST);
 }
 
@@ -132,15 +135,12 @@ void draw_frame() {
     static tick_view_t view;
     const bool depth_is_restored = begin_picture();
     rendering_started();
-    // A command may have asked for a wipe since. What the same packet goes on to draw belongs on the clean canvas: it
-    // is painted in this frame, and a wipe in the next one would take it away.
-    if (field_cleared == 0) prepare_canvas();
     tick(view);
     draw_picture(view, depth_is_restored);
-    if (capture_screen != 0) {
+    if (signals.capture_screen) {
         glFinish();
         field_capture_screen();
-        capture_screen = 0;
+        signals.capture_screen = false;
     }
     check_invariants();
     ++frames_drawn;

@@ -66,7 +66,7 @@ void turn_view(double step) {
 }
 
 void format_title(std::array<char, 300>& title) {
-    snprintf(title.data(), title.size(), private_mode != 0 ? "Private %s" : "Public %s", window_title);
+    snprintf(title.data(), title.size(), signals.private_mode ? "Private %s" : "Public %s", window_title);
 }
 
 } // namespace
@@ -137,8 +137,7 @@ void field_start(int argc, char** argv) {
     // The GL driver is unloaded before the sanitizer's own check, which then cannot tell the driver's leaks from ours.
     atexit([] { __lsan_do_leak_check(); });
 #endif
-    glClearColor(static_cast<float>(bgcol[0].load()), static_cast<float>(bgcol[1].load()),
-                 static_cast<float>(bgcol[2].load()), 1.0F);
+    glClearColor(static_cast<float>(bgcol[0]), static_cast<float>(bgcol[1]), static_cast<float>(bgcol[2]), 1.0F);
     glutDisplayFunc(display);
     glutKeyboardFunc(keyboardfunc);
     create_menu();
@@ -151,8 +150,8 @@ void field_start(int argc, char** argv) {
     reset_wall();
     init_teaminfo();
     watch_invariants();
-    field_cleared = 0;
-    menuitem_need_to_change = 0;
+    signals.wipe_requested = true;
+    signals.menuitem_need_to_change = false;
     start_tcp_server(CLIENT_PORT);
     start_httpd(VIEWER_PORT);
 
@@ -174,7 +173,7 @@ void menufunc(int value) {
         locked(field_toggle_private_mode);
         break;
     case 5:
-        capture_screen = 1;
+        signals.capture_screen = true;
         break;
     case 7:
         locked(field_set_disp_help);
@@ -248,7 +247,7 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
         break;
     case 'P':
     case 'p':
-        capture_screen = 1;
+        signals.capture_screen = true;
         break;
     case 'Q':
         leave();
@@ -266,11 +265,11 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
 }
 
 int64_t on_tick() {
-    ++elapsed_time;
+    ++signals.elapsed_time;
     int64_t period = 0;
     locked([&period] { period = tick_period(); });
     glutPostRedisplay();
-    if (menuitem_need_to_change != 0) change_menuitem();
+    if (signals.menuitem_need_to_change) change_menuitem();
     return period;
 }
 
@@ -282,7 +281,7 @@ void reshapefunc(int /*width*/, int /*height*/) {
 
 void change_menuitem() {
     // Cleared first: a toggle that comes in now is shown at the next tick instead of being lost.
-    menuitem_need_to_change = 0;
+    signals.menuitem_need_to_change = false;
     std::array<char, 300> title;
     format_title(title);
     glutSetWindowTitle(title.data());

@@ -29,9 +29,9 @@ void keyboardfunc(unsigned char key, int x, int y);
 /// Puts the window back to its fixed size.
 void reshapefunc(int width, int height);
 
-/// One tick: advances elapsed_time, asks for a frame, and titles the window when that is due.
+/// One tick: advances signals.elapsed_time, asks for a frame, and titles the window when that is due.
 /// @return after how many ns the next one is due: 8 ms while anything can move, else 80 ms
 [[nodiscard]] int64_t on_tick();
 
-/// Titles the window after private_mode and clears menuitem_need_to_change.
+/// Titles the window after signals.private_mode and clears signals.menuitem_need_to_change.
 void change_menuitem();

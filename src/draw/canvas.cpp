@@ -58,7 +58,7 @@ void create_canvas() {
 }
 
 void show_canvas() {
-    if (canvas_is_top_down == 0 || canvas_frame == 0 || draw_plainly != 0) {
+    if (canvas_is_top_down == 0 || canvas_frame == 0 || use_reference_path) {
         draw_canvas_quad();
         return;
     }
@@ -74,9 +74,9 @@ void wipe_canvas() {
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
 }
 
-void keep_canvas() {
+void cache_canvas() {
     glReadBuffer(GL_BACK);
-    if (canvas_frame == 0 || draw_plainly != 0) {
+    if (canvas_frame == 0 || use_reference_path) {
         glBindTexture(GL_TEXTURE_2D, bg_textures);
         glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE);
         glBindTexture(GL_TEXTURE_2D, 0);

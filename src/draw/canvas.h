@@ -20,7 +20,7 @@ void show_canvas();
 void wipe_canvas();
 
 /// Takes the canvas over from the back buffer.
-void keep_canvas();
+void cache_canvas();
 
 /// The canvas as the floor of the scene: the square of the field at height 0, seen from above only.
 void draw_floor();

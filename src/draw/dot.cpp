@@ -14,14 +14,14 @@ static constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
 
 void paint_Ten(double x, double y, double size, double r, double g, double b) {
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
-    if (!obj_tex_initialized[TEX_TEN]) init_obj_tex(TEX_TEN, ten_image32x32);
+    if (!obj_tex_initialized[TEX_BRUSH_DOT]) init_obj_tex(TEX_BRUSH_DOT, ten_image32x32);
 
     const GLfloat colour[4] = {color_level(r), color_level(g), color_level(b), 1.0f};
     const double h = std::clamp(size, SMALLEST_DOT, LARGEST_DOT) / 2.0;
 
     glEnable(GL_BLEND);
     glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, obj_textures[TEX_TEN]);
+    glBindTexture(GL_TEXTURE_2D, obj_textures[TEX_BRUSH_DOT]);
     glMaterialfv(GL_FRONT, GL_EMISSION, colour);
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, colour);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);

@@ -13,7 +13,7 @@ inline constexpr int TILE_SIDE = 200;                        // pixels of the ba
 inline constexpr int TEX_DOUGHNUT = 0;
 inline constexpr int TEX_STONE = 1;
 inline constexpr int TEX_COIN = 2;
-inline constexpr int TEX_TEN = 3; // the brush dot
+inline constexpr int TEX_BRUSH_DOT = 3; // the brush dot
 inline constexpr int OBJ_TEXTURES = 4;
 
 extern std::array<unsigned, OBJ_TEXTURES> obj_textures;   // GL names, valid where the flag below is 1

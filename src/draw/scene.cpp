@@ -12,7 +12,7 @@
 #include <cmath>
 #include <cstdio>
 
-int draw_plainly;
+int use_reference_path;
 
 namespace {
 
@@ -70,7 +70,7 @@ unsigned solid_lists() {
 }
 
 void draw_solid_at(solid s, double x, double y, double z) {
-    const unsigned lists = draw_plainly != 0 ? 0 : solid_lists();
+    const unsigned lists = use_reference_path ? 0 : solid_lists();
     glPushMatrix();
     glTranslated(x, y, z);
     if (lists != 0) {
@@ -129,7 +129,7 @@ void draw_wall_faces() {
 // All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
 void draw_walls_in_batches() {
     // Straight from above a face is a line without width.
-    if (bird_view_mode != 0) draw_wall_faces();
+    if (modes.bird_view_mode) draw_wall_faces();
 
     glNormal3d(0.0, 0.0, 1.0);
     glBegin(GL_TRIANGLES);
@@ -172,12 +172,12 @@ void draw_label(const char* text, int size, double x, double y, float alpha_afte
 
 void draw_labels(const turtle_t& t) {
     if (has_any(t.flags, TTL_OBJECT)) return;
-    if (disp_score != 0) {
+    if (modes.disp_score) {
         std::array<char, 16> text;
         const int length = snprintf(text.data(), text.size(), "%d", t.score);
         draw_label(text.data(), length, t.pos[0].x - 12.0, t.pos[0].y + 10.0, 1.0F);
     }
-    if (disp_name != 0) draw_label(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
+    if (modes.disp_name) draw_label(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
 }
 
 void draw_death(const turn_t& turn) {
@@ -207,7 +207,7 @@ void draw_walls() {
     const color4_t ambient{0.45F, 0.45F, 0.27F, 1.0F};
     glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, diffuse.data());
     glMaterialfv(GL_FRONT_AND_BACK, GL_AMBIENT, ambient.data());
-    if (draw_plainly != 0) {
+    if (use_reference_path) {
         draw_walls_one_by_one();
     } else {
         draw_walls_in_batches();
@@ -241,7 +241,7 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     glRotated(dir, 0.0, 0.0, 1.0);
     set_ttl_color(t);
     // The solids are closed and opaque: their insides never show.
-    if (draw_plainly == 0) glEnable(GL_CULL_FACE);
+    if (!use_reference_path) glEnable(GL_CULL_FACE);
     draw_solid_at(solid::head, 11.5, 0.0, head_phase);
     draw_solid_at(solid::leg, leg_phase - 5.0, 8.0, -2.0);
     draw_solid_at(solid::leg, 5.0 - leg_phase, 8.0, -2.0);
@@ -249,7 +249,7 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     draw_solid_at(solid::leg, leg_phase + 5.0, -8.0, -2.0);
     draw_solid_at(solid::shell, 0.0, 0.0, 0.0);
     draw_solid_at(solid::tail, -8.0, 0.0, 0.0);
-    if (draw_plainly == 0) glDisable(GL_CULL_FACE);
+    if (!use_reference_path) glDisable(GL_CULL_FACE);
     glPopMatrix();
 }
 
@@ -260,7 +260,7 @@ void draw_turtle(const turn_t& turn) {
     const turtle_t& t = turn.turtle;
     if (t.dying_count > 0) glEnable(GL_BLEND);
     // Neighbours in the table walk out of step.
-    const double clock = static_cast<double>(elapsed_time.load());
+    const double clock = static_cast<double>(signals.elapsed_time.load());
     const double leg_phase = std::sin(0.3 * turn.slot + clock / 7.0);
     const double head_phase = std::sin(0.3 * turn.slot + clock / 28.0);
     draw_beam(turn);

@@ -6,7 +6,7 @@
 
 // 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests
 // and benchmarks compare the two ways.
-extern int draw_plainly;
+extern int use_reference_path;
 
 /// All walls: stone faces one unit in front of the line, capped by slabs at height 15 with pointed ends.
 void draw_walls();

@@ -179,16 +179,16 @@ void see_cards() {
 }
 
 void draw_coins() {
-    if (draw_plainly == 0) begin_coin_batch();
+    if (!use_reference_path) begin_coin_batch();
     for (int k = 0; k < seen.n_coin; ++k) {
         const piece_t& coin = seen.coins[k];
-        if (draw_plainly != 0) {
+        if (use_reference_path) {
             drawIcon_Coin(coin.number, coin.x, coin.y);
         } else {
             coin_in_batch(coin.number, coin.x, coin.y);
         }
     }
-    if (draw_plainly == 0) end_coin_batch();
+    if (!use_reference_path) end_coin_batch();
 }
 
 void draw_cards() {
@@ -199,7 +199,7 @@ void draw_cards() {
 }
 
 void draw_pieces() {
-    if (battle_mode != 0) draw_walls();
+    if (modes.battle_mode) draw_walls();
     draw_coins();
     draw_cards();
 }
@@ -227,7 +227,7 @@ void draw_texture_over_window(unsigned texture) {
 } // namespace
 
 bool restore_scenery_depth() {
-    if (!picture_is_kept || draw_plainly != 0) return false;
+    if (!picture_is_kept || use_reference_path) return false;
     copy_depth_to_window();
     return true;
 }
@@ -235,11 +235,11 @@ bool restore_scenery_depth() {
 bool scenery_is_unchanged() {
     static scenery_t before;
     before = seen;
-    seen.bird = bird_view_mode;
+    seen.bird = modes.bird_view_mode;
     seen.fov = view_fov_angle;
     seen.rotation = view_rotation_angle;
     seen.coin_slots = ncoin;
-    seen.n_wall = battle_mode != 0 ? nwall : 0;
+    seen.n_wall = modes.battle_mode ? nwall : 0;
     std::copy_n(walls.begin(), seen.n_wall, seen.walls.begin());
     see_coins();
     see_cards();
@@ -253,8 +253,8 @@ void draw_scenery() {
     draw_pieces();
 }
 
-void keep_scenery() {
-    if (draw_plainly != 0 || !is_worth_keeping() || !store_is_usable()) return;
+void cache_scenery() {
+    if (use_reference_path || !is_worth_keeping() || !store_is_usable()) return;
     copy_depth_from_window();
     glBindFramebuffer(GL_FRAMEBUFFER, picture_store.colors_frame);
     glPushAttrib(GL_COLOR_BUFFER_BIT);
@@ -268,7 +268,7 @@ void keep_scenery() {
     picture_is_kept = true;
 }
 
-void show_kept_scenery() {
+void draw_cached_scenery() {
     glDisable(GL_DEPTH_TEST);
     glMatrixMode(GL_PROJECTION);
     glPushMatrix();

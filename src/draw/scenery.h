@@ -20,7 +20,7 @@ extern std::array<int, COIN_MAX> coin_list; // scratch of each frame: rank -> co
 
 /// Lays the kept picture over the floor, which stands in the back buffer. Wants the depths from restore_scenery_depth.
 /// Leaves the state that draw_scenery leaves.
-void show_kept_scenery();
+void draw_cached_scenery();
 
 /// Draws what scenery_is_unchanged saw over the floor, with depth test. The normal is left facing up; culling,
 /// texturing and blending are left off.
@@ -28,7 +28,7 @@ void draw_scenery();
 
 /// Keeps the picture of what draw_scenery has just drawn, unless GL has no means to. The matrices are those of the
 /// view.
-void keep_scenery();
+void cache_scenery();
 
 /// Gives the kept picture up, as is due when the window has had another size.
 void forget_scenery();

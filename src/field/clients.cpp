@@ -1,5 +1,9 @@
 #include "field/clients.h"
 
+#include "field/state.h"
+
+#include <atomic>
+
 namespace {
 
 constexpr std::array<client_t, MAX_CLIENT> all_free() {
@@ -13,7 +17,6 @@ constexpr std::array<client_t, MAX_CLIENT> all_free() {
 constinit std::array<client_t, MAX_CLIENT> client_tab = all_free();
 int32_t nclient;
 std::mutex frame_rendering_mutex;
-std::atomic<int32_t> accept_only_localhost = 1;
 
 void free_client_slot(client_t& slot) {
     slot.sockfd = -1;
@@ -31,9 +34,10 @@ void disconnect_client_for(int turtle, int slot) {
     std::atomic_ref(client_tab[slot].disconnect_request).store(1);
 }
 
-int toggle_localhost_mode() {
-    accept_only_localhost = accept_only_localhost == 0 ? 1 : 0;
-    return accept_only_localhost;
+bool toggle_localhost_mode() {
+    const bool only = !signals.accept_only_localhost;
+    signals.accept_only_localhost = only;
+    return only;
 }
 
 void rendering_started() { frame_rendering_mutex.lock(); }

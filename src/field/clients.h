@@ -4,7 +4,6 @@
 #pragma once
 
 #include <array>
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <type_traits>
@@ -34,9 +33,6 @@ static_assert(std::is_trivially_copyable_v<client_t>);
 extern std::array<client_t, MAX_CLIENT> client_tab;
 extern int32_t nclient; // occupied slots; server thread only
 extern std::mutex frame_rendering_mutex;
-// Written by the window thread (menu, key), read by the server thread at each accept. A stale value admits or refuses
-// one client late.
-extern std::atomic<int32_t> accept_only_localhost;
 
 /// Puts a slot into its free state without closing anything.
 void free_client_slot(client_t& slot);
@@ -44,8 +40,8 @@ void free_client_slot(client_t& slot);
 /// Asks the server thread to close slot `slot` if it still drives turtle `turtle`. Caller holds the lock.
 void disconnect_client_for(int turtle, int slot);
 
-/// Flips between "127.0.0.1 only" (1) and "everybody" (0). @return the new value
-int toggle_localhost_mode();
+/// Flips between "127.0.0.1 only" (true) and "everybody" (false). @return the new value
+bool toggle_localhost_mode();
 
 /// Start of a frame: locks frame_rendering_mutex; rendering_is_done unlocks it.
 void rendering_started();

@@ -18,7 +18,7 @@ int count_live_without(uint32_t excluded) {
 } // namespace
 
 int qf_elapsed_time(uint64_t& t) {
-    t = elapsed_time;
+    t = signals.elapsed_time;
     return 0;
 }
 

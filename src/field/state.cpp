@@ -13,17 +13,9 @@ std::array<int32_t, CARD_MAX> card_list;
 char copyright[] = "(C) 2026 the Kelmora founders, MIT licence";
 
 double Xmin = -256.0, Xmax = 256.0, Ymin = -256.0, Ymax = 256.0;
-std::array<std::atomic<double>, 3> bgcol;
-
-std::atomic<int32_t> field_cleared;
-std::atomic<int32_t> battle_mode;
-int32_t maze_mode, bounded_area_mode, bird_view_mode;
-int32_t disp_help, disp_score, disp_name;
-std::atomic<int32_t> private_mode = 1;
-std::atomic<int32_t> menuitem_need_to_change;
-std::atomic<int32_t> capture_screen;
-std::atomic<int32_t> socket_error_occurred;
-std::atomic<uint64_t> elapsed_time;
+std::array<double, 3> bgcol;
+modes_t modes;
+signals_t signals;
 char window_title[256];
 
 double view_fov_angle = 55.0;
@@ -40,7 +32,7 @@ void refresh_teaminfo() {
     for (teaminfo_t& team : teams) team.flags = 0;
 }
 
-void field_set_socket_error() { socket_error_occurred = 1; }
+void field_set_socket_error() { signals.socket_error_occurred = true; }
 
 int bounded_length(const char* text, int size) {
     return text == nullptr || size <= 0 ? 0 : static_cast<int>(strnlen(text, static_cast<size_t>(size)));

@@ -1,6 +1,6 @@
 // Tables and flags that every turtle shares: teams, coins, cards, bounds, modes, display flags, clock.
 // Commands, frames, menu and key handlers hold frame_rendering_mutex; HTTP threads read without it.
-// A word that is touched outside that lock is a std::atomic; its comment says what a stale read costs.
+// What threads share outside that lock are the atomics of `signals`.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@ inline constexpr uint32_t ON_FIELD = 0x1000000; // coin_t::flags, card_t::flags:
 struct teaminfo_t {
     uint32_t number;       // its index
     char message[260];     // last broadcast, at most TEXT_BYTES of it; may lack a terminator there
-    uint32_t message_time; // elapsed_time of the last broadcast, cut to 32 bits
+    uint32_t message_time; // signals.elapsed_time of the last broadcast, cut to 32 bits
     uint32_t flags;        // TEAM_REFUSES; cleared once per frame
 };
 inline constexpr uint32_t TEAM_REFUSES = 0x1; // teaminfo_t::flags: no further broadcast in this frame
@@ -53,23 +53,33 @@ extern char copyright[]; // banner line and help screen
 
 extern double Xmin, Xmax, Ymin, Ymax; // the field's edges, field units
 
-// The background colour, 0 to 1. The frame reads it before it takes the lock; a stale read costs nothing because the
-// command that changes it clears field_cleared afterwards.
-extern std::array<std::atomic<double>, 3> bgcol;
+extern std::array<double, 3> bgcol; // the background colour, 0 to 1, not clamped
 
-// 0: the painted layer must be wiped at the next frame, which sets it to 1 again.
-extern std::atomic<int32_t> field_cleared;
-// Read by the frame before it takes the lock (which background to wipe to); the mode change clears field_cleared.
-extern std::atomic<int32_t> battle_mode;
-extern int32_t maze_mode, bounded_area_mode, bird_view_mode;
-extern int32_t disp_help, disp_score, disp_name;
-// Read by the HTTP thread at each accept: a stale value admits or refuses one viewer late.
-extern std::atomic<int32_t> private_mode;
-extern std::atomic<int32_t> menuitem_need_to_change; // the timer rewrites the window's title, at most a tick late
-extern std::atomic<int32_t> capture_screen;          // the next frame writes a PNG
-extern std::atomic<int32_t> socket_error_occurred;   // a server could not open its port; never cleared
-extern std::atomic<uint64_t> elapsed_time;           // timer ticks; written by the window thread only
-extern char window_title[256];                       // "Kelmora @ host", written once at start-up
+// How the field is played and shown. Guarded by frame_rendering_mutex.
+struct modes_t {
+    bool battle_mode;       // turtles fight; else they draw
+    bool maze_mode;         // newcomers start in the maze's entrance
+    bool bounded_area_mode; // walls stop steps
+    bool bird_view_mode;    // the tilted camera; else straight from above
+    bool disp_help, disp_score, disp_name;
+};
+extern modes_t modes;
+
+// The words that threads share without the lock.
+struct signals_t {
+    // The painted layer is to be wiped. Set by whoever holds the lock, and by keys; taken by the frame, under the lock.
+    std::atomic<bool> wipe_requested{false};
+    // Only 127.0.0.1 may connect. The first is for browsers, the second for programs; each is read at each accept. A
+    // stale value admits or refuses one of them late.
+    std::atomic<bool> private_mode{true}, accept_only_localhost{true};
+    std::atomic<bool> menuitem_need_to_change{false}; // the timer rewrites the window's title, at most a tick late
+    std::atomic<bool> capture_screen{false};          // the next frame writes a PNG
+    std::atomic<bool> socket_error_occurred{false};   // a server could not open its port; never cleared
+    std::atomic<uint64_t> elapsed_time{0};            // timer ticks; written by one thread only, read by all
+};
+extern signals_t signals;
+
+extern char window_title[256]; // "Kelmora @ host", written once at start-up
 
 extern double view_fov_angle;      // degrees, 15 to 60; window thread only
 extern double view_rotation_angle; // degrees, -180 to 180; window thread only

@@ -108,7 +108,7 @@ const char* first_broken_invariant() {
 
 void watch_invariants() { watched = true; }
 
-void demand_invariants() {
+void abort_if_broken() {
     if (!watched) return;
     const char* const what = first_broken_invariant();
     if (what == nullptr) return;

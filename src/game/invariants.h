@@ -18,9 +18,9 @@ inline constexpr bool CHECKED_BUILD = false;
 void watch_invariants();
 
 /// Ends the process with a line on standard error when an invariant is broken.
-void demand_invariants();
+void abort_if_broken();
 
 /// After each command and each frame.
 inline void check_invariants() {
-    if constexpr (CHECKED_BUILD) demand_invariants();
+    if constexpr (CHECKED_BUILD) abort_if_broken();
 }

@@ -10,13 +10,13 @@
 
 namespace {
 
-int toggle(int32_t& flag) {
-    flag = flag == 0 ? 1 : 0;
+int toggle(bool& flag) {
+    flag = !flag;
     return 0;
 }
 
-int bring_to(const int32_t& flag, int v, int (*toggle_flag)()) {
-    if (flag == v) return 1;
+int bring_to(bool flag, int v, int (*toggle_flag)()) {
+    if (static_cast<int>(flag) == v) return 1;
     toggle_flag();
     return 0;
 }
@@ -51,7 +51,7 @@ void field_clear_all_turtles() {
     field_clear();
 }
 
-void field_clear() { field_cleared = 0; }
+void field_clear() { signals.wipe_requested = true; }
 
 void field_set_color(double r, double g, double b) {
     bgcol[0] = r;
@@ -61,31 +61,31 @@ void field_set_color(double r, double g, double b) {
 }
 
 int field_set_disp_help() {
-    disp_help = 1;
+    modes.disp_help = true;
     return 0;
 }
 
 int field_unset_disp_help() {
-    disp_help = 0;
+    modes.disp_help = false;
     return 0;
 }
 
-int field_toggle_disp_help() { return disp_help != 0 ? field_unset_disp_help() : field_set_disp_help(); }
-int field_toggle_disp_score() { return toggle(disp_score); }
-int field_toggle_disp_name() { return toggle(disp_name); }
-int field_toggle_bird_view_mode() { return toggle(bird_view_mode); }
-int field_toggle_bounded_area_mode() { return toggle(bounded_area_mode); }
+int field_toggle_disp_help() { return modes.disp_help ? field_unset_disp_help() : field_set_disp_help(); }
+int field_toggle_disp_score() { return toggle(modes.disp_score); }
+int field_toggle_disp_name() { return toggle(modes.disp_name); }
+int field_toggle_bird_view_mode() { return toggle(modes.bird_view_mode); }
+int field_toggle_bounded_area_mode() { return toggle(modes.bounded_area_mode); }
 
-int field_set_boundary_mode(int v) { return bring_to(bounded_area_mode, v, field_toggle_bounded_area_mode); }
-int field_set_disp_name(int v) { return bring_to(disp_name, v, field_toggle_disp_name); }
-int field_set_disp_score(int v) { return bring_to(disp_score, v, field_toggle_disp_score); }
+int field_set_boundary_mode(int v) { return bring_to(modes.bounded_area_mode, v, field_toggle_bounded_area_mode); }
+int field_set_disp_name(int v) { return bring_to(modes.disp_name, v, field_toggle_disp_name); }
+int field_set_disp_score(int v) { return bring_to(modes.disp_score, v, field_toggle_disp_score); }
 
 int field_set_battle_mode() {
     field_set_boundary_mode(1);
     field_set_disp_name(1);
     field_set_disp_score(1);
-    battle_mode = 1;
-    menuitem_need_to_change = 1;
+    modes.battle_mode = true;
+    signals.menuitem_need_to_change = true;
     field_clear();
     log_line("entering battle mode...");
     return 0;
@@ -95,21 +95,21 @@ int field_unset_battle_mode() {
     field_set_boundary_mode(0);
     field_set_disp_name(0);
     field_set_disp_score(0);
-    battle_mode = 0;
-    menuitem_need_to_change = 1;
+    modes.battle_mode = false;
+    signals.menuitem_need_to_change = true;
     field_clear();
     log_line("entering turtle graphics mode...");
     return 0;
 }
 
-int field_toggle_battle_mode() { return battle_mode != 0 ? field_unset_battle_mode() : field_set_battle_mode(); }
+int field_toggle_battle_mode() { return modes.battle_mode ? field_unset_battle_mode() : field_set_battle_mode(); }
 
 int field_set_maze_mode() {
     field_kill_all_turtles();
     reset_wall();
     generate_maze();
     field_set_battle_mode();
-    maze_mode = 1;
+    modes.maze_mode = true;
     log_line("entering maze mode...");
     return 0;
 }
@@ -117,17 +117,17 @@ int field_set_maze_mode() {
 int field_unset_maze_mode() {
     field_kill_all_turtles();
     reset_wall();
-    maze_mode = 0;
+    modes.maze_mode = false;
     log_line("exited from maze mode...");
     return 0;
 }
 
-int field_toggle_maze_mode() { return maze_mode != 0 ? field_unset_maze_mode() : field_set_maze_mode(); }
+int field_toggle_maze_mode() { return modes.maze_mode ? field_unset_maze_mode() : field_set_maze_mode(); }
 
 int field_toggle_private_mode() {
-    private_mode = toggle_localhost_mode();
-    menuitem_need_to_change = 1;
-    if (private_mode == 1) {
+    signals.private_mode = toggle_localhost_mode();
+    signals.menuitem_need_to_change = true;
+    if (signals.private_mode) {
         log_line_always("entering private mode...");
     } else {
         log_line_always("entering public mode...");

@@ -27,7 +27,7 @@ turn_t take_turn(int i) {
     turn.in_use = has_any(t.flags, TTL_ALIVE);
     if (!turn.in_use) return turn;
 
-    if (battle_mode != 0) {
+    if (modes.battle_mode) {
         turn.finder = take_sensor_line(i, t.finder_target);
         turn.radar = take_sensor_line(i, t.radar_target);
     }

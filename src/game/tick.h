@@ -1,6 +1,6 @@
 // One step of the game: the only place that says in which order its rules run. Everything that steps the game calls
 // tick(): the frame, which then draws what it was told, and whatever plays without a picture.
-// Caller holds frame_rendering_mutex. The clock, elapsed_time, is advanced by the caller's timer.
+// Caller holds frame_rendering_mutex. The clock, signals.elapsed_time, is advanced by the caller's timer.
 #pragma once
 
 #include "field/turtles.h"

@@ -327,7 +327,7 @@ char* generate_html() {
 
 http_content_t* generate_json_for_turtle() {
     const int count = snapshot_counts().turtles;
-    const auto now = static_cast<uint32_t>(elapsed_time.load());
+    const auto now = static_cast<uint32_t>(signals.elapsed_time.load());
     text_t json(TTL_MAX * TURTLE_BYTES);
     json.add("[");
     for (int i = 0; i < count; ++i) {

@@ -152,7 +152,7 @@ int format_reply(int slot, int selector, char* out) {
     char value[VALUE_MAX];
     const int status = answer_query(value, turtle, selector);
     return snprintf(out, REPLY_MAX, "%s%s%s @ %" PRIu64 " %u\n", value, value[0] != '\0' ? " " : "",
-                    selector >= 0 && status >= 0 ? "OK" : "ERR", elapsed_time.load(), event);
+                    selector >= 0 && status >= 0 ? "OK" : "ERR", signals.elapsed_time.load(), event);
 }
 
 void answer_back(int slot, int selector) {

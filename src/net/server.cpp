@@ -118,7 +118,7 @@ int accept_connection(int listen_sock) {
     // The port is printed as it is stored, in network byte order: the log has always been so.
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
-    if (accept_only_localhost != 0 && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
+    if (signals.accept_only_localhost && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
         log_line("accept_connection(): reject connection from %s %d", address, peer.sin_port);
         return -1;
     }

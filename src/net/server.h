@@ -1,7 +1,7 @@
 // The client server: a listening socket and one thread that accepts, polls and serves all clients.
 #pragma once
 
-/// Opens `port` (16 bits) and starts the server thread; a failure sets socket_error_occurred and starts none.
+/// Opens `port` (16 bits) and starts the server thread; a failure sets signals.socket_error_occurred and starts none.
 void start_tcp_server(int port);
 
 /// @return the listening socket, or -1 after a line on standard error

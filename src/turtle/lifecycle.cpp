@@ -59,7 +59,7 @@ int generate_turtle(int client_id, uint32_t extra_flags) {
     const int slot = first_free_slot();
     if (slot < 0) return -1;
 
-    const bool at_entrance = maze_mode != 0 && !has_any(extra_flags, TTL_DOUGHNUT);
+    const bool at_entrance = modes.maze_mode && !has_any(extra_flags, TTL_DOUGHNUT);
     const place p =
         at_entrance ? find_place(draw_entrance_point, MAZE_CLEARANCE) : find_place(draw_free_point, FREE_CLEARANCE);
     if (!p.found) return -1;
@@ -105,7 +105,7 @@ int set_object_at(uint32_t flags, double x, double y) {
 }
 
 int turtle_reset(int i, int client_id) {
-    if (battle_mode != 0 || has_any(ttl[i].flags, TTL_ZOMBIE)) return 1;
+    if (modes.battle_mode || has_any(ttl[i].flags, TTL_ZOMBIE)) return 1;
     if (ttl[i].client_id != client_id) return 0;
     init_turtle(i, client_id, 0.0, 0.0, 0.0);
     return 0;
@@ -113,7 +113,7 @@ int turtle_reset(int i, int client_id) {
 
 int turtle_home(int i) {
     turtle_t& t = ttl[i];
-    if (battle_mode != 0 || has_any(t.flags, TTL_ZOMBIE)) return 1;
+    if (modes.battle_mode || has_any(t.flags, TTL_ZOMBIE)) return 1;
     std::fill(std::begin(t.pos), std::end(t.pos) - 1, point_t{0.0, 0.0}); // all but the oldest point
     t.dir = 0.0;
     return 0;

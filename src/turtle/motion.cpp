@@ -36,7 +36,7 @@ void report_once(turtle_t& t, uint32_t latch, uint32_t event) {
 int turtle_step_forward(int i, double length) {
     turtle_t& t = ttl[i];
     if (has_any(t.flags, TTL_ZOMBIE | TTL_STONE | TTL_DOUGHNUT)) return -1;
-    if (battle_mode != 0) {
+    if (modes.battle_mode) {
         if (t.score < 1) return -1;
         length = std::clamp(length, -BATTLE_STEP, BATTLE_STEP);
     }
@@ -58,7 +58,7 @@ int turtle_step_forward(int i, double length) {
     }
 
     t.flags &= ~TTL_LATCH_OBJECTS;
-    if (bounded_area_mode != 0) {
+    if (modes.bounded_area_mode) {
         if (is_colliding_to_wall(i, length) != 0) {
             report_once(t, TTL_LATCH_WALL, EVENT_WALL);
             return -1;
@@ -71,10 +71,10 @@ int turtle_step_forward(int i, double length) {
 
 int turtle_jump(int i, double x, double y) {
     turtle_t& t = ttl[i];
-    if (battle_mode != 0 || has_any(t.flags, TTL_ZOMBIE)) return -1;
+    if (modes.battle_mode || has_any(t.flags, TTL_ZOMBIE)) return -1;
     // The crowding test looks at the start: a turtle that is hemmed in cannot jump away.
     if (dist_to_nn(i) < BODY_GAP) return -1;
-    if (bounded_area_mode != 0) {
+    if (modes.bounded_area_mode) {
         if (!(x >= Xmin && x <= Xmax && y >= Ymin && y <= Ymax)) return -1;
         if (is_wall_within(x, y, JUMP_CLEARANCE)) return -1;
     }
@@ -86,7 +86,7 @@ int turtle_rjump(int i, double dx, double dy) { return turtle_jump(i, ttl[i].pos
 
 int turtle_turn(int i, double angle) {
     turtle_t& t = ttl[i];
-    if (battle_mode != 0) {
+    if (modes.battle_mode) {
         if (t.score < 1) return -1;
         angle = std::clamp(angle, -BATTLE_TURN, BATTLE_TURN);
     }
@@ -98,7 +98,7 @@ int turtle_turn(int i, double angle) {
 
 int turtle_head(int i, int code) {
     turtle_t& t = ttl[i];
-    if (battle_mode != 0 || has_any(t.flags, TTL_ZOMBIE)) return 1;
+    if (modes.battle_mode || has_any(t.flags, TTL_ZOMBIE)) return 1;
     switch (code) {
     case 1:
         t.dir = 0.0;

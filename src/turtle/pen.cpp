@@ -73,7 +73,7 @@ int turtle_broadcast_message(int i, const char* text) {
     teaminfo_t& board = teams[team];
     if (has_any(board.flags, TEAM_REFUSES)) return -1;
     bounded_copy(board.message, text, TEXT_BYTES);
-    board.message_time = static_cast<uint32_t>(elapsed_time.load());
+    board.message_time = static_cast<uint32_t>(signals.elapsed_time.load());
     for (int k = 0; k < ntmax; ++k) {
         if (k != i && has_any(ttl[k].flags, TTL_ALIVE) && ttl[k].team == team) ttl[k].event |= EVENT_MESSAGE;
     }

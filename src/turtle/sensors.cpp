@@ -85,7 +85,7 @@ int qt_finder(int i, int& code, int& team) {
     const double range = self.finder_range;
     const pose_t from = pose_of(i);
     const way_t way = way_ahead(from, i, range);
-    const double wall = bounded_area_mode != 0 ? wall_in_sight(from, range) : NO_DISTANCE;
+    const double wall = modes.bounded_area_mode ? wall_in_sight(from, range) : NO_DISTANCE;
 
     team = 0;
     if (way.code == BLOCKED_BY_NOTHING && wall > range) {

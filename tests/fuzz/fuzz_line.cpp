@@ -62,10 +62,10 @@ void start_field() {
         demand(std::isfinite(x) && std::isfinite(y) && std::isfinite(size), "a dot has a place and a size");
     };
     srandom(1);
-    battle_mode = 0;
-    maze_mode = bounded_area_mode = bird_view_mode = 0;
-    disp_help = disp_score = disp_name = 0;
-    elapsed_time = 0;
+    modes.battle_mode = 0;
+    modes.maze_mode = modes.bounded_area_mode = modes.bird_view_mode = 0;
+    modes.disp_help = modes.disp_score = modes.disp_name = 0;
+    signals.elapsed_time = 0;
     for (client_t& c : client_tab) {
         c = {};
         free_client_slot(c);
@@ -160,7 +160,7 @@ void paint(const mark_t& mark) {
 
 void frame() {
     static tick_view_t view;
-    elapsed_time = elapsed_time + 1;
+    signals.elapsed_time = signals.elapsed_time + 1;
     rendering_started();
     tick(view);
     for (int i = 0; i < view.count; ++i) paint(view.marks[i]);

@@ -22,10 +22,10 @@ protected:
     void SetUp() override {
         PictureTest::SetUp();
         reset_tables();
-        field_cleared = 0;
+        signals.wipe_requested = true;
         view_fov_angle = 55.0;
         view_rotation_angle = 0.0;
-        draw_plainly = 0;
+        use_reference_path = false;
         if (bg_textures == 0) prepare_drawing();
         stamp_dot = paint_Ten;
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
@@ -48,7 +48,7 @@ protected:
         glTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, SIDE, SIDE, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
         glBindTexture(GL_TEXTURE_2D, 0);
         canvas_is_top_down = 0;
-        field_cleared = 1;
+        signals.wipe_requested = false;
     }
 
     /// A picture in which every pixel differs from its neighbours.

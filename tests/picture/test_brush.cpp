@@ -112,10 +112,10 @@ TEST_F(Brush, dots_share_one_texture_made_at_the_first) {
     forget_textures();
     paint_Ten(0.0, 0.0, 10.0, 1.0, 0.0, 0.0);
     EXPECT_EQ(obj_tex_initialized, (std::array<int, OBJ_TEXTURES>{0, 0, 0, 1}));
-    const unsigned name = obj_textures[TEX_TEN];
+    const unsigned name = obj_textures[TEX_BRUSH_DOT];
     EXPECT_TRUE(glIsTexture(name));
     for (int k = 0; k < 50; ++k) paint_Ten(k, 0.0, 10.0, 1.0, 0.0, 0.0);
-    EXPECT_EQ(obj_textures[TEX_TEN], name);
+    EXPECT_EQ(obj_textures[TEX_BRUSH_DOT], name);
 }
 
 TEST_F(Brush, dot_shows_the_image_tinted_and_weighted_by_its_alpha) {

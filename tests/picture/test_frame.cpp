@@ -46,9 +46,9 @@ protected:
         reset_tables(5);
         reset_wall();
         generate_maze();
-        battle_mode = disp_name = disp_score = disp_help = 1;
+        modes.battle_mode = modes.disp_name = modes.disp_score = modes.disp_help = 1;
         bgcol[0] = 0.2;
-        field_cleared = 0;
+        signals.wipe_requested = true;
         for (int k = 0; k < 60; ++k) lay_coin(k, 7.0 * (k % 20) - 70.3, 11.0 * (k / 20) - 180.3);
         for (int k = 1; k <= 53; ++k) field_set_card(k, 7.0 * k - 240, 90);
         for (int i = 0; i < 12; ++i) {
@@ -126,7 +126,7 @@ TEST_F(Frame, clear_wipes_to_the_background_colour) {
     bgcol[2] = 0.6; // 153
     field_clear();
     EXPECT_EQ(pixels_of(frame(), {51, 102, 153}, 0), SIDE * SIDE);
-    EXPECT_EQ(field_cleared, 1);
+    EXPECT_FALSE(signals.wipe_requested);
     EXPECT_EQ(field_is_painted, 1);
 }
 
@@ -151,7 +151,7 @@ TEST_F(Frame, clear_in_battle_mode_lays_the_battle_background_once) {
     canvas_view();
     drawBackground();
     const shot expected = read_window();
-    battle_mode = 1;
+    modes.battle_mode = 1;
     EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
     EXPECT_EQ(differing_pixels(frame(), expected, 0), 0);
     EXPECT_EQ(field_is_painted, 0);
@@ -163,17 +163,18 @@ TEST_F(Frame, what_is_drawn_right_after_a_wipe_stays_wherever_the_frame_was) {
     t.flags |= TTL_PEN_DOWN | TTL_POINT_MODE | TTL_SEG_PAINTED;
     t.line_width[1] = 9;
     t.color[1] = {0, 1, 0};
-    // A packet holds the lock until the frame has prepared its canvas, as a clean one; then it wipes and draws.
-    field_cleared = 0;
+    // A packet holds the lock until the frame has begun; then it wipes and draws.
     std::atomic<bool> locked = false;
+    std::atomic<bool> begun = false;
     std::thread packet([&] {
         const std::lock_guard guard(frame_rendering_mutex);
         locked = true;
-        while (field_cleared == 0) std::this_thread::yield();
+        while (!begun) std::this_thread::yield();
         field_clear();
         t.flags &= ~TTL_SEG_PAINTED;
     });
     while (!locked) std::this_thread::yield();
+    begun = true;
     draw_frame();
     packet.join();
     ttl[0].flags = 0;
@@ -202,7 +203,7 @@ TEST_F(Frame, frame_that_paints_nothing_leaves_the_texture_alone) {
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, SIDE, SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, faint.data());
     glBindTexture(GL_TEXTURE_2D, 0);
     canvas_is_top_down = 0;
-    field_cleared = 1;
+    signals.wipe_requested = false;
     put_turtle(0, 0, 0).flags |= TTL_PEN_DOWN | TTL_SEG_PAINTED; // stands still
     draw_frame();
     EXPECT_EQ(alpha(), 7);
@@ -253,7 +254,7 @@ TEST_F(Frame, brush_ink_and_texts_stay_on_the_canvas) {
 TEST_F(Frame, bird_view_shows_the_field_from_the_south) {
     put_canvas([](int, int) { return WHITE; });
     glClearColor(0, 0, 0, 1);
-    bird_view_mode = 1;
+    modes.bird_view_mode = 1;
     const shot s = frame();
     const box b = ink(s, BLACK, 128);
     // Depth of a point (x, y, 0) is (512 - y') with y' along the view: near edge (256 + 512) / sqrt 2 = 543.06, far
@@ -283,7 +284,7 @@ TEST_F(Frame, cameras_have_their_planes_and_their_place) {
     EXPECT_EQ(p[15], 1);
     EXPECT_NEAR(m[14], -512, TOLERANCE); // the centre of the field lies 512 before the eye
 
-    bird_view_mode = 1;
+    modes.bird_view_mode = 1;
     view_fov_angle = 40;
     view_rotation_angle = 30;
     draw_frame();
@@ -306,7 +307,7 @@ TEST_F(Frame, cameras_have_their_planes_and_their_place) {
 TEST_F(Frame, smaller_field_of_view_is_nearer) {
     put_canvas([](int, int) { return WHITE; });
     glClearColor(0, 0, 0, 1);
-    bird_view_mode = 1;
+    modes.bird_view_mode = 1;
     const int wide = pixels_of(frame(), WHITE, 0);
     view_fov_angle = 40;
     EXPECT_GT(pixels_of(frame(), WHITE, 0), wide);
@@ -315,12 +316,12 @@ TEST_F(Frame, smaller_field_of_view_is_nearer) {
 TEST_F(Frame, rotation_turns_the_field_counter_clockwise_under_the_camera) {
     put_canvas([](int column, int) { return column >= SIDE / 2 ? WHITE : BLACK; });
     glClearColor(0, 0, 0, 1);
-    bird_view_mode = 1;
+    modes.bird_view_mode = 1;
     view_rotation_angle = 90; // east goes to the far side
     const shot s = frame();
     EXPECT_EQ(s.at(256, 330), WHITE);
     EXPECT_EQ(s.at(256, 120), BLACK);
-    bird_view_mode = 0; // the top view does not turn
+    modes.bird_view_mode = 0; // the top view does not turn
     EXPECT_EQ(frame().on_field(100, 0), WHITE);
 }
 
@@ -330,7 +331,7 @@ TEST_F(Frame, walls_show_in_battle_mode_only) {
     setup_wall(0, 100, 50, -100, 50, 0, 1);
     put_canvas([](int, int) { return BLACK; });
     EXPECT_EQ(pixels_of(frame(), BLACK, 0), SIDE * SIDE);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     EXPECT_NE(frame().on_field(0, 49), BLACK);
 }
 
@@ -455,14 +456,14 @@ TEST_F(Frame, overlays_come_on_top_and_leave_the_frame_tidy) {
     put_canvas([](int, int) { return BLACK; });
     put_turtle(0, 0, 0);
     const shot bare = frame();
-    disp_help = 1;
+    modes.disp_help = 1;
     EXPECT_GT(differing_pixels(frame(), bare, 8), 10000);
-    disp_help = 0;
-    socket_error_occurred = 1;
+    modes.disp_help = 0;
+    signals.socket_error_occurred = 1;
     const int warning = differing_pixels(frame(), bare, 8);
     EXPECT_GT(warning, 200);
     EXPECT_LT(warning, 30000);
-    disp_help = 1;
+    modes.disp_help = 1;
     const shot both = frame();
     EXPECT_GT(differing_pixels(both, bare, 8), 10000); // the panel
     int letters = 0;                                   // of the warning's lines, to the left of the panel
@@ -484,8 +485,8 @@ TEST_F(Frame, fast_ways_of_drawing_show_the_plain_picture) {
         reset_tables();
         draw_frame(); // so that nothing of an earlier scene is still there
         furnish();
-        bird_view_mode = view;
-        draw_plainly = plainly;
+        modes.bird_view_mode = view;
+        use_reference_path = plainly;
         std::vector<shot> shots;
         for (int k = 0; k < 5; ++k) {
             for (int i = 0; i < 12 && k % 3 != 2; ++i) ttl[i].flags &= ~TTL_SEG_PAINTED;
@@ -515,7 +516,7 @@ TEST_F(Frame, frame_hands_the_field_back_unlocked_and_unpaced) {
     for (const client_t& c : client_tab) EXPECT_EQ(c.frame_cmd_count, 0U);
     EXPECT_EQ(teams[2].flags, 0U);
     EXPECT_EQ(ttl[0].event, EVENT_COIN);
-    EXPECT_EQ(elapsed_time, 0U); // the timer's business
+    EXPECT_EQ(signals.elapsed_time, 0U); // the timer's business
 }
 
 TEST_F(Frame, capture_writes_one_file_and_clears_its_flag) {
@@ -524,10 +525,10 @@ TEST_F(Frame, capture_writes_one_file_and_clears_its_flag) {
     const char* before = getenv("HOME");
     const std::string saved = before == nullptr ? "" : before;
     setenv("HOME", home, 1);
-    elapsed_time = 77;
-    capture_screen = 1;
+    signals.elapsed_time = 77;
+    signals.capture_screen = 1;
     draw_frame();
-    EXPECT_EQ(capture_screen, 0);
+    EXPECT_EQ(signals.capture_screen, 0);
     draw_frame();
     if (before != nullptr) setenv("HOME", saved.c_str(), 1);
     std::vector<std::string> names;
@@ -578,51 +579,51 @@ TEST_F(Frame, small_letters_of_the_capital_keys_do_nothing) {
         keyboardfunc(static_cast<unsigned char>(key), 0, 0);
     }
     EXPECT_TRUE(has_any(ttl[0].flags, TTL_ALIVE));
-    EXPECT_EQ(maze_mode, 0);
+    EXPECT_EQ(modes.maze_mode, 0);
     EXPECT_EQ(nwall, walls_before);
 }
 
 TEST_F(Frame, keys_reach_their_switches) {
     const auto press = [](unsigned char key) { keyboardfunc(key, 3, 4); };
     for (const unsigned char key : {'H', 'h'}) press(key);
-    EXPECT_EQ(disp_help, 0);
+    EXPECT_EQ(modes.disp_help, 0);
     press('h');
-    EXPECT_EQ(disp_help, 1);
+    EXPECT_EQ(modes.disp_help, 1);
     press(27);
-    EXPECT_EQ(disp_help, 0);
+    EXPECT_EQ(modes.disp_help, 0);
     press('N');
-    EXPECT_EQ(disp_name, 1);
+    EXPECT_EQ(modes.disp_name, 1);
     press('n');
-    EXPECT_EQ(disp_name, 0);
+    EXPECT_EQ(modes.disp_name, 0);
     press('S');
-    EXPECT_EQ(disp_score, 1);
+    EXPECT_EQ(modes.disp_score, 1);
     press('s');
-    EXPECT_EQ(disp_score, 0);
+    EXPECT_EQ(modes.disp_score, 0);
     press('B');
-    EXPECT_EQ(bounded_area_mode, 1);
+    EXPECT_EQ(modes.bounded_area_mode, 1);
     press('b');
-    EXPECT_EQ(bounded_area_mode, 0);
+    EXPECT_EQ(modes.bounded_area_mode, 0);
     press('3');
-    EXPECT_EQ(bird_view_mode, 1);
+    EXPECT_EQ(modes.bird_view_mode, 1);
     press('@');
-    EXPECT_EQ(private_mode, 0);
-    EXPECT_EQ(menuitem_need_to_change, 1);
+    EXPECT_EQ(signals.private_mode, 0);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
     press('@');
-    EXPECT_EQ(private_mode, 1);
+    EXPECT_EQ(signals.private_mode, 1);
     press('!');
-    EXPECT_EQ(battle_mode, 1);
+    EXPECT_EQ(modes.battle_mode, 1);
     press('!');
-    EXPECT_EQ(battle_mode, 0);
+    EXPECT_EQ(modes.battle_mode, 0);
     for (const unsigned char key : {'P', 'p'}) {
-        capture_screen = 0;
+        signals.capture_screen = 0;
         press(key);
-        EXPECT_EQ(capture_screen, 1);
+        EXPECT_EQ(signals.capture_screen, 1);
     }
-    capture_screen = 0;
+    signals.capture_screen = 0;
     for (const unsigned char key : {'C', 'c'}) {
-        field_cleared = 1;
+        signals.wipe_requested = false;
         press(key);
-        EXPECT_EQ(field_cleared, 0);
+        EXPECT_TRUE(signals.wipe_requested);
     }
     for (const unsigned char key : {'O', 'o'}) press(key);
     EXPECT_EQ(ntmax, 2);
@@ -635,42 +636,42 @@ TEST_F(Frame, keys_reach_their_switches) {
     press('K');
     EXPECT_EQ(ntmax, 0);
     press('M');
-    EXPECT_EQ(maze_mode, 1);
+    EXPECT_EQ(modes.maze_mode, 1);
     press('M');
-    EXPECT_EQ(maze_mode, 0);
+    EXPECT_EQ(modes.maze_mode, 0);
     ASSERT_TRUE(frame_rendering_mutex.try_lock()); // no handler keeps the lock
     frame_rendering_mutex.unlock();
 }
 
 TEST_F(Frame, menu_entries_reach_their_operations) {
-    field_cleared = 1;
+    signals.wipe_requested = false;
     menufunc(0);
     menufunc(6);
     menufunc(-1);
     menufunc(10);
-    EXPECT_EQ(field_cleared, 1);
+    EXPECT_FALSE(signals.wipe_requested);
     menufunc(1);
-    EXPECT_EQ(field_cleared, 0);
+    EXPECT_TRUE(signals.wipe_requested);
     put_turtle(0, 0, 0).flags |= TTL_ZOMBIE;
     menufunc(2);
     EXPECT_EQ(ttl[0].flags, 0U);
     menufunc(3);
-    EXPECT_EQ(battle_mode, 1);
+    EXPECT_EQ(modes.battle_mode, 1);
     menufunc(4);
-    EXPECT_EQ(private_mode, 0);
+    EXPECT_EQ(signals.private_mode, 0);
     menufunc(5);
-    EXPECT_EQ(capture_screen, 1);
+    EXPECT_EQ(signals.capture_screen, 1);
     menufunc(7);
     menufunc(7);
-    EXPECT_EQ(disp_help, 1); // sets, never toggles
+    EXPECT_EQ(modes.disp_help, 1); // sets, never toggles
     put_turtle(0, 0, 0);
     menufunc(8);
     EXPECT_EQ(ntmax, 0);
 }
 
 TEST_F(Frame, timer_advances_the_clock_by_one) {
-    menuitem_need_to_change = 1;
+    signals.menuitem_need_to_change = 1;
     EXPECT_EQ(on_tick(), 80'000'000);
-    EXPECT_EQ(elapsed_time, 1U);
-    EXPECT_EQ(menuitem_need_to_change, 0);
+    EXPECT_EQ(signals.elapsed_time, 1U);
+    EXPECT_EQ(signals.menuitem_need_to_change, 0);
 }

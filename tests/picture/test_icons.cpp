@@ -55,7 +55,7 @@ TEST_F(Icons, each_routine_makes_its_own_slot_and_no_other) {
                                 {[] { drawIcon_Stone(0, 0); }, 1},
                                 {[] { drawStoneWall(0, 0, 32, 0, 0, 1); }, 1},
                                 {[] { drawIcon_Coin(0, 0, 0); }, 2},
-                                {[] { bind_obj_tex(TEX_TEN); }, 3}};
+                                {[] { bind_obj_tex(TEX_BRUSH_DOT); }, 3}};
     for (const routine& r : routines) {
         SetUp();
         r.draw();

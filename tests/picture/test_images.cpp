@@ -281,10 +281,10 @@ class Captures : public Images {
 protected:
     void SetUp() override {
         Images::SetUp();
-        clock_before = elapsed_time;
+        clock_before = signals.elapsed_time;
     }
     void TearDown() override {
-        elapsed_time = clock_before;
+        signals.elapsed_time = clock_before;
         Images::TearDown();
     }
     uint64_t clock_before = 0;
@@ -293,19 +293,19 @@ protected:
 TEST_F(Captures, capture_goes_to_the_home_directory_named_by_the_clock) {
     ASSERT_EQ(chdir("/"), 0);
     const environment at_home("HOME", folder.c_str());
-    elapsed_time = 12345;
+    signals.elapsed_time = 12345;
     EXPECT_EQ(field_capture_screen(), 1);
     const png_file png = read_png(folder + "/kelmora-capture-12345.png");
     EXPECT_EQ(png.width, 512u);
     EXPECT_EQ(png.height, 512u);
-    elapsed_time = 12346;
+    signals.elapsed_time = 12346;
     EXPECT_EQ(field_capture_screen(), 1);
     EXPECT_TRUE(exists(folder + "/kelmora-capture-12346.png"));
 }
 
 TEST_F(Captures, second_capture_in_a_frame_overwrites_the_first) {
     const environment at_home("HOME", folder.c_str());
-    elapsed_time = 7;
+    signals.elapsed_time = 7;
     field_capture_screen();
     clear(1.0, 1.0, 1.0);
     field_capture_screen();
@@ -313,12 +313,12 @@ TEST_F(Captures, second_capture_in_a_frame_overwrites_the_first) {
 }
 
 TEST_F(Captures, capture_without_a_home_goes_to_the_working_directory) {
-    elapsed_time = 1;
+    signals.elapsed_time = 1;
     const std::string too_long = "/" + std::string(300, 'x');
     uint64_t clock = 0;
     for (const char* value : {static_cast<const char*>(nullptr), "", "/no/such/directory", too_long.c_str()}) {
         const environment at_home("HOME", value);
-        elapsed_time = ++clock;
+        signals.elapsed_time = ++clock;
         EXPECT_EQ(field_capture_screen(), 1);
         EXPECT_TRUE(exists("kelmora-capture-" + std::to_string(clock) + ".png"));
     }
@@ -332,7 +332,7 @@ TEST_F(Captures, home_of_256_bytes_is_used_in_full) {
     ASSERT_EQ(padded.size(), 256u);
     ASSERT_EQ(chdir("/"), 0);
     const environment at_home("HOME", padded.c_str());
-    elapsed_time = 9;
+    signals.elapsed_time = 9;
     EXPECT_EQ(field_capture_screen(), 1);
     EXPECT_TRUE(exists(folder + "/kelmora-capture-9.png"));
 }
@@ -342,7 +342,7 @@ TEST_F(Captures, refused_capture_still_reports_1) {
     write("occupied", "x");
     const std::string occupied = folder + "/occupied";
     const environment at_home("HOME", occupied.c_str());
-    elapsed_time = 3;
+    signals.elapsed_time = 3;
     testing::internal::CaptureStderr();
     EXPECT_EQ(field_capture_screen(), 1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),

@@ -146,7 +146,7 @@ TEST_F(Primitives, glyphs_follow_one_another_by_their_widths) {
 }
 
 // The font's own calls under the same transformation, one by one.
-void draw_plainly(const char* text, double x, double y, double z) {
+void use_reference_path(const char* text, double x, double y, double z) {
     glPushMatrix();
     glTranslated(x, y, z);
     glScaled(0.1, 0.1, 0.1);
@@ -170,7 +170,7 @@ TEST_F(Primitives, every_glyph_has_the_pixels_of_the_fonts_own_calls) {
             return read_window();
         };
         const shot ours = shot_of([](const char* t, double x, double y) { drawString(nullptr, t, x, y, 16.0); });
-        const shot plain = shot_of([](const char* t, double x, double y) { draw_plainly(t, x, y, 16.0); });
+        const shot plain = shot_of([](const char* t, double x, double y) { use_reference_path(t, x, y, 16.0); });
         EXPECT_GT(pixels_of(ours, {255, 255, 255}, 0), 500);
         EXPECT_EQ(differing_pixels(ours, plain, 0), 0);
     }

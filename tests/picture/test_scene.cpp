@@ -51,7 +51,7 @@ TEST_F(Scene, wall_is_a_slab_from_one_in_front_to_two_behind) {
 
 TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
     for (const int plainly : {0, 1}) {
-        draw_plainly = plainly;
+        use_reference_path = plainly;
         nwall = 0;
         setup_wall(0, -100, 50, 10, 50, 0, 1);
         setup_wall(WALL_BACKFACE, 10, -50, -100, -50, 0, -1);
@@ -74,9 +74,9 @@ TEST_F(Scene, both_ways_of_drawing_walls_cap_fronts_and_no_backs) {
 }
 
 TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
-    bird_view_mode = 1; // straight from above the faces are not drawn
+    modes.bird_view_mode = 1; // straight from above the faces are not drawn
     for (const int plainly : {0, 1}) {
-        draw_plainly = plainly;
+        use_reference_path = plainly;
         nwall = 0;
         setup_wall(0, 100, 50, -100, 50, 0, -1);
         setup_wall(WALL_BACKFACE, 80, -50, -80, -50, 0, -1);
@@ -99,7 +99,7 @@ TEST_F(Scene, walls_beyond_the_count_are_not_drawn) {
     setup_wall(0, -100, -50, 100, -50, 0, 1);
     --nwall; // as it is after the walls were reset: old records stay behind
     for (const int plainly : {0, 1}) {
-        draw_plainly = plainly;
+        use_reference_path = plainly;
         const std::vector<vertex> v = flat(vertices_of(draw_walls));
         EXPECT_NE(find_vertex(v, -100, 51, 15), nullptr);
         EXPECT_EQ(find_vertex(v, -100, -49, 15), nullptr);
@@ -123,7 +123,7 @@ TEST_F(Scene, sensor_lines_show_once) {
     put_turtle(1, 99.5, 20.5);
     put_turtle(2, 99.5, -40.5);
     ttl[0].pos[0] = {-99.5, 20.5};
-    battle_mode = 1;
+    modes.battle_mode = 1;
     draw_beam(take_turn(0));
     shot s = read_window();
     // Emission (1, 0.4, 0.4) and, facing the light, 1.2 times the same: (1, 0.88, 0.88).
@@ -150,7 +150,7 @@ TEST_F(Scene, sensor_lines_run_between_the_centres_five_units_up) {
     put_turtle(1, 80, 30);
     put_turtle(2, 70, -40);
     glLineWidth(4.0F);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     const std::vector<piece> lines = vertices_of([] { draw_beam(take_turn(0)); });
     float width = 0;
     glGetFloatv(GL_LINE_WIDTH, &width);
@@ -169,7 +169,7 @@ TEST_F(Scene, sensor_line_waits_for_battle_mode) {
     put_turtle(1, 100, 0);
     draw_turtle(take_turn(0));
     EXPECT_EQ(ttl[0].finder_target, 1);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     draw_turtle(take_turn(0));
     EXPECT_EQ(ttl[0].finder_target, -1);
 }
@@ -195,7 +195,7 @@ TEST_F(Scene, body_has_its_head_ahead_and_its_tail_behind) {
 TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
     put_turtle(0, 0, 0);
     for (const int plainly : {0, 1}) {
-        draw_plainly = plainly;
+        use_reference_path = plainly;
         constexpr double LEG = 0.5, HEAD = -0.25;
         const auto turned = [](double dir) {
             return flat(vertices_of([dir] { draw_turtle_body(ttl[0], 40, -30, dir, LEG, HEAD); }));
@@ -234,7 +234,7 @@ TEST_F(Scene, gait_follows_the_clock_and_neighbours_are_out_of_step) {
     for (const int i : {0, 1, 7}) {
         for (const int clock : {0, 10, 1000}) {
             put_turtle(i, 0, 0).pos[1] = {90, -70}; // where it came from does not matter
-            elapsed_time = static_cast<uint64_t>(clock);
+            signals.elapsed_time = static_cast<uint64_t>(clock);
             const std::vector<vertex> v = flat(vertices_of([i] { draw_turtle(take_turn(i)); }));
             const double leg = std::sin(0.3 * i + clock / 7.0), head = std::sin(0.3 * i + clock / 28.0);
             EXPECT_NE(find_vertex(v, leg - 5, 8, 5), nullptr) << i << ' ' << clock;
@@ -245,9 +245,9 @@ TEST_F(Scene, gait_follows_the_clock_and_neighbours_are_out_of_step) {
 
 TEST_F(Scene, culled_and_listed_solids_look_like_plain_ones) {
     put_turtle(0, 0, 0).team = 2;
-    draw_plainly = 1;
+    use_reference_path = true;
     const shot plain = body(0, 33);
-    draw_plainly = 0;
+    use_reference_path = false;
     EXPECT_LE(differing_pixels(plain, body(0, 33), 2), 2);
     expect_tidy_state();
 }
@@ -258,7 +258,7 @@ TEST_F(Scene, drawing_again_makes_no_more_lists) {
         for (unsigned name = 1; name < 2000; ++name) count += glIsList(name);
         return count;
     };
-    disp_name = 1;
+    modes.disp_name = 1;
     put_turtle(0, 0, 0);
     turtle_name(0, "Ann");
     draw_turtle(take_turn(0));
@@ -302,7 +302,7 @@ TEST_F(Scene, turtle_that_carries_coins_stands_on_one) {
 // --- labels ---
 
 TEST_F(Scene, score_stands_above_and_name_below) {
-    disp_score = disp_name = 1;
+    modes.disp_score = modes.disp_name = 1;
     turtle_name(0, "");
     put_turtle(0, 0, 0).score = 111;
     turtle_name(0, "AB");
@@ -316,7 +316,7 @@ TEST_F(Scene, score_stands_above_and_name_below) {
 }
 
 TEST_F(Scene, labels_are_lit_strokes_sixteen_units_up) {
-    disp_score = disp_name = 1;
+    modes.disp_score = modes.disp_name = 1;
     put_turtle(0, 50, -20).score = -7;
     turtle_name(0, "Ann");
     const auto strokes_of = [](const std::function<void()>& draw) {
@@ -341,7 +341,7 @@ TEST_F(Scene, labels_are_lit_strokes_sixteen_units_up) {
 }
 
 TEST_F(Scene, objects_have_no_labels) {
-    disp_score = disp_name = 1;
+    modes.disp_score = modes.disp_name = 1;
     for (const uint32_t kind : {TTL_STONE, TTL_DOUGHNUT}) {
         clear(0, 0, 0);
         put_object(0, kind, 0, 0);
@@ -355,10 +355,10 @@ TEST_F(Scene, objects_have_no_labels) {
 
 TEST_F(Scene, score_leaves_opaque_emission_and_name_a_clear_one) {
     put_turtle(0, 0, 0);
-    disp_score = 1;
+    modes.disp_score = 1;
     draw_turtle(take_turn(0));
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 1}));
-    disp_name = 1;
+    modes.disp_name = 1;
     draw_turtle(take_turn(0));
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0, 0, 0, 0}));
 }
@@ -494,7 +494,7 @@ TEST_F(Scene, glow_shows_the_field_through_even_around_carried_coins) {
 }
 
 TEST_F(Scene, no_turtle_leaves_anything_switched_on) {
-    disp_name = disp_score = battle_mode = 1;
+    modes.disp_name = modes.disp_score = modes.battle_mode = 1;
     put_turtle(1, 50, 50);
     for (const int dying : {0, 1, 36, 50}) {
         for (const int wait : {0, 25}) {

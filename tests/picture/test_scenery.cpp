@@ -31,7 +31,7 @@ protected:
     static void furnish() {
         reset_tables(5);
         reset_wall();
-        battle_mode = disp_name = 1;
+        modes.battle_mode = modes.disp_name = 1;
         setup_wall(0, -100, 60, 100, 60, 0, 1);
         setup_wall(0, 100, 60, -100, 60, 0, -1);
         setup_wall(0, 30.5, -200, 30.5, 20, -1, 0);
@@ -41,7 +41,7 @@ protected:
         put_object(8, TTL_STONE, -100.3, 100.2);
         put_object(9, TTL_DOUGHNUT, coins[39].x, coins[39].y); // under the highest coin
         bgcol[1] = 0.3;
-        field_cleared = 0;
+        signals.wipe_requested = true;
     }
 
     // Frames until a picture is kept and shown.
@@ -55,9 +55,9 @@ protected:
     static bool can_keep() { return glutExtensionSupported("GL_ARB_framebuffer_object") != 0; }
 
     static shot plain_frame() {
-        draw_plainly = 1;
+        use_reference_path = true;
         const shot s = frame();
-        draw_plainly = 0;
+        use_reference_path = false;
         return s;
     }
 };
@@ -70,7 +70,7 @@ struct view_t {
 constexpr view_t VIEWS[] = {{0, 55, 0}, {1, 55, 0}, {1, 30, 25}};
 
 void look(const view_t& v) {
-    bird_view_mode = v.bird;
+    modes.bird_view_mode = v.bird;
     view_fov_angle = v.fov;
     view_rotation_angle = v.rotation;
 }
@@ -148,7 +148,7 @@ TEST_F(Scenery, every_change_shows_in_its_own_frame) {
         [] { walls[0].y1 = 120; },
         [] { --nwall; },
         [] { reset_wall(); },
-        [] { battle_mode = 0; },
+        [] { modes.battle_mode = 0; },
         [] {
             look({1, 55, 0});
         },
@@ -213,13 +213,13 @@ TEST_F(Scenery, window_of_another_size_ends_the_picture) {
 
 TEST_F(Scenery, plain_way_neither_keeps_nor_shows_a_picture) {
     furnish();
-    draw_plainly = 1;
+    use_reference_path = true;
     settled();
-    draw_plainly = 0;
+    use_reference_path = false;
     EXPECT_FALSE(picture_is_kept());
     settled();
     EXPECT_EQ(picture_is_kept(), can_keep());
-    draw_plainly = 1;
+    use_reference_path = true;
     EXPECT_FALSE(picture_is_kept());
 }
 

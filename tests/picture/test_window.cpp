@@ -164,9 +164,9 @@ TEST_F(Window, keys_leave_the_redraw_to_the_next_tick) {
 }
 
 TEST_F(Window, tick_counts_redraws_and_asks_for_the_next) {
-    elapsed_time = 0xffffffff; // the clock has 64 bits
+    signals.elapsed_time = 0xffffffff; // the clock has 64 bits
     EXPECT_EQ(next_tick(), 80U);
-    EXPECT_EQ(elapsed_time, 0x100000000U);
+    EXPECT_EQ(signals.elapsed_time, 0x100000000U);
     EXPECT_EQ(asked.redraws, 1);
     EXPECT_EQ(asked.timers, 0); // GLUT's count whole milliseconds of a clock that can be set
     EXPECT_TRUE(asked.titles.empty());
@@ -203,14 +203,14 @@ TEST_F(Window, field_ticks_every_8_ms_while_anything_can_move_and_every_80_other
 
 TEST_F(Window, title_follows_the_mode_at_the_tick_after_the_change) {
     snprintf(window_title, sizeof window_title, "Kelmora @ somewhere");
-    menuitem_need_to_change = 0;
+    signals.menuitem_need_to_change = 0;
     keyboardfunc('@', 0, 0);
-    EXPECT_EQ(menuitem_need_to_change, 1);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
     EXPECT_TRUE(asked.titles.empty());
     next_tick();
     next_tick();
     EXPECT_EQ(asked.titles, std::vector<std::string>{"Public Kelmora @ somewhere"});
-    EXPECT_EQ(menuitem_need_to_change, 0);
+    EXPECT_EQ(signals.menuitem_need_to_change, 0);
     menufunc(4);
     next_tick();
     EXPECT_EQ(asked.titles.back(), "Private Kelmora @ somewhere");

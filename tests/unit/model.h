@@ -38,14 +38,14 @@ inline world snapshot() {
             .n_coins = ncoin,
             .bank = stock_of_coin,
             .gone = coins_gone,
-            .battle = battle_mode,
-            .bounded = bounded_area_mode,
-            .maze = maze_mode,
-            .names = disp_name,
-            .scores = disp_score,
-            .cleared = field_cleared == 0,
-            .title = menuitem_need_to_change,
-            .clock = elapsed_time,
+            .battle = modes.battle_mode,
+            .bounded = modes.bounded_area_mode,
+            .maze = modes.maze_mode,
+            .names = modes.disp_name,
+            .scores = modes.disp_score,
+            .cleared = signals.wipe_requested,
+            .title = signals.menuitem_need_to_change,
+            .clock = signals.elapsed_time,
             .leaving = 0};
     for (int k = 0; k < MAX_CLIENT; ++k)
         if (client_tab[k].disconnect_request != 0) w.leaving |= 1u << k;

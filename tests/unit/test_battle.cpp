@@ -523,7 +523,7 @@ TEST_F(Battle, blocked_robot_steps_back_and_turns_about) {
 }
 
 TEST_F(Battle, about_turn_is_limited_like_any_turn_in_battle_mode) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     put_turtle(0, 0, 0, 0, -1);
     put_object(1, TTL_STONE, 20, 0);
     update_robot(0);

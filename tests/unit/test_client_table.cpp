@@ -90,9 +90,9 @@ TEST_F(ClientTable, request_marks_only_the_slot_that_still_drives_the_turtle) {
 
 TEST_F(ClientTable, door_flips_and_tells_its_new_state) {
     EXPECT_EQ(toggle_localhost_mode(), 0);
-    EXPECT_EQ(accept_only_localhost, 0);
+    EXPECT_EQ(signals.accept_only_localhost, 0);
     EXPECT_EQ(toggle_localhost_mode(), 1);
-    EXPECT_EQ(accept_only_localhost, 1);
+    EXPECT_EQ(signals.accept_only_localhost, 1);
 }
 
 TEST_F(ClientTable, end_of_a_frame_clears_all_pacing_counts) {

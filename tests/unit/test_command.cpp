@@ -95,10 +95,10 @@ TEST_F(Command, c_sub_letters_clear_and_home_and_go_on_into_the_step) {
     put_turtle(2, -200, -200).flags |= TTL_ZOMBIE;
     run("f 10");
     for (const char* line : {"c f", "c F"}) {
-        field_cleared = 1;
+        signals.wipe_requested = false;
         me().pos[1] = {77, 77};
         expect(line, 0, 1);
-        EXPECT_EQ(field_cleared, 0);
+        EXPECT_TRUE(signals.wipe_requested);
         EXPECT_EQ(me().pos[1].x, 10); // the step of 0 shifted the history
         EXPECT_NE(ttl[2].flags, 0u);
     }
@@ -111,15 +111,15 @@ TEST_F(Command, c_sub_letters_clear_and_home_and_go_on_into_the_step) {
     }
     for (const char* line : {"c a", "c A"}) {
         ttl[2].flags = TTL_ALIVE | TTL_ZOMBIE;
-        field_cleared = 1;
+        signals.wipe_requested = false;
         expect(line, 0, 1);
         EXPECT_EQ(ttl[2].flags, 0u);
-        EXPECT_EQ(field_cleared, 0);
+        EXPECT_TRUE(signals.wipe_requested);
     }
 }
 
 TEST_F(Command, c_gives_the_steps_result_even_when_the_reset_was_refused) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     me().pos[0].x = 5;
     expect("c 10", 0, 1); // no reset in battle, a step of 2
     EXPECT_EQ(me().pos[0].x, 7);
@@ -138,7 +138,7 @@ TEST_F(Command, jumps_are_relative_and_absolute) {
     EXPECT_EQ(me().pos[0].y, 0);
     expect("G", 0, 1);
     EXPECT_EQ(me().pos[0].x, 5);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     expect("j 1 1", -1, 1);
     expect("g 1 1", -1, 1);
 }
@@ -167,11 +167,11 @@ TEST_F(Command, turns_have_sub_letters) {
 }
 
 TEST_F(Command, heading_in_battle_answers_with_the_position) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     for (const char* line : {"t e", "t n", "t w", "t s"}) expect(line, SEL_POSITION, 1);
     expect("t l 10", 0, 1);
     EXPECT_EQ(me().dir, 3);
-    battle_mode = 0;
+    modes.battle_mode = 0;
     make_zombie(1);
     expect("t e", 1, 1);
     expect("t l 1", -1, 1);
@@ -239,7 +239,7 @@ TEST_F(Command, h_paints_the_background_and_asks_for_a_wipe) {
     EXPECT_EQ(bgcol[0], 0.5);
     EXPECT_EQ(bgcol[1], 0.25);
     EXPECT_EQ(bgcol[2], 1);
-    EXPECT_EQ(field_cleared, 0);
+    EXPECT_TRUE(signals.wipe_requested);
     make_zombie(1);
     expect("H", 0, 1);
     EXPECT_EQ(bgcol[0], 0);
@@ -406,11 +406,11 @@ TEST_F(Command, r_answers_with_the_query_its_index_selects) {
 TEST_F(Command, exclamation_mark_enters_and_leaves_battle) {
     for (const char* line : {"!", "! on", "! 1", "!x"}) {
         EXPECT_EQ(quiet(line, 0), "entering battle mode...\n");
-        EXPECT_EQ(battle_mode, 1);
+        EXPECT_EQ(modes.battle_mode, 1);
     }
     for (const char* line : {"! u", "! U", "! -"}) {
         EXPECT_EQ(quiet(line, 0), "entering turtle graphics mode...\n");
-        EXPECT_EQ(battle_mode, 0);
+        EXPECT_EQ(modes.battle_mode, 0);
     }
     EXPECT_EQ(paced(), 0u);
 }

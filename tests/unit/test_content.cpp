@@ -60,13 +60,13 @@ protected:
         nwall = 0;
         coins.fill(coin_t{});
         ncoin = 0;
-        elapsed_time = 0;
+        signals.elapsed_time = 0;
         scripts(";");
     }
     void TearDown() override {
         scripts(";");
         ntmax = nwall = ncoin = 0;
-        elapsed_time = 0;
+        signals.elapsed_time = 0;
     }
 
     static void place(int i, const char* name, double x, double y, double dir) {
@@ -115,7 +115,7 @@ TEST_F(Content, turtle_object_has_every_member_in_order) {
     t.score = -4;
     t.n_coin = 10;
     t.event = EVENT_HIT | EVENT_WALL | EVENT_SEEN | EVENT_MESSAGE;
-    elapsed_time = 0x1FFFFFFFFull; // 32 bits of it are shown: 4294967295
+    signals.elapsed_time = 0x1FFFFFFFFull; // 32 bits of it are shown: 4294967295
     // -450 leaves -90 beyond one full turn backwards.
     EXPECT_EQ(fetch("turtle"),
               "[{\"tid\":0,\"time\":4294967295,\"type\":1,\"name\":\"ann\",\"team\":3,\"x\":1.500000,\"y\":-2.250000,"

@@ -213,7 +213,7 @@ TEST_F(Field, turtle_counts_leave_out_what_they_should) {
 }
 
 TEST_F(Field, clock_is_64_bits_wide) {
-    elapsed_time = 0xfedcba9876543210ull;
+    signals.elapsed_time = 0xfedcba9876543210ull;
     uint64_t t = 0;
     EXPECT_EQ(qf_elapsed_time(t), 0);
     EXPECT_EQ(t, 0xfedcba9876543210ull);
@@ -229,20 +229,20 @@ TEST_F(Field, clearing_zombies_frees_their_slots) {
     EXPECT_EQ(ttl[1].flags, 0u);
     EXPECT_EQ(ttl[2].flags, TTL_ALIVE | TTL_ZOMBIE); // beyond the counter
     EXPECT_EQ(ntmax, 2);
-    EXPECT_EQ(field_cleared, 1);
+    EXPECT_FALSE(signals.wipe_requested);
 }
 
 TEST_F(Field, clearing_asks_for_a_wipe) {
     field_clear();
-    EXPECT_EQ(field_cleared, 0);
-    field_cleared = 1;
+    EXPECT_TRUE(signals.wipe_requested);
+    signals.wipe_requested = false;
     put_turtle(0, 0, 0).flags |= TTL_ZOMBIE;
     field_clear_all_turtles();
-    EXPECT_EQ(field_cleared, 0);
+    EXPECT_TRUE(signals.wipe_requested);
     EXPECT_EQ(ttl[0].flags, 0u);
-    field_cleared = 1;
+    signals.wipe_requested = false;
     field_set_color(0.25, -3, 7);
-    EXPECT_EQ(field_cleared, 0);
+    EXPECT_TRUE(signals.wipe_requested);
     EXPECT_EQ(bgcol[0], 0.25);
     EXPECT_EQ(bgcol[1], -3);
     EXPECT_EQ(bgcol[2], 7);
@@ -279,7 +279,7 @@ TEST_F(Field, kill_all_frees_everything_and_asks_owners_to_go) {
     EXPECT_EQ(stock_of_coin, 300);
     EXPECT_EQ(ncoin, 0);
     EXPECT_EQ(cards[2].flags, 0u);
-    EXPECT_EQ(field_cleared, 1);
+    EXPECT_FALSE(signals.wipe_requested);
 }
 
 TEST_F(Field, first_kill_all_of_a_process_asks_no_client) {
@@ -300,13 +300,13 @@ TEST_F(Field, first_kill_all_of_a_process_asks_no_client) {
 TEST_F(Field, toggles_flip_between_0_and_1) {
     struct row {
         int (*toggle)();
-        int32_t* flag;
+        bool* flag;
     };
-    const row rows[] = {{field_toggle_disp_help, &disp_help},
-                        {field_toggle_disp_score, &disp_score},
-                        {field_toggle_disp_name, &disp_name},
-                        {field_toggle_bird_view_mode, &bird_view_mode},
-                        {field_toggle_bounded_area_mode, &bounded_area_mode}};
+    const row rows[] = {{field_toggle_disp_help, &modes.disp_help},
+                        {field_toggle_disp_score, &modes.disp_score},
+                        {field_toggle_disp_name, &modes.disp_name},
+                        {field_toggle_bird_view_mode, &modes.bird_view_mode},
+                        {field_toggle_bounded_area_mode, &modes.bounded_area_mode}};
     for (const row& r : rows) {
         for (const int expected : {1, 0, 1}) {
             EXPECT_EQ(r.toggle(), 0);
@@ -314,21 +314,21 @@ TEST_F(Field, toggles_flip_between_0_and_1) {
         }
     }
     EXPECT_EQ(field_unset_disp_help(), 0);
-    EXPECT_EQ(disp_help, 0);
+    EXPECT_EQ(modes.disp_help, 0);
     EXPECT_EQ(field_set_disp_help(), 0);
-    EXPECT_EQ(disp_help, 1);
+    EXPECT_EQ(modes.disp_help, 1);
     EXPECT_EQ(field_set_disp_help(), 0);
-    EXPECT_EQ(disp_help, 1);
+    EXPECT_EQ(modes.disp_help, 1);
 }
 
 TEST_F(Field, setters_tell_whether_they_changed_anything) {
     struct row {
         int (*set)(int);
-        int32_t* flag;
+        bool* flag;
     };
-    const row rows[] = {{field_set_boundary_mode, &bounded_area_mode},
-                        {field_set_disp_name, &disp_name},
-                        {field_set_disp_score, &disp_score}};
+    const row rows[] = {{field_set_boundary_mode, &modes.bounded_area_mode},
+                        {field_set_disp_name, &modes.disp_name},
+                        {field_set_disp_score, &modes.disp_score}};
     for (const row& r : rows) {
         EXPECT_EQ(r.set(0), 1);
         EXPECT_EQ(r.set(1), 0);
@@ -341,28 +341,28 @@ TEST_F(Field, setters_tell_whether_they_changed_anything) {
 
 TEST_F(Field, battle_brings_bounds_names_and_scores) {
     EXPECT_EQ(said([] { EXPECT_EQ(field_set_battle_mode(), 0); }), "entering battle mode...\n");
-    EXPECT_EQ(battle_mode, 1);
-    EXPECT_EQ(bounded_area_mode + disp_name + disp_score, 3);
-    EXPECT_EQ(menuitem_need_to_change, 1);
-    EXPECT_EQ(field_cleared, 0);
-    menuitem_need_to_change = 0;
-    field_cleared = 1;
+    EXPECT_EQ(modes.battle_mode, 1);
+    EXPECT_EQ(modes.bounded_area_mode + modes.disp_name + modes.disp_score, 3);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
+    EXPECT_TRUE(signals.wipe_requested);
+    signals.menuitem_need_to_change = 0;
+    signals.wipe_requested = false;
     EXPECT_EQ(said([] { field_set_battle_mode(); }), "entering battle mode...\n"); // again: nothing flips back
-    EXPECT_EQ(bounded_area_mode + disp_name + disp_score, 3);
-    EXPECT_EQ(menuitem_need_to_change, 1);
-    menuitem_need_to_change = 0;
+    EXPECT_EQ(modes.bounded_area_mode + modes.disp_name + modes.disp_score, 3);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
+    signals.menuitem_need_to_change = 0;
     EXPECT_EQ(said([] { EXPECT_EQ(field_unset_battle_mode(), 0); }), "entering turtle graphics mode...\n");
-    EXPECT_EQ(battle_mode, 0);
-    EXPECT_EQ(bounded_area_mode + disp_name + disp_score, 0);
-    EXPECT_EQ(menuitem_need_to_change, 1);
-    EXPECT_EQ(field_cleared, 0);
+    EXPECT_EQ(modes.battle_mode, 0);
+    EXPECT_EQ(modes.bounded_area_mode + modes.disp_name + modes.disp_score, 0);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
+    EXPECT_TRUE(signals.wipe_requested);
 }
 
 TEST_F(Field, battle_toggle_goes_both_ways) {
     EXPECT_EQ(said([] { EXPECT_EQ(field_toggle_battle_mode(), 0); }), "entering battle mode...\n");
-    EXPECT_EQ(battle_mode, 1);
+    EXPECT_EQ(modes.battle_mode, 1);
     EXPECT_EQ(said([] { EXPECT_EQ(field_toggle_battle_mode(), 0); }), "entering turtle graphics mode...\n");
-    EXPECT_EQ(battle_mode, 0);
+    EXPECT_EQ(modes.battle_mode, 0);
 }
 
 TEST_F(Field, maze_brings_battle_walls_and_doughnuts) {
@@ -370,18 +370,18 @@ TEST_F(Field, maze_brings_battle_walls_and_doughnuts) {
     put_turtle(20, 0, 0);
     srandom(5);
     EXPECT_EQ(said([] { EXPECT_EQ(field_set_maze_mode(), 0); }), "entering battle mode...\nentering maze mode...\n");
-    EXPECT_EQ(maze_mode, 1);
-    EXPECT_EQ(battle_mode, 1);
-    EXPECT_EQ(bounded_area_mode, 1);
+    EXPECT_EQ(modes.maze_mode, 1);
+    EXPECT_EQ(modes.battle_mode, 1);
+    EXPECT_EQ(modes.bounded_area_mode, 1);
     EXPECT_EQ(ntmax, 4);
     EXPECT_EQ(ttl[20].flags, 0u);
     const int faces = nwall;
     EXPECT_GT(faces, 8);
     EXPECT_EQ(walls[0].y1, 256); // the boundary comes first
     EXPECT_EQ(said([] { EXPECT_EQ(field_unset_maze_mode(), 0); }), "exited from maze mode...\n");
-    EXPECT_EQ(maze_mode, 0);
-    EXPECT_EQ(battle_mode, 1); // stays
-    EXPECT_EQ(bounded_area_mode, 1);
+    EXPECT_EQ(modes.maze_mode, 0);
+    EXPECT_EQ(modes.battle_mode, 1); // stays
+    EXPECT_EQ(modes.bounded_area_mode, 1);
     EXPECT_EQ(nwall, 8);
     EXPECT_EQ(ntmax, 0);
     srandom(5);
@@ -393,21 +393,21 @@ TEST_F(Field, maze_brings_battle_walls_and_doughnuts) {
 
 TEST_F(Field, privacy_moves_with_the_door) {
     EXPECT_EQ(said([] { EXPECT_EQ(field_toggle_private_mode(), 0); }), "entering public mode...\n");
-    EXPECT_EQ(private_mode, 0);
-    EXPECT_EQ(accept_only_localhost, 0);
-    EXPECT_EQ(menuitem_need_to_change, 1);
-    menuitem_need_to_change = 0;
+    EXPECT_EQ(signals.private_mode, 0);
+    EXPECT_EQ(signals.accept_only_localhost, 0);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
+    signals.menuitem_need_to_change = 0;
     EXPECT_EQ(said([] { EXPECT_EQ(field_toggle_private_mode(), 0); }), "entering private mode...\n");
-    EXPECT_EQ(private_mode, 1);
-    EXPECT_EQ(accept_only_localhost, 1);
-    EXPECT_EQ(menuitem_need_to_change, 1);
+    EXPECT_EQ(signals.private_mode, 1);
+    EXPECT_EQ(signals.accept_only_localhost, 1);
+    EXPECT_EQ(signals.menuitem_need_to_change, 1);
 }
 
 TEST_F(Field, socket_error_is_remembered) {
     field_set_socket_error();
-    EXPECT_EQ(socket_error_occurred, 1);
+    EXPECT_EQ(signals.socket_error_occurred, 1);
     field_set_socket_error();
-    EXPECT_EQ(socket_error_occurred, 1);
+    EXPECT_EQ(signals.socket_error_occurred, 1);
 }
 
 TEST_F(Field, bounded_texts_never_look_beyond_their_field) {

@@ -18,7 +18,7 @@ TEST_F(Firing, beam_starts_at_the_turtle_and_costs_a_point) {
 
 TEST_F(Firing, mode_does_not_matter) {
     for (const int mode : {0, 1}) {
-        battle_mode = mode;
+        modes.battle_mode = mode;
         put_turtle(0, 0, 0);
         EXPECT_EQ(turtle_fire(0), 0);
         EXPECT_TRUE(has_any(ttl[0].flags, TTL_FIRING));

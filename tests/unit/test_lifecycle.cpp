@@ -89,7 +89,7 @@ TEST_F(Lifecycle, hopeless_field_draws_21_points_and_no_heading) {
     EXPECT_EQ(draws_of(11, [] { EXPECT_EQ(generate_turtle(0, 0), -1); }), 42);
     EXPECT_EQ(ntmax, 0);
     EXPECT_EQ(ttl[0].flags, 0u);
-    maze_mode = 1;
+    modes.maze_mode = 1;
     // In the maze 10 is enough, and the grating leaves 15: the first point in the middle of two faces does.
     EXPECT_EQ(generate_turtle(0, 0), 0);
 }
@@ -119,7 +119,7 @@ TEST_F(Lifecycle, twentieth_point_is_taken_and_the_21st_is_not) {
 TEST_F(Lifecycle, maze_places_newcomers_in_the_entrance_corner_facing_east) {
     for (unsigned seed = 1; seed <= 50; ++seed) {
         reset_tables(seed);
-        maze_mode = 1;
+        modes.maze_mode = 1;
         const int drawn = draws_of(seed, [] { ASSERT_EQ(generate_turtle(0, 0), 0); });
         EXPECT_EQ(drawn, 2); // no heading is drawn
         srandom(seed);
@@ -131,7 +131,7 @@ TEST_F(Lifecycle, maze_places_newcomers_in_the_entrance_corner_facing_east) {
 }
 
 TEST_F(Lifecycle, maze_asks_for_ten_to_walls_and_turtles) {
-    maze_mode = 1;
+    modes.maze_mode = 1;
     reset_wall();
     for (unsigned seed = 1; seed <= 50; ++seed) {
         ttl[0].flags = ttl[1].flags = 0;
@@ -147,21 +147,21 @@ TEST_F(Lifecycle, maze_asks_for_ten_to_walls_and_turtles) {
 }
 
 TEST_F(Lifecycle, maze_corner_that_is_full_refuses_after_21_points) {
-    maze_mode = 1;
+    modes.maze_mode = 1;
     setup_wall(0, -256, -248, -224, -248, 0, 1);
     setup_wall(0, -256, -232, -224, -232, 0, 1); // no y in the corner is 10 from both
     EXPECT_EQ(draws_of(3, [] { EXPECT_EQ(generate_turtle(0, 0), -1); }), 42);
 }
 
 TEST_F(Lifecycle, doughnut_goes_anywhere_in_maze_mode_too) {
-    maze_mode = 1;
+    modes.maze_mode = 1;
     ASSERT_EQ(draws_of(21, [] { ASSERT_EQ(generate_turtle(-1, TTL_DOUGHNUT), 0); }), 3);
     srandom(21);
     EXPECT_EQ(ttl[0].pos[0].x, (replay() - 0.5) * 491.0);
 }
 
 TEST_F(Lifecycle, corner_follows_the_bounds) {
-    maze_mode = 1;
+    modes.maze_mode = 1;
     Xmin = 0;
     Ymin = 100;
     ASSERT_EQ(draws_of(8, [] { generate_turtle(0, 0); }), 2);
@@ -253,11 +253,11 @@ TEST_F(Lifecycle, reset_makes_a_fresh_turtle_for_its_owner) {
 
 TEST_F(Lifecycle, reset_and_home_are_refused_in_battle_and_to_a_zombie) {
     put_turtle(0, 50, 60, 70, 2);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     EXPECT_EQ(turtle_reset(0, 2), 1);
     EXPECT_EQ(turtle_reset(0, 3), 1);
     EXPECT_EQ(turtle_home(0), 1);
-    battle_mode = 0;
+    modes.battle_mode = 0;
     make_zombie(0);
     EXPECT_EQ(turtle_reset(0, 2), 1);
     EXPECT_EQ(turtle_home(0), 1);

@@ -53,7 +53,7 @@ struct Model : FieldTest {
             }
         if (seed % 4 == 1) {
             generate_maze();
-            maze_mode = 1;
+            modes.maze_mode = 1;
         }
         const int from = ntmax, n = from + 2 + pick(12);
         for (int i = from; i < n; ++i) {
@@ -65,7 +65,8 @@ struct Model : FieldTest {
             else
                 put_turtle(i, in(-120, 120), in(-120, 120), in(-400, 400), kind == 2 ? -1 : kind == 3 ? 1 : 0);
             // The maze's entrance, made narrow: newcomers need many draws for a place there, or find none.
-            if (maze_mode != 0 && pick(4) == 0) ttl[static_cast<size_t>(i)].pos[0] = {in(-256, -220), in(-256, -220)};
+            if (modes.maze_mode != 0 && pick(4) == 0)
+                ttl[static_cast<size_t>(i)].pos[0] = {in(-256, -220), in(-256, -220)};
             ttl[static_cast<size_t>(i)].team = pick(5);
         }
         client_tab[0].sockfd = 1000;
@@ -387,17 +388,17 @@ struct Model : FieldTest {
     // What the test changes on its own, so that rare states come up.
     void stir(int i) {
         turtle_t& t = ttl[static_cast<size_t>(i)];
-        if (pick(60) == 0) battle_mode = 1 - battle_mode;
-        if (pick(60) == 0) bounded_area_mode = 1 - bounded_area_mode;
+        if (pick(60) == 0) modes.battle_mode = 1 - modes.battle_mode;
+        if (pick(60) == 0) modes.bounded_area_mode = 1 - modes.bounded_area_mode;
         if (pick(200) == 0) t.flags ^= TTL_ZOMBIE;
         if (pick(50) == 0) t.event_mask = static_cast<uint32_t>(dice());
         if (pick(20) == 0) t.flags &= ~TTL_FIRING;
         if (pick(20) == 0) t.fire_wait = pick(2);
         if (pick(20) == 0) t.score = pick(3);
         if (pick(20) == 0) teams[static_cast<size_t>(t.team)].flags = TEAM_REFUSES;
-        if (pick(20) == 0) elapsed_time = dice() >> pick(60);
-        field_cleared = pick(2);
-        menuitem_need_to_change = 0;
+        if (pick(20) == 0) signals.elapsed_time = dice() >> pick(60);
+        signals.wipe_requested = pick(2) == 0;
+        signals.menuitem_need_to_change = 0;
         for (client_t& c : client_tab) {
             c.disconnect_request = 0;
             c.frame_cmd_count = 0;

@@ -58,7 +58,7 @@ TEST_F(Motion, zombie_stone_and_doughnut_do_not_step) {
 }
 
 TEST_F(Motion, battle_limits_steps_to_two) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     struct row {
         double asked, moved;
     };
@@ -71,7 +71,7 @@ TEST_F(Motion, battle_limits_steps_to_two) {
 }
 
 TEST_F(Motion, battle_stops_a_turtle_without_points) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     for (const int score : {0, -5}) {
         put_turtle(0, 0, 0).score = score;
         EXPECT_EQ(turtle_step_forward(0, 1), -1);
@@ -84,7 +84,7 @@ TEST_F(Motion, battle_stops_a_turtle_without_points) {
     self().score = 1;
     EXPECT_EQ(turtle_step_forward(0, 1), 0);
     EXPECT_EQ(turtle_turn(0, 1), 0);
-    battle_mode = 0;
+    modes.battle_mode = 0;
     self().score = 0;
     EXPECT_EQ(turtle_step_forward(0, 10), 0); // points count in battle only
 }
@@ -129,13 +129,13 @@ TEST_F(Motion, free_step_releases_the_object_latches) {
     self().flags |= TTL_LATCH_OBJECTS | TTL_LATCH_WALL | TTL_LATCH_COIN;
     EXPECT_EQ(turtle_step_forward(0, 1), 0);
     EXPECT_EQ(self().flags, TTL_ALIVE | TTL_LATCH_WALL | TTL_LATCH_COIN); // walls are not consulted here
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     EXPECT_EQ(turtle_step_forward(0, 1), 0);
     EXPECT_EQ(self().flags, TTL_ALIVE | TTL_LATCH_COIN);
 }
 
 TEST_F(Motion, step_stopped_by_a_wall_releases_the_object_latches_too) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_wall_to_the_right(15);
     put_turtle(0, 0, 0);
     self().flags |= TTL_LATCH_OBJECTS;
@@ -145,7 +145,7 @@ TEST_F(Motion, step_stopped_by_a_wall_releases_the_object_latches_too) {
 }
 
 TEST_F(Motion, blocked_step_keeps_the_wall_latch) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_turtle(0, 0, 0);
     put_turtle(1, 30, 0);
     self().flags |= TTL_LATCH_WALL | TTL_LATCH_STONE;
@@ -154,7 +154,7 @@ TEST_F(Motion, blocked_step_keeps_the_wall_latch) {
 }
 
 TEST_F(Motion, wall_stops_in_a_bounded_area_and_is_told_once) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_wall_to_the_right(15);
     put_turtle(0, 0, 0);
     EXPECT_EQ(turtle_step_forward(0, 5.01), -1);
@@ -180,19 +180,19 @@ TEST_F(Motion, without_bounds_a_turtle_walks_through_walls_and_out_of_the_field)
 
 TEST_F(Motion, turtle_outside_is_stopped_by_the_back_faces_on_its_way_in) {
     reset_wall();
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_turtle(0, 280, 0, 180);
     EXPECT_EQ(turtle_step_forward(0, 14), 0); // 280 - 256 - 10
     EXPECT_EQ(turtle_step_forward(0, 1), -1);
 }
 
 TEST_F(Motion, step_backwards_meets_what_is_behind) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_wall_to_the_left(-15);
     put_turtle(0, 0, 0);
     EXPECT_EQ(turtle_step_forward(0, -6), -1);
     EXPECT_EQ(self().event, EVENT_WALL);
-    bounded_area_mode = 0;
+    modes.bounded_area_mode = 0;
     put_turtle(1, -22, 0);
     EXPECT_EQ(turtle_step_forward(0, -3), -1);
     EXPECT_EQ(self().event, EVENT_WALL | EVENT_TURTLE);
@@ -234,9 +234,9 @@ TEST_F(Motion, jump_is_refused_when_hemmed_in_at_the_start) {
 
 TEST_F(Motion, jump_is_refused_in_battle_and_to_a_zombie) {
     put_turtle(0, 0, 0);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     EXPECT_EQ(turtle_jump(0, 50, 0), -1);
-    battle_mode = 0;
+    modes.battle_mode = 0;
     self().flags |= TTL_ZOMBIE;
     EXPECT_EQ(turtle_jump(0, 50, 0), -1);
     EXPECT_EQ(turtle_rjump(0, 50, 0), -1);
@@ -244,7 +244,7 @@ TEST_F(Motion, jump_is_refused_in_battle_and_to_a_zombie) {
 }
 
 TEST_F(Motion, bounded_jump_stays_inside_inclusive_bounds) {
-    bounded_area_mode = 1; // no walls in the table: the bounds alone
+    modes.bounded_area_mode = 1; // no walls in the table: the bounds alone
     struct row {
         double x, y;
         int result;
@@ -259,13 +259,13 @@ TEST_F(Motion, bounded_jump_stays_inside_inclusive_bounds) {
 }
 
 TEST_F(Motion, bounded_jump_keeps_ten_from_walls) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     reset_wall();
     put_turtle(0, 0, 0);
     EXPECT_EQ(turtle_jump(0, 246, 0), 0); // exactly 10
     EXPECT_EQ(turtle_jump(0, 246.001, 0), -1);
     EXPECT_EQ(turtle_jump(0, 0, -246.001), -1);
-    bounded_area_mode = 0;
+    modes.bounded_area_mode = 0;
     EXPECT_EQ(turtle_jump(0, 255, 0), 0);
 }
 
@@ -285,7 +285,7 @@ TEST_F(Motion, turn_adds_and_never_wraps) {
 }
 
 TEST_F(Motion, battle_limits_turns_to_three) {
-    battle_mode = 1;
+    modes.battle_mode = 1;
     struct row {
         double asked, turned;
     };
@@ -335,9 +335,9 @@ TEST_F(Motion, heading_codes_are_east_north_west_south) {
 
 TEST_F(Motion, heading_is_refused_in_battle_and_to_a_zombie) {
     put_turtle(0, 0, 0, 33);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     EXPECT_EQ(turtle_head(0, 1), 1);
-    battle_mode = 0;
+    modes.battle_mode = 0;
     self().flags |= TTL_ZOMBIE;
     EXPECT_EQ(turtle_head(0, 1), 1);
     EXPECT_EQ(self().dir, 33);
@@ -355,8 +355,8 @@ TEST_F(Motion, hostile_numbers_give_a_status) {
     for (int mode = 0; mode < 4; ++mode)
         for (const double a : odd)
             for (const double b : odd) {
-                battle_mode = mode & 1;
-                bounded_area_mode = mode >> 1;
+                modes.battle_mode = mode & 1;
+                modes.bounded_area_mode = mode >> 1;
                 put_turtle(0, 0, 0);
                 put_turtle(1, 40, 0);
                 for (const int result : {turtle_turn(0, a), turtle_step_forward(0, b), turtle_jump(0, a, b),

@@ -132,7 +132,7 @@ TEST_F(Pen, broadcast_tells_every_other_member_of_the_team) {
     ttl[2].team = 3;
     ttl[3].flags |= TTL_ZOMBIE; // alive all the same
     ttl[4].flags = 0;           // not alive
-    elapsed_time = (1ull << 32) + 77;
+    signals.elapsed_time = (1ull << 32) + 77;
     EXPECT_EQ(turtle_broadcast_message(0, "hello; all"), 0);
     EXPECT_STREQ(teams[2].message, "hello; all");
     EXPECT_EQ(teams[2].message_time, 77u); // cut to 32 bits
@@ -165,7 +165,7 @@ TEST_F(Pen, refusing_team_keeps_its_message) {
     turtle_broadcast_message(0, "first");
     ttl[1].event = 0;
     teams[0].flags = 1;
-    elapsed_time = 5;
+    signals.elapsed_time = 5;
     EXPECT_EQ(turtle_broadcast_message(0, "second"), -1);
     EXPECT_STREQ(teams[0].message, "first");
     EXPECT_EQ(teams[0].message_time, 0u);

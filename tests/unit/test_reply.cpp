@@ -12,7 +12,7 @@ struct Reply : FieldTest {
         put_turtle(1, 10, -4.5, 33.25, 2);
         client_tab[2].sockfd = 1000;
         client_tab[2].turtle_id = 1;
-        elapsed_time = 1532;
+        signals.elapsed_time = 1532;
     }
     static std::string reply(int selector) {
         char out[REPLY_MAX + 1];
@@ -148,7 +148,7 @@ TEST_F(Reply, events_are_fetched_before_the_query_runs) {
 }
 
 TEST_F(Reply, clock_is_printed_with_64_bits) {
-    elapsed_time = 18446744073709551615ull;
+    signals.elapsed_time = 18446744073709551615ull;
     EXPECT_EQ(reply(0), "OK @ 18446744073709551615 0\n");
     EXPECT_EQ(reply(13), "18446744073709551615 OK @ 18446744073709551615 0\n");
 }

@@ -67,7 +67,7 @@ TEST_F(Sensors, finder_sees_walls_in_a_bounded_area_only) {
     put_wall_to_the_right(15); // touched after 5
     find();
     EXPECT_EQ(finder_code, 0);
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     find();
     EXPECT_EQ(finder_code, FINDER_WALL);
     EXPECT_EQ(finder_team, 0);
@@ -78,7 +78,7 @@ TEST_F(Sensors, finder_sees_walls_in_a_bounded_area_only) {
 }
 
 TEST_F(Sensors, wall_at_exactly_the_objects_distance_wins) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_turtle(0, 0, 0).finder_target = -1;
     put_object(1, TTL_STONE, 25, 0); // 25 - 20
     put_wall_to_the_right(15);       // 15 - 10
@@ -95,7 +95,7 @@ TEST_F(Sensors, wall_at_exactly_the_objects_distance_wins) {
 }
 
 TEST_F(Sensors, object_is_found_before_a_wall_beyond_the_range) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_turtle(0, 0, 0);
     put_turtle(1, 30, 0).team = 2;
     put_wall_to_the_right(100);
@@ -105,7 +105,7 @@ TEST_F(Sensors, object_is_found_before_a_wall_beyond_the_range) {
 }
 
 TEST_F(Sensors, finder_takes_any_range) {
-    bounded_area_mode = 1;
+    modes.bounded_area_mode = 1;
     put_turtle(0, 0, 0);
     put_turtle(1, 30, 0);
     put_wall_to_the_right(60);
@@ -157,7 +157,7 @@ TEST_F(Sensors, body_to_the_front_left_blocks_left_and_front) {
 
 TEST_F(Sensors, sonar_hears_walls_nearer_than_ten_in_every_mode) {
     for (const int mode : {0, 1}) {
-        bounded_area_mode = mode;
+        modes.bounded_area_mode = mode;
         nwall = 0;
         put_wall_to_the_right(20); // free travel exactly 10; at 45 degrees 10 / cos 45
         put_turtle(0, 0, 0);
@@ -419,7 +419,7 @@ TEST_F(Sensors, team_message_comes_with_its_time) {
     EXPECT_EQ(qt_team_msg(0, time, text), 0);
     EXPECT_EQ(time, 0u);
     EXPECT_EQ(text[0], 0);
-    elapsed_time = 1234;
+    signals.elapsed_time = 1234;
     turtle_broadcast_message(0, std::string(200, 'w').c_str());
     EXPECT_EQ(qt_team_msg(0, time, text), 0);
     EXPECT_EQ(time, 1234u);

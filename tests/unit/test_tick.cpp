@@ -73,7 +73,7 @@ TEST_F(Tick, a_find_is_shown_once_and_only_in_battle) {
     tick(view);
     EXPECT_FALSE(view.turns[0].finder.shown);
     EXPECT_EQ(ttl[0].finder_target, 1);
-    battle_mode = 1;
+    modes.battle_mode = 1;
     tick(view);
     EXPECT_TRUE(view.turns[0].finder.shown);
     EXPECT_EQ(view.turns[0].finder.to.x, 50);
