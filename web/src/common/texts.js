@@ -199,7 +199,46 @@ export const TEXTS = {
   'desk.start.middle': ['in the middle of the field', 'in der Feldmitte'],
   'desk.start.apart': ['each at its own place', 'jedes an einem eigenen Ort'],
   'desk.set': ['Set', 'Setzen'],
+  'desk.onfield': ['on the field', 'auf dem Feld'],
+  'desk.ok': ['OK', 'OK'],
+  'desk.cancel': ['Cancel', 'Abbrechen'],
   'desk.here': ['Connected', 'Verbunden'],
+
+  // The class server's own words for what the desk can do, where the page's language is not its own.
+  'desk.do.painting': ['Wipe the painting', 'Gemaltes wegwischen'],
+  'desk.do.zombies': ['Take the zombies away (wipes the painting, too)', 'Zombies entfernen (wischt auch Gemaltes weg)'],
+  'desk.do.cards': ['Take all cards away', 'Alle Karten wegnehmen'],
+  'desk.do.coin': ['Throw a coin on the field', 'Eine Münze aufs Feld werfen'],
+  'desk.do.robot': ['Let a robot in', 'Einen Roboter hereinlassen'],
+  'desk.do.battle': ['Battle mode', 'Kampf'],
+  'desk.do.drawing': ['Back to drawing', 'Zurück zum Zeichnen'],
+  'desk.do.ground': ['White ground (wipes the painting)', 'Weißer Boden (wischt Gemaltes weg)'],
+  'desk.key.K': ['Kill all turtles', 'Alle Schildkröten entfernen'],
+  'desk.key.z': ['Take the zombies away and keep the painting', 'Zombies entfernen, Gemaltes behalten'],
+  'desk.key.m': ['Maze mode', 'Labyrinth'],
+  'desk.key.@': ['Public or private mode; the class does not need it', 'Öffentlich oder privat; die Klasse braucht es nicht'],
+  'desk.key.c': ['Take a picture of the window', 'Ein Bild des Fensters aufnehmen'],
+  'desk.key.h': ['The list of all keys', 'Die Liste aller Tasten'],
+  'desk.rule.c a': ['wipe the painting and the zombies', 'Gemaltes und Zombies wegwischen'],
+  'desk.rule.c f': ['wipe the painting', 'Gemaltes wegwischen'],
+  'desk.rule.h': ['colour the ground, which wipes the painting', 'den Boden färben, was Gemaltes wegwischt'],
+  'desk.rule.!': ['switch battle mode', 'den Kampf ein- und ausschalten'],
+  'desk.rule.r': ['call a robot', 'einen Roboter rufen'],
+  'desk.rule.z': ['lay and take cards', 'Karten legen und nehmen'],
+  'desk.rule.c h': ['go home', 'nach Hause gehen'],
+  'desk.rule.j': ['jump to a point', 'an einen Ort springen'],
+  'desk.rule.g': ['jump by a distance', 'um eine Strecke springen'],
+  'desk.rule.l b': ['paint with the brush', 'mit dem Pinsel malen'],
+  'desk.rule.l s': ['fill shapes', 'Flächen füllen'],
+  'desk.rule.s': ['write texts', 'Texte schreiben'],
+  'desk.rule.n': ['give the turtle another name', 'die Schildkröte umbenennen'],
+  'desk.rule.u': ['post on the team\'s board', 'dem Team Nachrichten schreiben'],
+  'desk.rule.i': ['join a team', 'einem Team beitreten'],
+  'desk.rule.o b': ['borrow coins', 'Münzen leihen'],
+  'desk.rule.o x': ['have coins scattered', 'Münzen streuen lassen'],
+  'desk.rule.d': ['bake doughnuts', 'Doughnuts backen'],
+  'desk.rule.x': ['fire', 'schießen'],
+  'desk.rule.q': ['ask questions', 'Fragen stellen'],
 
   'error.offline': ['The class server does not answer. Is the wireless still on?', 'Der Klassenserver antwortet nicht. Ist das WLAN noch an?'],
   'error.token': ['You are no longer in the class: join again.', 'Du bist nicht mehr in der Klasse: Tritt noch einmal bei.'],
@@ -244,7 +283,11 @@ export function refusal(error) {
   const key = `error.${error.word}`;
   if (!TEXTS[key]) return error.message;
   const { told = {} } = error;
-  return t(key, error.word === 'slow' ? told.retry_s : told.what || told.command);
+  if (error.word === 'forbidden') {
+    const what = t(`desk.rule.${told.command}`);
+    return t(key, what.startsWith('desk.') ? told.what || told.command : what);
+  }
+  return t(key, error.word === 'slow' ? told.retry_s : '');
 }
 
 export function waitText(seconds) {
