@@ -21,8 +21,8 @@ export function parseCards(text) {
 }
 
 /**
- * Fetches an address again and again; `use(answer)` gets each answer that is new, and a promise of it is awaited. The
- * browser asks with the last answer's ETag, so what has not changed costs no transfer.
+ * Fetches an address again and again; `use(answer)` gets each answer that is new, and a promise of it is awaited; false
+ * says that there is nothing. The browser asks with the last answer's ETag, so what has not changed costs no transfer.
  * @returns a function that ends it
  */
 export function pollChanges(world, address, every, use) {
@@ -35,8 +35,8 @@ export function pollChanges(world, address, every, use) {
       const tag = answer.headers.get('ETag');
       if (!answer.ok) pause = ABSENT_EVERY;
       else if (tag === null || tag !== before) {
-        await use(answer);
-        before = tag;
+        if ((await use(answer)) === false) pause = ABSENT_EVERY;
+        else before = tag;
       }
     } catch {
       pause = ABSENT_EVERY;
@@ -127,13 +127,19 @@ export function followPainting(world, base, scene) {
     }
     return sheets.get(name);
   };
+  // Whoever writes cards writes the painting, too; where nobody does, it is not asked for.
+  let painting = false;
   const ends = [
-    pollChanges(world, `${base}canvas.png`, PAINTING_EVERY, async (answer) => {
-      scene.setPainting(await decode(await answer.blob(), scene.flat));
-    }),
     pollChanges(world, `${base}cards.json`, 2 * PAINTING_EVERY, async (answer) => {
       const told = parseCards(await answer.text());
-      if (told) scene.setCards(told, told.cards.length > 0 ? await sheet(told.sheet) : null);
+      if (!told) return false;
+      scene.setCards(told, told.cards.length > 0 ? await sheet(told.sheet) : null);
+      if (painting) return true;
+      painting = true;
+      ends.push(pollChanges(world, `${base}canvas.png`, PAINTING_EVERY, async (picture) => {
+        scene.setPainting(await decode(await picture.blob(), scene.flat));
+      }));
+      return true;
     }),
   ];
   return () => ends.forEach((end) => end());
