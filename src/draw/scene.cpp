@@ -2,6 +2,7 @@
 
 #include "draw/icons.h"
 #include "draw/primitives.h"
+#include "field/palette.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"

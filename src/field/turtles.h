@@ -35,7 +35,6 @@ inline constexpr uint32_t TTL_LATCH_STONE = 0x40000;
 inline constexpr uint32_t TTL_LATCH_WALL = 0x80000;
 inline constexpr uint32_t TTL_LATCH_COIN = 0x100000;
 inline constexpr uint32_t TTL_OBJECT = TTL_STONE | TTL_DOUGHNUT; // shows no name and no score, never moves
-inline constexpr uint32_t TTL_LATCH_OBJECTS = TTL_LATCH_TURTLE | TTL_LATCH_DOUGHNUT | TTL_LATCH_STONE;
 
 // turtle_t::event and event_mask
 inline constexpr uint32_t EVENT_HIT = 0x1;       // hit by a beam

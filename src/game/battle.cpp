@@ -134,15 +134,3 @@ void update_robot(int i) {
     }
     if (drand() < ROBOT_FIRE_CHANCE) turtle_fire(i);
 }
-
-rgb_t team_color(int team) {
-    static constexpr std::array<rgb_t, TEAM_MAX> COLORS{{
-        {0.2, 1.0, 0.1},
-        {0.7, 0.3, 1.0},
-        {0.5, 0.9, 0.9},
-        {0.1, 0.1, 1.0},
-        {0.8, 0.9, 0.0},
-    }};
-    const int remainder = team % TEAM_MAX; // keeps the sign of the team
-    return remainder < 0 ? rgb_t{0.7, 0.8, 0.0} : COLORS[remainder];
-}

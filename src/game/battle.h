@@ -63,6 +63,3 @@ dying_view_t step_dying(int i);
 /// One frame of a robot's life: walk, turn at the margin, turn about at an obstacle, fire now and then. A refused step
 /// takes the robot back by the step that it did not make. Doughnuts do nothing and draw no random number.
 void update_robot(int i);
-
-/// Body colour of a team; a negative team has a colour of its own.
-[[nodiscard]] rgb_t team_color(int team);

@@ -1,5 +1,6 @@
 #include "geometry/collision.h"
 
+#include "field/kinds.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/wall_map.h"
@@ -34,12 +35,6 @@ double least_free_travel(const ray_t& ray, std::span<const int16_t> among) {
     double best = NO_DISTANCE;
     for (const int16_t k : among) best = std::min(best, free_travel(ray, walls[k]));
     return best;
-}
-
-uint32_t kind_of_body(const turtle_t& t) {
-    if (has_any(t.flags, TTL_STONE)) return BLOCKED_BY_STONE;
-    if (has_any(t.flags, TTL_DOUGHNUT)) return BLOCKED_BY_DOUGHNUT;
-    return BLOCKED_BY_TURTLE;
 }
 
 } // namespace
@@ -132,7 +127,7 @@ way_t way_ahead(const pose_t& from, int leave_out, double step) {
         best = along;
         aside = (t.pos[0].x - foot_x) * (t.pos[0].x - foot_x) + (t.pos[0].y - foot_y) * (t.pos[0].y - foot_y);
         way.other = k;
-        way.code = kind_of_body(t);
+        way.code = kind_of(t.flags).blocked_by;
     }
 
     if (way.other < 0) return way;

@@ -47,12 +47,6 @@ void distance_to_walls_3dir(int i, double& left, double& front, double& right);
 
 // --- turtles, doughnuts and stones ---
 
-// Codes of what stands in the way, which are also those of the finder.
-inline constexpr uint32_t BLOCKED_BY_NOTHING = 0;
-inline constexpr uint32_t BLOCKED_BY_TURTLE = 1;
-inline constexpr uint32_t BLOCKED_BY_DOUGHNUT = 2;
-inline constexpr uint32_t BLOCKED_BY_STONE = 3;
-
 struct way_t {
     uint32_t code;  // BLOCKED_BY_*; a body whose contact lies beyond the step is no block
     double allowed; // the permitted travel: the contact distance when blocked (0 or less when touching), else the step

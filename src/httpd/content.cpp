@@ -4,6 +4,7 @@
 #include "httpd/content.h"
 
 #include "base/log.h"
+#include "field/kinds.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"
@@ -172,10 +173,9 @@ std::string_view true_or_false(uint32_t word, uint32_t bits) { return has_any(wo
 
 // The name is written as it is: a double quote in it makes the list invalid JSON, which the viewer has to bear.
 void add_turtle(text_t& json, int i, const turtle_t& t, uint32_t now) {
-    const int type = has_any(t.flags, TTL_DOUGHNUT) ? 2 : has_any(t.flags, TTL_STONE) ? 3 : 1;
     json.add_integer("\"tid\":", i);
     json.add_integer(",\"time\":", now);
-    json.add_integer(",\"type\":", type);
+    json.add_integer(",\"type\":", kind_of(t.flags).json_type);
     json.add(",\"name\":\"");
     json.add({t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES))});
     json.add_integer("\",\"team\":", t.team);
@@ -195,7 +195,7 @@ void add_turtle(text_t& json, int i, const turtle_t& t, uint32_t now) {
     json.add(",\"got_hit\":");
     json.add(true_or_false(t.event, EVENT_HIT));
     json.add(",\"collide\":");
-    json.add(true_or_false(t.event, EVENT_TURTLE | EVENT_DOUGHNUT | EVENT_STONE | EVENT_WALL));
+    json.add(true_or_false(t.event, EVENTS_BLOCKED));
     json.add(",\"detected\":");
     json.add(true_or_false(t.event, EVENT_FOUND | EVENT_SEEN));
     json.add(",\"got_msg\":");

@@ -265,37 +265,13 @@ int card_selector(const word_list& w) {
 }
 
 int do_query(const request& r) {
-    switch (r.words.letter(1)) {
-    case 'p':
-        return SEL_POSITION;
-    case 'd':
-        return SEL_DIRECTION;
-    case 'm':
-        return SEL_TEAM;
-    case 'f':
-        return SEL_FINDER;
+    switch (const char letter = r.words.letter(1)) {
     case 'r':
         return radar_selector(r.words.w[2]);
-    case 'w':
-        return SEL_SONAR;
-    case 'a':
-        return SEL_ALIVE;
-    case 's':
-        return SEL_SCORE;
-    case 't':
-        return SEL_TIME;
-    case 'n':
-        return SEL_N_TURTLE;
-    case 'c':
-        return SEL_N_COIN;
-    case 'o':
-        return SEL_MY_COIN;
-    case 'b':
-        return SEL_TEAM_MSG;
     case 'z':
         return card_selector(r.words);
     default:
-        return -1;
+        return selector_of_question(letter);
     }
 }
 

@@ -2,7 +2,8 @@
 // Server thread, lock held.
 #pragma once
 
-inline constexpr int VALUE_MAX = 512; // bytes of value text; longer is cut
+#include "net/questions.h"
+
 inline constexpr int REPLY_MAX = VALUE_MAX + 64;
 
 /// Writes the reply to `selector` for slot `slot` into `out` (REPLY_MAX bytes) and fetches the turtle's events.

@@ -1,11 +1,16 @@
 #include "turtle/motion.h"
 
+#ifdef KELMORA_LOG_STEPS
+#include "base/log.h"
+#endif
+#include "field/kinds.h"
 #include "field/turtles.h"
 #include "geometry/collision.h"
 #include "geometry/segment.h"
 #include "turtle/sensors.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 
@@ -14,6 +19,9 @@ namespace {
 constexpr double BATTLE_STEP = 2.0;     // field units a command
 constexpr double BATTLE_TURN = 3.0;     // degrees a command
 constexpr double JUMP_CLEARANCE = 10.0; // to the nearest wall at the target
+
+// How a step ends, by BLOCKED_BY_*.
+constexpr std::array<step_end, 4> STEP_ENDS{step_end::moved, step_end::turtle, step_end::doughnut, step_end::stone};
 
 // Moves the turtle to (x, y): the history ages by one entry, current pen colour and width stay.
 void move_to(turtle_t& t, double x, double y) {
@@ -33,40 +41,59 @@ void report_once(turtle_t& t, uint32_t latch, uint32_t event) {
 
 } // namespace
 
-int turtle_step_forward(int i, double length) {
+step_end try_step(int i, double length) {
     turtle_t& t = ttl[i];
-    if (has_any(t.flags, TTL_ZOMBIE | TTL_STONE | TTL_DOUGHNUT)) return -1;
+    if (has_any(t.flags, TTL_ZOMBIE | TTL_OBJECT)) return step_end::cannot_move;
     if (modes.battle_mode) {
-        if (t.score < 1) return -1;
+        if (t.score < 1) return step_end::no_points;
         length = std::clamp(length, -BATTLE_STEP, BATTLE_STEP);
     }
 
-    double allowed = 0.0;
-    int other = -1;
-    switch (check_how_far_it_can_go(i, allowed, other, length)) {
-    case BLOCKED_BY_TURTLE:
-        report_once(t, TTL_LATCH_TURTLE, EVENT_TURTLE);
-        return -1;
-    case BLOCKED_BY_DOUGHNUT:
-        report_once(t, TTL_LATCH_DOUGHNUT, EVENT_DOUGHNUT);
-        return -1;
-    case BLOCKED_BY_STONE:
-        report_once(t, TTL_LATCH_STONE, EVENT_STONE);
-        return -1;
-    default:
-        break;
+    const way_t way = way_ahead(pose_of(i), i, length);
+    for (const kind_info_t& kind : KINDS) {
+        if (kind.blocked_by != way.code) continue;
+        report_once(t, kind.latch, kind.event);
+        return STEP_ENDS[way.code];
     }
 
     t.flags &= ~TTL_LATCH_OBJECTS;
     if (modes.bounded_area_mode) {
-        if (is_colliding_to_wall(i, length) != 0) {
+        if (is_wall_in_step(pose_of(i), length)) {
             report_once(t, TTL_LATCH_WALL, EVENT_WALL);
-            return -1;
+            return step_end::wall;
         }
         t.flags &= ~TTL_LATCH_WALL;
     }
     move_to(t, t.pos[0].x + length * std::cos(t.dir * PI / 180.0), t.pos[0].y + length * std::sin(t.dir * PI / 180.0));
-    return 0;
+    return step_end::moved;
+}
+
+const char* step_end_text(step_end end) {
+    switch (end) {
+    case step_end::moved:
+        return "moved";
+    case step_end::cannot_move:
+        return "zombies, doughnuts and stones do not move";
+    case step_end::no_points:
+        return "no points left";
+    case step_end::turtle:
+        return "a turtle is in the way";
+    case step_end::doughnut:
+        return "a doughnut is in the way";
+    case step_end::stone:
+        return "a stone is in the way";
+    case step_end::wall:
+        return "a wall is in the way";
+    }
+    return "?";
+}
+
+int turtle_step_forward(int i, double length) {
+    const step_end end = try_step(i, length);
+#ifdef KELMORA_LOG_STEPS
+    log_line("turtle %d, step of %g: %s", i, length, step_end_text(end));
+#endif
+    return end == step_end::moved ? 0 : -1;
 }
 
 int turtle_jump(int i, double x, double y) {

@@ -2,9 +2,17 @@
 // battle mode limits the speed. Every move shifts the track history. Caller holds frame_rendering_mutex.
 #pragma once
 
+// How a step ended: it moved, or why it did not.
+enum class step_end { moved, cannot_move, no_points, turtle, doughnut, stone, wall };
+
+/// What an end of a step says to somebody who asks why a turtle does not move.
+[[nodiscard]] const char* step_end_text(step_end end);
+
 /// One step of `length` field units along the heading, backwards when negative; in battle mode at most 2.
 /// A blocked turtle does not move at all; the kind of obstacle is reported once, as an event.
-/// @return 0 moved; -1 refused or blocked
+step_end try_step(int i, double length);
+
+/// try_step. @return 0 moved; -1 refused or blocked. Built with KELMORA_LOG_STEPS, it logs every end.
 int turtle_step_forward(int i, double length);
 
 /// To (x, y) without touching what lies between. Refused in battle mode, to a zombie, to a turtle hemmed in at its

@@ -1,5 +1,6 @@
 #include "turtle/sensors.h"
 
+#include "field/kinds.h"
 #include "field/turtles.h"
 #include "geometry/collision.h"
 #include "geometry/random.h"

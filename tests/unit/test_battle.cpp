@@ -2,6 +2,7 @@
 // Distances are chosen so that they are exact in binary, or one step of 2 straight along an axis.
 #include "game/battle.h"
 
+#include "field/palette.h"
 #include "support.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // Motion: steps, jumps, turns and headings in every mode, the track history, and events that are told once.
 #include "turtle/motion.h"
 
+#include "field/kinds.h"
 #include "game/furnish.h"
 #include "support.h"
 

@@ -1,6 +1,7 @@
 // One turtle record: a fresh turtle's every field, team, name and the event word.
 #include "field/turtles.h"
 
+#include "field/kinds.h"
 #include "support.h"
 
 #include <cstring>

@@ -8,7 +8,7 @@ import { drawDoughnut, drawLabel, drawStone, drawTurtle } from './flat-shapes.js
 const SIDE = 512; // field units
 const MARGIN = 4; // field units around the field
 const BURST_FRAMES = 25;
-const TEAMS = ['#33ff1a', '#b34dff', '#80e6e6', '#1a4dff', '#cce600'];
+const TEAMS = ['#33ff1a', '#b34dff', '#80e6e6', '#1a1aff', '#cce600'];
 
 /** @param size  function that tells width and height of the picture in pixels */
 export function makeFlatScene(size) {

@@ -4,7 +4,7 @@
 const THREE = () => globalThis.THREE;
 
 // The team colours of the field's own window.
-export const TEAM_COLORS = [0x33ff1a, 0xb34dff, 0x80e6e6, 0x1a4dff, 0xcce600];
+export const TEAM_COLORS = [0x33ff1a, 0xb34dff, 0x80e6e6, 0x1a1aff, 0xcce600];
 
 function mesh(geometry, color, x, y, z, extra = {}) {
   const T = THREE();

@@ -1,0 +1,69 @@
+// The one table of kinds, and the palette.
+#include "field/kinds.h"
+
+#include "field/palette.h"
+#include "support.h"
+#include "turtle/motion.h"
+
+#include <cstring>
+#include <set>
+
+namespace {
+
+TEST(Kinds, flags_tell_the_kind_whatever_other_bits_are_set) {
+    EXPECT_EQ(kind_of(TTL_ALIVE | TTL_PEN_DOWN | TTL_ZOMBIE).kind, kind_t::turtle);
+    EXPECT_EQ(kind_of(TTL_ALIVE | TTL_ROBOT).kind, kind_t::robot);
+    EXPECT_EQ(kind_of(TTL_ALIVE | TTL_ROBOT | TTL_DOUGHNUT).kind, kind_t::doughnut); // ownerless ones are robots, too
+    EXPECT_EQ(kind_of(TTL_ALIVE | TTL_STONE).kind, kind_t::stone);
+}
+
+TEST(Kinds, codes_events_and_latches_are_those_of_the_protocol) {
+    EXPECT_EQ(kind_of(0).blocked_by, 1U);
+    EXPECT_EQ(kind_of(TTL_ROBOT).event, 0x2U);
+    EXPECT_EQ(kind_of(TTL_DOUGHNUT).blocked_by, 2U);
+    EXPECT_EQ(kind_of(TTL_DOUGHNUT).event, 0x4U);
+    EXPECT_EQ(kind_of(TTL_DOUGHNUT).json_type, 2);
+    EXPECT_EQ(kind_of(TTL_STONE).blocked_by, 3U);
+    EXPECT_EQ(kind_of(TTL_STONE).event, 0x8U);
+    EXPECT_EQ(kind_of(TTL_STONE).json_type, 3);
+    EXPECT_EQ(EVENTS_BLOCKED, 0x1EU);
+    EXPECT_EQ(TTL_LATCH_OBJECTS, 0x70000U);
+}
+
+class StepEnd : public testing::Test {
+protected:
+    void SetUp() override { reset_tables(); }
+};
+
+TEST_F(StepEnd, says_why_a_turtle_did_not_move) {
+    put_turtle(0, 0, 0);
+    EXPECT_EQ(try_step(0, 1), step_end::moved);
+    put_turtle(1, 25, 0);
+    EXPECT_EQ(try_step(0, 10), step_end::turtle); // contact 4 ahead
+    ttl[1].flags |= TTL_STONE;
+    EXPECT_EQ(try_step(0, 10), step_end::stone);
+    ttl[1].flags = TTL_ALIVE | TTL_DOUGHNUT;
+    EXPECT_EQ(try_step(0, 10), step_end::doughnut);
+    EXPECT_EQ(try_step(1, 10), step_end::cannot_move);
+    ttl[1].flags = 0;
+    modes.bounded_area_mode = true;
+    setup_wall(0, 12, -50, 12, 50, -1, 0); // contact at x = 2
+    EXPECT_EQ(try_step(0, 1), step_end::moved);
+    EXPECT_EQ(try_step(0, 1), step_end::wall);
+    modes.battle_mode = true;
+    ttl[0].score = 0;
+    EXPECT_EQ(try_step(0, 1), step_end::no_points);
+    ttl[0].flags |= TTL_ZOMBIE;
+    EXPECT_EQ(try_step(0, 1), step_end::cannot_move);
+}
+
+TEST_F(StepEnd, has_a_text_of_its_own_for_each_end) {
+    std::set<std::string> texts;
+    for (const step_end end : {step_end::moved, step_end::cannot_move, step_end::no_points, step_end::turtle,
+                               step_end::doughnut, step_end::stone, step_end::wall}) {
+        texts.insert(step_end_text(end));
+    }
+    EXPECT_EQ(texts.size(), 7U);
+}
+
+} // namespace
