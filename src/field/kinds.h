@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-enum class kind_t { turtle, robot, stone, doughnut };
+enum class kind_t { turtle, robot, doughnut, stone };
 
 // What stands in the way of a turtle. These are also the codes of the finder.
 inline constexpr uint32_t BLOCKED_BY_NOTHING = 0;
@@ -25,8 +25,8 @@ struct kind_info_t {
 inline constexpr std::array<kind_info_t, 4> KINDS{{
     {kind_t::turtle, 0, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
     {kind_t::robot, TTL_ROBOT, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
-    {kind_t::stone, TTL_STONE, BLOCKED_BY_STONE, EVENT_STONE, TTL_LATCH_STONE, 3},
     {kind_t::doughnut, TTL_DOUGHNUT, BLOCKED_BY_DOUGHNUT, EVENT_DOUGHNUT, TTL_LATCH_DOUGHNUT, 2},
+    {kind_t::stone, TTL_STONE, BLOCKED_BY_STONE, EVENT_STONE, TTL_LATCH_STONE, 3},
 }};
 
 /// The kind that turtle_t::flags tell. The last row that fits counts: an ownerless doughnut has the robot's bit, too.

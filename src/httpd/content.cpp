@@ -175,7 +175,9 @@ std::string_view true_or_false(uint32_t word, uint32_t bits) { return has_any(wo
 void add_turtle(text_t& json, int i, const turtle_t& t, uint32_t now) {
     json.add_integer("\"tid\":", i);
     json.add_integer(",\"time\":", now);
-    json.add_integer(",\"type\":", kind_of(t.flags).json_type);
+    // The torn copy of a slot that changes hands may have both bits: here it counts as a doughnut.
+    const uint32_t kind_bits = has_any(t.flags, TTL_DOUGHNUT) ? t.flags & ~TTL_STONE : t.flags;
+    json.add_integer(",\"type\":", kind_of(kind_bits).json_type);
     json.add(",\"name\":\"");
     json.add({t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES))});
     json.add_integer("\",\"team\":", t.team);
