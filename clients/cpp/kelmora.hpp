@@ -528,6 +528,253 @@ private:
     std::size_t end_ = 0;
 };
 
+// ------------------------------------------------------------------------------------------------------- areas
+
+namespace detail {
+
+// What the pen leaves, by the field's command for it.
+enum class Way : std::uint8_t { lines, polygons, points, brush };
+inline constexpr std::array<std::string_view, 4> WAYS = {"l", "l s", "l p", "l b"};
+
+struct Stroke {
+    Point start;
+    Point end;
+    Color color;
+    double width = 1;
+    Way way = Way::lines;
+};
+// The way of a turtle while an area is being made.
+struct Trace {
+    std::vector<Point> points;
+    std::vector<Stroke> strokes;
+};
+using Piece = std::vector<Point>; // corners of a convex area, in their order around it
+using Packet = std::vector<std::string>;
+
+// In the mode for filled shapes the field fills, a frame at a time, the polygon of a turtle's latest points: six of
+// them once the turtle has made five painted steps, and fewer before. So a shape is cut into convex pieces of six
+// corners at most, and each piece is a packet of six jumps.
+inline constexpr std::size_t CORNERS = 6;
+inline constexpr double THIN = 1e-9; // a slice lower than this shows nothing
+
+inline double distance(Point a, Point b) { return std::hypot(a.x - b.x, a.y - b.y); }
+inline bool same(Point a, Point b) { return a.x == b.x && a.y == b.y; }
+
+inline std::string with_numbers(std::string_view word, std::initializer_list<double> numbers) {
+    std::string line(word);
+    for (const double number : numbers) {
+        constexpr double MOST = 1e15; // digits behind the point mean nothing above
+        const double rounded = std::abs(number) < MOST / 1e8 ? std::round(number * 1e8) / 1e8 : number;
+        std::array<char, 32> digits;
+        line.push_back(' ');
+        line.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), rounded + 0.0).ptr);
+    }
+    return line;
+}
+inline std::string jump_to(Point p) { return with_numbers("j", {p.x, p.y}); }
+inline std::string paint_of(Color c) { return with_numbers("k", {c.r, c.g, c.b}); }
+
+/// Corners of a polygon that passes for a disc.
+inline Piece disc(Point middle, double diameter) {
+    constexpr double PI = 3.14159265358979323846;
+    const int count = 4 * static_cast<int>(std::clamp(std::round(diameter / 5), 3.0, 12.0));
+    Piece corners;
+    for (int k = 0; k < count; ++k) {
+        const double turn = 2 * PI * (k + 0.5) / count;
+        corners.push_back({middle.x + diameter / 2 * std::cos(turn), middle.y + diameter / 2 * std::sin(turn)});
+    }
+    return corners;
+}
+
+// A side of the shape that is not level, from its lower to its upper end.
+struct Edge {
+    Point low;
+    Point high;
+    double slope = 0;
+    [[nodiscard]] double at(double y) const { return y >= high.y ? high.x : low.x + (y - low.y) * slope; }
+};
+
+inline std::vector<Edge> edges_of(const std::vector<Point>& points) {
+    std::vector<Edge> edges;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        Point a = points[k];
+        Point b = points[(k + 1) % points.size()];
+        if (std::abs(a.y - b.y) <= THIN) continue;
+        if (b.y < a.y) std::swap(a, b);
+        edges.push_back({a, b, (b.x - a.x) / (b.y - a.y)});
+    }
+    return edges;
+}
+
+// Heights of all ends and crossings: between two of them no sides meet.
+inline std::vector<double> levels_of(std::vector<Edge> edges) {
+    std::vector<double> all;
+    for (const Edge& edge : edges) all.insert(all.end(), {edge.low.y, edge.high.y});
+    std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) { return a.low.y < b.low.y; });
+    for (std::size_t i = 0; i < edges.size(); ++i) {
+        const Edge& a = edges[i];
+        for (std::size_t j = i + 1; j < edges.size() && edges[j].low.y < a.high.y; ++j) {
+            const Edge& b = edges[j];
+            if (a.slope == b.slope) continue;
+            const double y = (b.low.x - b.low.y * b.slope - a.low.x + a.low.y * a.slope) / (a.slope - b.slope);
+            if (b.low.y < y && y < std::min(a.high.y, b.high.y)) all.push_back(y);
+        }
+    }
+    std::sort(all.begin(), all.end());
+    std::vector<double> levels;
+    for (const double level : all) {
+        if (levels.empty() || level - levels.back() > THIN) levels.push_back(level);
+    }
+    return levels;
+}
+
+// The corners around, each once.
+inline Piece outline(const Piece& left, const Piece& right) {
+    Piece corners;
+    const auto add = [&](Point corner) {
+        if (corners.empty() || distance(corner, corners.back()) > 1e-7) corners.push_back(corner);
+    };
+    std::for_each(right.begin(), right.end(), add);
+    std::for_each(left.rbegin(), left.rend(), add);
+    if (corners.size() > 1 && distance(corners.front(), corners.back()) <= 1e-7) corners.pop_back();
+    return corners;
+}
+
+// A convex piece that grows upward: its left and its right side, from the bottom up.
+struct Slab {
+    std::array<const Edge*, 2> edges;
+    std::array<Piece, 2> sides;
+
+    Slab(const Edge* left, const Edge* right, double low, double high) : edges{left, right} {
+        for (std::size_t k = 0; k < 2; ++k) sides[k] = {{edges[k]->at(low), low}, {edges[k]->at(high), high}};
+    }
+    // Takes in what lies above between two sides, if it joins on and the whole stays convex and small enough.
+    bool grow(const Edge* left, const Edge* right, double high) {
+        const std::array<const Edge*, 2> next = {left, right};
+        std::array<Piece, 2> grown = sides;
+        for (std::size_t k = 0; k < 2; ++k) {
+            const Point end = {next[k]->at(high), high};
+            const Point corner = sides[k].back();
+            if (edges[k] == next[k]) {
+                grown[k].back() = end;
+                continue;
+            }
+            const Point before = sides[k][sides[k].size() - 2];
+            if (std::abs(next[k]->at(corner.y) - corner.x) > 1e-6) return false;
+            const double bend = (corner.x - before.x) * (end.y - corner.y) - (end.x - corner.x) * (corner.y - before.y);
+            if (k == 0 ? bend > 0 : bend < 0) return false;
+            grown[k].push_back(end);
+        }
+        if (outline(grown[0], grown[1]).size() > CORNERS) return false;
+        sides = grown;
+        edges = next;
+        return true;
+    }
+};
+
+/// The area that a closed line surrounds, as convex pieces; what it surrounds twice is outside again.
+inline std::vector<Piece> pieces_of(const std::vector<Point>& points) {
+    const std::vector<Edge> edges = edges_of(points);
+    const std::vector<double> levels = levels_of(edges);
+    std::vector<Slab> done;
+    std::vector<Slab> growing;
+    for (std::size_t k = 0; k + 1 < levels.size(); ++k) {
+        const double low = levels[k];
+        const double high = levels[k + 1];
+        std::vector<const Edge*> here;
+        for (const Edge& edge : edges) {
+            if (edge.low.y <= low + THIN && edge.high.y >= high - THIN) here.push_back(&edge);
+        }
+        std::stable_sort(here.begin(), here.end(), [middle = (low + high) / 2](const Edge* a, const Edge* b) {
+            return a->at(middle) < b->at(middle);
+        });
+        std::vector<Slab> slabs;
+        for (std::size_t i = 0; i + 1 < here.size(); i += 2) {
+            const auto found = std::find_if(growing.begin(), growing.end(),
+                                            [&](Slab& slab) { return slab.grow(here[i], here[i + 1], high); });
+            if (found == growing.end()) {
+                slabs.emplace_back(here[i], here[i + 1], low, high);
+            } else {
+                slabs.push_back(*found);
+                growing.erase(found);
+            }
+        }
+        done.insert(done.end(), growing.begin(), growing.end());
+        growing = std::move(slabs);
+    }
+    done.insert(done.end(), growing.begin(), growing.end());
+    std::vector<Piece> pieces;
+    for (const Slab& slab : done) {
+        if (Piece piece = outline(slab.sides[0], slab.sides[1]); piece.size() > 2) pieces.push_back(std::move(piece));
+    }
+    return pieces;
+}
+
+/// Packets that fill the pieces, the smaller ones first; the pen is then down and in the mode for filled shapes.
+inline std::vector<Packet> fill_packets(std::vector<Piece> pieces, Color color) {
+    std::stable_sort(pieces.begin(), pieces.end(), [](const Piece& a, const Piece& b) { return a.size() < b.size(); });
+    std::vector<Packet> packets;
+    std::size_t painted = 0;
+    for (const Piece& piece : pieces) {
+        const std::string start = jump_to(piece.front());
+        if (painted == 0) {
+            // The pen put down forgets older points and colours; the step that follows is the first that counts.
+            packets.push_back({"p u", start, paint_of(color), "l s", "p d", start});
+            painted = 1;
+        }
+        for (; std::min(painted + 1, CORNERS - 1) + 1 < piece.size(); ++painted) packets.push_back({start});
+        Packet corners(CORNERS - std::min(piece.size(), CORNERS), start);
+        for (const Point corner : piece) corners.push_back(jump_to(corner));
+        packets.push_back(std::move(corners));
+        ++painted;
+    }
+    return packets;
+}
+
+inline bool same_ink(const Stroke& a, const Stroke& b) {
+    return a.color.r == b.color.r && a.color.g == b.color.g && a.color.b == b.color.b && a.width == b.width &&
+           a.way == b.way;
+}
+
+/// Packets that paint the strokes again, those that go on in the same direction as one; the pen is then down.
+inline std::vector<Packet> stroke_packets(const std::vector<Stroke>& strokes) {
+    std::vector<Stroke> straight;
+    for (const Stroke& stroke : strokes) {
+        if (same(stroke.start, stroke.end) && (stroke.way == Way::lines || stroke.way == Way::brush)) continue;
+        if (!straight.empty() && stroke.way == Way::lines && same_ink(stroke, straight.back()) &&
+            same(stroke.start, straight.back().end)) {
+            const Stroke& last = straight.back();
+            const Point a = {last.end.x - last.start.x, last.end.y - last.start.y};
+            const Point b = {stroke.end.x - stroke.start.x, stroke.end.y - stroke.start.y};
+            const double lengths = std::hypot(a.x, a.y) * std::hypot(b.x, b.y);
+            if (std::abs(a.x * b.y - a.y * b.x) <= 1e-5 * lengths && a.x * b.x + a.y * b.y > 0) {
+                straight.back().end = stroke.end;
+                continue;
+            }
+        }
+        straight.push_back(stroke);
+    }
+    std::vector<Packet> packets;
+    const Stroke* last = nullptr;
+    for (const Stroke& stroke : straight) {
+        Packet packet;
+        if (last == nullptr || !same_ink(stroke, *last) || !same(stroke.start, last->end)) {
+            packet = {"p u",
+                      jump_to(stroke.start),
+                      std::string(WAYS[static_cast<std::size_t>(stroke.way)]),
+                      paint_of(stroke.color),
+                      with_numbers("w", {stroke.width}),
+                      "p d"};
+        }
+        packet.push_back(jump_to(stroke.end));
+        packets.push_back(std::move(packet));
+        last = &stroke;
+    }
+    return packets;
+}
+
+} // namespace detail
+
 // ------------------------------------------------------------------------------------------------------ turtle
 
 /// One connection to the field, and the turtle that it drives, with its pen down. Hangs up when it goes.
@@ -635,7 +882,7 @@ public:
             line("t l", turn);
             color_rule();
             line("f", way);
-            if (!run<bool>(Kind::move)) return false;
+            if (!run_step(Kind::move, lines_in_word() - 1)) return false;
         }
         line("t e");
         return run<bool>(Kind::face);
@@ -662,19 +909,20 @@ public:
             line("t l", k == 0 ? angle / 2 : angle);
             color_rule();
             line("f", side);
-            if (!run<bool>(Kind::move)) return false;
+            if (!run_step(Kind::move, lines_in_word() - 1)) return false;
         }
         return left(angle / 2);
     }
     /// Jumps without drawing.
     bool teleport(double x, double y) {
         check(x, y);
+        lift_brush();
         if (pen_.down) line("p u");
         const std::size_t jump_line = lines_in_word();
         line("j", x, y);
         if (pen_.down) line("p d");
         pen_.recolored = false;
-        return run<bool>(Kind::jump, jump_line);
+        return run_step(Kind::jump, jump_line, false);
     }
 
     // --------------------------------------------------------------------------------------------------- pen
@@ -733,24 +981,42 @@ public:
     }
     [[nodiscard]] double colormode() const { return mode_; }
     /// What the pen leaves: lines; a filled polygon of the latest six points; points; strokes of a brush.
-    bool lines() { return way("l", Way::lines); }
-    bool polygons() { return way("l s", Way::polygons); }
-    bool points() { return way("l p", Way::points); }
-    bool brush() { return way("l b", Way::brush); }
-    /// Writes a text beside the turtle: 1 to 127 letters of Latin-1, given as UTF-8.
+    bool lines() { return way(Way::lines); }
+    bool polygons() { return way(Way::polygons); }
+    bool points() { return way(Way::points); }
+    bool brush() { return way(Way::brush); }
+    /// From here on the way of the turtle is the edge of an area, which end_fill() fills. No steps in batches
+    /// meanwhile.
+    void begin_fill() {
+        not_in_batch("begin_fill");
+        const Point here = position();
+        trace_ = std::make_unique<detail::Trace>();
+        trace_->points.push_back(here);
+    }
+    /// Fills the area since begin_fill() and draws the lines at its edge again, on top of it. The turtle jumps around
+    /// for that, one piece of the area a frame, and comes back; false when something refused a jump. What its way
+    /// surrounds twice stays empty.
+    bool end_fill() {
+        not_in_batch("end_fill");
+        const std::unique_ptr<detail::Trace> trace = std::move(trace_);
+        if (!trace) return true;
+        std::vector<detail::Packet> packets = detail::fill_packets(detail::pieces_of(trace->points), pen_.fill);
+        if (packets.empty()) return true;
+        for (detail::Packet& packet : detail::stroke_packets(trace->strokes)) packets.push_back(std::move(packet));
+        return painted(packets, &trace->points.back());
+    }
+    [[nodiscard]] bool filling() const { return trace_ != nullptr; }
+    /// Paints a disc so wide, in the pen's colour or in the one given, whether the pen is up or down.
+    bool dot() { return dot(std::max(pen_.width + 4, pen_.width * 2)); }
+    bool dot(double size) { return dot_in(size, pen_.color); }
+    bool dot(double size, const Paint& paint) { return dot_in(size, paint.color(mode_)); }
+    /// Writes a text beside the turtle: 1 to 127 plain letters; the field has no others.
     bool write(std::string_view text) {
-        std::array<char, TEXT_BYTES> latin;
-        std::size_t size = 0;
-        for (std::size_t p = 0; p < text.size();) {
-            const std::uint32_t letter = next_letter(text, p);
-            if (letter == 0 || letter > 255) {
-                throw BadValue("write: only letters of Western Europe (Latin-1) can be written");
-            }
-            if (size == latin.size()) throw BadValue("write: a text has at most 127 letters");
-            latin[size++] = static_cast<char>(letter);
+        const auto plain = [](char c) { return c >= ' ' && c <= '~'; };
+        if (text.empty() || text.size() > TEXT_BYTES || !std::all_of(text.begin(), text.end(), plain)) {
+            throw BadValue("write: 1 to 127 plain letters; the field has no others");
         }
-        if (size == 0) throw BadValue("write: the text is empty");
-        hex_line("s", {latin.data(), size});
+        hex_line("s", text);
         return run<bool>(Kind::done);
     }
     /// Colour of the ground. Wipes everybody's painting.
@@ -980,6 +1246,12 @@ public:
 
     // ------------------------------------------------------------------------------------- ways of working
 
+    /// What stopped the last step that was refused: "turtle", "doughnut", "stone" or "wall"; nothing once a step or a
+    /// turn was done.
+    [[nodiscard]] std::optional<std::string_view> blocked_by() const {
+        if (blocker_ == 0) return std::nullopt;
+        return name_of(blocker_);
+    }
     /// Makes steps, turns and jumps that are refused throw Blocked.
     void strict(bool on = true) { strict_ = on; }
 
@@ -1042,7 +1314,7 @@ private:
     static constexpr std::uint32_t BLOCKING = 2U | 4U | 8U | 16U; // turtle, doughnut, stone, wall
     static constexpr std::array<std::string_view, 4> COMPASS = {"t e", "t n", "t w", "t s"};
 
-    enum class Way : std::uint8_t { lines, polygons, points, brush };
+    using Way = detail::Way;
 
     // What the answer to a word means.
     enum class Kind : std::uint8_t {
@@ -1172,24 +1444,6 @@ private:
         const double wrapped = wrap(angle);
         return wrapped > 180 ? wrapped - 360 : wrapped;
     }
-    // The letter at p, which moves behind it; throws BadValue when the bytes are no UTF-8.
-    static std::uint32_t next_letter(std::string_view text, std::size_t& p) {
-        const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
-        const std::uint32_t first = byte(p);
-        const std::size_t more = first < 0x80        ? 0
-                                 : first >> 5U == 6  ? 1
-                                 : first >> 4U == 14 ? 2
-                                 : first >> 3U == 30 ? 3
-                                                     : 9;
-        if (more > 3 || text.size() - p <= more) throw BadValue("write: the text is no UTF-8");
-        std::uint32_t letter = more == 0 ? first : first & (0x3FU >> more);
-        for (std::size_t k = 1; k <= more; ++k) {
-            if (byte(p + k) >> 6U != 2) throw BadValue("write: the text is no UTF-8");
-            letter = letter << 6U | (byte(p + k) & 0x3FU);
-        }
-        p += more + 1;
-        return letter;
-    }
 
     // ----------------------------------------------------------------------------------------------- families
 
@@ -1197,14 +1451,73 @@ private:
         check(distance);
         color_rule();
         line(word, distance);
-        return run<bool>(Kind::move);
+        return run_step(Kind::move, lines_in_word() - 1);
     }
     bool jump(std::string_view word, double x, double y) {
         check(x, y);
         color_rule();
         line(word, x, y);
-        return run<bool>(Kind::jump);
+        return run_step(Kind::jump, lines_in_word() - 1);
     }
+    // Runs a step, whose line is number `result` of the word. While an area is being made, asks where it has led.
+    bool run_step(Kind kind, std::size_t result, bool painting = true) {
+        if (!trace_) return run<bool>(kind, result);
+        not_in_batch("a step while an area is being made");
+        line("q p");
+        const std::size_t lines = lines_;
+        const Query query{kind, lines, result, {}};
+        bool done = false;
+        Point end;
+        exchange([&](std::size_t k, const Raw& raw) {
+            if (k == result) done = decode_bool(query, raw);
+            if (k + 1 == lines) end = decode_point(raw);
+        });
+        if (done) {
+            if (pen_.down && painting) {
+                trace_->strokes.push_back({trace_->points.back(), end, pen_.color, pen_.width, pen_.way});
+            }
+            trace_->points.push_back(end);
+        }
+        return told(kind, done);
+    }
+    // Sends the packets until something is refused, then puts pen and turtle back as they were.
+    bool painted(const std::vector<detail::Packet>& packets, const Point* back_to) {
+        bool done = true;
+        for (const detail::Packet& packet : packets) {
+            done = all_done(packet);
+            if (!done) break;
+        }
+        detail::Packet end = {"p u"};
+        if (back_to != nullptr) end.push_back(detail::jump_to(*back_to));
+        end.emplace_back(detail::WAYS[static_cast<std::size_t>(pen_.way)]);
+        end.push_back(detail::paint_of(pen_.color));
+        end.push_back(detail::with_numbers("w", {pen_.width}));
+        if (pen_.down) {
+            end.emplace_back("p d");
+            pen_.recolored = false;
+        }
+        done = all_done(end) && done;
+        deliver();
+        if (strict_ && !done) throw blocked(back_to != nullptr ? "jump" : "something");
+        return done;
+    }
+    bool all_done(const detail::Packet& packet) {
+        for (const std::string& command : packet) line(command);
+        bool done = true;
+        exchange([&](std::size_t, const Raw& raw) { done = done && raw.ok; });
+        return done;
+    }
+    bool dot_in(double size, Color ink) {
+        check(size);
+        not_in_batch("dot");
+        if (size <= 0) throw BadValue("dot: a dot is wider than 0");
+        const Point here = position();
+        constexpr double SMALL = 4; // up to this size a square cannot be told from a disc
+        if (size > SMALL) return painted(detail::fill_packets(detail::pieces_of(detail::disc(here, size)), ink), &here);
+        return painted({{"p u", "l p", detail::paint_of(ink), detail::with_numbers("w", {size}), "p d", "f 0"}},
+                       nullptr);
+    }
+
     bool command(std::string_view word) {
         line(word);
         return run<bool>(Kind::done);
@@ -1213,19 +1526,35 @@ private:
         line(word);
         return static_cast<int>(run<double>(Kind::number));
     }
-    bool way(std::string_view word, Way way) {
+    // Finishes a stroke of the brush, which runs behind the turtle: the field does that in a frame with the pen up.
+    void lift_brush() {
+        if (!pen_.down || pen_.way != Way::brush) return;
+        line("p u");
+        if (!batching_) run<bool>(Kind::done);
+    }
+    bool way(Way way) {
+        lift_brush();
         pen_.way = way;
-        return command(word);
+        line(detail::WAYS[static_cast<std::size_t>(way)]);
+        if (pen_.down) line("p d"); // leaves older points out
+        pen_.recolored = pen_.recolored && !pen_.down;
+        return run<bool>(Kind::done);
     }
     bool send_pen() {
-        pen_.recolored = pen_.down;
+        const bool stroke = pen_.down && pen_.way == Way::brush; // which has one colour
+        lift_brush();
         line("k", pen_.color.r, pen_.color.g, pen_.color.b);
+        if (stroke)
+            line("p d");
+        else
+            pen_.recolored = pen_.down;
         return run<bool>(Kind::done);
     }
     [[nodiscard]] Color in_mode(Color c) const { return {c.r * mode_, c.g * mode_, c.b * mode_}; }
     void fresh_pen() {
         pen_ = Pen();
         pen_.down = false;
+        trace_.reset();
     }
 
     // ----------------------------------------------------------------------------------------------- exchange
@@ -1247,14 +1576,20 @@ private:
         exchange([&](std::size_t k, const Raw& raw) {
             if (k == query.result) value = decode<T>(query, raw);
         });
-        const bool stopped = refused_;
+        if constexpr (std::is_same_v<T, bool>) return told(kind, value);
+        deliver();
+        return value;
+    }
+
+    // Calls the callbacks of what has happened; hands `done` back, or throws Blocked for it.
+    bool told(Kind kind, bool done) {
+        if (due_.empty() && done) return true;
+        const bool refused = refused_;
         const std::string_view by = stopped_by_;
         deliver();
-        if constexpr (std::is_same_v<T, bool>) {
-            if (strict_ && !value && is_motion(kind)) throw blocked(by);
-        }
-        refused_ = stopped;
-        return value;
+        refused_ = refused;
+        if (strict_ && !done && is_motion(kind)) throw blocked(by);
+        return done;
     }
 
     // Sends the packet and hands the k-th answer to take(k, answer), for each of its lines.
@@ -1555,6 +1890,7 @@ private:
     std::vector<std::uint32_t> due_; // events for the callbacks, in the order of the answers
     std::array<std::shared_ptr<const Callback>, EVENT_NAMES.size()> callbacks_;
     Pen pen_;
+    std::unique_ptr<detail::Trace> trace_; // while an area is being made
     Color ground_;
     double mode_ = 1;
     std::uint32_t happened_ = 0; // since events() was asked last

@@ -11,6 +11,7 @@
 // nothing behind a command that moves or paints until it has drawn a frame: so each packet has a frame of its own, and
 // no line is lost. Words that were not awaited run one after the other all the same, in the order of their calls.
 import { colorByName } from "./colors.js";
+import { disc, fillPackets, paintOf, piecesOf, straightened, strokePackets } from "./shapes.js";
 import { addressOf, BadValue, HungUp, KelmoraError, LONGEST_LINE, NoField, Silence, TcpTransport, TooLong, WebSocketTransport } from "./transport.js";
 
 export { BadValue, HungUp, KelmoraError, NoField, Silence, TooLong };
@@ -131,6 +132,7 @@ export class Turtle {
   #pen = freshPen(true);
   #ground = [0, 0, 0];
   #mode = 1;
+  #trace = null; // {points, strokes} since beginFill()
   #strict = false;
   #admitted = false; // an answer has come
   #hit = false;
@@ -288,6 +290,30 @@ export class Turtle {
     return ["p d"];
   }
 
+  /**
+   * One step or jump: sent with what has to stand before it, in one packet; its answer alone decides. While an area is
+   * being made, the turtle's place is asked behind it. `say` is how the packet goes.
+   */
+  #step(say, line, { jump = false, first = [], after = [], painting = true, rule = undefined } = {}) {
+    const lines = [...first, ...(painting ? rule ?? this.#colorRule() : []), line];
+    const result = lines.length - 1;
+    lines.push(...after);
+    const trace = this.#trace;
+    if (trace) lines.push("q p");
+    const { down, color, width, way } = this.#pen;
+    return say(lines, (...answers) => {
+      const done = this.#moved(answers[result], jump);
+      if (done && trace) {
+        const end = readPoint(answers.at(-1));
+        if (down && painting) trace.strokes.push({ start: trace.points.at(-1), end, color, width, way });
+        trace.points.push(end);
+      }
+      return done;
+    });
+  }
+
+  #now = (lines, read) => this.#exchange(lines, read);
+
   #moved(answer, jump = false) {
     if (answer.ok) {
       this.#obstacle = "";
@@ -300,7 +326,7 @@ export class Turtle {
   }
 
   #move(line, jump = false) {
-    return this.#say([...this.#colorRule(), line], last((answer) => this.#moved(answer, jump)));
+    return this.#step((lines, read) => this.#say(lines, read), line, { jump });
   }
 
   forward(distance) {
@@ -334,10 +360,10 @@ export class Turtle {
     return this.#guard(() => {
       number(given);
       this.#immediate(word);
-      const before = this.#colorRule();
+      const rule = this.#colorRule();
       return this.#word(async () => {
         const [x, y] = goal(await this.#exchange(["q p"], readPoint));
-        return this.#exchange([...before, `j ${x} ${y}`], last((answer) => this.#moved(answer, true)));
+        return this.#step(this.#now, `j ${x} ${y}`, { jump: true, rule });
       });
     });
   }
@@ -360,17 +386,16 @@ export class Turtle {
   home() {
     return this.#guard(() => {
       this.#immediate("home");
-      const before = this.#colorRule();
-      return this.#word(() => this.#walkHome(before));
+      const rule = this.#colorRule();
+      return this.#word(() => this.#walkHome(rule));
     });
   }
-  async #walkHome(before) {
+  async #walkHome(rule) {
     const [here, heading] = await this.#exchange(["q p", "q d"], (place, facing) => [readPoint(place), readNumber(facing)]);
     const way = Math.hypot(here.x, here.y);
     if (way > 1e-6) {
       const turn = halfTurn(Math.atan2(-here.y, -here.x) * DEGREES - heading);
-      const lines = [`t l ${turn}`, ...before, `f ${way}`];
-      if (!(await this.#exchange(lines, last((answer) => this.#moved(answer))))) return false;
+      if (!(await this.#step(this.#now, `f ${way}`, { first: [`t l ${turn}`], rule }))) return false;
     }
     return this.#exchange(["t e"], (answer) => answer.values === "" && this.#moved(answer));
   }
@@ -382,12 +407,12 @@ export class Turtle {
       const sign = radius < 0 ? -1 : 1;
       const angle = (sign * extent) / count;
       const side = number(2 * radius * Math.sin(angle / DEGREES / 2));
-      let before = this.#colorRule();
+      let rule = this.#colorRule();
       return this.#word(async () => {
         for (let k = 0; k < count; k++) {
-          const lines = [`t l ${k === 0 ? angle / 2 : angle}`, ...before, `f ${side}`];
-          before = [];
-          if (!(await this.#exchange(lines, last((answer) => this.#moved(answer))))) return false;
+          const first = [`t l ${k === 0 ? angle / 2 : angle}`];
+          if (!(await this.#step(this.#now, `f ${side}`, { first, rule }))) return false;
+          rule = [];
         }
         return this.#exchange([`t l ${angle / 2}`], (answer) => this.#moved(answer));
       });
@@ -397,9 +422,15 @@ export class Turtle {
     return this.#guard(() => {
       const [toX, toY] = pair(x, y);
       const line = `j ${number(toX)} ${number(toY)}`;
-      if (!this.#pen.down) return this.#say([line], (answer) => this.#moved(answer, true));
+      if (!this.#pen.down) return this.#move(line, true);
       this.#pen.recolored = false;
-      return this.#say(["p u", line, "p d"], (up, jumped) => this.#moved(jumped, true));
+      const packets = this.#liftBrush();
+      const way = { jump: true, first: ["p u"], after: ["p d"], painting: false };
+      if (packets.length === 0 || this.#batch) return this.#step((lines, read) => this.#say(lines, read), line, way);
+      return this.#word(async () => {
+        await this.#exchange(packets[0], readDone);
+        return this.#step(this.#now, line, way);
+      });
     });
   }
 
@@ -444,9 +475,11 @@ export class Turtle {
     return color.map((part) => part * this.#mode);
   }
   #sendPen(color) {
+    const packets = this.#liftBrush(); // a stroke has one colour
     this.#pen.color = color;
+    if (packets.length > 0) return this.#packets([...packets, [paintOf(color), "p d"]]);
     this.#pen.recolored = this.#pen.down;
-    return this.#say([`k ${color.join(" ")}`], readDone);
+    return this.#say([paintOf(color)], readDone);
   }
   pencolor(...parts) {
     if (parts.length === 0) return this.#inMode(this.#pen.color);
@@ -473,9 +506,27 @@ export class Turtle {
     this.#mode = mode;
     return undefined;
   }
+  /** The packet that finishes a stroke of the brush, which runs behind the turtle: a frame with the pen up. */
+  #liftBrush() {
+    return this.#pen.down && this.#pen.way === "l b" ? [["p u"]] : [];
+  }
   #way(line) {
-    this.#pen.way = line;
-    return this.#do(line);
+    return this.#guard(() => {
+      const packets = this.#liftBrush();
+      this.#pen.way = line;
+      if (this.#pen.down) this.#pen.recolored = false;
+      // The pen put down anew leaves older points out.
+      return this.#packets([...packets, this.#pen.down ? [line, "p d"] : [line]]);
+    });
+  }
+  /** Several packets as one word; in a batch all lines go in its packet. */
+  #packets(packets) {
+    if (packets.length === 1 || this.#batch) return this.#say(packets.flat(), last(readDone));
+    return this.#word(async () => {
+      let done = true;
+      for (const packet of packets) done = await this.#exchange(packet, last(readDone));
+      return done;
+    });
   }
   lines() {
     return this.#way("l");
@@ -489,14 +540,73 @@ export class Turtle {
   brush() {
     return this.#way("l b");
   }
+  beginFill() {
+    return this.#guard(() => {
+      this.#immediate("beginFill");
+      const trace = { points: [], strokes: [] };
+      this.#trace = trace;
+      return this.#word(() => this.#exchange(["q p"], (answer) => {
+        trace.points.push(readPoint(answer));
+      }));
+    });
+  }
+  endFill() {
+    return this.#guard(() => {
+      this.#immediate("endFill");
+      const trace = this.#trace;
+      this.#trace = null;
+      if (!trace) return Promise.resolve(true);
+      const { fill } = this.#pen;
+      const pen = { ...this.#pen };
+      return this.#word(() => {
+        const pieces = piecesOf(trace.points);
+        if (pieces.length === 0) return true;
+        const packets = [...fillPackets(pieces, fill), ...strokePackets(straightened(trace.strokes))];
+        return this.#painted(packets, pen, trace.points.at(-1));
+      });
+    });
+  }
+  filling() {
+    return this.#trace !== null;
+  }
+  dot(size = undefined, ...color) {
+    return this.#guard(() => {
+      this.#immediate("dot");
+      if (typeof size === "string" || Array.isArray(size)) return this.dot(undefined, size);
+      const pen = { ...this.#pen };
+      const ink = color.length > 0 ? this.#color(color) : pen.color;
+      const width = size === undefined ? Math.max(pen.width + 4, pen.width * 2) : number(size);
+      if (width <= 0) throw new BadValue(`A dot is wider than 0, not ${shown(size)}.`);
+      this.#pen.recolored = false;
+      return this.#word(async () => {
+        const here = await this.#exchange(["q p"], readPoint);
+        // Up to this size a square cannot be told from a disc.
+        if (width > 4) return this.#painted(fillPackets(piecesOf(disc(here, width)), ink), pen, here);
+        return this.#painted([["p u", "l p", paintOf(ink), `w ${width}`, "p d", "f 0"]], pen, null);
+      });
+    });
+  }
+  /** Sends the packets until something is refused, then puts turtle and pen back as they were. */
+  async #painted(packets, pen, backTo) {
+    const allDone = (...answers) => answers.every((answer) => answer.ok);
+    let done = true;
+    for (const packet of packets) {
+      done = await this.#exchange(packet, allDone);
+      if (!done) break;
+    }
+    const end = ["p u", ...(backTo ? [`j ${backTo.x} ${backTo.y}`] : []), pen.way, paintOf(pen.color), `w ${pen.width}`];
+    if (pen.down) {
+      end.push("p d");
+      this.#pen.recolored = false;
+    }
+    done = (await this.#exchange(end, allDone)) && done;
+    if (!done && this.#strict) throw new Blocked(backTo ? "jump" : "something");
+    return done;
+  }
   write(text) {
     return this.#guard(() => {
-      const codes = Array.from(String(text), (letter) => letter.codePointAt(0));
-      if (codes.some((code) => code === 0 || code > 255)) {
-        throw new BadValue("Only letters of Western Europe (Latin-1) can be written.");
-      }
-      if (codes.length < 1 || codes.length > TEXT_BYTES) throw new BadValue("A text has 1 to 127 letters.");
-      return this.#say([`s ${hex(codes)}`], readDone);
+      if (!/^[ -~]{1,127}$/.test(text)) throw new BadValue("A text to write has 1 to 127 plain letters; the field has no others.");
+      return this.#say([`s ${hex(new TextEncoder().encode(text))}`], readDone);
     });
   }
   bgcolor(...parts) {
@@ -516,6 +626,7 @@ export class Turtle {
     return this.#guard(() => {
       this.#immediate("reset");
       this.#pen = freshPen(true);
+      this.#trace = null;
       return this.#word(async () => {
         await this.#exchange(["c f", "k 1 0 0", "w 1", "l", "p u"], readDone);
         const atHome = await this.#walkHome([]);
@@ -526,6 +637,7 @@ export class Turtle {
   }
   restart() {
     this.#pen = freshPen(false);
+    this.#trace = null;
     return this.#do("c");
   }
 
@@ -714,6 +826,10 @@ export class Turtle {
 
   // --------------------------------------------------------------------------------------- ways of working
 
+  /** What stopped the last step that was refused, as in Blocked; null when the last step or turn was done. */
+  blockedBy() {
+    return this.#obstacle || null;
+  }
   strict(on = true) {
     this.#strict = Boolean(on);
   }

@@ -28,6 +28,7 @@ K_ERROR=''
 K_EVENT_NAMES=(hit turtle doughnut stone wall coin found seen message)
 K_WHERE=''
 K_ADMITTED=0       # whether an answer has come
+K_OBSTACLE=''      # what stopped the last step
 K_HIT=0            # whether the turtle was hit
 K_HAPPENED=0       # events since k_events was asked last
 K_DUE=()           # events that the callbacks have not been told of
@@ -71,7 +72,7 @@ k_connect() {
         return
     fi
     k_close
-    K_WHERE=$host:$port K_ENDING='it has hung up' K_HIT=0 K_ADMITTED=0 K_HAPPENED=0 K_DUE=() K_DELIVERING=0
+    K_WHERE=$host:$port K_ENDING='it has hung up' K_HIT=0 K_ADMITTED=0 K_HAPPENED=0 K_OBSTACLE='' K_DUE=() K_DELIVERING=0
     _k_fresh_pen 1
     K_GROUND='0 0 0' K_MODE=1
     # A private field admits 127.0.0.1 and no other name of this machine.
@@ -169,6 +170,10 @@ on its machine and connect to 127.0.0.1 (the key @ in its window makes it public
 
 _k_note() {
     K_HAPPENED=$((K_HAPPENED | $1))
+    local k
+    for k in 1 2 3 4; do
+        if (($1 >> k & 1)); then K_OBSTACLE=${K_EVENT_NAMES[k]}; fi
+    done
     if (($1 & 1)); then K_HIT=1; fi
     [ ${#K_CALLBACKS[@]} = 0 ] || K_DUE+=("$1")
 }
@@ -225,6 +230,17 @@ _k_do() {
     [ "${K_STATUS[0]}" = OK ]
 }
 
+# A turn, a step or a jump was answered with the status given.
+_k_moved() {
+    [ "$1" = OK ] || return 1
+    K_OBSTACLE=''
+}
+
+_k_turn() {
+    _k_exchange "$1" || return
+    _k_moved "${K_STATUS[0]}"
+}
+
 # A step or a jump. The field blends a line from the colour before to the new one; a pen put down anew makes it whole.
 _k_move() {
     if [ "$K_RECOLORED" = 1 ] && [ "$K_DOWN" = 1 ] && [ "$K_WAY" = l ]; then
@@ -233,7 +249,13 @@ _k_move() {
     else
         _k_exchange "$1" || return
     fi
-    [ "${K_STATUS[-1]}" = OK ]
+    _k_moved "${K_STATUS[-1]}"
+}
+
+# k_blocked_by : turtle, doughnut, stone or wall, whatever stopped the last step; status 1 when nothing did.
+k_blocked_by() {
+    REPLY=$K_OBSTACLE
+    [ -n "$REPLY" ] && _k_print
 }
 
 # The values of the latest answer as COUNT numbers, in REPLY.
@@ -300,8 +322,8 @@ _k_decimal() {
 
 k_forward() { _k_numbers 1 "$@" && _k_move "f $1"; }
 k_back() { _k_numbers 1 "$@" && _k_move "b $1"; }
-k_left() { _k_numbers 1 "$@" && _k_do "t l $1"; }
-k_right() { _k_numbers 1 "$@" && _k_do "t r $1"; }
+k_left() { _k_numbers 1 "$@" && _k_turn "t l $1"; }
+k_right() { _k_numbers 1 "$@" && _k_turn "t r $1"; }
 
 # k_goto X Y, k_shift DX DY : jumps, with a line when the pen is down. Refused in battle, and while somebody is closer
 # than 20.
@@ -330,7 +352,7 @@ k_setheading() {
         _k_exchange "$turn" || return
         # In battle mode the field answers with the turtle's place and does nothing.
         if [ -z "${K_VALUES[0]}" ]; then
-            [ "${K_STATUS[0]}" = OK ]
+            _k_moved "${K_STATUS[0]}"
             return
         fi
     fi
@@ -342,13 +364,13 @@ k_setheading() {
     turn=$((((goal - REPLY) % 360000000 + 360000000) % 360000000))
     if ((turn > 180000000)); then turn=$((turn - 360000000)); fi
     _k_decimal "$turn"
-    _k_do "t l $REPLY"
+    _k_turn "t l $REPLY"
 }
 
 # k_home : jumps to the middle and faces east.
 k_home() {
     _k_exchange 'j 0 0' 't e' || return
-    [ "${K_STATUS[0]}" = OK ]
+    _k_moved "${K_STATUS[0]}"
 }
 
 # k_teleport X Y : jumps without drawing.
@@ -356,10 +378,11 @@ k_teleport() {
     _k_numbers 2 "$@" || return
     if [ "$K_DOWN" = 1 ]; then
         K_RECOLORED=0
+        _k_lift_brush || return
         _k_exchange 'p u' "j $1 $2" 'p d' || return
-        [ "${K_STATUS[1]}" = OK ]
+        _k_moved "${K_STATUS[1]}"
     else
-        _k_do "j $1 $2"
+        _k_turn "j $1 $2"
     fi
 }
 
@@ -453,8 +476,14 @@ k_pencolor() {
         return
     fi
     _k_color "$@" || return
-    K_PEN=$REPLY K_RECOLORED=$K_DOWN
-    _k_do "k $REPLY"
+    K_PEN=$REPLY
+    if [ "$K_DOWN" = 1 ] && [ "$K_WAY" = 'l b' ]; then # a stroke has one colour
+        _k_lift_brush && _k_exchange "k $K_PEN" 'p d' || return
+        [ "${K_STATUS[0]}" = OK ]
+    else
+        K_RECOLORED=$K_DOWN
+        _k_do "k $REPLY"
+    fi
 }
 
 # k_colormode [1 or 255] : what the parts of a colour go up to.
@@ -469,10 +498,23 @@ k_colormode() {
     esac
 }
 
-# What the pen leaves: lines; a filled polygon of the latest six points; points; strokes of a brush.
+# Finishes a stroke of the brush, which runs behind the turtle: the field does that in a frame with the pen up.
+_k_lift_brush() {
+    [ "$K_DOWN" = 0 ] || [ "$K_WAY" != 'l b' ] || _k_exchange 'p u'
+}
+
+# What the pen leaves: lines; a filled polygon of the latest six points; points; strokes of a brush. The pen put down
+# anew leaves older points out.
 _k_way() {
+    _k_lift_brush || return
     K_WAY=$1
-    _k_do "$1"
+    if [ "$K_DOWN" = 0 ]; then
+        _k_do "$1"
+    else
+        K_RECOLORED=0
+        _k_exchange "$1" 'p d' || return
+        [ "${K_STATUS[0]}" = OK ]
+    fi
 }
 k_lines() { _k_way l; }
 k_polygons() { _k_way 'l s'; }
@@ -489,31 +531,15 @@ _k_hex() {
     done
 }
 
-# k_write TEXT : 1 to 127 letters of Western Europe, given in UTF-8.
+# k_write TEXT : 1 to 127 plain letters; the field has no others.
 k_write() {
-    local rest text='' digits
-    _k_hex "$*"
-    rest=$REPLY
-    while [ -n "$rest" ]; do
-        case $rest in
-            c2[89ab]*) text+=${rest:2:2} rest=${rest:4} ;;
-            c3[89ab]*)
-                # Two bytes of UTF-8 that are one of Latin-1, 64 above the second of them.
-                printf -v digits '%02x' $((16#${rest:2:2} + 64))
-                text+=$digits rest=${rest:4}
-                ;;
-            [0-7]*) text+=${rest:0:2} rest=${rest:2} ;;
-            *)
-                _k_fail bad_value "Only letters of Western Europe can be written"
-                return
-                ;;
-        esac
-    done
-    if [ -z "$text" ] || [ ${#text} -gt 254 ]; then
-        _k_fail bad_value "A text to write has 1 to 127 letters"
+    local LC_ALL=C text=$*
+    if [[ -z $text || ${#text} -gt 127 || $text == *[!\ -~]* ]]; then
+        _k_fail bad_value "A text to write has 1 to 127 plain letters; the field has no others"
         return
     fi
-    _k_do "s $text"
+    _k_hex "$text"
+    _k_do "s $REPLY"
 }
 
 # k_bgcolor [COLOUR] : colour of the ground; wipes everybody's painting.

@@ -228,6 +228,13 @@ const std::map<std::string, Word>& words() {
         WORD("down", t.down()),
         TEXT("width", a.empty() ? json(t.width()) : json(t.width(a[0].number()))),
         WORD("pos", t.pos()),
+        TEXT("blocked_by", t.blocked_by() ? json(*t.blocked_by()) : "null"),
+        QUIET("begin_fill", t.begin_fill()),
+        WORD("end_fill", t.end_fill()),
+        WORD("filling", t.filling()),
+        WORD("dot", a.empty()       ? t.dot()
+                    : a.size() == 1 ? t.dot(a[0].number())
+                                    : t.dot(a.at(0).number(), a.at(1).text)),
 #undef TEXT
 #undef QUIET
 #undef WORD
