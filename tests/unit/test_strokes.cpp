@@ -93,9 +93,14 @@ void expect_even(const row& dots, pt a, pt b) {
 // ------------------------------------------------------------------ the seam and the spacing
 
 TEST(stamp_dot, strokes_without_a_receiver_draw_nothing) {
-    stamp_dot = nullptr;
-    brushLine(0, 0, 0, 5, 100, 0, 5, 1, 1, 1);
-    brushLine3(0, 0, 5, 100, 0, 5, 200, 0, 5, 300, 0, 5, 1, 1, 1);
+    const auto draw = [] {
+        brushLine(0, 0, 0, 5, 100, 0, 5, 1, 1, 1);
+        brushLine3(0, 0, 5, 100, 0, 5, 200, 0, 5, 300, 0, 5, 1, 1, 1);
+    };
+    EXPECT_GT(dots_of(draw).size(), 500U);
+    recorded.clear();
+    draw(); // dots_of has taken the receiver away again
+    EXPECT_TRUE(recorded.empty());
 }
 
 TEST(stamp_dot, every_dot_carries_the_stroke_s_colour) {

@@ -80,21 +80,36 @@ TEST_F(Wall, overlapping_turtle_collides_even_with_a_step_of_zero) {
     EXPECT_EQ(is_colliding_to_wall(0, 0), 1); // 0 > -5
 }
 
-TEST_F(Wall, cheap_bound_skips_what_a_step_cannot_reach) {
-    // Half length 5, middle 100 ahead: 85 + (5 + 10) is not more than 100, so the wall is not looked at, although the
-    // free travel is 90; 90.1 is looked at and collides.
-    setup_wall(0, 100, -5, 100, 5, -1, 0);
-    put_turtle(0, 0, 0);
-    EXPECT_EQ(is_colliding_to_wall(0, 85), 0);
-    EXPECT_EQ(is_colliding_to_wall(0, 90), 0);
-    EXPECT_EQ(is_colliding_to_wall(0, 90.1), 1);
+// A turtle 9 above the line of a wall that lies 40 behind it, heading almost along that line but down to it: its disc
+// overlaps the line, and it would have touched the wall 40 units ago, so the free travel is -40. Only the bound keeps
+// such a wall from stopping a short step. Half length 17 and distance to the middle 41 = hypot(40, 9): the wall is
+// looked at when the step is longer than 41 - (17 + 10) = 14.
+class WallBehind : public Wall {
+protected:
+    void SetUp() override {
+        Wall::SetUp();
+        setup_wall(0, -57, 0, -23, 0, 0, 1);
+        put_turtle(0, 0, 9, -std::asin(1.0 / 40.0) * 180.0 / PI);
+    }
+};
+
+TEST_F(WallBehind, has_a_negative_free_travel) { EXPECT_NEAR(distance_to_front_wall(0, 1), -40, NEAR); }
+
+TEST_F(WallBehind, cheap_bound_keeps_it_from_stopping_a_short_step) {
+    EXPECT_EQ(is_colliding_to_wall(0, 1), 0);
+    EXPECT_EQ(is_colliding_to_wall(0, 13.9), 0);
 }
 
-TEST_F(Wall, cheap_bound_hides_a_face_the_disc_already_overlaps_only_at_its_limit) {
-    // A long wall is never skipped: half its length is far more than the distance.
-    put_wall_to_the_right(9);
+TEST_F(WallBehind, cheap_bound_looks_at_a_wall_beyond_its_limit_only) {
+    EXPECT_EQ(is_colliding_to_wall(0, 14), 0);
+    EXPECT_EQ(is_colliding_to_wall(0, 14.001), 1);
+}
+
+TEST_F(Wall, step_stops_at_a_wall_ahead_however_short_the_wall) {
+    setup_wall(0, 100, -5, 100, 5, -1, 0);
     put_turtle(0, 0, 0);
-    EXPECT_EQ(is_colliding_to_wall(0, 0.5), 1);
+    EXPECT_EQ(is_colliding_to_wall(0, 90), 0);
+    EXPECT_EQ(is_colliding_to_wall(0, 90.1), 1);
 }
 
 TEST_F(Wall, front_distance_asks_only_for_the_sign_of_the_step) {
