@@ -5,7 +5,7 @@
 #pragma once
 
 // The one way out: draws a dot of side `size` centred at (x, y), field units, in colour (r, g, b), 0 to 1.
-// display/window points it at paint_Ten before the first frame; tests point it at their recorder. Null: strokes draw
+// display/window points it at gather_dot before the first frame; tests point it at their recorder. Null: strokes draw
 // nothing. Sizes arrive as the width law gives them, 0 and negative ones included: what draws them raises them.
 extern void (*stamp_dot)(double x, double y, double size, double r, double g, double b);
 

@@ -15,6 +15,8 @@
 
 #include <GL/freeglut.h>
 
+#include <span>
+
 uint64_t frames_drawn;
 
 namespace {
@@ -113,7 +115,7 @@ void draw_picture(const tick_view_t& view, bool depth_is_restored) {
     // Before painting: what a packet wipes and goes on to draw belongs on the clean canvas. Exchange, so that a request
     // that comes in now is not lost.
     if (signals.wipe_requested.exchange(false)) wipe();
-    for (int i = 0; i < view.count; ++i) paint_by_turtle(view.marks[i]);
+    paint_marks(std::span(view.marks).first(static_cast<size_t>(view.count)));
     if (field_is_painted != 0) cache_canvas();
 
     begin_scene(depth_is_restored);

@@ -117,7 +117,7 @@ void prepare_drawing() {
     // Texts and shells are scaled: without this their normals would scale with them and colours saturate.
     glEnable(GL_RESCALE_NORMAL);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    stamp_dot = paint_Ten;
+    stamp_dot = gather_dot;
     glViewport(0, 0, WINDOW_SIDE, WINDOW_SIDE);
 }
 

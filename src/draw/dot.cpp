@@ -1,42 +1,134 @@
 #include "draw/dot.h"
 
+#include "brush/ink.h"
 #include "draw/icons.h"
 #include "draw/primitives.h"
+#include "draw/scene.h"
 #include "images.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <GL/gl.h>
+#include <limits>
+#include <span>
 
 static constexpr double SMALLEST_DOT = 0.01; // field units: a taper ends in a hair, never in nothing
 static constexpr double LARGEST_DOT = 1e6;   // field units: GL's clipping loses halves of squares that are much larger
 static constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
+static constexpr double HALF_WINDOW = 256.0; // field units
 
-void paint_Ten(double x, double y, double size, double r, double g, double b) {
-    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
+using colour_t = std::array<GLfloat, 4>;
+
+// The longest mark is three rows of 513 dots and a single dot.
+static constexpr size_t DOTS_HELD = 2048;
+static std::array<ink_dot_t, DOTS_HELD> held;
+static size_t n_held;
+static colour_t held_colour;
+
+static colour_t dot_colour(double r, double g, double b) {
+    return {color_level(r), color_level(g), color_level(b), 1.0F};
+}
+
+static void set_dot_material(const colour_t& colour) {
+    glMaterialfv(GL_FRONT, GL_EMISSION, colour.data());
+    glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, colour.data());
+}
+
+static void begin_dots(const colour_t& colour) {
     if (!obj_tex_initialized[TEX_BRUSH_DOT]) init_obj_tex(TEX_BRUSH_DOT, ten_image32x32);
-
-    const GLfloat colour[4] = {color_level(r), color_level(g), color_level(b), 1.0f};
-    const double h = std::clamp(size, SMALLEST_DOT, LARGEST_DOT) / 2.0;
-
     glEnable(GL_BLEND);
     glEnable(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, obj_textures[TEX_BRUSH_DOT]);
-    glMaterialfv(GL_FRONT, GL_EMISSION, colour);
-    glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, colour);
+    set_dot_material(colour);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
-    glBegin(GL_QUADS);
-    glNormal3d(0.0, 0.0, 1.0); // the light falls on the paper from above, whatever was drawn before
-    glTexCoord2d(0.0, 0.0);
-    glVertex3d(x - h, y - h, DOT_HEIGHT);
-    glTexCoord2d(0.0, 1.0);
-    glVertex3d(x - h, y + h, DOT_HEIGHT);
-    glTexCoord2d(1.0, 1.0);
-    glVertex3d(x + h, y + h, DOT_HEIGHT);
-    glTexCoord2d(1.0, 0.0);
-    glVertex3d(x + h, y - h, DOT_HEIGHT);
-    glEnd();
+}
+
+static void end_dots() {
     glBindTexture(GL_TEXTURE_2D, 0);
     glDisable(GL_TEXTURE_2D);
     glDisable(GL_BLEND);
+}
+
+// One corner of a dot, 0 lower left, clockwise.
+static void dot_corner(int corner, const ink_dot_t& dot) {
+    const bool right = corner >= 2;
+    const bool top = corner == 1 || corner == 2;
+    const double h = dot.size / 2.0;
+    glTexCoord2d(right ? 1.0 : 0.0, top ? 1.0 : 0.0);
+    glVertex3d(right ? dot.x + h : dot.x - h, top ? dot.y + h : dot.y - h, DOT_HEIGHT);
+}
+
+void paint_Ten(double x, double y, double size, double r, double g, double b) {
+    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
+    const ink_dot_t dot{x, y, std::clamp(size, SMALLEST_DOT, LARGEST_DOT)};
+    begin_dots(dot_colour(r, g, b));
+    glBegin(GL_QUADS);
+    glNormal3d(0.0, 0.0, 1.0); // the light falls on the paper from above, whatever was drawn before
+    for (int corner = 0; corner < 4; ++corner) dot_corner(corner, dot);
+    glEnd();
+    end_dots();
+}
+
+void gather_dot(double x, double y, double size, double r, double g, double b) {
+    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
+    const colour_t colour = dot_colour(r, g, b);
+    if (n_held == DOTS_HELD || (n_held > 0 && colour != held_colour)) {
+        paint_gathered_dots(std::numeric_limits<double>::infinity());
+    }
+    held_colour = colour;
+    held[n_held++] = {x, y, std::clamp(size, SMALLEST_DOT, LARGEST_DOT)};
+}
+
+// What many layers of solid ink make: the dots' lit colour, without their texture.
+static void fill_window() {
+    set_dot_material(held_colour);
+    glNormal3d(0.0, 0.0, 1.0);
+    glRectd(-HALF_WINDOW, -HALF_WINDOW, HALF_WINDOW, HALF_WINDOW);
+}
+
+// As quads, not as their triangles: those round otherwise where the middle of a pixel falls between two texels.
+static void paint_batch(std::span<const ink_dot_t> dots) {
+    if (dots.empty()) return;
+    begin_dots(held_colour);
+    glBegin(GL_QUADS);
+    glNormal3d(0.0, 0.0, 1.0);
+    for (const ink_dot_t& dot : dots) {
+        for (int corner = 0; corner < 4; ++corner) dot_corner(corner, dot);
+    }
+    glEnd();
+    end_dots();
+}
+
+static bool reaches_over_the_edge(const ink_dot_t& dot) {
+    const double reach = dot.size / 2.0;
+    return !(std::fabs(dot.x) + reach < HALF_WINDOW && std::fabs(dot.y) + reach < HALF_WINDOW);
+}
+
+// A dot that has to be clipped takes another way through the driver, and what is drawn together with it goes along,
+// which rounds otherwise: so each of those is painted by itself.
+static void paint_dots(std::span<const ink_dot_t> dots) {
+    while (!dots.empty()) {
+        const auto edge = std::find_if(dots.begin(), dots.end(), reaches_over_the_edge);
+        const auto count = static_cast<size_t>(edge - dots.begin());
+        paint_batch(dots.first(count));
+        if (edge != dots.end()) paint_batch(dots.subspan(count, 1));
+        dots = dots.subspan(std::min(count + 1, dots.size()));
+    }
+}
+
+void paint_gathered_dots(double pixels) {
+    const std::span<ink_dot_t> dots(held.data(), n_held);
+    n_held = 0;
+    if (use_reference_path != 0) {
+        const colour_t& c = held_colour;
+        for (const ink_dot_t& d : dots) paint_Ten(d.x, d.y, d.size, c[0], c[1], c[2]);
+        return;
+    }
+    const ink_t ink = bound_ink(dots, pixels);
+    if (ink.fills_all) {
+        fill_window();
+    } else {
+        paint_dots(dots.first(static_cast<size_t>(ink.count)));
+    }
 }

@@ -7,3 +7,10 @@
 /// while it draws, with the blend function in force; blending and 2-D texturing are off afterwards, and the front
 /// material keeps the dot's colour.
 void paint_Ten(double x, double y, double size, double r, double g, double b);
+
+/// Keeps a dot of a stroke, to be painted with the others of it. The dots of one stroke have one colour.
+void gather_dot(double x, double y, double size, double r, double g, double b);
+
+/// Paints all dots that were gathered, in their order, as paint_Ten would, and forgets them. Where they would fill more
+/// than `pixels` of the window they stand wider apart (brush/ink); infinite: dot for dot.
+void paint_gathered_dots(double pixels);

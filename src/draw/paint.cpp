@@ -5,7 +5,9 @@
 
 #include <GL/freeglut.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 
 int field_is_painted;
 
@@ -13,12 +15,19 @@ namespace {
 
 constexpr std::array<float, 4> BLACK{0.0F, 0.0F, 0.0F, 0.0F};
 
-void paint_track(const mark_t& mark) {
+int final_flag(const mark_t& mark) { return mark.kind == mark_kind::brush_end ? 1 : 0; }
+
+bool is_wide_stroke(const mark_t& mark) {
+    return mark.in_use && (mark.kind == mark_kind::brush || mark.kind == mark_kind::brush_end) &&
+           brush_is_wide(mark.turtle, final_flag(mark));
+}
+
+void paint_track(const mark_t& mark, double pixels) {
     if (mark.kind == mark_kind::none) return;
     if (mark.kind == mark_kind::pen) {
         paint_line_and_fill_area(mark.turtle);
     } else {
-        paint_by_brush(mark.turtle, mark.kind == mark_kind::brush_end ? 1 : 0);
+        paint_by_brush(mark.turtle, final_flag(mark), pixels);
     }
     field_is_painted = 1;
 }
@@ -35,10 +44,16 @@ void print_message(const mark_t& mark) {
 
 } // namespace
 
-void paint_by_turtle(const mark_t& mark) {
+void paint_by_turtle(const mark_t& mark, double pixels) {
     if (!mark.in_use) return;
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, BLACK.data());
-    paint_track(mark);
+    paint_track(mark, pixels);
     print_message(mark);
     glMaterialfv(GL_FRONT, GL_EMISSION, BLACK.data());
+}
+
+void paint_marks(std::span<const mark_t> marks) {
+    const auto wide = std::count_if(marks.begin(), marks.end(), is_wide_stroke);
+    const double share = FRAME_INK / static_cast<double>(std::max<ptrdiff_t>(wide, 1));
+    for (const mark_t& mark : marks) paint_by_turtle(mark, share);
 }

@@ -1,6 +1,7 @@
 #include "draw/track.h"
 
 #include "brush/strokes.h"
+#include "draw/dot.h"
 #include "draw/primitives.h"
 #include "field/turtles.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -16,11 +18,11 @@ constexpr int POLYGON_BACK = 5; // oldest history index that a polygon reaches
 static_assert(POLYGON_BACK + 1 < TRACK_MAX, "every vertex has a colour one entry older");
 
 // One point of a stroke with the brush width that belongs to it.
-struct ink_t {
+struct ink_point {
     double x, y, w;
 };
 
-ink_t ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
+ink_point ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
 
 void emit_vertex(const turtle_t& t, int k) {
     const rgb_t& c = t.color[k + 1];
@@ -44,10 +46,10 @@ void fill_recent_polygon(const turtle_t& t) {
 }
 
 void finish_stroke(const turtle_t& t, int final) {
-    const ink_t p0 = ink_at(t, 0);
-    const ink_t p1 = ink_at(t, 1);
-    const ink_t p2 = ink_at(t, 2);
-    const ink_t p3 = ink_at(t, 3);
+    const ink_point p0 = ink_at(t, 0);
+    const ink_point p1 = ink_at(t, 1);
+    const ink_point p2 = ink_at(t, 2);
+    const ink_point p3 = ink_at(t, 3);
     if (t.n_painted >= 4) {
         const rgb_t& c = t.color[4];
         brushLine3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, p0.x, p0.y, p0.w, c.r, c.g, c.b);
@@ -60,6 +62,20 @@ void finish_stroke(const turtle_t& t, int final) {
     }
 }
 
+void continue_stroke(const turtle_t& t) {
+    if (t.n_painted <= 3) return;
+    const ink_point p1 = ink_at(t, 1);
+    const ink_point p2 = ink_at(t, 2);
+    const ink_point p3 = ink_at(t, 3);
+    const rgb_t& c = t.color[4];
+    if (t.n_painted == 4) {
+        drawCurve3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
+    } else {
+        const ink_point p4 = ink_at(t, 4);
+        drawCurve4(p4.x, p4.y, p4.w, p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
+    }
+}
+
 } // namespace
 
 void set_pen_emission(double r, double g, double b) {
@@ -67,22 +83,22 @@ void set_pen_emission(double r, double g, double b) {
     glMaterialfv(GL_FRONT, GL_EMISSION, emission.data());
 }
 
-void paint_by_brush(const turtle_t& t, int final) {
+bool brush_is_wide(const turtle_t& t, int final) {
+    // The points that finish_stroke and continue_stroke hand over, each with the width one entry older.
+    const int oldest = final != 0 ? std::clamp(t.n_painted, 2, 4) : std::clamp(t.n_painted, 4, 5);
+    for (int k = final != 0 ? 1 : 2; k <= oldest; ++k) {
+        if (!(std::fabs(t.line_width[k]) <= ORDINARY_WIDTH)) return true;
+    }
+    return false;
+}
+
+void paint_by_brush(const turtle_t& t, int final, double pixels) {
     if (final != 0) {
         finish_stroke(t, final);
-        return;
-    }
-    if (t.n_painted <= 3) return;
-    const ink_t p1 = ink_at(t, 1);
-    const ink_t p2 = ink_at(t, 2);
-    const ink_t p3 = ink_at(t, 3);
-    const rgb_t& c = t.color[4];
-    if (t.n_painted == 4) {
-        drawCurve3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
     } else {
-        const ink_t p4 = ink_at(t, 4);
-        drawCurve4(p4.x, p4.y, p4.w, p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
+        continue_stroke(t);
     }
+    paint_gathered_dots(brush_is_wide(t, final) ? pixels : std::numeric_limits<double>::infinity());
 }
 
 void paint_line_and_fill_area(const turtle_t& t) {

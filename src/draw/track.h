@@ -3,12 +3,18 @@
 // A point at history index k goes with the width and colour at k + 1: both lag one step behind, on purpose.
 #pragma once
 
+#include "brush/ink.h"
 #include "field/turtles.h"
 
 /// Hands the right points of the turtle to the right stroke. While the pen is down the ink runs two segments behind the
 /// turtle; lifting draws what is missing.
-/// @param final  0 for a new segment with the pen down (n_painted 3 or less draws nothing); not 0 once when lifted
-void paint_by_brush(const turtle_t& t, int final);
+/// @param final   0 for a new segment with the pen down (n_painted 3 or less draws nothing); not 0 once when lifted
+/// @param pixels  of the window that a stroke wider than ORDINARY_WIDTH may fill; beyond that its dots stand wider
+/// apart
+void paint_by_brush(const turtle_t& t, int final, double pixels = FRAME_INK);
+
+/// Whether a width that such a stroke takes is beyond ORDINARY_WIDTH, or no number.
+[[nodiscard]] bool brush_is_wide(const turtle_t& t, int final);
 
 /// Draws the newest segment of the turtle as a polygon over the latest up to six points, else as a point, else as a
 /// line. Only the front emission carries the colours. Line width and point size are 1 afterwards; a width that is not

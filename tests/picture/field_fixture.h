@@ -27,7 +27,7 @@ protected:
         view_rotation_angle = 0.0;
         use_reference_path = false;
         if (bg_textures == 0) prepare_drawing();
-        stamp_dot = paint_Ten;
+        stamp_dot = gather_dot;
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     }
 

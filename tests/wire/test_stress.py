@@ -44,6 +44,37 @@ class Crowd(FieldTest):
         self.assertGreater(min(rounds), SPAN * 2 / max(harness.slow / 4, 1.0))
         self.assertEqual(clients[0].ask("q a").values, "1")
 
+    def test_brushes_wider_than_the_window_leave_the_field_its_ticks(self):
+        turtles = self.fresh(10)
+        watcher = turtles.pop()
+        pid = self.field.process.pid
+
+        def resident():
+            with open("/proc/%d/statm" % pid) as statm:
+                return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
+
+        def ticks_with(widths, seconds=2.0):
+            """Ticks a second while nine turtles step to and fro with brushes of these widths in turns."""
+            end = time.monotonic() + seconds
+
+            def paint(turtle):
+                while time.monotonic() < end:
+                    for width, step in zip(widths, ("f 8", "b 8")):
+                        turtle.ask("w %s" % width)
+                        turtle.ask(step)                    # refused where another turtle is in the way
+            began, first = time.monotonic(), watcher.ask(".").clock
+            together([lambda turtle=turtle: paint(turtle) for turtle in turtles], seconds)
+            return (watcher.ask(".").clock - first) / (time.monotonic() - began)
+        for turtle in turtles:
+            turtle.do("l b", "p d")
+        ticks_with((4, 4), 0.5)
+        before = resident()
+        ordinary, wide = ticks_with((4, 4)), ticks_with((0.01, 4000))
+        print("%.0f ticks/s with ordinary brushes, %.0f with such that cover the window" % (ordinary, wide))
+        # A machine that does nothing else keeps 60 % and more; without the bound it was less than 1 %.
+        self.assertGreater(wide, 0.3 * ordinary)
+        self.assertLess(resident(), before + (200 if harness.instrumented() else 30))
+
     def test_valid_commands_at_random_while_the_operator_toggles_everything(self):
         end = time.monotonic() + SPAN
 
