@@ -21,7 +21,7 @@ inline constexpr int SOLID_LAYERS = 3;
 
 struct ink_t {
     int count;      // dots that are left, at the front of the span and in their order
-    bool fills_all; // the stroke is one plain area of its colour over the whole window; count is 0
+    bool fills_all; // the stroke is one plain area of its color over the whole window; count is 0
 };
 
 /// Leaves of a stroke's dots, in place, those that are to be painted: none that lies wholly outside the window; none at

@@ -20,34 +20,34 @@ constexpr double CURVE3_CORNER = 0.3;    // turn cosines below which a joint sta
 constexpr double CURVE4_CORNER = 0.1;
 constexpr double STROKE2_CORNER = 0.5;
 
-struct brush_point {
+struct brush_point_t {
     double x, y, w; // field units
 };
-struct colour {
+struct color_t {
     double r, g, b; // 0 to 1
 };
-struct vec {
+struct vec_t {
     double x, y;
 };
 
-vec from_to(const brush_point& a, const brush_point& b) { return {b.x - a.x, b.y - a.y}; }
-double length(vec d) { return std::sqrt(d.x * d.x + d.y * d.y); }
-double angle(vec d) { return std::atan2(d.y, d.x) * 180.0 / PI; }
-vec midpoint(const brush_point& a, const brush_point& b) { return {(a.x + b.x) / 2.0, (a.y + b.y) / 2.0}; }
+vec_t from_to(const brush_point_t& a, const brush_point_t& b) { return {b.x - a.x, b.y - a.y}; }
+double length(vec_t d) { return std::sqrt(d.x * d.x + d.y * d.y); }
+double angle(vec_t d) { return std::atan2(d.y, d.x) * 180.0 / PI; }
+vec_t midpoint(const brush_point_t& a, const brush_point_t& b) { return {(a.x + b.x) / 2.0, (a.y + b.y) / 2.0}; }
 
 // 1 straight on, 0 a right angle, -1 turning back; not a number beside a segment of length zero, which then passes
 // every comparison with a threshold as false.
-double turn_cosine(vec a, vec b) { return (a.x * b.x + a.y * b.y) / (length(a) * length(b)); }
+double turn_cosine(vec_t a, vec_t b) { return (a.x * b.x + a.y * b.y) / (length(a) * length(b)); }
 
 double quadratic(double a, double q, double b, double t) {
     return (1.0 - t) * (1.0 - t) * a + 2.0 * t * (1.0 - t) * q + t * t * b;
 }
 
-void dot(double x, double y, double size, const colour& c) {
+void dot(double x, double y, double size, const color_t& c) {
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
     if (stamp_dot) stamp_dot(x, y, size, c.r, c.g, c.b);
 }
-void dot(const brush_point& p, const colour& c) { dot(p.x, p.y, p.w, c); }
+void dot(const brush_point_t& p, const color_t& c) { dot(p.x, p.y, p.w, c); }
 
 // Step of t along a row that covers `len` with the spacing of width `w`. The count is limited while it is a double: a
 // length that is huge or not a number must not reach a conversion.
@@ -65,7 +65,7 @@ template <typename Stamp> void along_row(double len, double w, Stamp stamp) {
 }
 
 // A curved row from a to b with control point q, the width passing through `middle_width`.
-void curved_row(const brush_point& a, vec q, const brush_point& b, double middle_width, const colour& c) {
+void curved_row(const brush_point_t& a, vec_t q, const brush_point_t& b, double middle_width, const color_t& c) {
     along_row(length(from_to(a, b)), a.w, [&](double t) {
         dot(quadratic(a.x, q.x, b.x, t), quadratic(a.y, q.y, b.y, t), quadratic(a.w, middle_width, b.w, t), c);
     });
@@ -73,8 +73,8 @@ void curved_row(const brush_point& a, vec q, const brush_point& b, double middle
 
 bool heads_upward(int style) { return style == 1 || style == 2 || style == 3; }
 
-void straight(int last, const brush_point& p0, const brush_point& p1, const colour& c) {
-    const vec d = from_to(p0, p1);
+void straight(int last, const brush_point_t& p0, const brush_point_t& p1, const color_t& c) {
+    const vec_t d = from_to(p0, p1);
     const double len = length(d);
     if (len < SHORTEST_STROKE) {
         dot(p0, c);
@@ -86,20 +86,20 @@ void straight(int last, const brush_point& p0, const brush_point& p1, const colo
     });
 }
 
-void arriving(const brush_point& p0, const brush_point& p1, const brush_point& p2, const colour& c) {
-    const vec d1 = from_to(p0, p1), d2 = from_to(p1, p2);
+void arriving(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2, const color_t& c) {
+    const vec_t d1 = from_to(p0, p1), d2 = from_to(p1, p2);
     const double k = turn_cosine(d1, d2);
     if (k < CURVE3_CORNER) {
         straight(0, p0, p1, c);
         return;
     }
     const double back = BEND * length(d1) / length(d2);
-    const vec q = k > NEARLY_STRAIGHT ? midpoint(p0, p1) : vec{p1.x - d2.x * back, p1.y - d2.y * back};
+    const vec_t q = k > NEARLY_STRAIGHT ? midpoint(p0, p1) : vec_t{p1.x - d2.x * back, p1.y - d2.y * back};
     curved_row(p0, q, p1, (p0.w + p1.w) / 2.0, c);
 }
 
-void leaving(const brush_point& p0, const brush_point& p1, const brush_point& p2, const colour& c) {
-    const vec d1 = from_to(p0, p1), d2 = from_to(p1, p2);
+void leaving(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2, const color_t& c) {
+    const vec_t d1 = from_to(p0, p1), d2 = from_to(p1, p2);
     const double k = turn_cosine(d1, d2);
     if (k < CURVE3_CORNER) {
         straight(0, p1, p2, c);
@@ -107,21 +107,22 @@ void leaving(const brush_point& p0, const brush_point& p1, const brush_point& p2
     }
     const double ahead = BEND * length(d2) / length(d1);
     // The midpoint is that of the segment before, behind p1: a straight run is inked twice at the joint.
-    const vec q = k > NEARLY_STRAIGHT ? midpoint(p0, p1) : vec{p1.x + d1.x * ahead, p1.y + d1.y * ahead};
+    const vec_t q = k > NEARLY_STRAIGHT ? midpoint(p0, p1) : vec_t{p1.x + d1.x * ahead, p1.y + d1.y * ahead};
     // So is the middle width: the end of the stroke keeps something of what the brush was before.
     curved_row(p1, q, p2, (p0.w + p1.w) / 2.0, c);
 }
 
 // Where the line through p1 along p2 - p0 meets the line through p2 along p3 - p1; not finite when they are parallel.
-vec tangents_meet(const brush_point& p0, const brush_point& p1, const brush_point& p2, const brush_point& p3) {
+vec_t tangents_meet(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2,
+                    const brush_point_t& p3) {
     const double s = ((p2.y - p1.y) * (p3.x - p1.x) - (p2.x - p1.x) * (p3.y - p1.y)) /
                      ((p2.y - p0.y) * (p3.x - p1.x) - (p2.x - p0.x) * (p3.y - p1.y));
     return {p1.x + s * (p2.x - p0.x), p1.y + s * (p2.y - p0.y)};
 }
 
-void joining(const brush_point& p0, const brush_point& p1, const brush_point& p2, const brush_point& p3,
-             const colour& c) {
-    const vec d1 = from_to(p0, p1), d2 = from_to(p1, p2), d3 = from_to(p2, p3);
+void joining(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2, const brush_point_t& p3,
+             const color_t& c) {
+    const vec_t d1 = from_to(p0, p1), d2 = from_to(p1, p2), d3 = from_to(p2, p3);
     if (turn_cosine(d1, d2) < CURVE4_CORNER) {
         arriving(p1, p2, p3, c);
         return;
@@ -130,12 +131,12 @@ void joining(const brush_point& p0, const brush_point& p1, const brush_point& p2
         straight(0, p1, p2, c);
         return;
     }
-    const vec q = turn_cosine(d1, d3) > NEARLY_STRAIGHT ? midpoint(p1, p2) : tangents_meet(p0, p1, p2, p3);
+    const vec_t q = turn_cosine(d1, d3) > NEARLY_STRAIGHT ? midpoint(p1, p2) : tangents_meet(p0, p1, p2, p3);
     curved_row(p1, q, p2, (p1.w + p2.w) / 2.0, c);
 }
 
-void last_two(const brush_point& p0, const brush_point& p1, const brush_point& p2, const colour& c) {
-    const vec d1 = from_to(p0, p1), d2 = from_to(p1, p2);
+void last_two(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2, const color_t& c) {
+    const vec_t d1 = from_to(p0, p1), d2 = from_to(p1, p2);
     const double len1 = length(d1), len2 = length(d2);
     if (len2 < SHORTEST_STROKE) {
         straight(0, p0, p1, c);
@@ -161,10 +162,10 @@ void last_two(const brush_point& p0, const brush_point& p1, const brush_point& p
     });
 }
 
-void last_three(const brush_point& p0, const brush_point& p1, const brush_point& p2, const brush_point& p3,
-                const colour& c) {
+void last_three(const brush_point_t& p0, const brush_point_t& p1, const brush_point_t& p2, const brush_point_t& p3,
+                const color_t& c) {
     arriving(p0, p1, p2, c);
-    const vec d2 = from_to(p1, p2), d3 = from_to(p2, p3);
+    const vec_t d2 = from_to(p1, p2), d3 = from_to(p2, p3);
     const double len2 = length(d2), len3 = length(d3);
     if (len3 < SHORTEST_STROKE) {
         leaving(p0, p1, p2, c);

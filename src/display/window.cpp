@@ -114,7 +114,7 @@ void prepare_drawing() {
     glLightfv(GL_LIGHT0, GL_POSITION, FROM_ABOVE.data());
     glEnable(GL_LIGHTING);
     glEnable(GL_LIGHT0);
-    // Texts and shells are scaled: without this their normals would scale with them and colours saturate.
+    // Texts and shells are scaled: without this their normals would scale with them and colors saturate.
     glEnable(GL_RESCALE_NORMAL);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     stamp_dot = gather_dot;

@@ -15,7 +15,7 @@ void create_canvas();
 /// Puts the canvas into the back buffer, pixel for pixel. Leaves both matrices as they were.
 void show_canvas();
 
-/// Wipes the texture with GL's clear colour. A frame wipes the window as well; this reaches what lies beyond a window
+/// Wipes the texture with GL's clear color. A frame wipes the window as well; this reaches what lies beyond a window
 /// that somebody has made smaller. Does nothing where GL has no framebuffer objects.
 void wipe_canvas();
 

@@ -18,29 +18,29 @@ static constexpr double LARGEST_DOT = 1e6;   // field units: GL's clipping loses
 static constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
 static constexpr double HALF_WINDOW = 256.0; // field units
 
-using colour_t = std::array<GLfloat, 4>;
+using color_t = std::array<GLfloat, 4>;
 
 // The longest mark is three rows of 513 dots and a single dot.
 static constexpr size_t DOTS_HELD = 2048;
 static std::array<ink_dot_t, DOTS_HELD> held;
 static size_t n_held;
-static colour_t held_colour;
+static color_t held_color;
 
-static colour_t dot_colour(double r, double g, double b) {
+static color_t dot_color(double r, double g, double b) {
     return {color_level(r), color_level(g), color_level(b), 1.0F};
 }
 
-static void set_dot_material(const colour_t& colour) {
-    glMaterialfv(GL_FRONT, GL_EMISSION, colour.data());
-    glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, colour.data());
+static void set_dot_material(const color_t& color) {
+    glMaterialfv(GL_FRONT, GL_EMISSION, color.data());
+    glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, color.data());
 }
 
-static void begin_dots(const colour_t& colour) {
+static void begin_dots(const color_t& color) {
     if (!obj_tex_initialized[TEX_BRUSH_DOT]) init_obj_tex(TEX_BRUSH_DOT, ten_image32x32);
     glEnable(GL_BLEND);
     glEnable(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, obj_textures[TEX_BRUSH_DOT]);
-    set_dot_material(colour);
+    set_dot_material(color);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
 }
 
@@ -62,7 +62,7 @@ static void dot_corner(int corner, const ink_dot_t& dot) {
 void paint_Ten(double x, double y, double size, double r, double g, double b) {
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
     const ink_dot_t dot{x, y, std::clamp(size, SMALLEST_DOT, LARGEST_DOT)};
-    begin_dots(dot_colour(r, g, b));
+    begin_dots(dot_color(r, g, b));
     glBegin(GL_QUADS);
     glNormal3d(0.0, 0.0, 1.0); // the light falls on the paper from above, whatever was drawn before
     for (int corner = 0; corner < 4; ++corner) dot_corner(corner, dot);
@@ -72,17 +72,17 @@ void paint_Ten(double x, double y, double size, double r, double g, double b) {
 
 void gather_dot(double x, double y, double size, double r, double g, double b) {
     if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(size)) return;
-    const colour_t colour = dot_colour(r, g, b);
-    if (n_held == DOTS_HELD || (n_held > 0 && colour != held_colour)) {
+    const color_t color = dot_color(r, g, b);
+    if (n_held == DOTS_HELD || (n_held > 0 && color != held_color)) {
         paint_gathered_dots(std::numeric_limits<double>::infinity());
     }
-    held_colour = colour;
+    held_color = color;
     held[n_held++] = {x, y, std::clamp(size, SMALLEST_DOT, LARGEST_DOT)};
 }
 
-// What many layers of solid ink make: the dots' lit colour, without their texture.
+// What many layers of solid ink make: the dots' lit color, without their texture.
 static void fill_window() {
-    set_dot_material(held_colour);
+    set_dot_material(held_color);
     glNormal3d(0.0, 0.0, 1.0);
     glRectd(-HALF_WINDOW, -HALF_WINDOW, HALF_WINDOW, HALF_WINDOW);
 }
@@ -90,7 +90,7 @@ static void fill_window() {
 // As quads, not as their triangles: those round otherwise where the middle of a pixel falls between two texels.
 static void paint_batch(std::span<const ink_dot_t> dots) {
     if (dots.empty()) return;
-    begin_dots(held_colour);
+    begin_dots(held_color);
     glBegin(GL_QUADS);
     glNormal3d(0.0, 0.0, 1.0);
     for (const ink_dot_t& dot : dots) {
@@ -121,7 +121,7 @@ void paint_gathered_dots(double pixels) {
     const std::span<ink_dot_t> dots(held.data(), n_held);
     n_held = 0;
     if (use_reference_path != 0) {
-        const colour_t& c = held_colour;
+        const color_t& c = held_color;
         for (const ink_dot_t& d : dots) paint_Ten(d.x, d.y, d.size, c[0], c[1], c[2]);
         return;
     }

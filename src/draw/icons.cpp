@@ -145,18 +145,18 @@ static void end_stone_walls() {
     glDisable(GL_CULL_FACE);
 }
 
-struct wall_face {
+struct wall_face_t {
     double x1, y1, x2, y2;
     double repeats; // of the texture along the wall
 };
 
-static wall_face make_face(double x1, double y1, double x2, double y2) {
+static wall_face_t make_face(double x1, double y1, double x2, double y2) {
     const double dx = x2 - x1, dy = y2 - y1;
     return {x1, y1, x2, y2, std::sqrt(dx * dx + dy * dy) / TEXELS_PER_REPEAT};
 }
 
 // One corner of a wall face: foot and top of its first end, top and foot of its second.
-static void wall_corner(int corner, const wall_face& w) {
+static void wall_corner(int corner, const wall_face_t& w) {
     const bool second = corner >= 2;
     const bool top = corner == 1 || corner == 2;
     glTexCoord2d(second ? w.repeats : 0.0, top ? WALL_HEIGHT / TEXELS_PER_REPEAT : 0.0);
@@ -165,7 +165,7 @@ static void wall_corner(int corner, const wall_face& w) {
 
 void drawStoneWall(double x1, double y1, double x2, double y2, double nx, double ny) {
     begin_stone_walls();
-    const wall_face face = make_face(x1, y1, x2, y2);
+    const wall_face_t face = make_face(x1, y1, x2, y2);
     glBegin(GL_QUADS);
     glNormal3d(nx, ny, 0.0);
     for (int corner = 0; corner < 4; ++corner) wall_corner(corner, face);
@@ -179,7 +179,7 @@ void begin_stone_wall_batch() {
 }
 
 void stone_wall_in_batch(double x1, double y1, double x2, double y2, double nx, double ny) {
-    const wall_face face = make_face(x1, y1, x2, y2);
+    const wall_face_t face = make_face(x1, y1, x2, y2);
     glNormal3d(nx, ny, 0.0);
     for (const int corner : QUAD_AS_TRIANGLES) wall_corner(corner, face);
 }
@@ -190,7 +190,7 @@ void end_stone_wall_batch() {
 }
 
 void drawBackground() {
-    // Texturing would colour the tile's pixels too; lighting does not touch them.
+    // Texturing would color the tile's pixels too; lighting does not touch them.
     glDisable(GL_TEXTURE_2D);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     for (double y = -FIELD_EDGE; y <= FIELD_EDGE; y += TILE_SIDE) {

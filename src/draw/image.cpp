@@ -21,35 +21,35 @@
 
 namespace {
 
-struct file_closer {
+struct file_closer_t {
     void operator()(FILE* file) const { fclose(file); }
 };
-using file_guard = std::unique_ptr<FILE, file_closer>;
+using file_guard = std::unique_ptr<FILE, file_closer_t>;
 
-struct heap_freer {
+struct heap_freer_t {
     void operator()(unsigned char* bytes) const { free(bytes); }
 };
-using bytes_guard = std::unique_ptr<unsigned char, heap_freer>;
+using bytes_guard = std::unique_ptr<unsigned char, heap_freer_t>;
 
 constexpr int CHANNELS = 3; // red, green, blue
 
 // What is said about a capture besides its pixels.
-struct capture_notes {
+struct capture_notes_t {
     char author[32];
     char host[128];
     char when[32];
 };
 
 // The picture as GL hands it out, bottom row first, and its rows from the top down.
-struct capture_pixels {
+struct capture_pixels_t {
     std::unique_ptr<unsigned char[]> bytes;
     std::unique_ptr<png_bytep[]> rows;
 };
 
 } // namespace
 
-static capture_notes take_notes() {
-    capture_notes notes = {};
+static capture_notes_t take_notes() {
+    capture_notes_t notes = {};
     const char* user = getenv("USER");
     if (user) bounded_copy(notes.author, user, sizeof notes.author - 1);
     // A host name that was cut need not be terminated.
@@ -65,7 +65,7 @@ static capture_notes take_notes() {
 static size_t packed_row(size_t width) { return (width * CHANNELS + 3) / 4 * 4; }
 
 // False when the size is beyond what GL can read or memory can hold.
-static bool read_back_buffer(unsigned width, unsigned height, capture_pixels& pixels) {
+static bool read_back_buffer(unsigned width, unsigned height, capture_pixels_t& pixels) {
     GLint limit[2] = {};
     glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limit);
     if (width == 0 || height == 0 || width > static_cast<unsigned>(std::max(limit[0], 0)) ||
@@ -85,7 +85,7 @@ static bool read_back_buffer(unsigned width, unsigned height, capture_pixels& pi
 static void fail_quietly(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 static void warn_quietly(png_structp, png_const_charp) {}
 
-static void attach_notes(png_structp png, png_infop info, capture_notes& notes) {
+static void attach_notes(png_structp png, png_infop info, capture_notes_t& notes) {
     char author_key[] = "Author", software_key[] = "Software", source_key[] = "Source", time_key[] = "Description";
     char software[] = "kelmora for Velmark by RQ";
     png_text texts[4] = {};
@@ -104,7 +104,7 @@ static void attach_notes(png_structp png, png_infop info, capture_notes& notes) 
 
 // An error inside libpng comes back to the setjmp; nothing with a destructor lives in this function or in what it calls
 // below libpng, so nothing is skipped.
-static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes& notes,
+static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes_t& notes,
                    png_bytep* rows) {
     if (setjmp(png_jmpbuf(png))) return false;
     attach_notes(png, info, notes);
@@ -139,8 +139,8 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
         return;
     }
     png_infop info = png_create_info_struct(png);
-    capture_notes notes = take_notes();
-    capture_pixels pixels;
+    capture_notes_t notes = take_notes();
+    capture_pixels_t pixels;
     const bool encoded = info && read_back_buffer(width, height, pixels) &&
                          encode(png, info, file.get(), width, height, notes, pixels.rows.get());
     png_destroy_write_struct(&png, &info);

@@ -8,28 +8,28 @@
 #include "draw/primitives.h"
 #include "field/state.h"
 
-using colour = std::array<GLfloat, 4>;
+using color_t = std::array<GLfloat, 4>;
 
-static constexpr colour WARNING_RED = {1.0F, 0.1F, 0.0F, 1.0F};
-static constexpr colour PANEL_GREY = {0.3F, 0.3F, 0.3F, 0.9F};
-static constexpr colour HELP_RED = {1.0F, 0.2F, 0.1F, 0.9F};
-static constexpr colour NO_GLOW = {0.0F, 0.0F, 0.0F, 1.0F};
+static constexpr color_t WARNING_RED = {1.0F, 0.1F, 0.0F, 1.0F};
+static constexpr color_t PANEL_GREY = {0.3F, 0.3F, 0.3F, 0.9F};
+static constexpr color_t HELP_RED = {1.0F, 0.2F, 0.1F, 0.9F};
+static constexpr color_t NO_GLOW = {0.0F, 0.0F, 0.0F, 1.0F};
 
 // High above turtles and tracks.
 static constexpr double PANEL_HEIGHT = 30.0;
 static constexpr double PANEL_HALF = 204.8;   // 0.4 of the field's width
 static constexpr double PANEL_REPEATS = 15.0; // of the stone pattern, each way
 
-static void set_glow(const colour& c) { glMaterialfv(GL_FRONT, GL_EMISSION, c.data()); }
+static void set_glow(const color_t& c) { glMaterialfv(GL_FRONT, GL_EMISSION, c.data()); }
 
-static void set_glow_and_colour(const colour& c) {
+static void set_glow_and_color(const color_t& c) {
     set_glow(c);
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, c.data());
 }
 
 void drawWarning() {
     constexpr double LEFT = -230.4, HEIGHT = 30.0;
-    set_glow_and_colour(WARNING_RED);
+    set_glow_and_color(WARNING_RED);
     drawString(GLUT_BITMAP_HELVETICA_18, "COMMUNICATION ERROR !", LEFT, 128.0, HEIGHT);
     drawString(GLUT_BITMAP_HELVETICA_12, "TCP communication ports cannot be opened because they are already in use.",
                LEFT, 102.4, HEIGHT);
@@ -59,13 +59,13 @@ static void draw_panel() {
     glDisable(GL_TEXTURE_2D);
 }
 
-struct help_line {
+struct help_line_t {
     double x, y;
     const char* text;
 };
 
 // The keys of the keyboard handler, 27.25 units apart; what only continues a line is further in.
-static constexpr std::array<help_line, 12> KEY_LINES = {{
+static constexpr std::array<help_line_t, 12> KEY_LINES = {{
     {-140.8, 102.4, "c  clear screen"},
     {-140.8, 75.15, "z  erase zombie"},
     {-140.8, 47.9, "!  toggle graphics/battle mode"},
@@ -85,14 +85,14 @@ void drawHelp() {
     glEnable(GL_BLEND);
     glEnable(GL_CULL_FACE);
     glCullFace(GL_BACK);
-    set_glow_and_colour(PANEL_GREY);
+    set_glow_and_color(PANEL_GREY);
     draw_panel();
     glDisable(GL_CULL_FACE);
 
-    set_glow_and_colour(HELP_RED);
+    set_glow_and_color(HELP_RED);
     drawString(GLUT_BITMAP_HELVETICA_18, "Kelmora", TITLE_X, 163.84, TITLE_HEIGHT);
     drawString(GLUT_BITMAP_HELVETICA_12, copyright, TITLE_X, 128.0, TEXT_HEIGHT);
-    for (const help_line& line : KEY_LINES) drawString(GLUT_BITMAP_9_BY_15, line.text, line.x, line.y, TEXT_HEIGHT);
+    for (const help_line_t& line : KEY_LINES) drawString(GLUT_BITMAP_9_BY_15, line.text, line.x, line.y, TEXT_HEIGHT);
     set_glow(NO_GLOW);
     glDisable(GL_BLEND);
 }

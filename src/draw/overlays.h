@@ -3,9 +3,9 @@
 #pragma once
 
 /// A stone panel that lists the keys, visible from above only. Leaves blending, culling and texturing off, and the
-/// front emission at (0, 0, 0, 1); the ambient and diffuse colour stays orange red.
+/// front emission at (0, 0, 0, 1); the ambient and diffuse color stays orange red.
 void drawHelp();
 
 /// Four red lines: the ports could not be opened. Leaves the front emission at (0, 0, 0, 1); the ambient and diffuse
-/// colour stays red.
+/// color stays red.
 void drawWarning();

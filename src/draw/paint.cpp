@@ -15,16 +15,16 @@ namespace {
 
 constexpr std::array<float, 4> BLACK{0.0F, 0.0F, 0.0F, 0.0F};
 
-int final_flag(const mark_t& mark) { return mark.kind == mark_kind::brush_end ? 1 : 0; }
+int final_flag(const mark_t& mark) { return mark.kind == mark_kind_t::brush_end ? 1 : 0; }
 
 bool is_wide_stroke(const mark_t& mark) {
-    return mark.in_use && (mark.kind == mark_kind::brush || mark.kind == mark_kind::brush_end) &&
+    return mark.in_use && (mark.kind == mark_kind_t::brush || mark.kind == mark_kind_t::brush_end) &&
            brush_is_wide(mark.turtle, final_flag(mark));
 }
 
 void paint_track(const mark_t& mark, double pixels) {
-    if (mark.kind == mark_kind::none) return;
-    if (mark.kind == mark_kind::pen) {
+    if (mark.kind == mark_kind_t::none) return;
+    if (mark.kind == mark_kind_t::pen) {
         paint_line_and_fill_area(mark.turtle);
     } else {
         paint_by_brush(mark.turtle, final_flag(mark), pixels);
@@ -35,7 +35,7 @@ void paint_track(const mark_t& mark, double pixels) {
 void print_message(const mark_t& mark) {
     if (!mark.text) return;
     const turtle_t& t = mark.turtle;
-    // Brush dots leave their own colour in the material: the text shall show only its emission.
+    // Brush dots leave their own color in the material: the text shall show only its emission.
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, BLACK.data());
     set_pen_emission(t.color[0].r, t.color[0].g, t.color[0].b);
     drawBoundedString(GLUT_BITMAP_HELVETICA_12, t.message, TEXT_BYTES, t.pos[0].x, t.pos[0].y, 0.0);

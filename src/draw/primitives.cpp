@@ -72,7 +72,7 @@ static void draw_bytes(const char* text, int length, double x, double y, double 
     glPushMatrix();
     glTranslated(x, y, z);
     glScaled(TEXT_SCALE, TEXT_SCALE, TEXT_SCALE);
-    // Without this the lit colour of a text would be that of whatever surface was drawn before it.
+    // Without this the lit color of a text would be that of whatever surface was drawn before it.
     glNormal3d(0.0, 0.0, 1.0);
     for (int k = 0; k < length; ++k) {
         const unsigned char c = static_cast<unsigned char>(text[k]);

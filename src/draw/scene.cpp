@@ -27,31 +27,31 @@ constexpr double BALL_RADIUS = 5.0;   // a beam in flight
 constexpr double BURST_RADIUS = 15.0; // explosions and the glow
 
 // The solids that turtles and beams are made of, each a display list.
-enum class solid { head, leg, shell, tail, ball, burst, count };
+enum class solid_t { head, leg, shell, tail, ball, burst, count };
 
-void draw_solid_itself(solid s) {
+void draw_solid_itself(solid_t s) {
     switch (s) {
-    case solid::head:
+    case solid_t::head:
         glutSolidSphere(2.5, 8, 8);
         break;
-    case solid::leg:
+    case solid_t::leg:
         glutSolidSphere(2.0, 8, 8);
         break;
-    case solid::shell:
+    case solid_t::shell:
         glScaled(1.0, 0.7, 0.5);
         glutSolidSphere(10.0, 12, 12);
         break;
-    case solid::tail:
+    case solid_t::tail:
         glRotated(-90.0, 0.0, 1.0, 0.0);
         glutSolidCone(1.0, 6.0, 8, 4);
         break;
-    case solid::ball:
+    case solid_t::ball:
         glutSolidSphere(BALL_RADIUS, 16, 16);
         break;
-    case solid::burst:
+    case solid_t::burst:
         glutSolidSphere(BURST_RADIUS, 16, 16);
         break;
-    case solid::count:
+    case solid_t::count:
         break;
     }
 }
@@ -60,17 +60,17 @@ void draw_solid_itself(solid s) {
 unsigned solid_lists() {
     static unsigned first = 0;
     if (first != 0) return first;
-    constexpr int COUNT = static_cast<int>(solid::count);
+    constexpr int COUNT = static_cast<int>(solid_t::count);
     first = glGenLists(COUNT);
     for (int k = 0; first != 0 && k < COUNT; ++k) {
         glNewList(first + static_cast<unsigned>(k), GL_COMPILE);
-        draw_solid_itself(static_cast<solid>(k));
+        draw_solid_itself(static_cast<solid_t>(k));
         glEndList();
     }
     return first;
 }
 
-void draw_solid_at(solid s, double x, double y, double z) {
+void draw_solid_at(solid_t s, double x, double y, double z) {
     const unsigned lists = use_reference_path ? 0 : solid_lists();
     glPushMatrix();
     glTranslated(x, y, z);
@@ -89,7 +89,7 @@ color4_t color4(const rgb_t& c, double share, double alpha) {
             static_cast<float>(alpha)};
 }
 
-// Beams and explosions burn in the same colours.
+// Beams and explosions burn in the same colors.
 void set_fire_material(double alpha) {
     front_material(GL_DIFFUSE, color4({1.0, 0.9, 0.5}, 1.0, alpha));
     front_material(GL_AMBIENT, color4({1.0, 0.8, 0.0}, 1.0, alpha));
@@ -160,11 +160,11 @@ void draw_sensor_line(const sensor_line_t& line, const color4_t& color) {
 
 void draw_flying_beam(const beam_view_t& view) {
     set_fire_material(1.0);
-    draw_solid_at(solid::ball, view.ball.x, view.ball.y, BEAM_HEIGHT);
-    if (view.struck != 0) draw_solid_at(solid::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
+    draw_solid_at(solid_t::ball, view.ball.x, view.ball.y, BEAM_HEIGHT);
+    if (view.struck != 0) draw_solid_at(solid_t::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
 }
 
-// The label takes its colour from emission; the body's material, still set, tints it.
+// The label takes its color from emission; the body's material, still set, tints it.
 void draw_label(const char* text, int size, double x, double y, float alpha_afterwards) {
     front_material(GL_EMISSION, {0.7F, 0.7F, 0.7F, 1.0F});
     drawBoundedString(GLUT_BITMAP_HELVETICA_12, text, size, x, y, LABEL_HEIGHT);
@@ -188,7 +188,7 @@ void draw_death(const turn_t& turn) {
         glEnable(GL_BLEND);
         const color4_t glow{1.0F, 0.2F, 0.0F, 0.8F};
         front_material(GL_AMBIENT_AND_DIFFUSE, glow);
-        draw_solid_at(solid::burst, turn.dying.at.x, turn.dying.at.y, BEAM_HEIGHT);
+        draw_solid_at(solid_t::burst, turn.dying.at.x, turn.dying.at.y, BEAM_HEIGHT);
     }
     glDisable(GL_BLEND);
 }
@@ -197,7 +197,7 @@ void draw_explosion(const explosion_view_t& view) {
     if (view.shown == 0) return;
     glEnable(GL_BLEND);
     set_fire_material(view.alpha);
-    draw_solid_at(solid::burst, view.at.x, view.at.y, BEAM_HEIGHT);
+    draw_solid_at(solid_t::burst, view.at.x, view.at.y, BEAM_HEIGHT);
     glDisable(GL_BLEND);
 }
 
@@ -243,13 +243,13 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     set_ttl_color(t);
     // The solids are closed and opaque: their insides never show.
     if (!use_reference_path) glEnable(GL_CULL_FACE);
-    draw_solid_at(solid::head, 11.5, 0.0, head_phase);
-    draw_solid_at(solid::leg, leg_phase - 5.0, 8.0, -2.0);
-    draw_solid_at(solid::leg, 5.0 - leg_phase, 8.0, -2.0);
-    draw_solid_at(solid::leg, -5.0 - leg_phase, -8.0, -2.0);
-    draw_solid_at(solid::leg, leg_phase + 5.0, -8.0, -2.0);
-    draw_solid_at(solid::shell, 0.0, 0.0, 0.0);
-    draw_solid_at(solid::tail, -8.0, 0.0, 0.0);
+    draw_solid_at(solid_t::head, 11.5, 0.0, head_phase);
+    draw_solid_at(solid_t::leg, leg_phase - 5.0, 8.0, -2.0);
+    draw_solid_at(solid_t::leg, 5.0 - leg_phase, 8.0, -2.0);
+    draw_solid_at(solid_t::leg, -5.0 - leg_phase, -8.0, -2.0);
+    draw_solid_at(solid_t::leg, leg_phase + 5.0, -8.0, -2.0);
+    draw_solid_at(solid_t::shell, 0.0, 0.0, 0.0);
+    draw_solid_at(solid_t::tail, -8.0, 0.0, 0.0);
     if (!use_reference_path) glDisable(GL_CULL_FACE);
     glPopMatrix();
 }

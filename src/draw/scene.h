@@ -14,7 +14,7 @@ void draw_walls();
 /// The lines from a turtle to what its finder and its radar found last.
 void draw_beam(const turn_t& turn);
 
-/// Front material of a turtle's body, by team. A dying turtle keeps its colour: only blending fades it.
+/// Front material of a turtle's body, by team. A dying turtle keeps its color: only blending fades it.
 void set_ttl_color(const turtle_t& t);
 
 /// The body of a turtle at (x, y), heading `dir` degrees. Stones and doughnuts are their icons.

@@ -58,11 +58,11 @@ bool looks_the_same(const scenery_t& a, const scenery_t& b) {
 scenery_t seen;       // by the last look at the tables
 bool picture_is_kept; // of `seen`
 
-// Where the kept picture lies. The colours are drawn into a texture of their own, with how much they cover; the depths
+// Where the kept picture lies. The colors are drawn into a texture of their own, with how much they cover; the depths
 // are copied from the window, its top row first.
 struct store_t {
     unsigned colors, colors_frame;
-    unsigned scratch_depth; // for drawing the colours
+    unsigned scratch_depth; // for drawing the colors
     unsigned depths, depths_frame;
 };
 
@@ -260,7 +260,7 @@ void cache_scenery() {
     glPushAttrib(GL_COLOR_BUFFER_BIT);
     glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    // Over nothing, this blending gives each colour times what it covers, and the share that is covered.
+    // Over nothing, this blending gives each color times what it covers, and the share that is covered.
     glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     draw_pieces();
     glPopAttrib();

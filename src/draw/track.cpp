@@ -15,14 +15,14 @@
 namespace {
 
 constexpr int POLYGON_BACK = 5; // oldest history index that a polygon reaches
-static_assert(POLYGON_BACK + 1 < TRACK_MAX, "every vertex has a colour one entry older");
+static_assert(POLYGON_BACK + 1 < TRACK_MAX, "every vertex has a color one entry older");
 
 // One point of a stroke with the brush width that belongs to it.
-struct ink_point {
+struct ink_point_t {
     double x, y, w;
 };
 
-ink_point ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
+ink_point_t ink_at(const turtle_t& t, int k) { return {t.pos[k].x, t.pos[k].y, t.line_width[k + 1]}; }
 
 void emit_vertex(const turtle_t& t, int k) {
     const rgb_t& c = t.color[k + 1];
@@ -46,10 +46,10 @@ void fill_recent_polygon(const turtle_t& t) {
 }
 
 void finish_stroke(const turtle_t& t, int final) {
-    const ink_point p0 = ink_at(t, 0);
-    const ink_point p1 = ink_at(t, 1);
-    const ink_point p2 = ink_at(t, 2);
-    const ink_point p3 = ink_at(t, 3);
+    const ink_point_t p0 = ink_at(t, 0);
+    const ink_point_t p1 = ink_at(t, 1);
+    const ink_point_t p2 = ink_at(t, 2);
+    const ink_point_t p3 = ink_at(t, 3);
     if (t.n_painted >= 4) {
         const rgb_t& c = t.color[4];
         brushLine3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, p0.x, p0.y, p0.w, c.r, c.g, c.b);
@@ -64,14 +64,14 @@ void finish_stroke(const turtle_t& t, int final) {
 
 void continue_stroke(const turtle_t& t) {
     if (t.n_painted <= 3) return;
-    const ink_point p1 = ink_at(t, 1);
-    const ink_point p2 = ink_at(t, 2);
-    const ink_point p3 = ink_at(t, 3);
+    const ink_point_t p1 = ink_at(t, 1);
+    const ink_point_t p2 = ink_at(t, 2);
+    const ink_point_t p3 = ink_at(t, 3);
     const rgb_t& c = t.color[4];
     if (t.n_painted == 4) {
         drawCurve3(p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
     } else {
-        const ink_point p4 = ink_at(t, 4);
+        const ink_point_t p4 = ink_at(t, 4);
         drawCurve4(p4.x, p4.y, p4.w, p3.x, p3.y, p3.w, p2.x, p2.y, p2.w, p1.x, p1.y, p1.w, c.r, c.g, c.b);
     }
 }

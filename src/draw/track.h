@@ -1,6 +1,6 @@
 // The newest piece of a turtle's track, from the short history in its record: ink strokes, lines, points, polygons.
 // Window thread, inside the frame, with the caller's matrices. Nothing in the record is changed.
-// A point at history index k goes with the width and colour at k + 1: both lag one step behind, on purpose.
+// A point at history index k goes with the width and color at k + 1: both lag one step behind, on purpose.
 #pragma once
 
 #include "brush/ink.h"
@@ -17,7 +17,7 @@ void paint_by_brush(const turtle_t& t, int final, double pixels = FRAME_INK);
 [[nodiscard]] bool brush_is_wide(const turtle_t& t, int final);
 
 /// Draws the newest segment of the turtle as a polygon over the latest up to six points, else as a point, else as a
-/// line. Only the front emission carries the colours. Line width and point size are 1 afterwards; a width that is not
+/// line. Only the front emission carries the colors. Line width and point size are 1 afterwards; a width that is not
 /// above 0 or not finite draws at 1.
 void paint_line_and_fill_area(const turtle_t& t);
 

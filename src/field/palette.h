@@ -1,4 +1,4 @@
-// The team colours, for the window; those of the page for browsers are tested to be the same.
+// The team colors, for the window; those of the page for browsers are tested to be the same.
 #pragma once
 
 #include "field/turtles.h"
@@ -13,7 +13,7 @@ inline constexpr std::array<rgb_t, TEAM_MAX> TEAM_COLORS{{
 }};
 inline constexpr rgb_t NO_TEAM_COLOR{0.7, 0.8, 0.0};
 
-/// Body colour of a team, modulo TEAM_MAX; a negative team has a colour of its own.
+/// Body color of a team, modulo TEAM_MAX; a negative team has a color of its own.
 [[nodiscard]] constexpr rgb_t team_color(int team) {
     const int remainder = team % TEAM_MAX; // keeps the sign of the team
     return remainder < 0 ? NO_TEAM_COLOR : TEAM_COLORS[static_cast<size_t>(remainder)];

@@ -53,7 +53,7 @@ extern char copyright[]; // banner line and help screen
 
 extern double Xmin, Xmax, Ymin, Ymax; // the field's edges, field units
 
-extern std::array<double, 3> bgcol; // the background colour, 0 to 1, not clamped
+extern std::array<double, 3> bgcol; // the background color, 0 to 1, not clamped
 
 // How the field is played and shown. Guarded by frame_rendering_mutex.
 struct modes_t {

@@ -58,7 +58,7 @@ struct turtle_t {
     int32_t client_id;            // owning slot of client_tab, 0 to 9; -1 = none
     double dir;                   // heading, degrees, never wrapped; 0 along +x, counter-clockwise positive
     point_t pos[TRACK_MAX];       // track history, [0] is the current position
-    rgb_t color[TRACK_MAX];       // pen colour history, [0] is the current colour
+    rgb_t color[TRACK_MAX];       // pen color history, [0] is the current color
     double line_width[TRACK_MAX]; // pen width history, [0] is the current width
     double beam_dir;              // heading of the beam, degrees
     double beam_x, beam_y;        // position of the beam

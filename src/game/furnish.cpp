@@ -23,18 +23,18 @@ constexpr double STONE_CLEARANCE = 25.0; // to the nearest turtle and to the nea
 constexpr int STICK_TRIES = 6;           // draws before a vertex stays without a wall
 constexpr double GOAL_OFFSET = 16.0;     // centres of the four cells around the field's centre
 
-struct grid_step {
+struct grid_step_t {
     int dx, dy;
 };
 // The last direction, back towards the edge, is for the first row only: later rows never fall on finished ones.
-constexpr std::array<grid_step, 4> STICK_DIRECTIONS = {{{-1, 0}, {1, 0}, {0, 1}, {0, -1}}};
+constexpr std::array<grid_step_t, 4> STICK_DIRECTIONS = {{{-1, 0}, {1, 0}, {0, 1}, {0, -1}}};
 
 // Wall ends at each vertex, [gx][gy].
 std::array<std::array<int, MAZE_VERTICES>, MAZE_VERTICES> maze_vertex;
 
 void drop_stick(int gx, int gy, int directions) {
     for (int tries = 0; tries < STICK_TRIES; ++tries) {
-        const grid_step step = STICK_DIRECTIONS[static_cast<size_t>(random() % directions)];
+        const grid_step_t step = STICK_DIRECTIONS[static_cast<size_t>(random() % directions)];
         int& near_end = maze_vertex[gx][gy];
         int& far_end = maze_vertex[gx + step.dx][gy + step.dy];
         if (near_end != 0 && far_end != 0) continue;

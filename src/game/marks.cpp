@@ -12,12 +12,12 @@ bool take_segment(turtle_t& t) {
     return true;
 }
 
-mark_kind take_brush_segment(turtle_t& t) {
-    if (take_segment(t)) return t.n_painted > SEGMENTS_HELD_BACK ? mark_kind::brush : mark_kind::none;
-    if (!has_any(t.flags, TTL_PEN_LIFTED)) return mark_kind::none;
+mark_kind_t take_brush_segment(turtle_t& t) {
+    if (take_segment(t)) return t.n_painted > SEGMENTS_HELD_BACK ? mark_kind_t::brush : mark_kind_t::none;
+    if (!has_any(t.flags, TTL_PEN_LIFTED)) return mark_kind_t::none;
     t.flags &= ~TTL_PEN_LIFTED;
     t.flags |= TTL_SEG_PAINTED;
-    return mark_kind::brush_end;
+    return mark_kind_t::brush_end;
 }
 
 } // namespace
@@ -30,10 +30,10 @@ mark_t leave_mark(int i) {
     if (has_any(t.flags, TTL_BRUSH)) {
         mark.kind = take_brush_segment(t);
     } else {
-        mark.kind = take_segment(t) ? mark_kind::pen : mark_kind::none;
+        mark.kind = take_segment(t) ? mark_kind_t::pen : mark_kind_t::none;
     }
     mark.text = t.message[0] != '\0';
-    if (mark.kind != mark_kind::none || mark.text) mark.turtle = t;
+    if (mark.kind != mark_kind_t::none || mark.text) mark.turtle = t;
     t.message[0] = '\0';
     return mark;
 }

@@ -4,11 +4,11 @@
 
 #include "field/turtles.h"
 
-enum class mark_kind { none, pen, brush, brush_end };
+enum class mark_kind_t { none, pen, brush, brush_end };
 
 struct mark_t {
     bool in_use; // false: the slot is free and nothing of it is painted
-    mark_kind kind;
+    mark_kind_t kind;
     bool text;       // the turtle's message is to be printed
     turtle_t turtle; // the record with all that painting needs; only set when something is to be painted
 };

@@ -11,7 +11,7 @@ void field_clear_zombie();
 void field_clear_all_turtles();
 /// The painted layer is wiped at the next frame.
 void field_clear();
-/// Background colour, components 0 to 1; wipes the painted layer.
+/// Background color, components 0 to 1; wipes the painted layer.
 void field_set_color(double r, double g, double b);
 
 /// Display toggles. @return 0

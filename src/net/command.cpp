@@ -21,7 +21,7 @@ namespace {
 constexpr int WORD_MAX = 512; // bytes of a word with its terminator; a longer word is cut
 
 // One line, cut into its words. Missing words are empty and read as 0.
-struct word_list {
+struct word_list_t {
     char w[4][WORD_MAX]; // the command word and up to three arguments
     const char* rest;    // what follows the command word, with its leading blanks
 
@@ -50,35 +50,35 @@ const char* take_word(const char* p, char* word) {
     return p;
 }
 
-void split(const char* line, word_list& out) {
+void split(const char* line, word_list_t& out) {
     const char* p = take_word(line, out.w[0]);
     out.rest = p;
     for (int k = 1; k < 4; ++k) p = take_word(p, out.w[k]);
 }
 
 // Who sent the line, and the words of it.
-struct request {
+struct request_t {
     client_t& client;
     int slot;
     int turtle;
-    word_list words;
+    word_list_t words;
 
     // After a pacing command the client's further input waits for the next frame.
     void pace() const { ++client.frame_cmd_count; }
 };
 
-int do_forward(const request& r) {
+int do_forward(const request_t& r) {
     r.pace();
     return turtle_step_forward(r.turtle, r.words.number(1));
 }
 
-int do_backward(const request& r) {
+int do_backward(const request_t& r) {
     r.pace();
     return turtle_step_forward(r.turtle, -r.words.number(1));
 }
 
 // Whatever was cleared, the line goes on as a forward step of its argument: "c 10" resets and then steps 10.
-int do_clear(const request& r) {
+int do_clear(const request_t& r) {
     switch (r.words.letter(1)) {
     case 'a':
         field_clear_all_turtles();
@@ -96,17 +96,17 @@ int do_clear(const request& r) {
     return do_forward(r);
 }
 
-int do_relative_jump(const request& r) {
+int do_relative_jump(const request_t& r) {
     r.pace();
     return turtle_rjump(r.turtle, r.words.number(1), r.words.number(2));
 }
 
-int do_jump(const request& r) {
+int do_jump(const request_t& r) {
     r.pace();
     return turtle_jump(r.turtle, r.words.number(1), r.words.number(2));
 }
 
-int do_turn(const request& r) {
+int do_turn(const request_t& r) {
     r.pace();
     switch (r.words.letter(1)) {
     case 'l':
@@ -126,7 +126,7 @@ int do_turn(const request& r) {
     }
 }
 
-int do_pen(const request& r) {
+int do_pen(const request_t& r) {
     r.pace();
     switch (r.words.letter(1)) {
     case 'd':
@@ -140,7 +140,7 @@ int do_pen(const request& r) {
     }
 }
 
-int do_line_mode(const request& r) {
+int do_line_mode(const request_t& r) {
     r.pace();
     const int plain =
         turtle_unset_brush(r.turtle) + turtle_unset_fill_poly(r.turtle) + turtle_unset_point_mode(r.turtle);
@@ -157,42 +157,42 @@ int do_line_mode(const request& r) {
     }
 }
 
-int do_line_width(const request& r) { return turtle_line_width(r.turtle, r.words.number(1)); }
+int do_line_width(const request_t& r) { return turtle_line_width(r.turtle, r.words.number(1)); }
 
-int do_pen_color(const request& r) {
+int do_pen_color(const request_t& r) {
     return turtle_set_color(r.turtle, r.words.number(1), r.words.number(2), r.words.number(3));
 }
 
-int do_field_color(const request& r) {
+int do_field_color(const request_t& r) {
     r.pace();
     field_set_color(r.words.number(1), r.words.number(2), r.words.number(3));
     field_clear();
     return 0;
 }
 
-int do_print(const request& r) {
+int do_print(const request_t& r) {
     r.pace();
     char text[HEX_STEPS + 1];
     convert_hex2str(r.words.rest, text);
     return turtle_print_string(r.turtle, text);
 }
 
-int do_name(const request& r) {
+int do_name(const request_t& r) {
     char text[HEX_STEPS + 1];
     convert_hex2str(r.words.rest, text);
     return turtle_name(r.turtle, text);
 }
 
-int do_broadcast(const request& r) { return turtle_broadcast_message(r.turtle, skip_spaces(r.words.rest)); }
+int do_broadcast(const request_t& r) { return turtle_broadcast_message(r.turtle, skip_spaces(r.words.rest)); }
 
-int do_team(const request& r) {
+int do_team(const request_t& r) {
     turtle_set_team(r.turtle, r.words.integer(1));
     return 0;
 }
 
-int do_finder_range(const request& r) { return turtle_finder_range(r.turtle, r.words.number(1)); }
+int do_finder_range(const request_t& r) { return turtle_finder_range(r.turtle, r.words.number(1)); }
 
-int do_coin(const request& r) {
+int do_coin(const request_t& r) {
     const char what = r.words.letter(1);
     if (what == 'b') return turtle_borrow_coin(r.turtle);
     r.pace();
@@ -207,11 +207,11 @@ int do_coin(const request& r) {
     }
 }
 
-int do_doughnut(const request& r) { return turtle_generate_doughnut(r.turtle); }
+int do_doughnut(const request_t& r) { return turtle_generate_doughnut(r.turtle); }
 
-int do_fire(const request& r) { return turtle_fire(r.turtle); }
+int do_fire(const request_t& r) { return turtle_fire(r.turtle); }
 
-int do_event(const request& r) {
+int do_event(const request_t& r) {
     const uint32_t bits = static_cast<uint32_t>(r.words.integer(2));
     switch (r.words.letter(1)) {
     case '+':
@@ -223,7 +223,7 @@ int do_event(const request& r) {
     }
 }
 
-int do_card(const request& r) {
+int do_card(const request_t& r) {
     const int card = r.words.integer(1);
     if (card != 0) {
         field_set_card(card, r.words.number(2), r.words.number(3));
@@ -234,9 +234,9 @@ int do_card(const request& r) {
 }
 
 // The new robot's index is the result, and so selects the query that the reply answers.
-int do_robot(const request&) { return generate_turtle(-1, TTL_ROBOT); }
+int do_robot(const request_t&) { return generate_turtle(-1, TTL_ROBOT); }
 
-int do_battle(const request& r) {
+int do_battle(const request_t& r) {
     switch (r.words.letter(1)) {
     case 'u':
     case '-':
@@ -249,14 +249,14 @@ int do_battle(const request& r) {
     return 0;
 }
 
-int do_ping(const request&) { return 0; }
+int do_ping(const request_t&) { return 0; }
 
 int radar_selector(const char* rank) {
     if (rank[0] == '\0') return SEL_RADAR;
     return rank[0] >= '1' && rank[0] <= '5' ? SEL_RADAR + (rank[0] - '1') : -1;
 }
 
-int card_selector(const word_list& w) {
+int card_selector(const word_list_t& w) {
     const int64_t card = w.integer(3);
     int64_t selector = 0;
     if (w.letter(2) == 's') selector = SEL_CARD_STATE + card;
@@ -264,7 +264,7 @@ int card_selector(const word_list& w) {
     return static_cast<int32_t>(selector); // an absurd card number wraps, it never overflows
 }
 
-int do_query(const request& r) {
+int do_query(const request_t& r) {
     switch (const char letter = r.words.letter(1)) {
     case 'r':
         return radar_selector(r.words.w[2]);
@@ -275,12 +275,12 @@ int do_query(const request& r) {
     }
 }
 
-struct command {
+struct command_t {
     char letter;
-    int (*execute)(const request&);
+    int (*execute)(const request_t&);
 };
 
-constexpr std::array<command, 25> COMMANDS = {{
+constexpr std::array<command_t, 25> COMMANDS = {{
     {'f', do_forward},      {'b', do_backward}, {'c', do_clear},     {'g', do_relative_jump}, {'j', do_jump},
     {'t', do_turn},         {'p', do_pen},      {'l', do_line_mode}, {'w', do_line_width},    {'k', do_pen_color},
     {'h', do_field_color},  {'s', do_print},    {'n', do_name},      {'u', do_broadcast},     {'i', do_team},
@@ -291,10 +291,10 @@ constexpr std::array<command, 25> COMMANDS = {{
 } // namespace
 
 int parse_message_for(int slot, const char* line) {
-    request r = {.client = client_tab[slot], .slot = slot, .turtle = client_tab[slot].turtle_id, .words = {}};
+    request_t r = {.client = client_tab[slot], .slot = slot, .turtle = client_tab[slot].turtle_id, .words = {}};
     split(line, r.words);
     const char letter = r.words.letter(0);
-    for (const command& c : COMMANDS) {
+    for (const command_t& c : COMMANDS) {
         if (c.letter == letter) return c.execute(r);
     }
     return -1;

@@ -24,12 +24,12 @@ constexpr int POLL_MICROSECONDS = 5000;
 int32_t server_socket = -1; // written once, before the thread starts
 
 // Closes what it holds unless it was released to a table.
-struct fd_guard {
+struct fd_guard_t {
     int fd;
-    explicit fd_guard(int f) : fd(f) {}
-    fd_guard(const fd_guard&) = delete;
-    fd_guard& operator=(const fd_guard&) = delete;
-    ~fd_guard() {
+    explicit fd_guard_t(int f) : fd(f) {}
+    fd_guard_t(const fd_guard_t&) = delete;
+    fd_guard_t& operator=(const fd_guard_t&) = delete;
+    ~fd_guard_t() {
         if (fd >= 0) close(fd);
     }
     int release() {
@@ -65,7 +65,7 @@ void* server_thread_func(void*) {
 } // namespace
 
 int init_socket(int port) {
-    fd_guard sock(socket(PF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
+    fd_guard_t sock(socket(PF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
     if (sock.fd < 0 || sock.fd >= FD_SETSIZE) { // a number that select cannot wait for is as good as none
         log_line("init_socket(): cannot open TCP socket");
         return -1;
@@ -106,7 +106,7 @@ void start_tcp_server(int port) {
 int accept_connection(int listen_sock) {
     sockaddr_in peer = {};
     socklen_t size = sizeof peer;
-    fd_guard sock(accept4(listen_sock, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC));
+    fd_guard_t sock(accept4(listen_sock, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC));
     if (sock.fd < 0) {
         log_line("accept_connection(): accept() failure");
         return -1;

@@ -17,7 +17,7 @@ constexpr double HEADING_SPREAD = 180.0; // degrees
 constexpr double MAZE_ENTRANCE = 32.0;   // side of the maze's entrance corner
 constexpr double MAZE_CLEARANCE = 10.0;
 
-struct place {
+struct place_t {
     bool found;
     double x, y;
 };
@@ -36,7 +36,7 @@ point_t draw_entrance_point() {
 
 // A success on the draw after the last try comes too late; it is drawn all the same, which keeps the random stream
 // what it has always been.
-place find_place(point_t (*draw)(), double clearance) {
+place_t find_place(point_t (*draw)(), double clearance) {
     for (int tries = 1; tries <= PLACE_TRIES + 1; ++tries) {
         const point_t p = draw();
         if (dist_to_nn_from(-1, p.x, p.y) >= clearance && !is_wall_within(p.x, p.y, clearance)) {
@@ -60,7 +60,7 @@ int generate_turtle(int client_id, uint32_t extra_flags) {
     if (slot < 0) return -1;
 
     const bool at_entrance = modes.maze_mode && !has_any(extra_flags, TTL_DOUGHNUT);
-    const place p =
+    const place_t p =
         at_entrance ? find_place(draw_entrance_point, MAZE_CLEARANCE) : find_place(draw_free_point, FREE_CLEARANCE);
     if (!p.found) return -1;
 

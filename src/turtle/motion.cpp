@@ -21,9 +21,10 @@ constexpr double BATTLE_TURN = 3.0;     // degrees a command
 constexpr double JUMP_CLEARANCE = 10.0; // to the nearest wall at the target
 
 // How a step ends, by BLOCKED_BY_*.
-constexpr std::array<step_end, 4> STEP_ENDS{step_end::moved, step_end::turtle, step_end::doughnut, step_end::stone};
+constexpr std::array<step_end_t, 4> STEP_ENDS{step_end_t::moved, step_end_t::turtle, step_end_t::doughnut,
+                                              step_end_t::stone};
 
-// Moves the turtle to (x, y): the history ages by one entry, current pen colour and width stay.
+// Moves the turtle to (x, y): the history ages by one entry, current pen color and width stay.
 void move_to(turtle_t& t, double x, double y) {
     std::copy_backward(std::begin(t.pos), std::end(t.pos) - 1, std::end(t.pos));
     std::copy_backward(std::begin(t.color), std::end(t.color) - 1, std::end(t.color));
@@ -41,11 +42,11 @@ void report_once(turtle_t& t, uint32_t latch, uint32_t event) {
 
 } // namespace
 
-step_end try_step(int i, double length) {
+step_end_t try_step(int i, double length) {
     turtle_t& t = ttl[i];
-    if (has_any(t.flags, TTL_ZOMBIE | TTL_OBJECT)) return step_end::cannot_move;
+    if (has_any(t.flags, TTL_ZOMBIE | TTL_OBJECT)) return step_end_t::cannot_move;
     if (modes.battle_mode) {
-        if (t.score < 1) return step_end::no_points;
+        if (t.score < 1) return step_end_t::no_points;
         length = std::clamp(length, -BATTLE_STEP, BATTLE_STEP);
     }
 
@@ -60,40 +61,40 @@ step_end try_step(int i, double length) {
     if (modes.bounded_area_mode) {
         if (is_wall_in_step(pose_of(i), length)) {
             report_once(t, TTL_LATCH_WALL, EVENT_WALL);
-            return step_end::wall;
+            return step_end_t::wall;
         }
         t.flags &= ~TTL_LATCH_WALL;
     }
     move_to(t, t.pos[0].x + length * std::cos(t.dir * PI / 180.0), t.pos[0].y + length * std::sin(t.dir * PI / 180.0));
-    return step_end::moved;
+    return step_end_t::moved;
 }
 
-const char* step_end_text(step_end end) {
+const char* step_end_text(step_end_t end) {
     switch (end) {
-    case step_end::moved:
+    case step_end_t::moved:
         return "moved";
-    case step_end::cannot_move:
+    case step_end_t::cannot_move:
         return "zombies, doughnuts and stones do not move";
-    case step_end::no_points:
+    case step_end_t::no_points:
         return "no points left";
-    case step_end::turtle:
+    case step_end_t::turtle:
         return "a turtle is in the way";
-    case step_end::doughnut:
+    case step_end_t::doughnut:
         return "a doughnut is in the way";
-    case step_end::stone:
+    case step_end_t::stone:
         return "a stone is in the way";
-    case step_end::wall:
+    case step_end_t::wall:
         return "a wall is in the way";
     }
     return "?";
 }
 
 int turtle_step_forward(int i, double length) {
-    const step_end end = try_step(i, length);
+    const step_end_t end = try_step(i, length);
 #ifdef KELMORA_LOG_STEPS
     log_line("turtle %d, step of %g: %s", i, length, step_end_text(end));
 #endif
-    return end == step_end::moved ? 0 : -1;
+    return end == step_end_t::moved ? 0 : -1;
 }
 
 int turtle_jump(int i, double x, double y) {

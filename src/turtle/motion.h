@@ -3,14 +3,14 @@
 #pragma once
 
 // How a step ended: it moved, or why it did not.
-enum class step_end { moved, cannot_move, no_points, turtle, doughnut, stone, wall };
+enum class step_end_t { moved, cannot_move, no_points, turtle, doughnut, stone, wall };
 
 /// What an end of a step says to somebody who asks why a turtle does not move.
-[[nodiscard]] const char* step_end_text(step_end end);
+[[nodiscard]] const char* step_end_text(step_end_t end);
 
 /// One step of `length` field units along the heading, backwards when negative; in battle mode at most 2.
 /// A blocked turtle does not move at all; the kind of obstacle is reported once, as an event.
-step_end try_step(int i, double length);
+step_end_t try_step(int i, double length);
 
 /// try_step. @return 0 moved; -1 refused or blocked. Built with KELMORA_LOG_STEPS, it logs every end.
 int turtle_step_forward(int i, double length);

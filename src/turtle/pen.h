@@ -6,7 +6,7 @@
 int turtle_pen_down(int i);
 /// Pen up; a pen that was down is marked for the brush to finish its stroke. @return 0
 int turtle_pen_up(int i);
-/// Pen colour, components stored as given. @return 0; -1 for a zombie
+/// Pen color, components stored as given. @return 0; -1 for a zombie
 int turtle_set_color(int i, double r, double g, double b);
 /// Pen width in field units, stored as given. @return 0
 int turtle_line_width(int i, double width);

@@ -16,16 +16,16 @@ constexpr double SONAR_TRAVEL = 20.0; // field units, against bodies
 constexpr double SONAR_WALL = 10.0;   // field units of free travel, against walls
 constexpr double RADAR_NOISE = 40.0;  // degrees, full width of the noise
 
-struct radar_entry {
+struct radar_entry_t {
     double d2;
     int index;
     double bearing;
 };
-using radar_list = std::array<radar_entry, RADAR_RANKS>;
+using radar_list = std::array<radar_entry_t, RADAR_RANKS>;
 
 // Puts an entry before the first one that is strictly farther; the last one drops out.
-void insert_by_distance(radar_list& list, const radar_entry& entry) {
-    const auto place = std::find_if(list.begin(), list.end(), [&](const radar_entry& e) { return e.d2 > entry.d2; });
+void insert_by_distance(radar_list& list, const radar_entry_t& entry) {
+    const auto place = std::find_if(list.begin(), list.end(), [&](const radar_entry_t& e) { return e.d2 > entry.d2; });
     if (place == list.end()) return;
     std::move_backward(place, list.end() - 1, list.end());
     *place = entry;
@@ -119,7 +119,7 @@ int qt_angular_rader(int i, int rank, double& angle, int& team) {
 
     turtle_t& self = ttl[i];
     self.event &= ~EVENT_SEEN;
-    const radar_entry entry = nearest_turtles(i)[rank];
+    const radar_entry_t entry = nearest_turtles(i)[rank];
     if (entry.index >= 0) {
         team = ttl[entry.index].team;
         ttl[entry.index].event |= EVENT_SEEN;

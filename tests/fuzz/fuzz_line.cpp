@@ -151,9 +151,9 @@ void serve() {
 void paint(const mark_t& mark) {
     const auto& p = mark.turtle.pos;
     const auto& w = mark.turtle.line_width;
-    if (mark.kind == mark_kind::brush_end) {
+    if (mark.kind == mark_kind_t::brush_end) {
         brushLine3(p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], p[0].x, p[0].y, w[1], 1, 0, 0);
-    } else if (mark.kind != mark_kind::none) {
+    } else if (mark.kind != mark_kind_t::none) {
         drawCurve4(p[4].x, p[4].y, w[5], p[3].x, p[3].y, w[4], p[2].x, p[2].y, w[3], p[1].x, p[1].y, w[2], 1, 0, 0);
     }
 }

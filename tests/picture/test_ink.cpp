@@ -35,8 +35,10 @@ protected:
         clear(0.2, 0.4, 0.6);
         canvas_view();
         use_reference_path = plainly;
-        paint_by_turtle(
-            {.in_use = true, .kind = final != 0 ? mark_kind::brush_end : mark_kind::brush, .text = false, .turtle = t});
+        paint_by_turtle({.in_use = true,
+                         .kind = final != 0 ? mark_kind_t::brush_end : mark_kind_t::brush,
+                         .text = false,
+                         .turtle = t});
         use_reference_path = 0;
         return read_window();
     }
@@ -120,7 +122,7 @@ TEST_F(Ink, strokes_wider_than_the_window_cost_no_more_than_ordinary_ones) {
     const auto cost = [](double width) {
         std::array<mark_t, 9> marks{};
         for (mark_t& m : marks)
-            m = {.in_use = true, .kind = mark_kind::brush, .text = false, .turtle = swelling(width)};
+            m = {.in_use = true, .kind = mark_kind_t::brush, .text = false, .turtle = swelling(width)};
         canvas_view();
         timespec before{}, after{};
         double least = 1e9;

@@ -37,30 +37,30 @@ protected:
 
 TEST_F(StepEnd, says_why_a_turtle_did_not_move) {
     put_turtle(0, 0, 0);
-    EXPECT_EQ(try_step(0, 1), step_end::moved);
+    EXPECT_EQ(try_step(0, 1), step_end_t::moved);
     put_turtle(1, 25, 0);
-    EXPECT_EQ(try_step(0, 10), step_end::turtle); // contact 4 ahead
+    EXPECT_EQ(try_step(0, 10), step_end_t::turtle); // contact 4 ahead
     ttl[1].flags |= TTL_STONE;
-    EXPECT_EQ(try_step(0, 10), step_end::stone);
+    EXPECT_EQ(try_step(0, 10), step_end_t::stone);
     ttl[1].flags = TTL_ALIVE | TTL_DOUGHNUT;
-    EXPECT_EQ(try_step(0, 10), step_end::doughnut);
-    EXPECT_EQ(try_step(1, 10), step_end::cannot_move);
+    EXPECT_EQ(try_step(0, 10), step_end_t::doughnut);
+    EXPECT_EQ(try_step(1, 10), step_end_t::cannot_move);
     ttl[1].flags = 0;
     modes.bounded_area_mode = true;
     setup_wall(0, 12, -50, 12, 50, -1, 0); // contact at x = 2
-    EXPECT_EQ(try_step(0, 1), step_end::moved);
-    EXPECT_EQ(try_step(0, 1), step_end::wall);
+    EXPECT_EQ(try_step(0, 1), step_end_t::moved);
+    EXPECT_EQ(try_step(0, 1), step_end_t::wall);
     modes.battle_mode = true;
     ttl[0].score = 0;
-    EXPECT_EQ(try_step(0, 1), step_end::no_points);
+    EXPECT_EQ(try_step(0, 1), step_end_t::no_points);
     ttl[0].flags |= TTL_ZOMBIE;
-    EXPECT_EQ(try_step(0, 1), step_end::cannot_move);
+    EXPECT_EQ(try_step(0, 1), step_end_t::cannot_move);
 }
 
 TEST_F(StepEnd, has_a_text_of_its_own_for_each_end) {
     std::set<std::string> texts;
-    for (const step_end end : {step_end::moved, step_end::cannot_move, step_end::no_points, step_end::turtle,
-                               step_end::doughnut, step_end::stone, step_end::wall}) {
+    for (const step_end_t end : {step_end_t::moved, step_end_t::cannot_move, step_end_t::no_points, step_end_t::turtle,
+                                 step_end_t::doughnut, step_end_t::stone, step_end_t::wall}) {
         texts.insert(step_end_text(end));
     }
     EXPECT_EQ(texts.size(), 7U);

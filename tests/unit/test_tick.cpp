@@ -99,11 +99,11 @@ TEST_F(Tick, a_segment_is_left_once) {
     turtle_t& t = put_turtle(0, 0, 0);
     t.flags |= TTL_PEN_DOWN;
     tick(view);
-    EXPECT_EQ(view.marks[0].kind, mark_kind::pen);
+    EXPECT_EQ(view.marks[0].kind, mark_kind_t::pen);
     EXPECT_EQ(view.marks[0].turtle.n_painted, 1);
     EXPECT_EQ(ttl[0].n_painted, 1);
     tick(view);
-    EXPECT_EQ(view.marks[0].kind, mark_kind::none);
+    EXPECT_EQ(view.marks[0].kind, mark_kind_t::none);
     EXPECT_EQ(ttl[0].n_painted, 1);
 }
 
@@ -113,14 +113,14 @@ TEST_F(Tick, a_brush_holds_three_segments_back_and_ends_its_stroke_when_lifted) 
     for (int segment = 1; segment <= 4; ++segment) {
         t.flags &= ~TTL_SEG_PAINTED;
         tick(view);
-        EXPECT_EQ(view.marks[0].kind, segment > 3 ? mark_kind::brush : mark_kind::none) << segment;
+        EXPECT_EQ(view.marks[0].kind, segment > 3 ? mark_kind_t::brush : mark_kind_t::none) << segment;
     }
     t.flags = (t.flags & ~TTL_PEN_DOWN) | TTL_PEN_LIFTED;
     tick(view);
-    EXPECT_EQ(view.marks[0].kind, mark_kind::brush_end);
+    EXPECT_EQ(view.marks[0].kind, mark_kind_t::brush_end);
     EXPECT_FALSE(has_any(ttl[0].flags, TTL_PEN_LIFTED));
     tick(view);
-    EXPECT_EQ(view.marks[0].kind, mark_kind::none);
+    EXPECT_EQ(view.marks[0].kind, mark_kind_t::none);
 }
 
 TEST_F(Tick, a_text_is_left_once_and_a_free_slot_leaves_nothing) {
