@@ -2,6 +2,7 @@
 import glob
 import os
 import re
+import subprocess
 import unittest
 
 import programs
@@ -108,6 +109,14 @@ class Examples(FieldTest):
 
 
 class Readme(unittest.TestCase):
+    def test_python_of_the_clone_knows_the_package(self):
+        environment = {name: value for name, value in os.environ.items() if name != "PYTHONPATH"}
+        found = subprocess.run([os.path.join(programs.TOP, "scripts", "python"), "-B", "-c",
+                                "import kelmora; print(kelmora.__file__)"], env=environment, capture_output=True, text=True,
+                               timeout=60, check=True).stdout.strip()
+        self.assertEqual(os.path.dirname(os.path.realpath(found)),
+                         os.path.join(programs.TOP, "clients", "python", "src", "kelmora"))
+
     def test_every_example_is_shown_with_its_picture_and_tested(self):
         with open(os.path.join(FOLDER, "README.md"), encoding="utf-8") as file:
             text = file.read()

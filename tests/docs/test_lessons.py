@@ -1,4 +1,4 @@
-"""Every program in the lessons: it runs, ends by itself, and has then done what stands above it."""
+"""Every program in the lessons and in the front page: it runs, ends by itself, and has then done what stands above it."""
 import glob
 import os
 import re
@@ -11,6 +11,7 @@ from PIL import Image
 import programs
 from harness import FieldTest, main
 
+README = os.path.join(programs.TOP, "README.md")
 LESSONS = sorted(glob.glob(os.path.join(programs.TOP, "docs", "lessons", "*.md")))
 STRAY_PIXELS = 40  # of a picture that may differ by more than a pixel's place: another driver draws ends of lines otherwise
 
@@ -41,7 +42,7 @@ def differences(left, path):
 class Lessons(FieldTest):
     def test_programs(self):
         count = 0
-        for path in LESSONS:
+        for path in LESSONS + [README]:
             for block in programs.blocks_of(path):
                 with self.subTest(page=os.path.basename(path), line=block.line):
                     self.check(block)
@@ -92,8 +93,7 @@ class Pages(unittest.TestCase):
                 self.assertRegex(text, r"!\[[^\]]+\]\(\.\./pictures/lessons/")
 
     def test_links_and_pictures_are_there(self):
-        pages = LESSONS + [os.path.join(programs.TOP, "clients", "examples", "README.md"),
-                           os.path.join(programs.TOP, "README.md")]
+        pages = LESSONS + [README, os.path.join(programs.TOP, "clients", "examples", "README.md")]
         pages += glob.glob(os.path.join(programs.TOP, "docs", "*.md"))
         for path in pages:
             with open(path, encoding="utf-8") as file:

@@ -190,6 +190,10 @@ class Names(unittest.TestCase):
         pieces = re.split(r"^int (\w+)\(const request&", source, flags=re.MULTILINE)
         cls.cases = {name: set(re.findall(r"(?:case|what ==) '(.)'", body))
                      for name, body in zip(pieces[1::2], pieces[2::2])}
+        # Questions have a table of their own.
+        with open(os.path.join(TOP, "src", "net", "questions.cpp"), encoding="utf-8") as file:
+            table = re.search(r"QUESTIONS = \{\{(.*?)\}\};", file.read(), re.DOTALL)[1]
+        cls.cases[cls.handlers["q"]] |= set(re.findall(r"\{'(.)', SEL_", table))
         cls.rows = table_rows(PROTOCOL)
         cls.sent = [line for block in exchanges_of(PROTOCOL) for line in block.sent()]
 
