@@ -187,7 +187,7 @@ class Names(unittest.TestCase):
         table = re.search(r"COMMANDS = \{\{(.*?)\}\};", source, re.DOTALL)[1]
         cls.handlers = dict(re.findall(r"\{'(.)', (\w+)\}", table))
         # From one handler to the next. One of them asks for a letter outside of its switch.
-        pieces = re.split(r"^int (\w+)\(const request&", source, flags=re.MULTILINE)
+        pieces = re.split(r"^int (\w+)\(const \w+&", source, flags=re.MULTILINE)
         cls.cases = {name: set(re.findall(r"(?:case|what ==) '(.)'", body))
                      for name, body in zip(pieces[1::2], pieces[2::2])}
         # Questions have a table of their own.
