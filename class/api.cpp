@@ -1,0 +1,439 @@
+// What the pages of students and their workers ask; the routes of the whole API stand here, too.
+#include "class/server.h"
+
+#include "class/text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <utility>
+
+namespace classroom {
+
+using boost::system::error_code;
+
+namespace {
+
+constexpr unsigned MOST_RUNS = 4000000000U;
+constexpr double APART_RADIUS = 180; // field units: start places in a ring
+
+std::optional<unsigned> run_number(const call& c) {
+    return decimal(query_value(c.in.query, "run").value_or(""), MOST_RUNS);
+}
+
+json whole_seconds(std::optional<double> seconds) { return seconds ? json(std::ceil(*seconds)) : json(nullptr); }
+
+bool is_plain_reset(std::string_view line) {
+    if (line[0] != 'c' && line[0] != 'C') return false;
+    const size_t word = line.find_first_not_of(' ', std::min(line.find(' '), line.size()));
+    return word == std::string_view::npos || std::string_view("aAfFhH").find(line[word]) == std::string_view::npos;
+}
+
+// The last of some whole lines, without its line feed.
+std::string last_line(std::string_view lines) {
+    if (lines.ends_with('\n')) lines.remove_suffix(1);
+    const size_t before = lines.rfind('\n');
+    return std::string(before == std::string_view::npos ? lines : lines.substr(before + 1));
+}
+
+// The lines of `text` number k for which keep[k] is set.
+std::string select_lines(const std::string& text, const std::vector<bool>& keep) {
+    std::string out;
+    size_t from = 0;
+    for (const bool wanted : keep) {
+        const size_t end = text.find('\n', from);
+        if (end == std::string::npos) break;
+        if (wanted) out.append(text, from, end + 1 - from);
+        from = end + 1;
+    }
+    return out;
+}
+
+} // namespace
+
+const std::vector<server::route>& server::routes() {
+    using need = enum route::need;
+    using body = enum route::body;
+    constexpr auto get = http::verb::get;
+    constexpr auto post = http::verb::post;
+    static const std::vector<route> table = {
+        {get, "/api/hello", need::nothing, body::none, &server::hello},
+        {post, "/api/join", need::nothing, body::object, &server::join},
+        {post, "/api/leave", need::token, body::none, &server::leave},
+        {post, "/api/beat", need::token, body::object, &server::beat},
+        {get, "/api/me", need::token, body::none, &server::me},
+        {post, "/api/run/begin", need::token, body::object, &server::begin},
+        {post, "/api/run/lines", need::token, body::text, &server::lines},
+        {get, "/api/run/stop", need::token, body::none, &server::ask_stop},
+        {post, "/api/run/stop", need::token, body::object, &server::press_stop},
+        {post, "/api/run/note", need::token, body::text, &server::note},
+        {post, "/api/run/ask", need::token, body::text, &server::ask},
+        {post, "/api/run/answer", need::token, body::text, &server::answer},
+        {post, "/api/run/end", need::token, body::object, &server::end},
+        {http::verb::put, "/api/program", need::token, body::object, &server::put_program},
+        {get, "/api/program", need::token, body::none, &server::get_program},
+        {get, "/api/starter", need::token, body::none, &server::get_starter},
+        {get, "/api/board", need::desk, body::none, &server::board},
+        {get, "/api/board/qr.svg", need::desk, body::none, &server::board_qr},
+        {get, "/api/desk/state", need::desk, body::none, &server::desk_state},
+        {post, "/api/desk/remove", need::desk, body::object, &server::desk_remove},
+        {post, "/api/desk/rename", need::desk, body::object, &server::desk_rename},
+        {post, "/api/desk/pause", need::desk, body::object, &server::desk_pause},
+        {post, "/api/desk/stop", need::desk, body::object, &server::desk_stop},
+        {post, "/api/desk/rule", need::desk, body::object, &server::desk_rule},
+        {post, "/api/desk/starter", need::desk, body::object, &server::desk_starter},
+        {post, "/api/desk/code", need::desk, body::object, &server::desk_code},
+        {post, "/api/desk/turns", need::desk, body::object, &server::desk_turns},
+        {post, "/api/desk/start", need::desk, body::object, &server::desk_start},
+        {post, "/api/desk/field", need::desk, body::object, &server::desk_field},
+        {get, "/api/desk/program", need::desk, body::none, &server::desk_program},
+        {get, "/api/desk/programs.zip", need::desk, body::none, &server::desk_programs},
+    };
+    return table;
+}
+
+void server::hello(call& c) {
+    json fields = json::array();
+    for (int i = 0; i < room_.seats().fields(); ++i) {
+        fields.push_back({{"places", PLACES}, {"taken", room_.seats().taken(i)}});
+    }
+    c.reply(json_answer(200, {{"version", "0.1.0"},
+                              {"fields", std::move(fields)},
+                              {"waiting", room_.seats().waiting()},
+                              {"beat_s", BEAT_S},
+                              {"gone_s", GONE_S},
+                              {"turn_minutes", room_.seats().turn() / 60}}));
+}
+
+void server::join(call& c) {
+    const double now = now_s();
+    const uint32_t address = c.in.address;
+    if (const double wait = guesses_.wait(address, now); wait > 0) {
+        return c.reply(json_answer(429, {{"error", "slow"},
+                                         {"retry_s", std::ceil(wait)},
+                                         {"message", "Too many wrong codes. Please wait a little."}}));
+    }
+    if (!room_.code_is(text_in(c.body, "code"))) {
+        guesses_.wrong(address, now);
+        auto timer = std::make_shared<net::steady_timer>(io_, WRONG_CODE_PAUSE);
+        auto reply = std::make_shared<responder>(std::move(c.reply));
+        timer->async_wait(
+            [timer, reply](error_code) { (*reply)(error_answer(403, "code", "That is not the class code.")); });
+        return;
+    }
+    guesses_.right(address);
+    const auto name = clean_name(text_in(c.body, "name"));
+    if (!name) return c.reply(error_answer(400, "name", "A name has 1 to 24 letters."));
+    const auto wish = number_in(c.body, "field", 999);
+    const session* s = room_.join(*name, wish ? static_cast<int>(*wish) : -1, address, now);
+    if (s == nullptr) return c.reply(error_answer(503, "full", "The class is full."));
+    printf("%s has joined from %s\n", for_log(s->name).c_str(), net::ip::address_v4(address).to_string().c_str());
+    fflush(stdout);
+    json state = state_of(*s);
+    state["token"] = s->token;
+    c.reply(json_answer(200, state));
+}
+
+void server::leave(call& c) {
+    room_.remove(c.who->id, ending::ended);
+    c.reply(nothing());
+}
+
+void server::beat(call& c) {
+    session& s = *c.who;
+    const std::string doing = text_in(c.body, "doing");
+    for (const std::string_view known : {"idle", "running", "asking", "error", "practice"}) {
+        if (doing == known) s.doing = doing;
+    }
+    if (c.body.contains("said")) s.said = cut_text(text_in(c.body, "said"), SAID_BYTES);
+    c.reply(json_answer(200, state_of(s)));
+}
+
+void server::me(call& c) { c.reply(json_answer(200, state_of(*c.who))); }
+
+json server::state_of(const session& s) {
+    seating& seats = room_.seats();
+    const double now = now_s();
+    const auto where = seats.seat_of(s.id);
+    const int queue = seats.queue_place(s.id);
+    json forbidden = json::array();
+    for (size_t i = 0; i < RULES.size(); ++i) {
+        if (!room_.rules.allowed[i]) forbidden.push_back(RULES[i].key);
+    }
+    json state = {{"name", s.name},
+                  {"state", where ? "seated" : "waiting"},
+                  {"seat", nullptr},
+                  {"queue", nullptr},
+                  {"paused", room_.paused},
+                  {"run", nullptr},
+                  {"starter", room_.starter_version},
+                  {"forbidden", std::move(forbidden)},
+                  {"turn_minutes", seats.turn() / 60}};
+    if (where) {
+        state["seat"] = {{"field", where->field},
+                         {"place", where->place},
+                         {"turtle", valid_utf8(s.turtle)},
+                         {"turn_left_s", whole_seconds(seats.turn_left(s.id, now))}};
+    }
+    if (queue > 0) {
+        state["queue"] = {
+            {"place", queue}, {"of", seats.waiting()}, {"wait_s", whole_seconds(seats.expected_wait(s.id, now))}};
+    }
+    if (s.current.id != 0) state["run"] = {{"id", s.current.id}, {"over", s.current.over != ending::running}};
+    return state;
+}
+
+// A fresh start for the turtle, and its name. Nothing is left of the run before, so no zombie either.
+void server::begin(call& c) {
+    session& s = *c.who;
+    live_session& live = live_[s.id];
+    const auto practice = c.body.find("practice");
+    if (practice != c.body.end() && practice->is_boolean() && practice->get<bool>()) {
+        const uint32_t run = room_.begin_run(s, true);
+        return c.reply(json_answer(200, {{"run", run}, {"field", nullptr}}));
+    }
+    const auto where = room_.seats().seat_of(s.id);
+    if (!where) return c.reply(error_answer(409, "no_seat", "You have no place on a field yet."));
+    if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
+    const uint32_t run = room_.begin_run(s, false);
+    settle(); // ends what was held by the run before
+    s.turtle = s.name;
+    std::string lines = "c\n";
+    size_t count = 2;
+    if (room_.apart) {
+        const double angle = 2 * 3.14159265358979 * where->place / PLACES;
+        std::array<char, 64> jump{};
+        snprintf(jump.data(), jump.size(), "j %.0f %.0f\n", APART_RADIUS * std::cos(angle),
+                 APART_RADIUS * std::sin(angle));
+        lines += jump.data();
+        ++count;
+    }
+    lines += "n " + to_hex(s.name) + '\n';
+    live.answer.reset();
+    auto reply = std::make_shared<responder>(std::move(c.reply));
+    const int field = where->field;
+    const auto done = [self = shared_from_this(), reply, who = s.id, run, field](field_link::outcome o,
+                                                                                 const std::string& answers) {
+        session* const now = self->room_.find(who);
+        if (now == nullptr) return (*reply)(run_over(ending::removed));
+        class_field& f = self->fields_[static_cast<size_t>(field)];
+        if (!f.page) f.ok = o == field_link::outcome::ok;
+        if (!room::is_running(*now, run)) return (*reply)(run_over(room::why_over(*now, run)));
+        if (o != field_link::outcome::ok) {
+            self->room_.end_run(*now, ending::field);
+            self->settle();
+            return (*reply)(error_answer(503, "field", "The field is not there, or has no free place for a program."));
+        }
+        (*reply)(
+            json_answer(200, {{"run", run}, {"field", field}, {"turtle", now->name}, {"answer", last_line(answers)}}));
+    };
+    link_at(*where).exchange(std::move(lines), count, done);
+}
+
+void server::lines(call& c) {
+    session& s = *c.who;
+    const auto run = run_number(c);
+    if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
+    if (s.current.practice) return c.reply(run_over(ending::practice));
+    live_session& live = live_[s.id];
+    if (live.lines) return c.reply(error_answer(409, "busy", "Another request of this run is under way."));
+    std::vector<std::string> commands = split_lines(c.in.message.body(), LINES_A_REQUEST + 1);
+    if (commands.size() > LINES_A_REQUEST)
+        return c.reply(error_answer(413, "too_big", "At most 256 commands at once."));
+    for (size_t i = 0; i < commands.size(); ++i) {
+        const int rule = forbidden_by(room_.rules, commands[i]);
+        if (rule < 0) continue;
+        const auto& r = RULES[static_cast<size_t>(rule)];
+        return c.reply(json_answer(403, {{"error", "forbidden"},
+                                         {"command", r.key},
+                                         {"what", r.what},
+                                         {"index", i},
+                                         {"message", "Your teacher has switched this off: " + std::string(r.what) +
+                                                         " (" + std::string(r.key) + ")."}}));
+    }
+    if (commands.empty()) return c.reply(text_answer(200, ""));
+    const double wait = s.lines.take(static_cast<double>(commands.size()), now_s());
+    live.lines.emplace(std::move(c.reply));
+    live.lines_waiting = std::move(commands);
+    ++live.lines_serial;
+    if (wait <= 0) return forward_lines(s.id);
+    live.lines_limit =
+        std::make_unique<net::steady_timer>(io_, std::chrono::microseconds(static_cast<int64_t>(wait * 1e6)));
+    live.lines_limit->async_wait([self = shared_from_this(), who = s.id](error_code error) {
+        if (!error) self->forward_lines(who);
+    });
+}
+
+// Sends on what waits in live.lines_waiting, or holds it while the class is paused.
+void server::forward_lines(person_id who) {
+    const auto found = live_.find(who);
+    session* const s = room_.find(who);
+    if (found == live_.end() || s == nullptr || !found->second.lines) return;
+    live_session& live = found->second;
+    const auto where = room_.seats().seat_of(who);
+    if (!where || s->current.over != ending::running) return answer_lines(who, run_over(s->current.over));
+    if (room_.paused) {
+        live.lines_limit = std::make_unique<net::steady_timer>(io_, HELD_LIMIT);
+        live.lines_limit->async_wait([self = shared_from_this(), who](error_code error) {
+            if (!error) self->answer_lines(who, again());
+        });
+        return;
+    }
+    live.lines_limit.reset();
+    std::string out;
+    std::vector<bool> keep;
+    for (const std::string& line : std::exchange(live.lines_waiting, {})) {
+        out += line + '\n';
+        keep.push_back(true);
+        std::string name;
+        if (read_name_command(line, name)) s->turtle = cut_text(name, 127);
+        // A fresh start takes the name away, by which everybody tells the turtles apart: it is given again.
+        if (is_plain_reset(line)) {
+            out += "n " + to_hex(s->turtle) + '\n';
+            keep.push_back(false);
+        }
+    }
+    const size_t count = keep.size();
+    const uint32_t serial = live.lines_serial;
+    const auto done = [self = shared_from_this(), who, serial, keep = std::move(keep)](field_link::outcome o,
+                                                                                       const std::string& answers) {
+        const auto now = self->live_.find(who);
+        if (now == self->live_.end() || now->second.lines_serial != serial || !now->second.lines) return;
+        if (o == field_link::outcome::ok) {
+            const bool all = std::find(keep.begin(), keep.end(), false) == keep.end();
+            return self->answer_lines(who, text_answer(200, all ? answers : select_lines(answers, keep)));
+        }
+        const bool silent = o == field_link::outcome::silent;
+        self->answer_lines(
+            who, error_answer(silent ? 504 : 503, "field",
+                              silent ? "The field does not answer." : "The connection to the field is lost."));
+        if (session* const s2 = self->room_.find(who); s2 != nullptr) self->room_.end_run(*s2, ending::field);
+        self->settle();
+    };
+    link_at(*where).exchange(std::move(out), count, done);
+}
+
+void server::resume_lines() {
+    std::vector<person_id> waiting;
+    for (const auto& [who, live] : live_) {
+        if (live.lines && !live.lines_waiting.empty()) waiting.push_back(who);
+    }
+    for (const person_id who : waiting) forward_lines(who);
+}
+
+void server::answer_lines(person_id who, outgoing what) {
+    const auto found = live_.find(who);
+    if (found == live_.end() || !found->second.lines) return;
+    live_session& live = found->second;
+    responder reply = std::move(*live.lines);
+    live.lines.reset();
+    live.lines_limit.reset();
+    live.lines_waiting.clear();
+    reply(std::move(what));
+}
+
+// Asked ten times a second by every running program: no JSON, one character.
+void server::ask_stop(call& c) {
+    const session& s = *c.who;
+    const auto run = run_number(c);
+    const bool on = run && room::is_running(s, *run);
+    c.reply(text_answer(200, std::string(1, on ? s.current.note : '2')));
+}
+
+void server::press_stop(call& c) {
+    const auto run = number_in(c.body, "run", MOST_RUNS);
+    if (!run || *run == c.who->current.id) room_.end_run(*c.who, ending::stopped);
+    c.reply(json_answer(200, {{"stopped", true}}));
+}
+
+void server::note(call& c) {
+    session& s = *c.who;
+    const auto run = run_number(c);
+    if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
+    const std::string& text = c.in.message.body();
+    if (text.size() != 1 || text[0] < '0' || text[0] > '9' || text[0] == '2') {
+        return c.reply(error_answer(400, "bad", "A note is one digit, and not 2."));
+    }
+    s.current.note = text[0];
+    c.reply(nothing());
+}
+
+void server::ask(call& c) {
+    session& s = *c.who;
+    const auto run = run_number(c);
+    if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
+    if (c.in.message.body().size() > PROMPT_BYTES)
+        return c.reply(error_answer(413, "too_big", "That question is too long."));
+    live_session& live = live_[s.id];
+    if (live.answer) {
+        const std::string text = std::move(*live.answer);
+        live.answer.reset();
+        return c.reply(text_answer(200, text));
+    }
+    if (live.ask) {
+        held_request before = std::move(*live.ask);
+        live.ask.reset();
+        before.reply(again());
+    }
+    s.doing = "asking";
+    if (!c.in.message.body().empty()) s.said = cut_text(valid_utf8(c.in.message.body()), SAID_BYTES);
+    live.ask.emplace(held_request{std::move(c.reply), std::make_unique<net::steady_timer>(io_, HELD_LIMIT)});
+    live.ask->limit->async_wait([self = shared_from_this(), who = s.id](error_code error) {
+        const auto found = self->live_.find(who);
+        if (error || found == self->live_.end() || !found->second.ask) return;
+        held_request held = std::move(*found->second.ask);
+        found->second.ask.reset();
+        held.reply(again());
+    });
+}
+
+void server::answer(call& c) {
+    session& s = *c.who;
+    const auto run = run_number(c);
+    if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
+    const std::string& text = c.in.message.body();
+    if (text.size() > ANSWER_TEXT_BYTES) return c.reply(error_answer(413, "too_big", "That answer is too long."));
+    live_session& live = live_[s.id];
+    if (live.answer) return c.reply(error_answer(409, "busy", "There is an answer already."));
+    if (live.ask) {
+        held_request held = std::move(*live.ask);
+        live.ask.reset();
+        s.doing = s.current.practice ? "practice" : "running";
+        held.reply(text_answer(200, text));
+    } else {
+        live.answer = text;
+    }
+    c.reply(nothing());
+}
+
+void server::end(call& c) {
+    session& s = *c.who;
+    const auto run = run_number(c);
+    if (run && room::is_running(s, *run)) {
+        room_.end_run(s, ending::ended);
+        if (text_in(c.body, "how") == "error") s.doing = "error";
+    }
+    c.reply(nothing());
+}
+
+void server::put_program(call& c) {
+    auto p = program_in(c.body);
+    if (!p)
+        return c.reply(error_answer(413, "too_big", "A program has at most 64 KiB, in python, javascript or blocks."));
+    c.who->saved = std::move(*p);
+    c.reply(nothing());
+}
+
+void server::get_program(call& c) {
+    if (!c.who->saved) return c.reply(error_answer(404, "missing", "No program has been saved yet."));
+    c.reply(json_answer(200, program_json(*c.who->saved)));
+}
+
+void server::get_starter(call& c) {
+    if (!room_.starter) return c.reply(error_answer(404, "missing", "There is no starting program."));
+    json value = program_json(*room_.starter);
+    value["version"] = room_.starter_version;
+    c.reply(json_answer(200, value));
+}
+
+} // namespace classroom

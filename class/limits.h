@@ -1,0 +1,52 @@
+// How much one peer may ask, and how often it may guess the code. Times are seconds of a monotonic clock, given by the
+// caller; no clock is read here.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_map>
+
+namespace classroom {
+
+inline constexpr double LINES_A_SECOND = 2000;            // of one student; an honest program comes to some 120
+inline constexpr double REQUESTS_A_SECOND = 400;          // of one connection
+inline constexpr double ADDRESS_REQUESTS_A_SECOND = 3000; // of all connections of one address
+inline constexpr int CONNECTIONS = 2048;                  // in all
+inline constexpr int ADDRESS_CONNECTIONS = 256;           // of one address
+inline constexpr int FREE_GUESSES = 5;                    // wrong codes that cost nothing but half a second each
+inline constexpr double LONGEST_PAUSE_S = 60;             // between two guesses, however many were wrong
+inline constexpr double GUESSES_FORGOTTEN_S = 600;
+inline constexpr size_t GUESSERS = 4096; // addresses remembered
+
+/// Lets `rate` things a second pass, `burst` of them at once.
+class token_bucket {
+public:
+    token_bucket(double rate, double burst) : rate_(rate), burst_(burst), level_(burst) {}
+    /// Takes n (1 or more), in advance where needed. @return seconds to wait before going on, 0 for none
+    double take(double n, double now);
+
+private:
+    double rate_;
+    double burst_;
+    double level_;
+    double last_ = 0;
+};
+
+/// Slows down who tries codes: after FREE_GUESSES wrong ones each further one costs a pause that doubles.
+class guess_guard {
+public:
+    /// @return seconds until the address may try again, 0 when it may now
+    [[nodiscard]] double wait(uint32_t address, double now) const;
+    void wrong(uint32_t address, double now);
+    void right(uint32_t address) { seen_.erase(address); }
+
+private:
+    struct guesses {
+        int wrong = 0;
+        double last = 0;
+        double not_before = 0;
+    };
+    std::unordered_map<uint32_t, guesses> seen_;
+};
+
+} // namespace classroom

@@ -1,0 +1,116 @@
+// kelmora-class: a class in a browser. Reads the options, says where the class is, and serves until it is ended.
+#include "class/options.h"
+#include "class/qr.h"
+#include "class/server.h"
+#include "class/text.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace classroom;
+
+constexpr int EXIT_WRONG_OPTION = 2;
+constexpr int EXIT_NO_PORT = 3;
+constexpr rlim_t DESCRIPTORS = 4096; // connections of browsers, of seats, files
+
+// A folder that holds the pages: that of the build tree, or that of an installation.
+std::string find_root() {
+    std::array<char, 4096> path{};
+    const ssize_t length = readlink("/proc/self/exe", path.data(), path.size() - 1);
+    if (length <= 0) return "";
+    const std::string program(path.data(), static_cast<size_t>(length));
+    const std::string folder = program.substr(0, program.rfind('/'));
+    for (const char* const place : {"/../share/kelmora/class", "/../../web/dist/class", "/../../../web/dist/class"}) {
+        if (access((folder + place + "/index.html").c_str(), R_OK) == 0) return folder + place;
+    }
+    return "";
+}
+
+std::optional<tcp::endpoint> resolve(net::io_context& io, const endpoint& e) {
+    tcp::resolver resolver(io);
+    boost::system::error_code failure;
+    const auto found = resolver.resolve(tcp::v4(), e.host, std::to_string(e.port), failure);
+    if (failure || found.empty()) return std::nullopt;
+    return found.begin()->endpoint();
+}
+
+void raise_descriptor_limit() {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, DESCRIPTORS));
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+void announce(const server& s, int port, bool show_qr) {
+    printf("Class code: %s\nClass address: %s\nDesk: http://localhost:%d/desk\nBoard: http://localhost:%d/board\n",
+           s.code().c_str(), s.address().c_str(), port, port);
+    winsize window{};
+    if (show_qr && isatty(STDOUT_FILENO) != 0 && ioctl(STDOUT_FILENO, TIOCGWINSZ, &window) == 0) {
+        fputs(qr_terminal(s.link(), window.ws_col, window.ws_row).c_str(), stdout);
+    }
+    fflush(stdout);
+}
+
+int wrong(const std::string& what) {
+    fprintf(stderr, "kelmora-class: %s\n", what.c_str());
+    return EXIT_WRONG_OPTION;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    options opts;
+    std::string error;
+    switch (parse_options(argc, argv, opts, error)) {
+    case parsed::help:
+        fputs(help_text(), stdout);
+        return 0;
+    case parsed::wrong:
+        return wrong(error);
+    case parsed::run:
+        break;
+    }
+    signal(SIGPIPE, SIG_IGN);
+    raise_descriptor_limit();
+    net::io_context io(1);
+    std::vector<tcp::endpoint> fields;
+    std::vector<std::optional<tcp::endpoint>> viewers;
+    for (size_t i = 0; i < opts.fields.size(); ++i) {
+        const auto field = resolve(io, opts.fields[i]);
+        if (!field) return wrong("no machine has the name " + for_log(opts.fields[i].host));
+        fields.push_back(*field);
+        viewers.push_back(std::nullopt);
+        if (opts.viewers[i].port == 0) continue;
+        viewers.back() = resolve(io, opts.viewers[i]);
+        if (!viewers.back()) return wrong("no machine has the name " + for_log(opts.viewers[i].host));
+    }
+    if (opts.root.empty()) opts.root = find_root();
+    const auto s = std::make_shared<server>(io, opts, fields, viewers, opts.root);
+    if (!s->has_pages()) {
+        if (!opts.root.empty()) return wrong("--root " + for_log(opts.root) + ": no such folder");
+        fputs("kelmora-class: the pages have not been built, so only the API is served\n", stderr);
+    }
+    const int port = s->start(opts, error);
+    if (port == 0) {
+        fprintf(stderr, "kelmora-class: cannot listen on %s port %d: %s\n", for_log(opts.listen).c_str(), opts.port,
+                error.c_str());
+        return EXIT_NO_PORT;
+    }
+    announce(*s, port, opts.show_qr);
+    net::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
+    signals.async_wait([&s](const boost::system::error_code& stopped, int) {
+        if (!stopped) s->stop();
+    });
+    io.run();
+    s->close();
+    return 0;
+}

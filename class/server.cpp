@@ -1,0 +1,359 @@
+#include "class/server.h"
+
+#include "class/codes.h"
+#include "class/guards.h"
+#include "class/repair.h"
+#include "class/text.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <cstdio>
+#include <ifaddrs.h>
+#include <netinet/in.h>
+#include <unistd.h>
+#include <utility>
+
+namespace classroom {
+
+using boost::system::error_code;
+
+namespace {
+
+constexpr std::string_view API = "/api/";
+constexpr std::string_view FIELD = "/field/";
+constexpr std::string_view DESK_TEXT = "The desk and the board open on the teacher's machine "
+                                       "only:\nhttp://localhost:2288/desk\nhttp://localhost:2288/board\n";
+
+// The address by which others reach this machine: the first that is not a loopback one, a private one before others.
+std::string own_address() {
+    ifaddrs* list = nullptr;
+    if (getifaddrs(&list) != 0) return "127.0.0.1";
+    std::string best = "127.0.0.1";
+    int best_rank = 0;
+    for (const ifaddrs* i = list; i != nullptr; i = i->ifa_next) {
+        if (i->ifa_addr == nullptr || i->ifa_addr->sa_family != AF_INET) continue;
+        const uint32_t a = ntohl(reinterpret_cast<const sockaddr_in*>(i->ifa_addr)->sin_addr.s_addr);
+        const bool is_private = a >> 24 == 10 || a >> 20 == 0xAC1 || a >> 16 == 0xC0A8;
+        const int rank = a >> 24 == 127 ? 0 : a >> 16 == 0xA9FE ? 1 : is_private ? 3 : 2;
+        if (rank <= best_rank) continue;
+        best = net::ip::address_v4(a).to_string();
+        best_rank = rank;
+    }
+    freeifaddrs(list);
+    return best;
+}
+
+std::vector<std::string> own_names(const options& opts) {
+    std::vector<std::string> names = opts.names;
+    std::array<char, 256> host{};
+    if (gethostname(host.data(), host.size() - 1) == 0 && host[0] != '\0') {
+        const std::string name = lower(host.data());
+        names.push_back(name);
+        names.push_back(name.substr(0, name.find('.')) + ".local");
+    }
+    if (!opts.address.empty()) names.push_back(lower(opts.address));
+    return names;
+}
+
+size_t body_limit(std::string_view path) {
+    return path == "/api/program" || path == "/api/desk/starter" ? PROGRAM_BODY_BYTES : BODY_BYTES;
+}
+
+bool has_etag(const incoming& in, const std::string& etag) {
+    return in.header(http::field::if_none_match).find(etag) != std::string_view::npos;
+}
+
+outgoing file_answer(const incoming& in, const static_file& file, std::string_view name) {
+    outgoing answer;
+    answer.type = type_of(name);
+    answer.headers = {
+        {http::field::etag, file.etag},
+        {http::field::cache_control, never_changes(in.path) ? "public, max-age=31536000, immutable" : "no-cache"}};
+    if (has_etag(in, file.etag)) {
+        answer.status = 304;
+    } else {
+        answer.body = file.bytes;
+    }
+    return answer;
+}
+
+// Parked out of sight, without pen and name.
+std::string parking_lines(int place) {
+    std::array<char, 64> line{};
+    snprintf(line.data(), line.size(), "c\nj %.0f %.0f\n", PARK_X, PARK_Y + PARK_STEP * place);
+    return line.data();
+}
+
+} // namespace
+
+outgoing json_answer(unsigned status, const json& value) {
+    return text_answer(status, value.dump(-1, ' ', false, json::error_handler_t::replace), "application/json");
+}
+
+outgoing error_answer(unsigned status, std::string_view word, std::string_view message) {
+    return json_answer(status, {{"error", word}, {"message", message}});
+}
+
+outgoing run_over(ending why) {
+    return json_answer(410, {{"error", "run_over"}, {"reason", ending_word(why)}, {"message", "This run is over."}});
+}
+
+std::string text_in(const json& object, const char* key) {
+    const auto found = object.find(key);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+std::optional<unsigned> number_in(const json& object, const char* key, unsigned most) {
+    const auto found = object.find(key);
+    if (found == object.end() || !found->is_number_unsigned()) return std::nullopt;
+    const auto value = found->get<uint64_t>();
+    if (value > most) return std::nullopt;
+    return static_cast<unsigned>(value);
+}
+
+json program_json(const program& p) { return {{"language", p.language}, {"title", p.title}, {"text", p.text}}; }
+
+std::optional<program> program_in(const json& object) {
+    program p = {text_in(object, "language"), cut_text(text_in(object, "title"), TITLE_BYTES), text_in(object, "text")};
+    if (p.language.empty()) p.language = "python";
+    if (p.language != "python" && p.language != "javascript" && p.language != "blocks") return std::nullopt;
+    if (p.text.size() > PROGRAM_BYTES) return std::nullopt;
+    return p;
+}
+
+server::server(net::io_context& io, const options& opts, const std::vector<tcp::endpoint>& fields,
+               const std::vector<std::optional<tcp::endpoint>>& viewers, const std::string& root)
+    : io_(io),
+      room_(static_cast<int>(fields.size()), opts.turn_minutes * 60, opts.code.empty() ? random_code() : opts.code),
+      fields_(fields.size()), files_(root), names_(own_names(opts)),
+      address_(opts.address.empty() ? own_address() : opts.address), tick_(io), look_(io), parting_(io) {
+    for (size_t i = 0; i < fields.size(); ++i) {
+        class_field& f = fields_[i];
+        f.name = opts.fields[i].host + ':' + std::to_string(opts.fields[i].port);
+        f.address = fields[i];
+        f.canvas_folder = opts.canvases[i];
+        if (viewers[i]) f.page = std::make_shared<field_page>(io, *viewers[i]);
+        for (field_place& p : f.places) p.link = std::make_shared<field_link>(io, f.address);
+    }
+}
+
+int server::start(const options& opts, std::string& error) {
+    http_ = std::make_shared<http_server>(
+        io_, [this](const incoming& in, responder reply) { handle(in, std::move(reply)); }, body_limit);
+    port_ = http_->listen(opts.listen, opts.port, error);
+    if (port_ == 0) return 0;
+    every_tick();
+    look_at_fields();
+    return port_;
+}
+
+void server::stop() {
+    http_->stop();
+    tick_.cancel();
+    look_.cancel();
+    auto open = std::make_shared<int>(1);
+    const auto done = [this, open](field_link::outcome, const std::string&) {
+        if (--*open == 0) io_.stop();
+    };
+    for (class_field& f : fields_) {
+        for (int p = 0; p < PLACES; ++p) {
+            field_link& link = *f.places[static_cast<size_t>(p)].link;
+            if (!link.connected()) continue;
+            ++*open;
+            link.exchange(parking_lines(p), 2, done);
+        }
+    }
+    parting_.expires_after(PARTING_LIMIT);
+    parting_.async_wait([this](error_code) { io_.stop(); });
+    done(field_link::outcome::ok, "");
+}
+
+void server::close() {
+    for (class_field& f : fields_) {
+        for (field_place& p : f.places) p.link->close();
+    }
+}
+
+bool server::is_local(const incoming& in) const {
+    return in.address == INADDR_LOOPBACK && host_is_local(in.header(http::field::host));
+}
+
+void server::handle(const incoming& in, responder reply) {
+    if (!host_is_ours(in.header(http::field::host), names_)) {
+        return reply(error_answer(421, "host", "This server is not known by that name."));
+    }
+    if (in.path.starts_with(API)) return handle_api(in, std::move(reply));
+    if (!in.is_get()) return reply(error_answer(405, "bad", "Pages can only be fetched."));
+    if (in.path.starts_with(FIELD)) return handle_field(in, std::move(reply));
+    handle_file(in, std::move(reply));
+}
+
+void server::handle_api(const incoming& in, responder reply) {
+    const bool ours =
+        page_is_ours(in.header(http::field::origin), in.header(http::field::host), in.header("Sec-Fetch-Site"));
+    if (!ours) return reply(error_answer(403, "origin", "Another site may not ask this."));
+    if (!in.is_get() && in.header("Kelmora") != "1")
+        return reply(error_answer(403, "header", "The header Kelmora: 1 is missing."));
+    const auto method = in.message.method() == http::verb::head ? http::verb::get : in.message.method();
+    const route* found = nullptr;
+    for (const route& r : routes()) {
+        if (r.path == in.path && r.method == method) found = &r;
+    }
+    if (found == nullptr) return reply(error_answer(404, "missing", "There is nothing under this address."));
+    if (found->need == route::need::desk && !is_local(in)) {
+        return reply(error_answer(403, "desk", "Only the teacher's machine may ask this, under the name localhost."));
+    }
+    call c = {.in = in, .reply = std::move(reply), .who = nullptr, .body = nullptr};
+    if (found->need == route::need::token) {
+        c.who = room_.by_token(in.header("Kelmora-Token"), now_s());
+        if (c.who == nullptr)
+            return c.reply(error_answer(401, "token", "You are not in this class, or no longer. Please join."));
+    }
+    if (found->body == route::body::object) {
+        c.body = in.message.body().empty() ? json::object() : json::parse(in.message.body(), nullptr, false);
+        if (!c.body.is_object()) return c.reply(error_answer(400, "bad", "The body is no JSON object."));
+    }
+    (this->*found->handle)(c);
+    settle();
+}
+
+void server::handle_field(const incoming& in, responder reply) {
+    const std::string_view rest = in.path.substr(FIELD.size());
+    const size_t slash = rest.find('/');
+    const auto number = decimal(rest.substr(0, slash), 999);
+    if (slash == std::string_view::npos || !number || *number >= fields_.size()) {
+        return reply(error_answer(404, "missing", "There is no such field."));
+    }
+    class_field& field = fields_[*number];
+    const std::string what(rest.substr(slash + 1));
+    if (what.ends_with(".png") || what.ends_with(".json")) return handle_canvas(in, std::move(reply), field, what);
+    if (!field.page || !field_page::is_allowed(what))
+        return reply(error_answer(404, "missing", "The field has no such page."));
+    // std::function wants to be copied, a responder does not.
+    auto shared = std::make_shared<responder>(std::move(reply));
+    field.page->fetch(what, [shared](const field_page::copy& copy) {
+        if (!copy.ok) return (*shared)(error_answer(502, "field", "The field does not answer."));
+        outgoing answer;
+        answer.type = copy.type;
+        answer.body = copy.body;
+        answer.headers = {{http::field::cache_control, copy.type == "image/png" ? "max-age=3600" : "no-cache"}};
+        (*shared)(std::move(answer));
+    });
+}
+
+void server::handle_canvas(const incoming& in, responder reply, class_field& field, const std::string& name) {
+    const auto file = file_for('/' + name);
+    if (!field.canvas_folder.empty() && (!field.canvas || !field.canvas->usable())) {
+        field.canvas = std::make_unique<file_store>(field.canvas_folder);
+    }
+    if (!field.canvas || !file || file->find('/') != std::string::npos) {
+        return reply(error_answer(404, "missing", "The field writes no such file."));
+    }
+    const auto found = field.canvas->find(*file);
+    if (!found) return reply(error_answer(404, "missing", "The field has not written this file yet."));
+    reply(file_answer(in, *found, *file));
+}
+
+void server::handle_file(const incoming& in, responder reply) {
+    if ((in.path == "/desk" || in.path == "/board") && !is_local(in))
+        return reply(text_answer(403, std::string(DESK_TEXT)));
+    if (!files_.usable())
+        return reply(text_answer(503, "The pages have not been built: scripts/web-build makes them.\n"));
+    const auto name = file_for(in.path);
+    if (!name) return reply(text_answer(404, "There is no such page.\n"));
+    const bool takes_gzip = in.header(http::field::accept_encoding).find("gzip") != std::string_view::npos;
+    const auto packed = files_.find(*name + ".gz");
+    const auto plain = takes_gzip && packed ? std::nullopt : files_.find(*name);
+    if (!plain && !packed) return reply(text_answer(404, "There is no such page.\n"));
+    if (!plain && !takes_gzip) return reply(text_answer(406, "This file is there in compressed form only.\n"));
+    outgoing answer = file_answer(in, plain ? *plain : *packed, *name);
+    if (!plain && answer.status == 200) answer.headers.emplace_back(http::field::content_encoding, "gzip");
+    if (packed) answer.headers.emplace_back(http::field::vary, "Accept-Encoding");
+    answer.policy = content_policy(in.path);
+    reply(std::move(answer));
+}
+
+void server::every_tick() {
+    room_.tick(now_s());
+    settle();
+    tick_.expires_after(TICK);
+    tick_.async_wait([self = shared_from_this()](error_code error) {
+        if (!error) self->every_tick();
+    });
+}
+
+// A fetch tells whether a field with a page is there; one without is judged by its connections.
+void server::look_at_fields() {
+    for (class_field& f : fields_) {
+        if (f.page) f.page->fetch("turtle", [&f](const field_page::copy& copy) { f.ok = copy.ok; });
+    }
+    look_.expires_after(FIELD_LOOK);
+    look_.async_wait([self = shared_from_this()](error_code error) {
+        if (!error) self->look_at_fields();
+    });
+}
+
+// Has the fields and the held requests follow what happened in the room.
+void server::settle() {
+    for (const room_change& change : room_.take_changes()) {
+        switch (change.what) {
+        case room_change::kind::seated:
+            enter(change.who, change.where);
+            break;
+        case room_change::kind::unseated:
+            park(change.where);
+            break;
+        case room_change::kind::ended:
+            end_held(change.who);
+            break;
+        case room_change::kind::left:
+            end_held(change.who);
+            live_.erase(change.who);
+            break;
+        }
+    }
+}
+
+field_link& server::link_at(seat where) {
+    return *fields_[static_cast<size_t>(where.field)].places[static_cast<size_t>(where.place)].link;
+}
+
+// The turtle appears as soon as its child has a seat: a parked one comes back to the middle, a new one stands where the
+// field has put it.
+void server::enter(person_id who, seat where) {
+    const session* s = room_.find(who);
+    if (s == nullptr) return;
+    field_link& link = link_at(where);
+    const std::string name = "n " + to_hex(s->name) + '\n';
+    class_field& f = fields_[static_cast<size_t>(where.field)];
+    const auto done = [&f](field_link::outcome o, const std::string&) {
+        if (!f.page) f.ok = o == field_link::outcome::ok;
+    };
+    if (link.connected()) {
+        link.exchange("c\n" + name, 2, done);
+    } else {
+        link.exchange(name, 1, done);
+    }
+}
+
+void server::park(seat where) {
+    field_link& link = link_at(where);
+    if (link.connected()) link.exchange(parking_lines(where.place), 2, [](field_link::outcome, const std::string&) {});
+}
+
+void server::end_held(person_id who) {
+    const auto found = live_.find(who);
+    if (found == live_.end()) return;
+    live_session& live = found->second;
+    const session* s = room_.find(who);
+    const ending why = s == nullptr ? ending::removed : s->current.over;
+    live.answer.reset();
+    if (live.ask) {
+        held_request held = std::move(*live.ask);
+        live.ask.reset();
+        held.reply(run_over(why));
+    }
+    answer_lines(who, run_over(why));
+}
+
+} // namespace classroom

@@ -1,0 +1,188 @@
+// The class server: what requests do to the room, the fields and the files. All on one thread, the one that runs `io`;
+// nothing here blocks.
+#pragma once
+
+#include "class/field_link.h"
+#include "class/field_page.h"
+#include "class/http.h"
+#include "class/limits.h"
+#include "class/options.h"
+#include "class/room.h"
+#include "class/static_files.h"
+
+#include <array>
+#include <boost/asio/steady_timer.hpp>
+#include <functional>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace classroom {
+
+inline constexpr std::chrono::seconds HELD_LIMIT{25}; // a held request; then the asker asks again
+inline constexpr std::chrono::milliseconds WRONG_CODE_PAUSE{500};
+inline constexpr std::chrono::milliseconds TICK{500};           // of seats and turns
+inline constexpr std::chrono::seconds FIELD_LOOK{5};            // between two looks whether a field is there
+inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last words to the fields
+inline constexpr size_t PROMPT_BYTES = 2048;
+inline constexpr size_t ANSWER_TEXT_BYTES = 4096;
+
+using json = nlohmann::json;
+
+// One place on a field, and its connection: kept when the place is free, since the field would keep a zombie of a
+// turtle whose connection ended.
+struct field_place {
+    std::shared_ptr<field_link> link;
+};
+
+struct class_field {
+    std::string name; // as the options gave it
+    tcp::endpoint address;
+    std::shared_ptr<field_page> page;   // null: none
+    std::string canvas_folder;          // empty: none
+    std::unique_ptr<file_store> canvas; // null: none, or not there yet
+    std::array<field_place, PLACES> places;
+    bool ok = true; // as far as the last look tells
+};
+
+// What of a session is under way.
+struct held_request {
+    responder reply;
+    std::unique_ptr<net::steady_timer> limit;
+};
+struct live_session {
+    std::optional<held_request> ask;
+    std::optional<std::string> answer; // of input(), when it came before the question
+    std::optional<responder> lines;    // a request for lines that has not been answered
+    std::unique_ptr<net::steady_timer> lines_limit;
+    std::vector<std::string> lines_waiting; // held by a pause
+    uint32_t lines_serial = 0;              // which request it is: late answers of the field to others are dropped
+};
+
+// One request to the API with what was found out about it.
+struct call {
+    const incoming& in;
+    responder reply;
+    session* who = nullptr; // null where no token is asked for
+    json body;              // of POST and PUT; an object where the route wants JSON
+};
+
+class server : public std::enable_shared_from_this<server> {
+public:
+    /// @param fields   resolved addresses, one for each of opts.fields; viewers: likewise, nothing where there is none
+    server(net::io_context& io, const options& opts, const std::vector<tcp::endpoint>& fields,
+           const std::vector<std::optional<tcp::endpoint>>& viewers, const std::string& root);
+    /// @return the port, 0 with `error` when it cannot listen
+    int start(const options& opts, std::string& error);
+    /// Says good-bye to the fields, so that no turtle stays in sight, then has `io` end.
+    void stop();
+    /// After `io` has ended: lets go of all that waits for a field.
+    void close();
+
+    [[nodiscard]] const std::string& code() const { return room_.code(); }
+    [[nodiscard]] std::string address() const { return "http://" + address_ + ':' + std::to_string(port_) + '/'; }
+    [[nodiscard]] std::string link() const { return address() + "#code=" + code(); }
+    [[nodiscard]] bool has_pages() const { return files_.usable(); }
+
+private:
+    struct route {
+        http::verb method;
+        std::string_view path;
+        enum class need { nothing, token, desk } need;
+        enum class body { none, object, text } body;
+        void (server::*handle)(call&);
+    };
+    static const std::vector<route>& routes();
+
+    // server.cpp: the ways in, files, fields, seats
+    void handle(const incoming& in, responder reply);
+    void handle_api(const incoming& in, responder reply);
+    void handle_field(const incoming& in, responder reply);
+    void handle_canvas(const incoming& in, responder reply, class_field& field, const std::string& name);
+    void handle_file(const incoming& in, responder reply);
+    [[nodiscard]] bool is_local(const incoming& in) const;
+    void every_tick();
+    void look_at_fields();
+    void settle();
+    field_link& link_at(seat where);
+    void enter(person_id who, seat where);
+    void park(seat where);
+    void end_held(person_id who);
+
+    // api.cpp: what pages and workers ask
+    void hello(call& c);
+    void join(call& c);
+    void leave(call& c);
+    void beat(call& c);
+    void me(call& c);
+    void begin(call& c);
+    void lines(call& c);
+    void ask_stop(call& c);
+    void press_stop(call& c);
+    void note(call& c);
+    void ask(call& c);
+    void answer(call& c);
+    void end(call& c);
+    void put_program(call& c);
+    void get_program(call& c);
+    void get_starter(call& c);
+    [[nodiscard]] json state_of(const session& s);
+    void forward_lines(person_id who);
+    void resume_lines();
+    void answer_lines(person_id who, outgoing what);
+
+    // desk.cpp: what the teacher asks
+    void board(call& c);
+    void board_qr(call& c);
+    void desk_state(call& c);
+    void desk_remove(call& c);
+    void desk_rename(call& c);
+    void desk_pause(call& c);
+    void desk_stop(call& c);
+    void desk_rule(call& c);
+    void desk_starter(call& c);
+    void desk_code(call& c);
+    void desk_turns(call& c);
+    void desk_start(call& c);
+    void desk_field(call& c);
+    void desk_program(call& c);
+    void desk_programs(call& c);
+    session* person_of(const call& c);
+    [[nodiscard]] json fields_json(bool for_desk);
+
+    net::io_context& io_;
+    room room_;
+    std::vector<class_field> fields_;
+    std::unordered_map<person_id, live_session> live_;
+    guess_guard guesses_;
+    file_store files_;
+    std::vector<std::string> names_; // of this machine
+    std::string address_;
+    int port_ = 0;
+    std::shared_ptr<http_server> http_;
+    net::steady_timer tick_;
+    net::steady_timer look_;
+    net::steady_timer parting_;
+};
+
+// Answers that all parts use.
+[[nodiscard]] outgoing json_answer(unsigned status, const json& value);
+[[nodiscard]] outgoing error_answer(unsigned status, std::string_view word, std::string_view message);
+[[nodiscard]] outgoing run_over(ending why);
+[[nodiscard]] inline outgoing nothing() {
+    return {.status = 204, .type = {}, .body = nullptr, .headers = {}, .policy = {}};
+}
+[[nodiscard]] inline outgoing again() { return json_answer(202, {{"again", true}}); }
+
+/// A member that is a text, empty when it is none or not there.
+[[nodiscard]] std::string text_in(const json& object, const char* key);
+/// A member that is a whole number from 0 to `most`, nothing otherwise.
+[[nodiscard]] std::optional<unsigned> number_in(const json& object, const char* key, unsigned most);
+[[nodiscard]] json program_json(const program& p);
+/// @return nothing when it is no program that may be kept
+[[nodiscard]] std::optional<program> program_in(const json& object);
+
+} // namespace classroom

@@ -1,0 +1,44 @@
+"""A child whose tablet sleeps: the seat is free after a minute, the turtle out of sight, and the child is known again."""
+import unittest
+
+from classroom import Classroom, Field, time, wait_until
+
+
+class Away(unittest.TestCase):
+    def test_a_seat_is_free_after_a_minute_and_its_turtle_out_of_sight(self):
+        with Field(), Classroom() as room:
+            ann, bob, cleo = room.student("Ann"), room.student("Bob"), room.student("Cleo")
+            for heading, someone in ((0, ann), (120, bob), (240, cleo)):
+                someone.begin()
+                someone.do("p d", "t l %d" % heading, "f 60")
+            ann.close()  # the tab has gone
+            began = time.monotonic()
+
+            def names():
+                bob.post("/api/beat", {})  # this page lives
+                cleo.get("/api/run/stop?run=%d" % cleo.run)  # of this one only the program does
+                return sorted(t["name"] for t in bob.get("/field/0/turtle").json)
+            self.assertEqual(names(), ["Ann", "Bob", "Cleo"])
+            wait_until(lambda: names() == ["Bob", "Cleo"], 90, "Ann's turtle to go", 1)
+            self.assertGreater(time.monotonic() - began, 55)
+            seen = {s["name"]: s["state"] for s in room.desk()["sessions"]}
+            self.assertEqual(seen, {"Ann": "away", "Bob": "seated", "Cleo": "seated"})
+            again = room.browser()
+            again.token = ann.token
+            state = again.get("/api/me").json
+            self.assertEqual((state["name"], state["state"]), ("Ann", "seated"))
+            self.assertEqual(again.get("/api/run/stop?run=%d" % ann.run).text, "2")
+            wait_until(lambda: names() == ["Ann", "Bob", "Cleo"], 20, "Ann's turtle to come back")
+
+    def test_the_end_of_the_server_leaves_no_turtle_in_sight(self):
+        with Field():
+            with Classroom() as room:
+                ann = room.student("Ann")
+                ann.begin()
+                ann.do("f 10")
+            with Classroom() as room:
+                self.assertEqual(room.browser().get("/field/0/turtle").json, [])
+
+
+if __name__ == "__main__":
+    unittest.main()

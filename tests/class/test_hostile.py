@@ -1,0 +1,311 @@
+"""Hostile students, browsers and fields: nobody else is slowed down, nothing overruns, nothing hangs.
+
+Time limits here are lower bounds of what must be slowed down, or ones that only bound a hang.
+"""
+import contextlib
+import random
+import socket
+import threading
+import unittest
+
+from classroom import CODE, LAN, Classroom, in_thread, patience, raw_connection, time, wait_until
+
+
+class FakeField:
+    """A field that answers as `script(connection, line)` says; by default with OK."""
+
+    def __init__(self, script=None, on_accept=None):
+        self.script = script or (lambda connection, line: connection.sendall(b"OK @ 1 0\n"))
+        self.on_accept = on_accept or (lambda connection: None)
+        self.listener = socket.create_server(("127.0.0.1", 0), backlog=100)
+        self.port = self.listener.getsockname()[1]
+        self.lines, self.connections = [], []
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        while True:
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            self.connections.append(connection)
+            threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
+
+    def serve(self, connection):
+        with contextlib.suppress(OSError):
+            self.on_accept(connection)
+            with connection.makefile("rb") as lines:
+                for line in lines:
+                    self.lines.append(line.decode("latin-1").rstrip("\n"))
+                    self.script(connection, self.lines[-1])
+
+    def close(self):
+        with contextlib.suppress(OSError):
+            self.listener.shutdown(socket.SHUT_RDWR)  # wakes who waits in accept
+        self.listener.close()
+        for connection in self.connections:
+            connection.close()
+
+
+class Hostile(unittest.TestCase):
+    def classroom(self, field, *options):
+        return self.enterContext(Classroom("--fields", "127.0.0.1:%d" % field.port, "--viewer", "off", *options))
+
+    def fake_field(self, *scripts, **more):
+        return self.enterContext(contextlib.closing(FakeField(*scripts, **more)))
+
+    def assert_works(self, room, student=None, count=30):
+        """An honest student is served."""
+        student = student or room.student("Honest")
+        student.begin()
+        for _ in range(count):
+            student.do("f 1")
+
+    def test_half_requests_hold_nobody_up_and_are_ended(self):
+        room = self.classroom(self.fake_field())
+        halves = [raw_connection(room) for _ in range(150)]
+        for k, sock in enumerate(halves):
+            self.addCleanup(sock.close)
+            sock.sendall((b"POST /api/run/lines?run=1 HTTP/1.1\r\nHost: %s\r\nContent-Length: 50\r\n\r\nf 1" % LAN.encode())[:20 + k])
+        began = time.monotonic()
+        self.assert_works(room)
+        for sock in halves:
+            sock.settimeout(patience(60))
+            with contextlib.suppress(ConnectionError):
+                while sock.recv(4096):
+                    pass
+        self.assertGreater(time.monotonic() - began, 5)  # an honest slow one has its ten seconds
+
+    def test_bytes_one_by_one_do_not_lengthen_the_limit(self):
+        room = self.classroom(self.fake_field())
+        sock = raw_connection(room)
+        self.addCleanup(sock.close)
+        sock.sendall(b"GET /api/hello HTTP/1.1\r\nHost: x\r\nX: ")
+        sock.settimeout(0.2)
+        ended = False
+        end = time.monotonic() + patience(60)
+        while not ended and time.monotonic() < end:
+            try:
+                sock.sendall(b"a")
+                ended = not sock.recv(100)
+            except socket.timeout:
+                pass
+            except ConnectionError:
+                ended = True
+        self.assertTrue(ended)
+
+    def test_a_flood_on_one_connection_is_slowed_down(self):
+        room = self.classroom(self.fake_field())
+        honest = room.student("Honest")
+        sock = raw_connection(room)
+        self.addCleanup(sock.close)
+        count = 2000
+        request = b"GET /api/hello HTTP/1.1\r\nHost: %s\r\n\r\n" % LAN.encode()
+        began = time.monotonic()
+        sender = in_thread(lambda: sock.sendall(request * count))
+
+        def read_answers():
+            seen, rest = 0, b""
+            while seen < count:
+                piece = sock.recv(65536)
+                if not piece:
+                    return seen
+                rest += piece
+                seen += rest.count(b"HTTP/1.1 200 OK")
+                rest = rest[-14:]
+            return seen
+        reader = in_thread(read_answers)
+        self.assert_works(room, honest)
+        self.assertEqual(reader.result(120), count)
+        sender.result()
+        self.assertGreater(time.monotonic() - began, (count - 400) / 400 * 0.9)  # 400 at once, then 400 a second
+
+    def test_a_flood_of_lines_is_slowed_down(self):
+        room = self.classroom(self.fake_field())
+        ann, honest = room.student("Ann"), room.student("Honest")
+        ann.begin()
+        began = time.monotonic()
+        flood = in_thread(lambda: [ann.lines("q p;" * 256).status for _ in range(32)])
+        self.assert_works(room, honest)
+        self.assertEqual(set(flood.result(120)), {200})
+        self.assertGreater(time.monotonic() - began, (32 * 256 - 2000) / 2000 * 0.9)
+
+    def test_one_address_cannot_take_all_connections(self):
+        room = self.classroom(self.fake_field())
+        first = room.browser(host="localhost")
+        self.assertEqual(first.get("/api/hello").status, 200)
+        mine = [raw_connection(room) for _ in range(300)]
+        for sock in mine:
+            self.addCleanup(sock.close)
+
+        def ended():
+            count = 0
+            for sock in mine:
+                sock.setblocking(False)
+                with contextlib.suppress(BlockingIOError, ConnectionError):
+                    count += sock.recv(1, socket.MSG_PEEK) == b""
+            return count
+        wait_until(lambda: ended() == 300 - 256, 30, "all but 256 to be closed")
+        self.assertEqual(room.browser(host="localhost").get("/api/hello").status, 200)
+
+    def test_three_hundred_sessions(self):
+        room = self.classroom(self.fake_field())
+        people = []
+        for k in range(300):
+            if k % 100 == 0:
+                browser = room.browser()
+            joined = browser.post("/api/join", {"code": CODE, "name": "Child %d" % k})
+            self.assertEqual(joined.status, 200)
+            people.append(joined.json)
+        self.assertEqual(browser.post("/api/join", {"code": CODE, "name": "Too many"}).json["error"], "full")
+        self.assertEqual(len(room.desk()["sessions"]), 300)
+        self.assertEqual(people[-1]["queue"]["place"], 290)
+        self.assertGreater(people[-1]["queue"]["wait_s"], people[11]["queue"]["wait_s"])
+        for someone in people:
+            browser.token = someone["token"]
+            self.assertEqual(browser.post("/api/beat", {"doing": "idle", "said": "x" * 400}).status, 200)
+            self.assertEqual(browser.ask("PUT", "/api/program", {"language": "python", "text": "x" * 60000}).status, 204)
+        first = room.browser()
+        first.token = people[0]["token"]
+        run = first.post("/api/run/begin", {}).json["run"]
+        self.assertEqual(first.post("/api/run/lines?run=%d" % run, "f 1").text, "OK @ 1 0\n")
+        self.assertEqual(room.teacher().get("/api/desk/programs.zip").status, 200)
+        self.assertLess(room.resident_kib(), 150 * 1024)
+
+    def test_what_is_too_large_is_refused(self):
+        room = self.classroom(self.fake_field())
+        ann = room.student("Ann")
+        ann.begin()
+        self.assertEqual(ann.lines("x" * 16384).status, 200)
+        self.assertEqual(ann.lines("x" * 16385).status, 413)
+        ann = room.student("Bob")
+        for head, body in ((b"Content-Length: 99999999999\r\n", b""), (b"Content-Length: 16385\r\n", b"y" * 16385),
+                           (b"Transfer-Encoding: chunked\r\n", b"4000\r\n" + b"y" * 16384 + b"\r\n1\r\ny\r\n0\r\n\r\n"),
+                           (b"X: " + b"y" * 9000 + b"\r\n", b"")):
+            sock = raw_connection(room)
+            self.addCleanup(sock.close)
+            sock.sendall(b"POST /api/beat HTTP/1.1\r\nHost: %s\r\nKelmora: 1\r\n" % LAN.encode() + head + b"\r\n" + body)
+            sock.settimeout(patience(60))
+            answer = sock.recv(65536)
+            self.assertIn(b" 413 ", answer.split(b"\r\n")[0], head[:40])
+        self.assert_works(room, ann)
+
+    def test_no_bytes_bring_the_server_down(self):
+        room = self.classroom(self.fake_field())
+        chance = random.Random(4)
+        good = b"POST /api/join HTTP/1.1\r\nHost: %s\r\nKelmora: 1\r\nContent-Length: 27\r\n\r\n{\"code\":\"WRONG\",\"name\":\"A\"}" % LAN.encode()
+        for k in range(150):
+            data = bytearray(good)
+            for _ in range(chance.randrange(1, 8)):
+                data[chance.randrange(len(data))] = chance.randrange(256)
+            if k % 3 == 0:
+                data = bytearray(chance.randbytes(chance.randrange(300)))
+            with raw_connection(room) as sock, contextlib.suppress(ConnectionError):
+                sock.sendall(data)
+                sock.shutdown(socket.SHUT_WR)
+                sock.settimeout(patience(60))
+                while sock.recv(4096):
+                    pass
+        deep = room.browser(host="localhost")
+        self.assertEqual(deep.post("/api/join", "[" * 16000).status, 400)
+        self.assertEqual(deep.post("/api/join", '{"a":' * 3000).status, 400)
+        self.assert_works(room, room.student("Honest", host="localhost"))
+
+    def test_a_reader_that_does_not_read(self):
+        room = self.classroom(self.fake_field())
+        with open(room.root + "/large.bin", "wb") as file:
+            file.write(bytes(8 << 20))
+        for _ in range(20):
+            sock = raw_connection(room)
+            self.addCleanup(sock.close)
+            sock.sendall(b"GET /large.bin HTTP/1.1\r\nHost: %s\r\n\r\n" % LAN.encode())
+        self.assert_works(room)
+        self.assertLess(room.resident_kib(), 150 * 1024)  # one copy of the file, not twenty
+
+    def test_names_do_not_reach_the_terminal_as_they_are(self):
+        room = self.classroom(self.fake_field())
+        room.student("Zoë")
+        line = wait_until(lambda: room.line("Zo"), 20, "the line")
+        self.assertEqual(line, "Zo\\xc3\\xab has joined from " + LAN)
+
+    # fields that misbehave
+
+    def test_a_field_that_is_silent(self):
+        field = self.fake_field(lambda connection, line: connection.sendall(b"OK @ 1 0\n") if line[0] in "cn" else None)
+        room = self.classroom(field)
+        ann = room.student("Ann")
+        ann.begin()
+        began = time.monotonic()
+        slow = in_thread(lambda: ann.lines("f 1"))
+        bob = room.student("Bob")  # is not held up
+        bob.begin()
+        answer = slow.result(120)
+        self.assertEqual((answer.status, answer.json["error"]), (504, "field"))
+        self.assertGreater(time.monotonic() - began, 15)
+        self.assertEqual(ann.lines("f 1").json["reason"], "field")
+        ann.begin()
+
+    def test_a_field_that_hangs_up(self):
+        def hang_up(connection, line):
+            if line.startswith("f"):
+                connection.shutdown(socket.SHUT_RDWR)
+            else:
+                connection.sendall(b"OK @ 1 0\n")
+        room = self.classroom(self.fake_field(hang_up))
+        ann = room.student("Ann")
+        ann.begin()
+        self.assertEqual(ann.lines("q p;f 1").status, 503)
+        ann.begin()  # on a new connection
+        ann.do("q p")
+
+    def test_a_field_that_is_full(self):
+        room = self.classroom(self.fake_field(on_accept=lambda connection: connection.shutdown(socket.SHUT_RDWR)))
+        ann = room.student("Ann")
+        answer = ann.post("/api/run/begin", {})
+        self.assertEqual((answer.status, answer.json["error"]), (503, "field"))
+        self.assertFalse(room.desk()["fields"][0]["ok"])
+
+    def test_a_field_that_is_not_there(self):
+        field = FakeField()
+        field.close()
+        room = self.classroom(field)
+        ann = room.student("Ann")
+        self.assertEqual(ann.post("/api/run/begin", {}).status, 503)
+        answer = room.teacher().post("/api/desk/field", {"do": "painting"}).json
+        self.assertEqual((answer["done"], len(answer["failed"])), ([], 1))
+
+    def test_a_field_that_talks_without_end(self):
+        def flood(connection, line):
+            for _ in range(10000):
+                connection.sendall(b"x" * 4096)
+        room = self.classroom(self.fake_field(flood))
+        ann = room.student("Ann")
+        self.assertEqual(ann.post("/api/run/begin", {}).status, 503)
+        self.assertLess(room.resident_kib(), 100 * 1024)
+
+    def test_a_page_server_that_misbehaves(self):
+        def garbage(connection, line):
+            connection.sendall(b"HTTP/1.1 200 OK\r\nContent-Length: 99999999\r\n\r\n" + b"[" * 4096)
+            connection.shutdown(socket.SHUT_RDWR)
+        page = self.fake_field(garbage)
+        field = self.fake_field()
+        room = self.enterContext(Classroom("--fields", "127.0.0.1:%d" % field.port, "--viewer", "127.0.0.1:%d" % page.port))
+        browser = room.browser()
+        self.assertEqual(browser.get("/field/0/turtle").status, 502)
+        self.assert_works(room)
+
+    def test_several_fields_share_the_class(self):
+        fields = [self.fake_field() for _ in range(3)]
+        room = self.enterContext(Classroom("--fields", ",".join("127.0.0.1:%d" % f.port for f in fields), "--viewer", "off,off,off"))
+        people = [room.student("P%d" % k) for k in range(30)]
+        self.assertEqual([p.state["seat"]["field"] for p in people].count(2), 10)
+        self.assertEqual(room.student("P30").state["state"], "waiting")
+        for k in (0, 1, 2):
+            people[k].begin()
+            people[k].do("f %d" % (k + 1))
+        for k, field in enumerate(fields):
+            self.assertIn("f %d" % (k + 1), field.lines)
+
+
+if __name__ == "__main__":
+    unittest.main()
