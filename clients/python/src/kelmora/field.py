@@ -69,6 +69,7 @@ class Field:
     def __init__(self, transport: Transport) -> None:
         self.transport = transport
         self.where = transport.where
+        self._send, self._next = transport.send, transport.receive
         self.clock = 0                # of the latest answer
         self.answered = False         # whether the field has ever answered
         self.closed = False
@@ -84,6 +85,32 @@ class Field:
 
     # Commands and answers
 
+    def do(self, line: str) -> Optional[Answer]:
+        """One command that is no question, outside a batch: None when it was carried out and nothing happened.
+
+        Most of what a program says goes this way, so it is short. Whoever calls it calls settle() when there is an answer.
+        """
+        if self._owed or self.closed:
+            return self.exchange([line])[0]
+        hooks.check()
+        self._owed = 1  # before it goes: whatever interrupts this, the answer will come
+        try:
+            self._send(line + "\n")
+            told = self._next()
+        except (EOFError, OSError) as error:
+            self._translate(error)
+        if told[:5] == "OK @ " and told[-2:] == " 0" and told[5:-2].isdecimal():
+            self._owed = 0
+            self.answered = True
+            self.clock = int(told[5:-2])
+            return None
+        return self._take(told)
+
+    def settle(self) -> None:
+        """Tells the callbacks what has happened."""
+        if self._pending:
+            self._deliver()
+
     def say(self, lines: list[str], read: Reader) -> Any:
         """Sends the lines as one packet and gives what read(*answers) makes of them; in a batch, None and later."""
         if self._batch is not None:
@@ -97,8 +124,7 @@ class Field:
                 raise
             raise self._fail(bad_answer(self.where, answers[-1].values)) from error
         finally:
-            if self._pending:
-                self._deliver()
+            self.settle()
 
     def ask(self, line: str) -> Answer:
         """Sends one command as it stands and gives its answer."""
@@ -116,7 +142,7 @@ class Field:
             self._receive()
         self._owed = len(lines)  # before they go: whatever interrupts this, their answers will come
         try:
-            self.transport.send("\n".join(lines) + "\n")
+            self._send("\n".join(lines) + "\n")
         except (EOFError, OSError) as error:
             self._translate(error)
         answers = []
@@ -126,9 +152,12 @@ class Field:
 
     def _receive(self) -> Answer:
         try:
-            line = self.transport.receive()
+            return self._take(self._next())
         except (EOFError, OSError) as error:
             self._translate(error)
+
+    def _take(self, line: str) -> Answer:
+        """Makes an answer of a line, and notes what it tells."""
         self._owed -= 1
         answer = parse(line)
         if answer is None:
@@ -191,7 +220,7 @@ class Field:
                 blocked = blocked or error
             except (ValueError, IndexError) as error:
                 raise self._fail(bad_answer(self.where, "values that do not fit the question")) from error
-        self._deliver()
+        self.settle()
         if blocked is not None:
             raise blocked
 

@@ -232,8 +232,15 @@ class Motion(Body):
                 self._recolored = False
             if self._field.batching:
                 self._field.count_line()
-        if not (lines or after or self._traces or jump):
-            return self._field.say([line], self._moved)
+        if not (lines or after or self._traces or self._field.batching):
+            answer = self._field.do(line)
+            if answer is None:
+                self._obstacle = None
+                return True
+            try:
+                return self._moved(answer, jump)
+            finally:
+                self._field.settle()
         step = len(lines)
         lines = lines + [line] + (after or [])
         if self._traces:

@@ -2,8 +2,8 @@
 from __future__ import annotations
 
 import math
+from html import escape
 from typing import Any, Sequence
-from xml.sax.saxutils import escape
 
 SIDE = 512
 

@@ -5,6 +5,7 @@
 from __future__ import annotations
 
 import os
+import sys
 import time
 from typing import Callable, Optional, Protocol
 
@@ -72,34 +73,61 @@ class SocketTransport:
         except (OSError, UnicodeError) as error:
             raise no_field(self.where, getattr(error, "strerror", None) or error) from error
         self._socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        self._socket.settimeout(self.timeout)
+        self._wait(self.timeout)
+
+    def _wait(self, seconds: float) -> None:
+        """Bounds the next waits. The system's own time-out saves Python a call before each one of its own."""
+        if sys.platform == "win32":
+            self._socket.settimeout(seconds)
+        else:
+            import socket
+            import struct
+            bound = struct.pack("@ll", int(seconds), int(seconds % 1 * 1e6))
+            self._socket.settimeout(None)
+            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVTIMEO, bound)
+            self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_SNDTIMEO, bound)
 
     def send(self, lines: str) -> None:
-        self._socket.sendall(lines.encode("ascii"))
+        packet = lines.encode("ascii")
+        try:
+            sent = self._socket.send(packet)
+            while sent < len(packet):
+                packet = packet[sent:]
+                sent = self._socket.send(packet)
+        except BlockingIOError:
+            raise TimeoutError from None
 
     def receive(self) -> str:
-        if b"\n" not in self._buffer:
-            self._fill()
+        if not self._buffer:
+            began = time.monotonic()
+            self._read()
+            if b"\n" not in self._buffer:
+                self._finish_line(began + self.timeout)
+        elif b"\n" not in self._buffer:
+            self._finish_line(time.monotonic() + self.timeout)
         line, _, self._buffer = self._buffer.partition(b"\n")
         return line.decode("latin-1")
 
-    def _fill(self) -> None:
-        """Reads until the buffer holds a line, or more than a line can have; the whole must come within the time-out."""
-        deadline = time.monotonic() + self.timeout
-        hurried = False
+    def _read(self) -> None:
         try:
-            while True:
-                piece = self._socket.recv(4096)
-                if not piece:
-                    raise EOFError
-                self._buffer += piece
-                if b"\n" in piece or len(self._buffer) > LONGEST_LINE:
-                    return
-                hurried = True
-                self._socket.settimeout(max(0.001, deadline - time.monotonic()))
+            piece = self._socket.recv(4096)
+        except BlockingIOError:
+            raise TimeoutError from None
+        if not piece:
+            raise EOFError
+        self._buffer += piece
+
+    def _finish_line(self, deadline: float) -> None:
+        """Reads until the buffer holds a line, or more than a line can have, or it is late."""
+        try:
+            while b"\n" not in self._buffer and len(self._buffer) <= LONGEST_LINE:
+                left = deadline - time.monotonic()
+                if left <= 0:
+                    raise TimeoutError
+                self._wait(max(left, 0.001))
+                self._read()
         finally:
-            if hurried:
-                self._socket.settimeout(self.timeout)
+            self._wait(self.timeout)
 
     def close(self) -> None:
         self._socket.close()
