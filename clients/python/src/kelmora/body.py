@@ -10,6 +10,7 @@ from .field import Field, Reader
 from .vector import Vec2D
 
 RED: Color = (1.0, 0.0, 0.0)  # the field's pen for a fresh turtle
+LONGEST_WHOLE = 10 ** 15   # whole numbers below this are their own shortest digits
 LINES, POLYGONS, POINTS, BRUSH = "l", "l s", "l p", "l b"  # the commands of the four ways to paint
 
 
@@ -29,8 +30,9 @@ def number(value: Any) -> float:
 
 def spell(value: Any) -> str:
     """The number as it travels: its shortest digits, no point behind a whole one; raises NotANumber."""
-    result = value if type(value) is float and math.isfinite(value) else number(value)
-    digits = repr(result)
+    if type(value) is int and -LONGEST_WHOLE < value < LONGEST_WHOLE:
+        return str(value)
+    digits = repr(number(value))
     return digits[:-2] if digits.endswith(".0") else digits
 
 
@@ -54,7 +56,8 @@ class Stroke(NamedTuple):
     end: Vec2D
     color: Color
     width: float
-    way: str  # LINES, POLYGONS, POINTS or BRUSH
+    way: str  # LONGEST_WHOLE = 10 ** 15   # whole numbers below this are their own shortest digits
+LINES, POLYGONS, POINTS or BRUSH
 
 
 class Trace:

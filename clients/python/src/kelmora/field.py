@@ -70,7 +70,7 @@ class Field:
         self.transport = transport
         self.where = transport.where
         self._send, self._next = transport.send, transport.receive
-        self.clock = 0                # of the latest answer
+        self._clock = "0"             # of the latest answer, in digits
         self.answered = False         # whether the field has ever answered
         self.closed = False
         self._was_hit = False
@@ -79,6 +79,7 @@ class Field:
         self._pending: list[int] = []                         # events that callbacks have not been told of
         self._callbacks: dict[str, Callable[[], object]] = {}
         self._delivering = False
+        self.batching = False         # whether a batch is open
         self._batch: Optional[Batch] = None
         self._queue: list[tuple[list[str], Reader]] = []      # lines and reader of each call in the batch
         self._lines_in_batch = 0
@@ -92,17 +93,18 @@ class Field:
         """
         if self._owed or self.closed:
             return self.exchange([line])[0]
-        hooks.check()
+        if hooks.check is not None:
+            hooks.check()
         self._owed = 1  # before it goes: whatever interrupts this, the answer will come
         try:
             self._send(line + "\n")
             told = self._next()
         except (EOFError, OSError) as error:
             self._translate(error)
-        if told[:5] == "OK @ " and told[-2:] == " 0" and told[5:-2].isdecimal():
+        words = told.split(" ")
+        if len(words) == 4 and words[0] == "OK" and words[1] == "@" and words[3] == "0" and words[2].isdecimal():
             self._owed = 0
-            self.answered = True
-            self.clock = int(told[5:-2])
+            self._clock = words[2]
             return None
         return self._take(told)
 
@@ -137,7 +139,8 @@ class Field:
         """One packet and its answers; callbacks are not called yet."""
         if self.closed:
             raise lost(self.where, died=False)
-        hooks.check()
+        if hooks.check is not None:
+            hooks.check()
         while self._owed:
             self._receive()
         self._owed = len(lines)  # before they go: whatever interrupts this, their answers will come
@@ -163,7 +166,7 @@ class Field:
         if answer is None:
             raise self._fail(bad_answer(self.where, line))
         self.answered = True
-        self.clock = answer.clock
+        self._clock = str(answer.clock)
         if answer.events:
             self._happened |= answer.events
             self._pending.append(answer.events)
@@ -189,25 +192,25 @@ class Field:
         self.closed = True
         self.transport.close()
 
+    @property
+    def clock(self) -> int:
+        """The field's clock in the latest answer, in ticks."""
+        return int(self._clock)
+
     # Batches
 
     def batch(self) -> Batch:
         """A block whose commands go out in one packet: `with field.batch() as answers:`."""
         return Batch(self)
 
-    @property
-    def batching(self) -> bool:
-        """Whether a batch is open."""
-        return self._batch is not None
-
     def open_batch(self, batch: Batch) -> None:
         if self._batch is not None:
             raise BadValue("A batch is open already: one cannot stand inside another.")
-        self._batch, self._queue, self._lines_in_batch = batch, [], 0
+        self.batching, self._batch, self._queue, self._lines_in_batch = True, batch, [], 0
 
     def close_batch(self, send: bool) -> None:
         batch, queue = self._batch, self._queue
-        self._batch, self._queue = None, []
+        self.batching, self._batch, self._queue = False, None, []
         if not send or not queue or batch is None:
             return
         answers = iter(self.exchange([line for lines, _ in queue for line in lines]))

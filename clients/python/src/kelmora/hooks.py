@@ -6,11 +6,7 @@ from __future__ import annotations
 
 import sys
 import time
-from typing import Callable
-
-
-def _nothing() -> None:
-    pass
+from typing import Callable, Optional
 
 
 def _print_note(text: str) -> None:
@@ -18,7 +14,7 @@ def _print_note(text: str) -> None:
 
 
 sleep: Callable[[float], object] = time.sleep    # all of the library's own waiting, in seconds
-check: Callable[[], object] = _nothing           # called before each exchange; may raise KeyboardInterrupt
+check: Optional[Callable[[], object]] = None     # called before each exchange; may raise KeyboardInterrupt
 note: Callable[[str], object] = _print_note      # notes for whoever wrote the program
 
 _told: set[str] = set()

@@ -224,15 +224,7 @@ class Motion(Body):
     def _move(self, line: str, jump: bool = False, before: Optional[list[str]] = None,
               after: Optional[list[str]] = None, painting: bool = True) -> Any:
         """One step or jump, with other commands in the same packet; its answer alone decides what is returned."""
-        lines = before or []
-        if self._down and painting:
-            if self._recolored and self._way == LINES:
-                # The field blends a line from the colour of the point before. A pen put down anew starts with its own.
-                lines = lines + ["p d"]
-                self._recolored = False
-            if self._field.batching:
-                self._field.count_line()
-        if not (lines or after or self._traces or self._field.batching):
+        if not (self._recolored or before or self._traces or self._field.batching):
             answer = self._field.do(line)
             if answer is None:
                 self._obstacle = None
@@ -241,6 +233,14 @@ class Motion(Body):
                 return self._moved(answer, jump)
             finally:
                 self._field.settle()
+        lines = before or []
+        if self._down and painting:
+            if self._recolored and self._way == LINES:
+                # The field blends a line from the colour of the point before. A pen put down anew starts with its own.
+                lines = lines + ["p d"]
+                self._recolored = False
+            if self._field.batching:
+                self._field.count_line()
         step = len(lines)
         lines = lines + [line] + (after or [])
         if self._traces:

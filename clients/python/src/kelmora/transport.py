@@ -73,6 +73,7 @@ class SocketTransport:
         except (OSError, UnicodeError) as error:
             raise no_field(self.where, getattr(error, "strerror", None) or error) from error
         self._socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+        self._receive = self._socket.recv
         self._wait(self.timeout)
 
     def _wait(self, seconds: float) -> None:
@@ -98,36 +99,39 @@ class SocketTransport:
             raise TimeoutError from None
 
     def receive(self) -> str:
-        if not self._buffer:
-            began = time.monotonic()
-            self._read()
-            if b"\n" not in self._buffer:
-                self._finish_line(began + self.timeout)
-        elif b"\n" not in self._buffer:
-            self._finish_line(time.monotonic() + self.timeout)
-        line, _, self._buffer = self._buffer.partition(b"\n")
-        return line.decode("latin-1")
+        if self._buffer:
+            return self._rest_of_line(time.monotonic() + self.timeout)
+        began = time.monotonic()
+        piece = self._read()
+        end = piece.find(b"\n")
+        if end == len(piece) - 1:  # exactly one answer, as nearly always
+            return piece[:end].decode("latin-1")
+        self._buffer = piece
+        return self._rest_of_line(began + self.timeout)
 
-    def _read(self) -> None:
+    def _read(self) -> bytes:
         try:
-            piece = self._socket.recv(4096)
+            piece = self._receive(4096)
         except BlockingIOError:
             raise TimeoutError from None
         if not piece:
             raise EOFError
-        self._buffer += piece
+        return piece
 
-    def _finish_line(self, deadline: float) -> None:
-        """Reads until the buffer holds a line, or more than a line can have, or it is late."""
-        try:
-            while b"\n" not in self._buffer and len(self._buffer) <= LONGEST_LINE:
-                left = deadline - time.monotonic()
-                if left <= 0:
-                    raise TimeoutError
-                self._wait(max(left, 0.001))
-                self._read()
-        finally:
+    def _rest_of_line(self, deadline: float) -> str:
+        """Reads until the buffer holds a line, or more than a line can have, and takes it out."""
+        hurried = False
+        while b"\n" not in self._buffer and len(self._buffer) <= LONGEST_LINE:
+            left = deadline - time.monotonic()
+            if left <= 0:
+                raise TimeoutError
+            hurried = True
+            self._wait(max(left, 0.001))
+            self._buffer += self._read()
+        if hurried:
             self._wait(self.timeout)
+        line, _, self._buffer = self._buffer.partition(b"\n")
+        return line.decode("latin-1")
 
     def close(self) -> None:
         self._socket.close()
