@@ -30,7 +30,7 @@ from __future__ import annotations
 from typing import Any, Callable, Optional
 
 from .compat import REFUSING
-from .field import Answer, Batch
+from .link import Answer, Batch
 from .senses import Callback
 from .turtles import Screen, Turtle, anyone, default
 from .vector import Vec2D

@@ -15,7 +15,7 @@ from typing import Any
 from . import errors, hooks
 from .errors import (BadAnswer, BadValue, Blocked, Died, KelmoraError, Lost, NoAnswer, NoField, NotAdmitted, NotANumber,
                      NotHere)
-from .field import Answer, Batch, Field
+from .link import Answer, Batch, Field
 from .functions import *  # noqa: F401,F403
 from .functions import __all__ as _words
 from .practice import PracticeField, practice

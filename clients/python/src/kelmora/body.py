@@ -6,7 +6,7 @@ from typing import Any, NamedTuple, Optional
 
 from .colors import Color
 from .errors import NotANumber
-from .field import Field, Reader
+from .link import Field, Reader
 from .vector import Vec2D
 
 RED: Color = (1.0, 0.0, 0.0)  # the field's pen for a fresh turtle

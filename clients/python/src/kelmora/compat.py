@@ -32,6 +32,7 @@ ABSENT = {
     "stamp": "dot() or begin_fill() paint a mark",
     "clearstamp": "clear() wipes all painting",
     "clearstamps": "clear() wipes all painting",
+    "pen": "penup(), pencolor() and pensize() set one thing each",
     "undo": "pencolor() in the ground's colour paints over a line; clear() wipes all",
     "undobufferentries": "clear() wipes all painting",
     "clone": "Turtle() makes another turtle, at a place of its own",

@@ -5,8 +5,8 @@ from typing import Any, Optional
 
 from .body import spell
 from .errors import BadValue
-from .field import EVENTS
-from .pen import LONGEST_TEXT
+from .link import EVENTS
+from .painting import LONGEST_TEXT
 from .senses import Senses, between, whole
 
 LONGEST_MESSAGE = 128

@@ -4,7 +4,7 @@ from __future__ import annotations
 from typing import Any, Callable, Optional
 
 from .compat import REFUSING
-from .field import Answer, Batch
+from .link import Answer, Batch
 from .senses import Callback
 from .turtles import Screen, Turtle, anyone, default
 from .vector import Vec2D
@@ -637,6 +637,7 @@ onkeypress = REFUSING["onkeypress"]
 onkeyrelease = REFUSING["onkeyrelease"]
 onrelease = REFUSING["onrelease"]
 onscreenclick = REFUSING["onscreenclick"]
+pen = REFUSING["pen"]
 register_shape = REFUSING["register_shape"]
 save = REFUSING["save"]
 settiltangle = REFUSING["settiltangle"]
@@ -665,7 +666,7 @@ __all__ = [
     "hideturtle", "home", "ht", "isdown", "isvisible", "left", "lines", "listen", "lt", "mainloop", "message", "mode",
     "mute", "name", "numinput", "on_coin", "on_doughnut", "on_found", "on_hit", "on_message", "on_seen", "on_stone",
     "on_turtle", "on_wall", "onclick", "ondrag", "onkey", "onkeypress", "onkeyrelease", "onrelease", "onscreenclick",
-    "ontimer", "pd", "pencolor", "pendown", "pensize", "penup", "pick", "ping", "points", "polygons", "pos",
+    "ontimer", "pd", "pen", "pencolor", "pendown", "pensize", "penup", "pick", "ping", "points", "polygons", "pos",
     "position", "pu", "radar", "radians", "register_shape", "reset", "resetscreen", "resizemode", "restart", "right",
     "robot", "rt", "save", "score", "screensize", "seth", "setheading", "setpos", "setposition", "settiltangle",
     "setundobuffer", "setup", "setworldcoordinates", "setx", "sety", "shape", "shapesize", "shapetransform",

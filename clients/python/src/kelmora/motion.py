@@ -9,7 +9,7 @@ from typing import Any, Optional
 
 from .body import LINES, Body, number, numbers_in, read_place, spell
 from .errors import BadValue, Blocked
-from .field import Answer, names_of
+from .link import Answer, names_of
 from .vector import Vec2D
 
 OBSTACLES = 2 + 4 + 8 + 16       # events that say what is in the way
@@ -82,7 +82,8 @@ class Motion(Body):
     def teleport(self, x: Any = None, y: Any = None) -> bool:
         """Jumps to the place without drawing, whatever the pen does."""
         if x is None or (y is None and not isinstance(x, (tuple, list))):
-            here = self._place("teleport")
+            numbers = [number(part) for part in (x, y) if part is not None]
+            here = self._place("teleport") if len(numbers) < 2 else (0.0, 0.0)
             x, y = here[0] if x is None else x, here[1] if y is None else y
         x, y = pair(x, y)
         line = "j %s %s" % (spell(x), spell(y))

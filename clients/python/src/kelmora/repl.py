@@ -61,7 +61,8 @@ class Prompt(cmd.Cmd):
 
     def default(self, line: str) -> None:
         if line == "EOF":
-            print()
+            if self.prompt:
+                print()
             self.stopping = True
             return
         try:

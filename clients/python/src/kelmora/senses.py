@@ -6,7 +6,7 @@ from typing import Any, Callable, Optional
 
 from .body import Body, number, numbers_in, read_place, spell
 from .errors import BadValue
-from .field import Answer, Batch, Reader
+from .link import Answer, Batch, Reader
 from .motion import pair
 from .vector import Vec2D
 

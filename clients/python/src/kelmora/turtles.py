@@ -9,8 +9,8 @@ from .body import Body
 from .compat import ABSENT, NOTED, Compat, absent
 from .deeds import Deeds
 from .errors import KelmoraError
-from .field import Field
-from .pen import Pen
+from .link import Field
+from .painting import Pen
 from .transport import Transport
 
 

@@ -6,7 +6,7 @@ from typing import Any, Iterable, Optional
 from . import colors, hooks
 from .body import BRUSH, LINES, POINTS, POLYGONS, RED, Trace, number, spell
 from .errors import BadValue, Blocked
-from .field import Answer
+from .link import Answer
 from .motion import Motion
 from .shapes import disc, fill_packets, paint_of, pieces_of, straightened, stroke_packets
 from .vector import Vec2D
