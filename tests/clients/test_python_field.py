@@ -105,7 +105,7 @@ class Drawing(LibraryTest):
         picture = self.picture(turtle)
         self.assertEqual(self.color_at(picture, 20, -6), YELLOW)       # a point of the star
         self.assertEqual(self.color_at(picture, 75, -25), WHITE)       # its middle, surrounded twice
-        self.assertEqual(self.color_at(picture, 75, 20), WHITE)        # outside
+        self.assertEqual(self.color_at(picture, 20, 30), WHITE)        # outside
         self.assertIn(BLUE, [self.color_at(picture, 60, y) for y in (-1, 0)])  # its edge is on top
 
     def test_a_disc_is_round_and_filled(self):
@@ -153,7 +153,7 @@ class Drawing(LibraryTest):
             turtle = self.alone()
             turtle.pencolor("black")
             self.assertTrue(turtle.write("Kelmora", align=align))
-            self.assertEqual(turtle.position(), (0, 0))
+            self.assertLess(abs(turtle.position()), 1e-3)
             picture = self.picture(turtle)
             columns = (picture[:, :, 0] < 128).any(axis=0).nonzero()[0] - 256
             self.assertTrue(low - 4 <= columns[0] and columns[-1] <= high + 4, (align, columns[0], columns[-1]))
@@ -202,7 +202,7 @@ class Answers(LibraryTest):
         steps = 0
         while turtle.forward(2):
             steps += 1
-        self.assertEqual((steps, turtle.blocked_by(), noticed), (10, "turtle", [-20]))
+        self.assertEqual((steps, turtle.blocked_by(), noticed), (9, "turtle", [-22]))  # a step that ends in touch is blocked
         turtle.strict()
         with self.assertRaises(kelmora.Blocked) as caught:
             turtle.forward(2)
@@ -228,11 +228,13 @@ class Answers(LibraryTest):
         for angle in (0, 90, 180, 270, 33, -45, 359.5, 720):
             turtle.setheading(angle)
             self.assertAlmostEqual(turtle.heading(), angle % 360, places=4)
+        turtle.teleport(100, 0)
         turtle.battle()
+        self.addCleanup(turtle.battle, False)
         turtle.setheading(90)
         self.assertAlmostEqual(turtle.heading(), 3, places=4)
         self.assertFalse(turtle.home())
-        turtle.battle(False)
+        self.assertFalse(turtle.goto(0, 0))
 
     def test_a_batch_is_one_packet(self):
         turtle = self.alone()
@@ -247,7 +249,7 @@ class Answers(LibraryTest):
             turtle.clock()
         self.assertEqual(len(answers), 20)
         self.assertEqual(answers[9], answers[19], "all in one frame: %d" % began)
-        self.assertEqual(turtle.xcor(), 18)
+        self.assertAlmostEqual(turtle.xcor(), 18, places=4)
 
 
 class Admission(LibraryTest):

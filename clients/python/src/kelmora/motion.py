@@ -129,7 +129,9 @@ class Motion(Body):
             turn = shortest(math.degrees(math.atan2(-here[1], -here[0])) - heading)
             if not self._move("f " + spell(way), before=["t l " + spell(turn)]):
                 return False
-        return self.setheading(0)
+        # In battle mode the field answers this with the turtle's place, and does nothing.
+        place = self._say([COMPASS[0.0]], lambda answer: read_place(answer.values) if answer.values else None)
+        return place is None or abs(place) < 0.01 and self.setheading(0)
 
     def circle(self, radius: float, extent: Optional[float] = None, steps: Optional[int] = None) -> bool:
         """Goes along a circle whose middle is radius to the left (to the right, when it is negative).

@@ -51,9 +51,11 @@ class Turtle(Pen, Deeds, Compat):
         try:
             if home:
                 self._field.exchange(["."])
-                if not self.home():
+                # The walk ends within the last digit of the middle; the jump from there is safe, and ends in it.
+                at_home = self.home()
+                self._field.exchange(["j 0 0", "p d"] if at_home else ["p d"])
+                if not at_home:
                     self._stay()
-                self._field.exchange(["p d"])
             else:
                 self._field.exchange([".", "p d"])
         except KelmoraError:
