@@ -4,6 +4,7 @@
 // limits have tests of their own.
 #pragma once
 
+#include "field/kinds.h"
 #include "net/command.h"
 #include "support.h"
 
@@ -125,7 +126,7 @@ struct model {
     double to_nearest_body(double x, double y) const {
         double best = FLT_MAX;
         for (int k = 0; k < w.n_turtles; ++k)
-            if (w.t[k].flags & 1) best = std::min(best, std::hypot(w.t[k].pos[0].x - x, w.t[k].pos[0].y - y));
+            if (w.t[k].flags & TTL_ALIVE) best = std::min(best, std::hypot(w.t[k].pos[0].x - x, w.t[k].pos[0].y - y));
         return best;
     }
 
@@ -137,7 +138,7 @@ struct model {
         double nearest = FLT_MAX, contact = 0;
         other = -1;
         for (int k = 0; k < w.n_turtles; ++k) {
-            if (k == i || !(w.t[k].flags & 1)) continue;
+            if (k == i || !(w.t[k].flags & TTL_ALIVE)) continue;
             const double qx = w.t[k].pos[0].x - w.t[i].pos[0].x, qy = w.t[k].pos[0].y - w.t[i].pos[0].y;
             double ahead = qx * vx + qy * vy, beside = std::abs(qx * vy - qy * vx);
             if (no_direction) {
@@ -157,7 +158,7 @@ struct model {
         if (!no_direction && !below(contact, 0) && below(std::abs(step), contact)) return 0;
         allowed = contact;
         const uint32_t f = w.t[other].flags;
-        return f & 0x400 ? 3 : f & 0x800 ? 2 : 1;
+        return f & TTL_STONE ? 3 : f & TTL_DOUGHNUT ? 2 : 1;
     }
 
     static void shift(turtle_t& t) {
@@ -166,7 +167,7 @@ struct model {
             t.color[k] = t.color[k - 1];
             t.line_width[k] = t.line_width[k - 1];
         }
-        t.flags &= ~0x1000u;
+        t.flags &= ~TTL_SEG_PAINTED;
     }
     static void once(turtle_t& t, uint32_t latch, uint32_t event) {
         if (!(t.flags & latch)) t.event |= event;
@@ -175,7 +176,7 @@ struct model {
 
     int step(int i, double d) {
         turtle_t& t = w.t[i];
-        if (t.flags & 0xD00) return -1;
+        if (t.flags & (TTL_ZOMBIE | TTL_OBJECT)) return -1;
         if (w.battle) {
             if (t.score < 1) return -1;
             d = d > 2 ? 2 : d < -2 ? -2 : d;
@@ -184,16 +185,16 @@ struct model {
         int other;
         const int code = body(i, t.dir, d, allowed, other);
         if (code > 0) {
-            once(t, 0x8000u << code, 1u << code);
+            once(t, TTL_LATCH_TURTLE << (code - 1), EVENT_TURTLE << (code - 1));
             return -1;
         }
-        t.flags &= ~0x70000u;
+        t.flags &= ~TTL_LATCH_OBJECTS;
         if (w.bounded) {
             if (below(to_any_face(i, d < 0 ? t.dir + 180 : t.dir, std::abs(d)), std::abs(d))) {
-                once(t, 0x80000, 0x10);
+                once(t, TTL_LATCH_WALL, EVENT_WALL);
                 return -1;
             }
-            t.flags &= ~0x80000u;
+            t.flags &= ~TTL_LATCH_WALL;
         }
         shift(t);
         t.pos[0].x = t.pos[1].x + d * std::cos(t.dir * M_PI / 180);
@@ -203,9 +204,9 @@ struct model {
 
     int jump(int i, double x, double y) {
         turtle_t& t = w.t[i];
-        if (w.battle || t.flags & 0x100) return -1;
+        if (w.battle || t.flags & TTL_ZOMBIE) return -1;
         for (int k = 0; k < w.n_turtles; ++k)
-            if (k != i && w.t[k].flags & 1 &&
+            if (k != i && w.t[k].flags & TTL_ALIVE &&
                 below(std::hypot(w.t[k].pos[0].x - t.pos[0].x, w.t[k].pos[0].y - t.pos[0].y), 20))
                 return -1;
         if (w.bounded) {
@@ -221,15 +222,15 @@ struct model {
         turtle_t& t = w.t[i];
         if (w.battle && t.score < 1) return -1;
         if (w.battle) a = a > 3 ? 3 : a < -3 ? -3 : a;
-        if (t.flags & 0x100) return -1;
-        if (a != 0) t.flags &= ~0xF0000u;
+        if (t.flags & TTL_ZOMBIE) return -1;
+        if (a != 0) t.flags &= ~(TTL_LATCH_OBJECTS | TTL_LATCH_WALL);
         t.dir += a;
         return 0;
     }
 
     void finder(int i) {
         turtle_t& t = w.t[i];
-        t.event &= ~0x40u;
+        t.event &= ~EVENT_FOUND;
         double allowed;
         int other, code = 0, team = 0;
         const double range = t.finder_range;
@@ -240,7 +241,7 @@ struct model {
         else if (below(allowed, wall)) {
             code = hit;
             if (other >= 0) {
-                w.t[other].event |= 0x40;
+                w.t[other].event |= EVENT_FOUND;
                 t.finder_target = other;
                 team = w.t[other].team;
             }
@@ -261,10 +262,10 @@ struct model {
 
     int radar(int i, int rank) {
         turtle_t& t = w.t[i];
-        t.event &= ~0x80u;
+        t.event &= ~EVENT_SEEN;
         std::vector<std::pair<double, int>> seen;
         for (int k = 0; k < w.n_turtles; ++k) {
-            if (k == i || !(w.t[k].flags & 1)) continue;
+            if (k == i || !(w.t[k].flags & TTL_ALIVE)) continue;
             const double dx = w.t[k].pos[0].x - t.pos[0].x, dy = w.t[k].pos[0].y - t.pos[0].y;
             seen.emplace_back(dx * dx + dy * dy, k);
         }
@@ -274,14 +275,14 @@ struct model {
         if (rank < static_cast<int>(seen.size())) {
             turtle_t& o = w.t[static_cast<size_t>(seen[static_cast<size_t>(rank)].second)];
             team = o.team;
-            o.event |= 0x80;
+            o.event |= EVENT_SEEN;
             t.radar_target = seen[static_cast<size_t>(rank)].second;
             status = 0;
             relative =
                 std::remainder(std::atan2(o.pos[0].y - t.pos[0].y, o.pos[0].x - t.pos[0].x) * 180 / M_PI - t.dir, 360);
             if (180 - std::abs(relative) < HAIR) close_call = true;
         }
-        if (!(t.flags & 1)) {
+        if (!(t.flags & TTL_ALIVE)) {
             value = "0.000000 " + std::to_string(team);
             return -1;
         }
@@ -356,12 +357,12 @@ struct model {
     }
     int fire(int i) {
         turtle_t& t = w.t[i];
-        if (!(t.flags & 1) || t.flags & 0x100 || t.score < 1) return -1;
-        if (t.flags & 0x80 || t.fire_wait != 0) return 0;
+        if (!(t.flags & TTL_ALIVE) || t.flags & TTL_ZOMBIE || t.score < 1) return -1;
+        if (t.flags & TTL_FIRING || t.fire_wait != 0) return 0;
         t.beam_dir = t.dir;
         t.beam_x = t.pos[0].x;
         t.beam_y = t.pos[0].y;
-        t.flags |= 0x80;
+        t.flags |= TTL_FIRING;
         --t.score;
         return 0;
     }
@@ -385,15 +386,15 @@ struct model {
         }
         t.score = 100;
         t.finder_range = 20;
-        t.flags = client < 0 ? 0x201 : 0x1;
+        t.flags = client < 0 ? TTL_ALIVE | TTL_ROBOT : TTL_ALIVE;
         t.event_mask = 0xFFFFFFFF;
         t.radar_target = t.finder_target = -1;
     }
     int generate(int client, uint32_t extra) {
         int slot = 0;
-        while (slot < 30 && w.t[slot].flags & 1) ++slot;
+        while (slot < 30 && w.t[slot].flags & TTL_ALIVE) ++slot;
         if (slot == 30) return -1;
-        const bool corner = w.maze && !(extra & 0x800);
+        const bool corner = w.maze && !(extra & TTL_DOUGHNUT);
         const double room = corner ? 10 : 20;
         for (int draw = 1; draw <= 21; ++draw) {
             const double first = replay(), second = replay();
@@ -410,7 +411,7 @@ struct model {
         return -1;
     }
     int doughnut(int i) {
-        if (w.t[i].n_doughnut >= 10 || generate(-1, 0x800) < 0) return -1;
+        if (w.t[i].n_doughnut >= 10 || generate(-1, TTL_DOUGHNUT) < 0) return -1;
         ++w.t[i].n_doughnut;
         return 0;
     }
@@ -419,22 +420,22 @@ struct model {
         turtle_t& t = w.t[i];
         if (what == 'a')
             for (int k = 0; k < w.n_turtles; ++k)
-                if (w.t[k].flags & 0x100) w.t[k].flags = 0;
+                if (w.t[k].flags & TTL_ZOMBIE) w.t[k].flags = 0;
         if (what == 'a' || what == 'f')
             w.cleared = 1;
         else if (what == 'h') {
-            if (!w.battle && !(t.flags & 0x100)) {
+            if (!w.battle && !(t.flags & TTL_ZOMBIE)) {
                 for (int k = 0; k < 6; ++k) t.pos[k] = {0, 0};
                 t.dir = 0;
             }
-        } else if (!w.battle && !(t.flags & 0x100) && t.client_id == slot)
+        } else if (!w.battle && !(t.flags & TTL_ZOMBIE) && t.client_id == slot)
             fresh(i, slot, 0, 0, 0);
         return step(i, number);
     }
     int head(int i, char to) {
         const std::string order = "enws";
         if (order.find(to) == std::string::npos) return -1;
-        if (w.battle || w.t[i].flags & 0x100) return 1;
+        if (w.battle || w.t[i].flags & TTL_ZOMBIE) return 1;
         w.t[i].dir = to == 'e' ? 0 : to == 'n' ? 90 : to == 'w' ? 180 : -90;
         return 0;
     }
@@ -444,25 +445,25 @@ struct model {
     int pen(int i, char how) {
         turtle_t& t = w.t[i];
         if (how == 'd') {
-            t.flags |= 0x2;
+            t.flags |= TTL_PEN_DOWN;
             t.n_painted = 0;
             for (int k = 1; k < 7; ++k) {
                 t.pos[k] = t.pos[0];
                 t.color[k] = t.color[0];
                 t.line_width[k] = t.line_width[0];
             }
-        } else if (how == 'u' && t.flags & 0x2)
-            t.flags = (t.flags & ~0x2u) | 0x2000;
+        } else if (how == 'u' && t.flags & TTL_PEN_DOWN)
+            t.flags = (t.flags & ~TTL_PEN_DOWN) | TTL_PEN_LIFTED;
         return 0;
     }
     int lines(int i, char how) {
         uint32_t& f = w.t[i].flags;
-        f &= ~0x1Cu;
-        f |= how == 's' ? 0x8 : how == 'b' ? 0x10 : how == 'p' ? 0x4 : 0;
+        f &= ~(TTL_BRUSH | TTL_FILL_POLY | TTL_POINT_MODE);
+        f |= how == 's' ? TTL_FILL_POLY : how == 'b' ? TTL_BRUSH : how == 'p' ? TTL_POINT_MODE : 0;
         return 0;
     }
     int colour(int i, double r, double g, double b) {
-        if (w.t[i].flags & 0x100) return -1;
+        if (w.t[i].flags & TTL_ZOMBIE) return -1;
         w.t[i].color[0] = {r, g, b};
         return 0;
     }
@@ -471,26 +472,26 @@ struct model {
         for (size_t k = 0; k < 128; ++k) field[k] = k < text.size() ? text[k] : '\0';
     }
     int print(int i, const std::string& text) {
-        if (w.t[i].flags & 0x100 || text.size() >= 128) return -1;
+        if (w.t[i].flags & TTL_ZOMBIE || text.size() >= 128) return -1;
         fill(w.t[i].message, text);
         return 0;
     }
     int name(int i, const std::string& text) {
-        if (w.t[i].flags & 0x100) return 1;
+        if (w.t[i].flags & TTL_ZOMBIE) return 1;
         fill(w.t[i].name, text);
         return 0;
     }
     int broadcast(int i, const std::string& text) {
         teaminfo_t& board = w.team[w.t[i].team];
-        if (board.flags & 1) return -1;
+        if (board.flags & TEAM_REFUSES) return -1;
         fill(board.message, text);
         board.message_time = static_cast<uint32_t>(w.clock);
         for (int k = 0; k < w.n_turtles; ++k)
-            if (k != i && w.t[k].flags & 1 && w.t[k].team == w.t[i].team) w.t[k].event |= 0x100;
+            if (k != i && w.t[k].flags & TTL_ALIVE && w.t[k].team == w.t[i].team) w.t[k].event |= EVENT_MESSAGE;
         return 0;
     }
     void join(int i, int team) {
-        if (!(w.t[i].flags & 0x100) && team >= 1 && team <= 4) w.t[i].team = team;
+        if (!(w.t[i].flags & TTL_ZOMBIE) && team >= 1 && team <= 4) w.t[i].team = team;
     }
 
     // Cards and modes.
@@ -517,7 +518,7 @@ struct model {
     }
     int count(uint32_t without) const {
         int n = 0;
-        for (int k = 0; k < w.n_turtles; ++k) n += w.t[k].flags & 1 && !(w.t[k].flags & without);
+        for (int k = 0; k < w.n_turtles; ++k) n += w.t[k].flags & TTL_ALIVE && !(w.t[k].flags & without);
         return n;
     }
 
@@ -526,11 +527,11 @@ struct model {
     void notice_coins() {
         for (int i = 0; i < 30; ++i) {
             turtle_t& t = w.t[i];
-            if (!(t.flags & 1) || t.flags & 0xF00) continue;
+            if (!(t.flags & TTL_ALIVE) || t.flags & (TTL_ZOMBIE | TTL_ROBOT | TTL_OBJECT)) continue;
             if (reachable(i).empty())
-                t.flags &= ~0x100000u;
+                t.flags &= ~TTL_LATCH_COIN;
             else
-                once(t, 0x100000, 0x20);
+                once(t, TTL_LATCH_COIN, EVENT_COIN);
         }
     }
     void kill(int i) {
@@ -542,26 +543,26 @@ struct model {
         const double y = t.beam_y + 2 * std::sin(t.beam_dir * M_PI / 180);
         if (below(256, std::max(std::abs(x), std::abs(y))) || below(to_nearest_wall(x, y), 5)) {
             t.fire_wait = 25;
-            t.flags &= ~0x80u;
+            t.flags &= ~TTL_FIRING;
         } else {
             t.beam_x = x;
             t.beam_y = y;
         }
         for (int k = 0; k < w.n_turtles; ++k) {
             turtle_t& v = w.t[k];
-            if (k == i || !(v.flags & 1) || v.dying_count > 0) continue;
+            if (k == i || !(v.flags & TTL_ALIVE) || v.dying_count > 0) continue;
             if (!below(std::hypot(v.pos[0].x - x, v.pos[0].y - y), 10)) continue;
-            t.flags &= ~0x80u;
-            if (v.flags & 0x400)
+            t.flags &= ~TTL_FIRING;
+            if (v.flags & TTL_STONE)
                 t.fire_wait = 25;
-            else if (v.flags & 0x800) {
-                if (t.flags & 1 && below(std::hypot(v.pos[0].x - t.pos[0].x, v.pos[0].y - t.pos[0].y), 40))
+            else if (v.flags & TTL_DOUGHNUT) {
+                if (t.flags & TTL_ALIVE && below(std::hypot(v.pos[0].x - t.pos[0].x, v.pos[0].y - t.pos[0].y), 40))
                     t.score += 11;
                 kill(k);
             } else {
                 t.score += 11;
                 v.score -= 30;
-                v.event |= 0x1;
+                v.event |= EVENT_HIT;
                 if (v.score < 0) {
                     v.score = 0;
                     kill(k);
@@ -573,7 +574,7 @@ struct model {
     }
     void wander(int i) {
         turtle_t& t = w.t[i];
-        if (t.flags & 0x800) return;
+        if (t.flags & TTL_DOUGHNUT) return;
         const double dx = 0.15 * std::cos(t.dir * M_PI / 180), dy = 0.15 * std::sin(t.dir * M_PI / 180);
         const double x = t.pos[0].x + dx, y = t.pos[0].y + dy;
         if (below(246, std::abs(x)) || below(246, std::abs(y)))
@@ -587,27 +588,27 @@ struct model {
     }
     void live(int i) {
         turtle_t& t = w.t[i];
-        if (t.flags & 0x80) fly(i);
-        if (!(t.flags & 1)) return;
+        if (t.flags & TTL_FIRING) fly(i);
+        if (!(t.flags & TTL_ALIVE)) return;
         if (w.battle) t.finder_target = t.radar_target = -1; // what was found is shown once
         if (t.dying_count > 0 && --t.dying_count == 0) {
-            t.flags &= ~1u;
+            t.flags &= ~TTL_ALIVE;
             if (t.client_id >= 0 && client_tab[t.client_id].turtle_id == i) w.leaving |= 1u << t.client_id;
         }
         if (t.fire_wait > 0) --t.fire_wait;
-        if (t.flags & 0x200) wander(i);
+        if (t.flags & TTL_ROBOT) wander(i);
     }
 
     // What goes onto the canvas is counted and forgotten.
     void paint(turtle_t& t) {
-        if (!(t.flags & 0x1)) return;
+        if (!(t.flags & TTL_ALIVE)) return;
         t.message[0] = '\0';
-        const bool segment = (t.flags & 0x2) != 0 && (t.flags & 0x1000) == 0;
+        const bool segment = (t.flags & TTL_PEN_DOWN) != 0 && (t.flags & TTL_SEG_PAINTED) == 0;
         if (segment) {
             t.n_painted += 1;
-            t.flags |= 0x1000;
-        } else if ((t.flags & 0x10) != 0 && (t.flags & 0x2000) != 0) {
-            t.flags = (t.flags & ~0x2000U) | 0x1000;
+            t.flags |= TTL_SEG_PAINTED;
+        } else if ((t.flags & TTL_BRUSH) != 0 && (t.flags & TTL_PEN_LIFTED) != 0) {
+            t.flags = (t.flags & ~TTL_PEN_LIFTED) | TTL_SEG_PAINTED;
         }
     }
 
@@ -616,8 +617,8 @@ struct model {
         for (teaminfo_t& team : w.team) team.flags = 0;
         for (int i = 0; i < w.n_turtles; ++i) paint(w.t[i]);
         for (int i = 0; i < w.n_turtles; ++i)
-            if (w.t[i].flags & 0xC00) live(i);
+            if (w.t[i].flags & TTL_OBJECT) live(i);
         for (int i = 0; i < w.n_turtles; ++i)
-            if (!(w.t[i].flags & 0xC00)) live(i);
+            if (!(w.t[i].flags & TTL_OBJECT)) live(i);
     }
 };

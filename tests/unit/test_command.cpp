@@ -7,6 +7,7 @@
 #include "turtle/sensors.h"
 
 #include <cstring>
+#include <string_view>
 
 // Slot 3 drives turtle 1; turtle 0 is somebody else's, far away.
 struct Command : FieldTest {
@@ -478,10 +479,11 @@ TEST_F(Command, queries_select_and_do_nothing) {
     }
 }
 
-TEST_F(Command, huge_card_queries_do_not_overflow) {
-    for (const char* line : {"q z s 2147483647", "q z p 2147483647", "q z s -2147483648", "q z p 99999999999999999999"})
-        (void)run(line); // the sanitizers watch; the turtle lives on
-    expect("q p", 1, 0);
+TEST_F(Command, huge_card_queries_wrap_to_32_bits) {
+    expect("q z s 2147483647", -2147482649, 0);    // 1000 + 2147483647 - 2^32
+    expect("q z p 2147483647", -2147482549, 0);    // 1100 + 2147483647 - 2^32
+    expect("q z s -2147483648", -2147482648, 0);   // 1000 - 2147483648
+    expect("q z p 99999999999999999999", 1099, 0); // saturates as a long, whose low 32 bits are -1
 }
 
 TEST_F(Command, other_letters_and_signs_are_errors) {
@@ -495,10 +497,19 @@ TEST_F(Command, other_letters_and_signs_are_errors) {
     expect("     ", -1, 0);
 }
 
-TEST_F(Command, table_of_letters_is_the_known_one) {
-    // a, m and v are the letters without a command.
-    for (const char* line : {"a", "A", "m", "M", "v", "V", "{", "#", "0", "9", "+", "-", "@", "?", "~"})
-        expect(line, -1, 0);
+TEST_F(Command, letters_that_move_or_paint_pace_and_no_others_do) {
+    for (const char letter : std::string_view("fbcgjtplhso")) {
+        client_tab[3].frame_cmd_count = 0;
+        run(std::string(1, letter));
+        EXPECT_EQ(client_tab[3].frame_cmd_count, 1U) << letter;
+    }
+    for (const char letter : std::string_view("wknuiedxyzr!.qamv0")) {
+        client_tab[3].frame_cmd_count = 0;
+        testing::internal::CaptureStderr();
+        run(std::string(1, letter));
+        testing::internal::GetCapturedStderr();
+        EXPECT_EQ(client_tab[3].frame_cmd_count, 0U) << letter;
+    }
 }
 
 TEST_F(Command, leading_blanks_do_not_matter) {

@@ -8,6 +8,7 @@
 #include "game/invariants.h"
 #include "game/tick.h"
 #include "net/reply.h"
+#include "turtle/sensors.h"
 
 #include <chrono>
 #include <cstring>
@@ -118,7 +119,7 @@ struct Model : FieldTest {
         if (pick(6) == 0) {
             const int k = pick(56);
             const bool state = pick(2) == 0;
-            m.selector = (state ? 1000 : 1100) + k;
+            m.selector = (state ? SEL_CARD_STATE : SEL_CARD_PLACE) + k;
             return text(state ? "q z s %g" : "q z p %g", k);
         }
         const auto& q = QUESTIONS[pick(static_cast<int>(std::size(QUESTIONS)))];
@@ -149,7 +150,7 @@ struct Model : FieldTest {
 
     // Pen, colours, texts, teams, cards, modes, newcomers.
     std::string other(model& m, int i, int slot) {
-        const bool zombie = (m.w.t[i].flags & 0x100) != 0;
+        const bool zombie = (m.w.t[i].flags & TTL_ZOMBIE) != 0;
         switch (pick(20)) {
         case 0: {
             const char how = "dux"[pick(3)];
@@ -248,7 +249,7 @@ struct Model : FieldTest {
             m.selector = m.doughnut(i);
             return "d";
         default:
-            m.selector = m.generate(-1, 0x200);
+            m.selector = m.generate(-1, TTL_ROBOT);
             return "r";
         }
     }
@@ -280,28 +281,28 @@ struct Model : FieldTest {
         turtle_t& t = m.w.t[static_cast<size_t>(i)];
         const uint32_t event = t.event & t.event_mask;
         t.event = 0;
-        const bool lives = (t.flags & 1) != 0;
+        const bool lives = (t.flags & TTL_ALIVE) != 0;
         const int s = m.selector;
         int status = 0;
-        if (s == 1) {
+        if (s == SEL_POSITION) {
             m.value = lives ? text("%f %f", t.pos[0].x, t.pos[0].y) : "0.000000 0.000000";
             status = lives ? 0 : -1;
         }
-        if (s == 2) {
+        if (s == SEL_DIRECTION) {
             m.value = text("%f", lives ? t.dir : 0);
             status = lives ? 0 : -1;
         }
-        if (s == 3) m.value = std::to_string(t.team);
-        if (s == 4) m.finder(i);
-        if (s >= 5 && s <= 9) status = m.radar(i, s - 5);
-        if (s == 10) m.sonar(i);
-        if (s == 11) m.value = lives ? "1" : "0";
-        if (s == 12) m.value = std::to_string(lives ? t.score : 0);
-        if (s == 13) m.value = std::to_string(m.w.clock);
-        if (s == 14) m.value = std::to_string(m.count(0x400));
-        if (s == 15) m.value = std::to_string(m.reachable(i).size());
-        if (s == 16) m.value = std::to_string(t.n_coin);
-        if (s == 17) {
+        if (s == SEL_TEAM) m.value = std::to_string(t.team);
+        if (s == SEL_FINDER) m.finder(i);
+        if (s >= SEL_RADAR && s < SEL_RADAR + RADAR_RANKS) status = m.radar(i, s - SEL_RADAR);
+        if (s == SEL_SONAR) m.sonar(i);
+        if (s == SEL_ALIVE) m.value = lives ? "1" : "0";
+        if (s == SEL_SCORE) m.value = std::to_string(lives ? t.score : 0);
+        if (s == SEL_TIME) m.value = std::to_string(m.w.clock);
+        if (s == SEL_N_TURTLE) m.value = std::to_string(m.count(TTL_STONE));
+        if (s == SEL_N_COIN) m.value = std::to_string(m.reachable(i).size());
+        if (s == SEL_MY_COIN) m.value = std::to_string(t.n_coin);
+        if (s == SEL_TEAM_MSG) {
             const teaminfo_t& board = m.w.team[static_cast<size_t>(t.team)];
             m.value = std::to_string(board.message_time) + " " +
                       std::string(board.message, std::find(board.message, board.message + 128, '\0'));

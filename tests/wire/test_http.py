@@ -187,8 +187,10 @@ class Requests(FieldTest):
         with Viewer() as viewer:
             for _ in range(51):
                 start = time.monotonic()
-                viewer.get("/turtle")
+                head, body = viewer.get("/turtle")
                 times.append(time.monotonic() - start)
+                self.assertTrue(head.startswith("HTTP/1.1 200 OK\r\n"), head)
+                self.assertIsInstance(json.loads(body), list)
         self.assertLess(sorted(times)[25], patience(0.010))
 
     def test_a_common_client_library_understands_the_answers(self):

@@ -1,8 +1,10 @@
 """The command language as a client sees it: every letter, its reply's exact shape, and how bytes become lines."""
+import json
 import random
 import re
 import time
 import unittest
+import urllib.request
 
 import harness
 from harness import FieldTest, sanitizer_library, wait_until
@@ -82,19 +84,45 @@ class Commands(FieldTest):
         for line in ("p d", "p D", "p +", "p u", "p U", "p -", "p x", "p", "l s", "l S", "l +", "l b", "l B", "l p",
                      "l P", "l", "l x", "w 3", "w", "w -1", "k 1 0.5 0", "k", "h 0 0 0.5", "h"):
             self.plain(line)
+        # What they succeeded in shows: a lowered pen leaves white, a lifted one does not.
+        self.turtle.do("c f", "k 1 1 1", "w 3", "j -100 100", "p u", "f 50")
+        before = self.ink()
+        self.turtle.do("p d", "f 50")
+        self.wait_more_ink(before)
 
     def test_print_takes_hex_text_of_any_length(self):
-        self.plain("s 48656c6c6f")
+        self.turtle.do("k 1 1 1", "j -250 0")
+        before = self.ink()
+        for line in ("s 48656c6c6f", "s " + "41" * 127, "S 4 8 zz"):
+            self.plain(line)
+            before = self.wait_more_ink(before)
+            self.turtle.do("g 0 20")
         self.plain("s")
-        self.plain("s " + "41" * 127)
         # The blank behind the command is one of the decoder's 128 steps: 127 bytes are left, which always fit.
         self.plain("s " + "41" * 128)
-        self.plain("S 4 8 zz")
+        self.wait_more_ink(before)
         self.plain("c f")
 
-    def test_names_are_accepted_in_any_length(self):
-        for text in ("", "41", "4", "41" * 127, "41" * 128, "e4" * 250, "xyz 41"):
+    def ink(self):
+        """White pixels of the window, which are those of printed text."""
+        return int((self.field.picture() == 255).all(axis=2).sum())
+
+    def wait_more_ink(self, before):
+        wait_until(lambda: self.ink() > before, 10, "more printed text")
+        return self.ink()
+
+    def test_names_are_kept_to_127_bytes(self):
+        for text, name in (("416e6e", "Ann"), ("", ""), ("4", "@"), ("41" * 127, "A" * 127), ("41" * 128, "A" * 127),
+                           ("xyz 42", "B")):                # digits that are none count as 0, and 0 bytes are left out
             self.plain("n " + text)
+            self.assertEqual([turtle["name"] for turtle in self.listed()], [name], text)
+        self.plain("n " + "e4" * 250)
+
+    @staticmethod
+    def listed():
+        """The turtles as the viewer's port lists them."""
+        with urllib.request.urlopen("http://127.0.0.1:%d/turtle" % harness.VIEWER_PORT, timeout=20) as answer:
+            return [turtle for turtle in json.load(answer) if turtle["alive"]]
 
     def test_teams_are_one_to_four(self):
         self.values("q m", "0")
