@@ -4,6 +4,7 @@ A program runs in a process of its own, as a reader would start it: with the lib
 Run inside scripts/in-namespace, as all that uses tests/wire/harness.py.
 """
 import json
+import math
 import os
 import re
 import subprocess
@@ -35,6 +36,10 @@ class Left:
         self.doughnuts = [each for each in turtles if each["type"] == 2 and each["alive"]]
         self.coins = coins                               # on the field
         self.picture = picture                           # pixels [row from the top, column, colour]
+
+    def apart(self, thing):
+        """How far something is from the program's first turtle, centre to centre."""
+        return math.hypot(thing["x"] - self.turtles[0]["x"], thing["y"] - self.turtles[0]["y"])
 
     def painted(self, *colour):
         """Number of pixels that are not black; with a colour (three parts, 0 to 255) of those near it."""
