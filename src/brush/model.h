@@ -1,4 +1,4 @@
-// The law of an ink brush: which profile a stroke gets, how wide it is at each point and where it bends away.
+// Stroke profiles of the ink brush: which one a stroke gets, how wide it is at each point and where it bends away.
 // Pure functions of their arguments: any thread, no lock.
 // A stroke's parameter t runs from 0 at its start to 1 at its end.
 #pragma once
@@ -21,5 +21,5 @@
 /// @param angle   direction in degrees, above -180 to 180, 0 along +x, 90 along +y
 /// @return inside a track 1 for a long (more than 4 widths) stroke to the right, less than 30 degrees upward, else 0;
 ///         for a last stroke 7 (right), 2 (steeper up), 3 (up to the left), 4 (down to the right), 5 (straight down
-///         and down to the left); 0 for an angle that is not a number
+///         and down to the left); 0 for NaN
 [[nodiscard]] int strokeStyle(int last, double length, double width, double angle);

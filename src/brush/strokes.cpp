@@ -35,8 +35,8 @@ double length(vec_t d) { return std::sqrt(d.x * d.x + d.y * d.y); }
 double angle(vec_t d) { return std::atan2(d.y, d.x) * 180.0 / PI; }
 vec_t midpoint(const brush_point_t& a, const brush_point_t& b) { return {(a.x + b.x) / 2.0, (a.y + b.y) / 2.0}; }
 
-// 1 straight on, 0 a right angle, -1 turning back; not a number beside a segment of length zero, which then passes
-// every comparison with a threshold as false.
+// 1 straight on, 0 a right angle, -1 turning back; NaN beside a segment of length zero, so that every comparison with a
+// threshold is false.
 double turn_cosine(vec_t a, vec_t b) { return (a.x * b.x + a.y * b.y) / (length(a) * length(b)); }
 
 double quadratic(double a, double q, double b, double t) {
@@ -57,8 +57,8 @@ double row_step(double len, double w) {
     return 1.0 / std::min(count, DOTS_MAX);
 }
 
-// Calls stamp(t) along a row. t is a running sum on purpose: whether the last dot falls on the end of the row or is
-// left out depends on how the sum rounds, and strokes look the way they do with exactly that.
+// Calls stamp(t) along a row. t is a running sum on purpose: its rounding decides whether the last dot falls on the end
+// of the row or is left out, and that must not change.
 template <typename Stamp> void along_row(double len, double w, Stamp stamp) {
     const double dt = row_step(len, w);
     for (double t = 0.0; t <= 1.0; t += dt) stamp(t);
@@ -108,7 +108,7 @@ void leaving(const brush_point_t& p0, const brush_point_t& p1, const brush_point
     const double ahead = BEND * length(d2) / length(d1);
     // The midpoint is that of the segment before, behind p1: a straight run is inked twice at the joint.
     const vec_t q = k > NEARLY_STRAIGHT ? midpoint(p0, p1) : vec_t{p1.x + d1.x * ahead, p1.y + d1.y * ahead};
-    // So is the middle width: the end of the stroke keeps something of what the brush was before.
+    // So is the middle width.
     curved_row(p1, q, p2, (p0.w + p1.w) / 2.0, c);
 }
 

@@ -4,9 +4,9 @@
 // A row has at most 513 dots however long it is; a dot whose place or size is not finite is left out.
 #pragma once
 
-// The one way out: draws a dot of side `size` centred at (x, y), field units, in color (r, g, b), 0 to 1.
+// The only output of strokes: draws a dot of side `size` centred at (x, y), field units, in color (r, g, b), 0 to 1.
 // display/window points it at gather_dot before the first frame; tests point it at their recorder. Null: strokes draw
-// nothing. Sizes arrive as the width law gives them, 0 and negative ones included: what draws them raises them.
+// nothing. Sizes come straight from the profile and may be 0 or negative; the receiver raises them to its minimum.
 extern void (*stamp_dot)(double x, double y, double size, double r, double g, double b);
 
 // A track point is given as x, y (field units) and w (brush width there, field units); then comes the color.

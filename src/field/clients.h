@@ -1,4 +1,4 @@
-// The client table and the handshake by which the frame and the server thread take turns.
+// The client table, and the lock that the frame and the server thread hold in turn.
 // frame_rendering_mutex guards every table of the field: the window thread holds it for a whole frame, the server
 // thread for a whole pass of commands. Slots are filled and freed by the server thread with the lock held.
 #pragma once

@@ -1,6 +1,6 @@
-// The grid over the coins: every coin on the field hangs in the list of the 32 x 32 cell that holds it, so that the
-// coins near a turtle are found without a scan. Caller holds frame_rendering_mutex.
-// Places outside the field count for the border cell, so that a coin dropped out there can be picked up again.
+// The grid over the coins: each coin on the field is in the list of its 32 x 32 cell, so that the coins near a turtle
+// are found without a scan. Caller holds frame_rendering_mutex. Places outside the field belong to the border cells, so
+// a coin dropped out there can be picked up.
 #pragma once
 
 #include <array>
@@ -16,7 +16,7 @@ extern std::array<coin_t*, COINMAP_SIDE * COINMAP_SIDE> coinmap; // heads, [colu
 /// Empties every cell.
 void init_coinmap();
 
-/// Hangs coin number `coin` behind the last one of its cell; its own link must be null.
+/// Appends coin number `coin` to the list of its cell; its own link must be null.
 void add_coin_to_map(int coin);
 
 /// Takes coin number `coin` out of its cell; its place must be the one it was added at.

@@ -43,8 +43,8 @@ extern std::array<teaminfo_t, TEAM_MAX> teams;
 extern std::array<coin_t, COIN_MAX> coins;
 extern int ncoin;             // one past the highest coin slot filled since the last reset
 extern int32_t stock_of_coin; // the bank; a scatter of several coins may take it below zero
-// Coins that went with a turtle since the last reset: a slot that is used again, and a turtle that is reset, starts
-// with none, and what it carried does not go back to the bank. Bank, field, hands and these make up COIN_MAX.
+// Coins lost since the last reset: a slot that is used again, and a turtle that is reset, starts with none, and what it
+// carried does not go back to the bank. Bank, field, hands and these add up to COIN_MAX.
 extern int32_t coins_gone;
 extern std::array<card_t, CARD_MAX> cards;
 extern std::array<int32_t, CARD_MAX> card_list; // stacking order of card indices, most recently placed first

@@ -83,7 +83,7 @@ static_assert(std::is_trivially_copyable_v<turtle_t>);
 extern std::array<turtle_t, TTL_MAX> ttl;
 extern int ntmax; // one past the highest slot ever handed out; scans stop here; only kill-all lowers it
 
-/// True when every bit of `bits` that matters is asked for with any: (word & bits) != 0.
+/// Whether `word` has at least one of `bits`.
 [[nodiscard]] constexpr bool has_any(uint32_t word, uint32_t bits) { return (word & bits) != 0; }
 
 /// A fresh turtle in slot `i` at (x, y), heading `dir` degrees: red pen up, width 1, score 100, no team, no name, all

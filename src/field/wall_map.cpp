@@ -70,7 +70,7 @@ void append_all(wall_list_t& list) {
 
 bool is_in_grid(double x, double y) { return std::fabs(x) <= MAP_EDGE && std::fabs(y) <= MAP_EDGE; }
 
-// False for what is no number, too.
+// False for NaN.
 bool can_be_looked_up(double x, double y, double reach) {
     return std::fabs(x) <= PLACE_MAX && std::fabs(y) <= PLACE_MAX && reach >= 0.0 && reach <= PLACE_MAX;
 }

@@ -90,7 +90,7 @@ beam_view_t step_beam(int i) {
         t.beam_x = x;
         t.beam_y = y;
     }
-    // A beam that has just met a wall may still hit who stands there.
+    // A beam that has just met a wall may still hit a turtle there.
     const int victim = find_victim(i, x, y);
     if (victim >= 0) settle_hit(i, victim);
     return view;
@@ -127,7 +127,7 @@ void update_robot(int i) {
     if (x < Xmin + ROBOT_MARGIN || x > Xmax - ROBOT_MARGIN || y < Ymin + ROBOT_MARGIN || y > Ymax - ROBOT_MARGIN) {
         t.dir += (drand() - 0.5) * 100.0;
     } else if (turtle_step_forward(i, ROBOT_STEP) != 0) {
-        // It never moved forward, but it steps back all the same: that frees it from what it touches.
+        // It did not move forward, but it steps back all the same, which frees it from what it touches.
         t.pos[0].x -= dx;
         t.pos[0].y -= dy;
         turtle_turn(i, 180.0 + (drand() - 0.5) * 10.0);

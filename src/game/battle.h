@@ -60,6 +60,6 @@ dying_view_t step_dying(int i);
 /// Counts one frame of the pause after a resolved shot down. Shows nothing when there is none.
 [[nodiscard]] explosion_view_t step_fire_wait(int i);
 
-/// One frame of a robot's life: walk, turn at the margin, turn about at an obstacle, fire now and then. A refused step
-/// takes the robot back by the step that it did not make. Doughnuts do nothing and draw no random number.
+/// One step of a robot: walk, turn at the margin, turn about at an obstacle, fire now and then. A refused step moves
+/// the robot back by the step's length. Doughnuts do nothing and draw no random number.
 void update_robot(int i);

@@ -72,7 +72,7 @@ int scatter_stone(int n) {
             y = (drand() - 0.5) * STONE_SPREAD;
             if (dist_to_nn_from(-1, x, y) >= STONE_CLEARANCE && !is_wall_within(x, y, STONE_CLEARANCE)) break;
         }
-        // The last point is offered even if none was good: a stone only needs more than BODY_GAP.
+        // The last point is used even if none was good: a stone only needs more than BODY_GAP.
         static_cast<void>(set_object_at(TTL_STONE, x, y));
     }
     return n;

@@ -11,7 +11,7 @@ void generate_boundary_wall();
 /// Empties the wall table and puts the boundary back.
 void reset_wall();
 
-/// Offers `n` stones to random places, each after at most ten draws (x, then y). @return n, placed or not
+/// Tries to place `n` stones at random, each after at most ten draws (x, then y). @return n, placed or not
 int scatter_stone(int n);
 
 /// A two-sided wall from grid vertex (gx, gy) to (gx + dx, gy + dy); (dx, dy) is a unit step.

@@ -1,5 +1,5 @@
-// What holds of the tables between two commands and after every frame, said once and checked in builds made for finding
-// faults (cmake option KELMORA_CHECKS). Release builds carry none of it: there a call is empty.
+// Invariants of the tables between two commands and after every tick, checked in debug builds (cmake option
+// KELMORA_CHECKS). In release builds the calls are empty.
 // Caller holds frame_rendering_mutex. Tables that a test lays out by hand need not hold together, so nothing is checked
 // before watch_invariants.
 #pragma once

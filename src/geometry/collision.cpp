@@ -131,7 +131,7 @@ way_t way_ahead(const pose_t& from, int leave_out, double step) {
     }
 
     if (way.other < 0) return way;
-    // Rounding can leave a body at exactly BODY_GAP a hair outside: its contact is the foot itself.
+    // Rounding can put a body at exactly BODY_GAP slightly outside: its contact is the foot itself.
     const double contact = best - std::sqrt(std::max(0.0, BODY_GAP_SQUARED - aside));
     if (contact <= 0.0 || contact <= std::fabs(step)) {
         way.allowed = contact;

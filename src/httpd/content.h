@@ -1,7 +1,7 @@
 // Bodies of the web viewer's responses: the page, JSON snapshots of the field, one turtle's camera, eight icons.
 // Runs on the HTTP threads without frame_rendering_mutex: each record is copied once, by the one small function of its
 // table, and only the copy is used; counts are cut to the size of their table, names to the size of their field.
-// A snapshot may mix two frames, which the viewer tolerates.
+// A snapshot may mix two ticks, which the viewer tolerates.
 #pragma once
 
 #include <array>

@@ -73,7 +73,7 @@ int accept_viewer() {
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
     if (signals.private_mode && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
-        // The port is printed as it is stored, in network order, like the client server does.
+        // The log prints ports in network byte order.
         log_line("accept_connection(): reject connection from %s %d", address, peer.sin_port);
         close(sock);
         return -1;

@@ -261,7 +261,7 @@ int card_selector(const word_list_t& w) {
     int64_t selector = 0;
     if (w.letter(2) == 's') selector = SEL_CARD_STATE + card;
     if (w.letter(2) == 'p') selector = SEL_CARD_PLACE + card;
-    return static_cast<int32_t>(selector); // an absurd card number wraps, it never overflows
+    return static_cast<int32_t>(selector); // a huge card number wraps
 }
 
 int do_query(const request_t& r) {

@@ -66,7 +66,7 @@ void* server_thread_func(void*) {
 
 int init_socket(int port) {
     fd_guard_t sock(socket(PF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP));
-    if (sock.fd < 0 || sock.fd >= FD_SETSIZE) { // a number that select cannot wait for is as good as none
+    if (sock.fd < 0 || sock.fd >= FD_SETSIZE) { // select cannot wait for such a descriptor
         log_line("init_socket(): cannot open TCP socket");
         return -1;
     }
@@ -115,7 +115,7 @@ int accept_connection(int listen_sock) {
         log_line("accept_connection(): reaches MAX_CLIENT");
         return -1;
     }
-    // The port is printed as it is stored, in network byte order: the log has always been so.
+    // The log prints ports in network byte order.
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &peer.sin_addr, address, sizeof address);
     if (signals.accept_only_localhost && peer.sin_addr.s_addr != htonl(INADDR_LOOPBACK)) {
@@ -191,7 +191,7 @@ void disconnect_client(int slot) {
     client_t& c = client_tab[slot];
     char address[INET_ADDRSTRLEN] = "";
     inet_ntop(AF_INET, &c.peer_addr.ip, address, sizeof address);
-    // The port is printed as it is stored, in network byte order: the log has always been so.
+    // The log prints ports in network byte order.
     log_line("closing connection from %s %d", address, c.peer_addr.port);
     close(c.sockfd);
     free_client_slot(c);

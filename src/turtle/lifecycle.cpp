@@ -34,8 +34,7 @@ point_t draw_entrance_point() {
     return {x, y};
 }
 
-// A success on the draw after the last try comes too late; it is drawn all the same, which keeps the random stream
-// what it has always been.
+// The draw after the last try is made but never taken: the random stream must not change.
 place_t find_place(point_t (*draw)(), double clearance) {
     for (int tries = 1; tries <= PLACE_TRIES + 1; ++tries) {
         const point_t p = draw();

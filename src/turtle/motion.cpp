@@ -119,7 +119,7 @@ int turtle_turn(int i, double angle) {
         angle = std::clamp(angle, -BATTLE_TURN, BATTLE_TURN);
     }
     if (has_any(t.flags, TTL_ZOMBIE)) return -1;
-    if (angle != 0.0) t.flags &= ~(TTL_LATCH_OBJECTS | TTL_LATCH_WALL); // NaN too: it is not equal to zero
+    if (angle != 0.0) t.flags &= ~(TTL_LATCH_OBJECTS | TTL_LATCH_WALL); // NaN too, which is not equal to zero
     t.dir += angle;
     return 0;
 }

@@ -1,4 +1,4 @@
-// How a turtle paints and what it shows. Nothing is drawn here: the painters read the record at each frame.
+// How a turtle paints and what it shows. Only the record is set here; painting reads it at the next tick.
 // Caller holds frame_rendering_mutex. Only the operations that say so refuse a zombie.
 #pragma once
 

@@ -44,7 +44,7 @@ radar_list nearest_turtles(int i) {
     return list;
 }
 
-// 1 when turtle i, were it to look in direction `dir`, would have a body or a wall close ahead.
+// 1 when a body or a wall is close to turtle i in direction `dir`, else 0.
 int senses(int i, double dir) {
     const pose_t from{.x = ttl[i].pos[0].x, .y = ttl[i].pos[0].y, .dir = dir};
     const bool body = way_ahead(from, i, SONAR_TRAVEL).code != BLOCKED_BY_NOTHING;

@@ -3,7 +3,7 @@
 #pragma once
 
 /// Distance from (x, y) to the nearest live turtle other than `exclude` (-1 excludes none), field units; without any
-/// the root of FLT_MAX, which reads as far.
+/// the root of FLT_MAX.
 [[nodiscard]] double dist_to_nn_from(int exclude, double x, double y);
 
 /// dist_to_nn_from the turtle's own place.
