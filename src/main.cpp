@@ -2,6 +2,7 @@
 
 #include "base/log.h"
 #include "base/streams.h"
+#include "display/canvas_files.h"
 #include "display/window.h"
 #include "field/state.h"
 #include "httpd/http_server.h"
@@ -23,6 +24,9 @@ int main(int argc, char** argv) {
     for (int i = 0; i < argc;) {
         if (strncmp(argv[i], "-js", 3) == 0 && i + 1 < argc) {
             set_jscript_src(argv[i + 1]);
+            i += 2;
+        } else if (strcmp(argv[i], "-canvas") == 0 && i + 1 < argc) {
+            set_canvas_folder(argv[i + 1]);
             i += 2;
         } else if (strncmp(argv[i], "-h", 2) == 0) {
             print_help();

@@ -58,6 +58,12 @@ void prepare_image() {
     cards_image_is_ready = 1;
 }
 
+card_cell_t card_cell(int c) {
+    const int row = c / CARDS_PER_ROW, column = c - CARDS_PER_ROW * row;
+    return {.left = static_cast<int>(CELL_PITCH_X * column + SHEET_LEFT),
+            .top = static_cast<int>(CELL_PITCH_Y * row + SHEET_TOP)};
+}
+
 void crop_card_image(int c, unsigned char* picture) {
     assert(c >= 0 && c < CARD_MAX);
     prepare_image();
@@ -65,9 +71,7 @@ void crop_card_image(int c, unsigned char* picture) {
         std::memset(picture, 0, CARD_BYTES);
         return;
     }
-    const int row = c / CARDS_PER_ROW, column = c - CARDS_PER_ROW * row;
-    const int x0 = static_cast<int>(CELL_PITCH_X * column + SHEET_LEFT);
-    const int y0 = static_cast<int>(CELL_PITCH_Y * row + SHEET_TOP);
+    const auto [x0, y0] = card_cell(c);
     for (int y = y0 + CARD_HEIGHT - 1; y >= y0; --y) {
         std::memcpy(picture, cards_image + (x0 + SHEET_WIDTH * y) * PIXEL_BYTES, CARD_WIDTH * PIXEL_BYTES);
         picture += CARD_WIDTH * PIXEL_BYTES;

@@ -29,6 +29,14 @@ int decode_runs(std::span<const unsigned char> coded, std::span<unsigned char> p
 /// Decodes the sheet into cards_image, at the first call only.
 void prepare_image();
 
+// Where a card's picture lies on the sheet.
+struct card_cell_t {
+    int left, top; // pixels from the upper left corner
+};
+
+/// @param c  card index, 0 to 52
+[[nodiscard]] card_cell_t card_cell(int c);
+
 /// Writes the picture of card index c (0 to 52: suits in rows of 13, then the further card) to `picture`, CARD_BYTES
 /// bytes, bottom row first as textures want it.
 void crop_card_image(int c, unsigned char* picture);

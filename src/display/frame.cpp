@@ -1,5 +1,6 @@
 #include "display/frame.h"
 
+#include "display/canvas_files.h"
 #include "display/capture.h"
 #include "draw/canvas.h"
 #include "draw/icons.h"
@@ -139,6 +140,7 @@ void draw_frame() {
     rendering_started();
     tick(view);
     draw_picture(view, depth_is_restored);
+    offer_canvas_files(field_is_painted != 0);
     if (signals.capture_screen) {
         glFinish();
         field_capture_screen();

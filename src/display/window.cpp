@@ -1,6 +1,7 @@
 #include "display/window.h"
 
 #include "brush/strokes.h"
+#include "display/canvas_files.h"
 #include "display/frame.h"
 #include "display/loop.h"
 #include "draw/canvas.h"
@@ -152,6 +153,7 @@ void field_start(int argc, char** argv) {
     watch_invariants();
     signals.wipe_requested = true;
     signals.menuitem_need_to_change = false;
+    start_canvas_files();
     start_tcp_server(CLIENT_PORT);
     start_httpd(VIEWER_PORT);
 

@@ -89,6 +89,13 @@ void cache_canvas() {
     canvas_is_top_down = 1;
 }
 
+void read_canvas(unsigned char* pixels) {
+    glPixelStorei(GL_PACK_ALIGNMENT, 4);
+    glBindTexture(GL_TEXTURE_2D, bg_textures);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_BGRA, GL_UNSIGNED_BYTE, pixels);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
 void draw_floor() {
     glEnable(GL_CULL_FACE);
     glNormal3d(0.0, 0.0, 1.0);

@@ -22,5 +22,9 @@ void wipe_canvas();
 /// Takes the canvas over from the back buffer.
 void cache_canvas();
 
+/// Copies the canvas out: 512 x 512 pixels of blue, green, red and one byte more, with the row first that
+/// canvas_is_top_down tells.
+void read_canvas(unsigned char* pixels);
+
 /// The canvas as the floor of the scene: the square of the field at height 0, seen from above only.
 void draw_floor();

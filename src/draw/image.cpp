@@ -151,6 +151,39 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     discard(std::move(file), path);
 }
 
+// As encode above.
+static bool encode_raster(png_structp png, png_infop info, FILE* file, const raster_t& raster) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    png_init_io(png, file);
+    png_set_compression_level(png, 1);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE); // plain areas are what there is to see
+    png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width), static_cast<png_uint_32>(raster.height), 8,
+                 raster.has_alpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    if (!raster.has_alpha) png_set_filler(png, 0, PNG_FILLER_AFTER); // takes the fourth bytes out
+    if (raster.blue_first) png_set_bgr(png);
+    const size_t row_bytes = static_cast<size_t>(raster.width) * 4;
+    for (int row = 0; row < raster.height; ++row) {
+        const int from = raster.bottom_up ? raster.height - 1 - row : row;
+        png_write_row(png, raster.pixels + static_cast<size_t>(from) * row_bytes);
+    }
+    png_write_end(png, info);
+    return true;
+}
+
+bool write_raster_png(const raster_t& raster, const char* path) {
+    file_guard file(fopen(path, "wb"));
+    if (!file) return false;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail_quietly, warn_quietly);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    const bool encoded = info && encode_raster(png, info, file.get(), raster);
+    png_destroy_write_struct(&png, &info);
+    if (encoded && fflush(file.get()) == 0) return true;
+    discard(std::move(file), path);
+    return false;
+}
+
 static constexpr int PPM_LINE = 256; // bytes of a header line that are looked at
 
 // One header line; what does not fit is skipped. False at the end of the file.

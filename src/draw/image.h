@@ -8,6 +8,19 @@
 /// removed again.
 void saveImageToPNG(unsigned width, unsigned height, const char* path);
 
+// A picture in memory, rows without gaps.
+struct raster_t {
+    const unsigned char* pixels; // four bytes each
+    int width, height;           // pixels, above 0
+    bool has_alpha;              // false: the fourth byte means nothing, and the file has none
+    bool blue_first;             // blue, green, red; else red, green, blue
+    bool bottom_up;              // the first row is the lowest
+};
+
+/// Writes a picture as an 8-bit PNG, quickly rather than small. Any thread; no GL.
+/// @return whether the file is complete; if not, nothing is left of it
+[[nodiscard]] bool write_raster_png(const raster_t& raster, const char* path);
+
 inline constexpr int PPM_MAX_SIDE = 8192; // pixels; a wider or higher picture is refused
 
 /// Reads a binary PPM (P6) of 8-bit samples, turned by 180 degrees: pixel i of the file lands at place N - 1 - i.
