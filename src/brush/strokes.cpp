@@ -1,5 +1,6 @@
 #include "brush/strokes.h"
 
+#include "base/angles.h"
 #include "brush/model.h"
 
 #include <algorithm>
@@ -9,7 +10,6 @@ void (*stamp_dot)(double x, double y, double size, double r, double g, double b)
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
 constexpr double DOTS_PER_WIDTH = 20.0;  // dots lie a twentieth of the width apart
 constexpr double WIDTH_FLOOR = 0.01;     // field units, added to the width so that a width of 0 has a spacing too
 constexpr double DOTS_MAX = 512.0;       // steps of a row; a longer and thinner stroke becomes a dotted line

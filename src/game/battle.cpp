@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr double DEGREE = PI / 180.0; // radians
-
 // First slot that a beam of `shooter` at (x, y) hits; -1 without any.
 int find_victim(int shooter, double x, double y) {
     for (int j = 0; j < ntmax; ++j) {
@@ -79,8 +77,8 @@ void start_to_kill(int i) {
 
 beam_view_t step_beam(int i) {
     turtle_t& t = ttl[i];
-    const double x = t.beam_x + BEAM_STEP * std::cos(t.beam_dir * DEGREE);
-    const double y = t.beam_y + BEAM_STEP * std::sin(t.beam_dir * DEGREE);
+    const double x = t.beam_x + BEAM_STEP * std::cos(t.beam_dir * DEG_TO_RAD);
+    const double y = t.beam_y + BEAM_STEP * std::sin(t.beam_dir * DEG_TO_RAD);
     const beam_view_t view{.ball = {t.beam_x, t.beam_y}, .struck = is_hitting_wall(x, y), .strike = {x, y}};
     if (view.struck != 0) {
         // The beam stays one step short of the wall: that is where its explosion fades.
@@ -120,8 +118,8 @@ explosion_view_t step_fire_wait(int i) {
 void update_robot(int i) {
     turtle_t& t = ttl[i];
     if (has_any(t.flags, TTL_DOUGHNUT)) return;
-    const double dx = ROBOT_STEP * std::cos(t.dir * DEGREE);
-    const double dy = ROBOT_STEP * std::sin(t.dir * DEGREE);
+    const double dx = ROBOT_STEP * std::cos(t.dir * DEG_TO_RAD);
+    const double dy = ROBOT_STEP * std::sin(t.dir * DEG_TO_RAD);
     const double x = t.pos[0].x + dx;
     const double y = t.pos[0].y + dy;
     if (x < Xmin + ROBOT_MARGIN || x > Xmax - ROBOT_MARGIN || y < Ymin + ROBOT_MARGIN || y > Ymax - ROBOT_MARGIN) {

@@ -3,10 +3,10 @@
 // NO_DISTANCE means "no answer" everywhere, so that callers take minima without a special case.
 #pragma once
 
+#include "base/angles.h"
+
 #include <cfloat>
 
-inline constexpr double PI = 3.141592653589793;
-inline constexpr double DEG_TO_RAD = PI / 180.0;
 inline constexpr double NO_DISTANCE = FLT_MAX; // the largest single-precision float, held in a double
 inline constexpr double BODY_RADIUS = 10.0;    // field units, a turtle's disc against walls
 

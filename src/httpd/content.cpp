@@ -3,6 +3,7 @@
 // list is never cut in the middle.
 #include "httpd/content.h"
 
+#include "base/angles.h"
 #include "base/log.h"
 #include "field/kinds.h"
 #include "field/state.h"
@@ -36,7 +37,6 @@ extern "C" void AnnotateIgnoreReadsEnd(const char* file, int line);
 
 namespace {
 
-constexpr double PI = 3.141592653589793;
 constexpr double EYE_HEIGHT = 10.0;       // of a turtle's camera, field units
 constexpr double SIGHT_LENGTH = 100.0;    // from a turtle's eye to its target, field units
 constexpr double OVERVIEW_HEIGHT = 450.0; // of the overview's eye above the centre, field units
