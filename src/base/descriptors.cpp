@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -17,12 +18,15 @@ void open_standard_streams() {
 int free_descriptors() {
     rlimit limit = {};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return 0;
+    const int most = static_cast<int>(std::min<rlim_t>(limit.rlim_cur, INT_MAX));
     int used = 0;
     DIR* const list = opendir("/proc/self/fd");
     if (list == nullptr) return 0;
-    while (const dirent* const entry = readdir(list)) used += entry->d_name[0] != '.' ? 1 : 0;
+    while (const dirent* const entry = readdir(list)) {
+        // A descriptor from before the limit was lowered may be above it, and takes no place below.
+        if (entry->d_name[0] != '.' && atoi(entry->d_name) < most) ++used;
+    }
     closedir(list);
     --used; // the list itself
-    const rlim_t most = std::min<rlim_t>(limit.rlim_cur, INT_MAX);
-    return std::max(static_cast<int>(most) - used, 0);
+    return std::max(most - used, 0);
 }
