@@ -1,0 +1,71 @@
+// kelmora-headless: the field without a window. Reads the options, furnishes the field, opens the ports, plays.
+// Exit codes: 0 the game has ended, 1 record or results could not be written, 2 a wrong option or value, 3 a port is
+// taken.
+
+#include "base/log.h"
+#include "base/streams.h"
+#include "field/state.h"
+#include "httpd/http_server.h"
+#include "play/game.h"
+#include "play/ports.h"
+#include "play/seats.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace {
+
+constexpr int NOT_WRITTEN = 1;
+constexpr int WRONG_OPTION = 2;
+constexpr int PORT_TAKEN = 3;
+
+game_t game;
+recorder_t recorder;
+
+// @return the file to write to; null when there is none to be written. A file that cannot be opened ends the program.
+FILE* open_output(const char* name, const char* what) {
+    if (name == nullptr) return nullptr;
+    if (strcmp(name, "-") == 0) return stdout;
+    FILE* const file = fopen(name, "wbe");
+    if (file != nullptr) return file;
+    log_line_always("kelmora-headless: cannot write %s to %s: %s", what, name, strerror(errno));
+    exit(WRONG_OPTION);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    open_standard_streams();
+    switch (parse_options(argc, argv, game.options)) {
+    case parse_result_t::help:
+        fputs(options_help(), stdout);
+        return 0;
+    case parse_result_t::wrong:
+        return WRONG_OPTION;
+    case parse_result_t::run:
+        break;
+    }
+    options_t& options = game.options;
+    FILE* const results = open_output(options.results, "the results");
+    game.record_file = open_output(options.record, "the record");
+    if (!options.seed_given) options.setting.seed = static_cast<uint32_t>(time(nullptr));
+    if (options.admit_all) signals.accept_only_localhost = signals.private_mode = false;
+    set_jscript_src(options.scripts);
+
+    take_signals();
+    furnish_field(options.setting);
+    open_ledger(game.ledger);
+    if (!open_ports(game)) return PORT_TAKEN;
+    if (game.record_file != nullptr) {
+        game.recorder = &recorder;
+        start_record(game);
+    }
+    play(game);
+    // The viewers' threads run on until the process is gone: nothing that they use has a destructor.
+    const bool written = finish(game, results);
+    fflush(stdout);
+    _Exit(written ? 0 : NOT_WRITTEN);
+}

@@ -1,0 +1,115 @@
+#include "play/seats.h"
+
+#include "field/turtles.h"
+#include "game/invariants.h"
+#include "net/command.h"
+#include "net/framing.h"
+#include "net/reply.h"
+#include "net/server.h"
+
+#include <atomic>
+#include <csignal>
+#include <poll.h>
+#include <pthread.h>
+
+namespace {
+
+constexpr int64_t SECOND = 1'000'000'000; // ns
+
+std::atomic<bool> stop_requested = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
+
+// The signals that are let in while the game waits, and only then: none is lost between a look and a wait.
+sigset_t signals_while_waiting;
+
+void request_stop(int) { stop_requested = true; }
+
+int slot_of_socket(int sock) {
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        if (client_tab[static_cast<size_t>(slot)].sockfd == sock) return slot;
+    }
+    return -1;
+}
+
+bool wait_on(pollfd* fds, nfds_t count, int64_t patience) {
+    if (stop_requested) return false; // no further signal may come to end the wait
+    const timespec timeout{.tv_sec = patience / SECOND, .tv_nsec = patience % SECOND};
+    return ppoll(fds, count, patience < 0 ? nullptr : &timeout, &signals_while_waiting) > 0;
+}
+
+} // namespace
+
+void take_signals() {
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, &signals_while_waiting); // all threads inherit this
+    sigdelset(&signals_while_waiting, SIGINT);
+    sigdelset(&signals_while_waiting, SIGTERM);
+    struct sigaction action = {};
+    action.sa_handler = request_stop;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    signal(SIGPIPE, SIG_IGN);
+}
+
+bool is_stopped() { return stop_requested; }
+
+bool is_seated(int slot) { return client_tab[static_cast<size_t>(slot)].sockfd >= 0; }
+
+arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool newcomers, int64_t patience) {
+    std::array<pollfd, MAX_CLIENT + 1> fds{};
+    std::array<int, MAX_CLIENT> slots{};
+    nfds_t count = 0;
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        if (!wanted[static_cast<size_t>(slot)]) continue;
+        slots[count] = slot;
+        fds[count++] = {.fd = client_tab[static_cast<size_t>(slot)].sockfd, .events = POLLIN, .revents = 0};
+    }
+    const nfds_t clients = count;
+    if (newcomers) fds[count++] = {.fd = game.listen_sock, .events = POLLIN, .revents = 0};
+
+    arrivals_t arrivals{};
+    if (!wait_on(fds.data(), count, patience)) return arrivals;
+    for (nfds_t k = 0; k < clients; ++k) arrivals.ready[static_cast<size_t>(slots[k])] = fds[k].revents != 0;
+    arrivals.newcomer = newcomers && fds[clients].revents != 0;
+    return arrivals;
+}
+
+void admit_newcomers(game_t& game) {
+    pollfd door{.fd = game.listen_sock, .events = POLLIN, .revents = 0};
+    while (wait_on(&door, 1, 0)) {
+        const int sock = accept_connection(game.listen_sock);
+        const int slot = sock < 0 ? -1 : slot_of_socket(sock);
+        if (slot < 0) continue;
+        ++game.joined;
+        note_join(game.ledger, slot);
+        if (game.recorder != nullptr) record_join(*game.recorder, slot);
+    }
+}
+
+void execute_line(game_t& game, int slot, const char* line) {
+    note_command(game.ledger, slot);
+    if (game.recorder != nullptr) record_command(*game.recorder, slot, line);
+    answer_back(slot, parse_message_for(slot, line));
+    check_invariants();
+}
+
+void leave_seat(game_t& game, int slot) {
+    note_state(game.ledger);
+    note_leave(game.ledger, slot, true);
+    if (game.recorder != nullptr) record_leave(*game.recorder, slot);
+    make_zombie(client_tab[static_cast<size_t>(slot)].turtle_id);
+    disconnect_client(slot);
+}
+
+void drop_the_dead(game_t& game) {
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        client_t& c = client_tab[static_cast<size_t>(slot)];
+        if (c.sockfd < 0 || std::atomic_ref(c.disconnect_request).load() == 0) continue;
+        note_leave(game.ledger, slot, false);
+        if (game.recorder != nullptr) record_drop(*game.recorder, slot);
+        disconnect_client(slot);
+    }
+}

@@ -1,0 +1,25 @@
+// How a game begins: the seed and what stands on the field. A record keeps it, so that the game can be played again.
+#pragma once
+
+#include <cstdint>
+
+enum class field_mode_t { drawing, battle, maze };
+
+struct setting_t {
+    uint32_t seed = 0;
+    field_mode_t mode = field_mode_t::drawing;
+    int stones = 0; // offered to random places, 0 to STONES_MOST; a full table takes no more
+    int coins = 0;  // thrown on the field, 0 to COIN_MAX
+};
+
+inline constexpr int STONES_MOST = 30; // the turtle table holds no more
+
+/// "drawing", "battle" or "maze".
+[[nodiscard]] const char* mode_name(field_mode_t mode);
+
+/// @return whether `name` is one of the three; `mode` is written only then
+[[nodiscard]] bool mode_of_name(const char* name, field_mode_t& mode);
+
+/// Seeds the random numbers and sets all tables up as the window does at its start, then changes the mode, offers the
+/// stones and throws the coins, in this order: the same setting gives the same field. No client may be connected.
+void furnish_field(const setting_t& setting);
