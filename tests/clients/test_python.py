@@ -787,6 +787,32 @@ class Programs(unittest.TestCase):
         self.assertEqual(run_python("", "-m", "kelmora", "nonsense")[0], 2)
 
 
+class Documents(unittest.TestCase):
+    def test_every_program_of_the_readme_runs(self):
+        with open(os.path.join(LIBRARY, "README.md"), encoding="utf-8") as file:
+            programs = re.findall(r"^```python\n(.*?)^```$", file.read(), re.M | re.S)
+        self.assertGreaterEqual(len(programs), 5)
+        begin = "import kelmora\nif %r: kelmora.practice(seed=1)\n"
+        with tempfile.TemporaryDirectory() as folder:
+            for program in programs:
+                path = os.path.join(folder, "program.py")
+                with open(path, "w", encoding="utf-8") as file:
+                    file.write(begin % ("practice(" not in program) + program)
+                made = subprocess.run([sys.executable, "-B", path], cwd=folder, capture_output=True, text=True, timeout=LIMIT,
+                                      env={**os.environ, "PYTHONPATH": os.path.join(LIBRARY, "src")})
+                self.assertEqual(made.returncode, 0, program + made.stdout + made.stderr)
+                for comment in re.findall(r"^print\(.*# (\[.*)$", program, re.M):
+                    self.assertIn(comment, made.stdout)
+
+    def test_the_readme_names_every_word(self):
+        with open(os.path.join(LIBRARY, "README.md"), encoding="utf-8") as file:
+            text = file.read()
+        words = {word for word in dir(kelmora.Turtle) if not word.startswith("_") and callable(getattr(kelmora.Turtle, word))}
+        left = {word for word in words - set(compat.NOTED) if "`%s`" % word not in text}
+        self.assertEqual(left, {"ht", "st", "turtlesize", "isvisible", "getscreen", "getturtle", "getpen", "mode", "window_width",
+                                "window_height", "resetscreen"})
+
+
 class Packages(unittest.TestCase):
     """Wheel and Debian package, built and installed without a network (the test's namespace has none)."""
 

@@ -34,6 +34,36 @@ teal=008080 thistle=d8bfd8 tomato=ff6347 turquoise=40e0d0 violet=ee82ee wheat=f5
 yellow=ffff00 yellowgreen=9acd32
 """.split())
 
+# Tk's shades of some colours, numbered 1 to 4 from light to dark: "red3".
+SHADES = dict(entry.split("=") for entry in """
+antiquewhite=ffefdbeedfcccdc0b08b8378 aquamarine=7fffd476eec666cdaa458b74 azure=f0ffffe0eeeec1cdcd838b8b
+bisque=ffe4c4eed5b7cdb79e8b7d6b blue=0000ff0000ee0000cd00008b brown=ff4040ee3b3bcd33338b2323
+burlywood=ffd39beec591cdaa7d8b7355 cadetblue=98f5ff8ee5ee7ac5cd53868b chartreuse=7fff0076ee0066cd00458b00
+chocolate=ff7f24ee7621cd661d8b4513 coral=ff7256ee6a50cd5b458b3e2f cornsilk=fff8dceee8cdcdc8b18b8878
+cyan=00ffff00eeee00cdcd008b8b darkgoldenrod=ffb90feead0ecd950c8b6508 darkolivegreen=caff70bcee68a2cd5a6e8b3d
+darkorange=ff7f00ee7600cd66008b4500 darkorchid=bf3effb23aee9a32cd68228b darkseagreen=c1ffc1b4eeb49bcd9b698b69
+darkslategray=97ffff8deeee79cdcd528b8b deeppink=ff1493ee1289cd10768b0a50 deepskyblue=00bfff00b2ee009acd00688b
+dodgerblue=1e90ff1c86ee1874cd104e8b firebrick=ff3030ee2c2ccd26268b1a1a gold=ffd700eec900cdad008b7500
+goldenrod=ffc125eeb422cd9b1d8b6914 green=00ff0000ee0000cd00008b00 honeydew=f0fff0e0eee0c1cdc1838b83
+hotpink=ff6eb4ee6aa7cd60908b3a62 indianred=ff6a6aee6363cd55558b3a3a ivory=fffff0eeeee0cdcdc18b8b83
+khaki=fff68feee685cdc6738b864e lavenderblush=fff0f5eee0e5cdc1c58b8386 lemonchiffon=fffacdeee9bfcdc9a58b8970
+lightblue=bfefffb2dfee9ac0cd68838b lightcyan=e0ffffd1eeeeb4cdcd7a8b8b lightgoldenrod=ffec8beedc82cdbe708b814c
+lightpink=ffaeb9eea2adcd8c958b5f65 lightsalmon=ffa07aee9572cd81628b5742 lightskyblue=b0e2ffa4d3ee8db6cd607b8b
+lightsteelblue=cae1ffbcd2eea2b5cd6e7b8b lightyellow=ffffe0eeeed1cdcdb48b8b7a magenta=ff00ffee00eecd00cd8b008b
+maroon=ff34b3ee30a7cd29908b1c62 mediumorchid=e066ffd15feeb452cd7a378b mediumpurple=ab82ff9f79ee8968cd5d478b
+mistyrose=ffe4e1eed5d2cdb7b58b7d7b navajowhite=ffdeadeecfa1cdb38b8b795e olivedrab=c0ff3eb3ee3a9acd32698b22
+orange=ffa500ee9a00cd85008b5a00 orangered=ff4500ee4000cd37008b2500 orchid=ff83faee7ae9cd69c98b4789
+palegreen=9aff9a90ee907ccd7c548b54 paleturquoise=bbffffaeeeee96cdcd668b8b palevioletred=ff82abee799fcd68898b475d
+peachpuff=ffdab9eecbadcdaf958b7765 pink=ffb5c5eea9b8cd919e8b636c plum=ffbbffeeaeeecd96cd8b668b
+purple=9b30ff912cee7d26cd551a8b red=ff0000ee0000cd00008b0000 rosybrown=ffc1c1eeb4b4cd9b9b8b6969
+royalblue=4876ff436eee3a5fcd27408b salmon=ff8c69ee8262cd70548b4c39 seagreen=54ff9f4eee9443cd802e8b57
+seashell=fff5eeeee5decdc5bf8b8682 sienna=ff8247ee7942cd68398b4726 skyblue=87ceff7ec0ee6ca6cd4a708b
+slateblue=836fff7a67ee6959cd473c8b slategray=c6e2ffb9d3ee9fb6cd6c7b8b snow=fffafaeee9e9cdc9c98b8989
+springgreen=00ff7f00ee7600cd66008b45 steelblue=63b8ff5cacee4f94cd36648b tan=ffa54fee9a49cd853f8b5a2b
+thistle=ffe1ffeed2eecdb5cd8b7b8b tomato=ff6347ee5c42cd4f398b3626 turquoise=00f5ff00e5ee00c5cd00868b
+violetred=ff3e96ee3a8ccd32788b2252 wheat=ffe7baeed8aecdba968b7e66 yellow=ffff00eeee00cdcd008b8b00
+""".split())
+
 mode: float = 1.0  # what parts go up to when a turtle has no colour mode of its own: 1.0 or 255
 
 
@@ -41,6 +71,9 @@ def from_name(name: str) -> Color:
     """The colour of a name or of "#rrggbb"; raises BadValue."""
     word = "".join(name.split()).lower()
     digits = word[1:] if word.startswith("#") else NAMES.get(word, "")
+    if not digits and word[:-1] in SHADES and word[-1] in "1234":
+        start = 6 * (int(word[-1]) - 1)
+        digits = SHADES[word[:-1]][start:start + 6]
     if not digits and word[:4] in ("gray", "grey") and word[4:].isdecimal() and int(word[4:]) <= 100:
         level = int(int(word[4:]) * 255 / 100 + 0.5) / 255
         return level, level, level

@@ -143,7 +143,9 @@ class Pen(Motion):
         pieces = pieces_of(trace.points)
         if not pieces:
             return True
-        packets = [*fill_packets(pieces, self._fillcolor), *stroke_packets(straightened(trace.strokes))]
+        # An edge in the colour of the area needs no second painting, unless it is wider than what the area covers of it.
+        edge = [stroke for stroke in straightened(trace.strokes) if stroke.color != self._fillcolor or stroke.width > 1]
+        packets = [*fill_packets(pieces, self._fillcolor), *stroke_packets(edge)]
         return self._painted(packets, trace.points[-1])
 
     def filling(self) -> bool:
