@@ -126,6 +126,7 @@ export const TEXTS = {
   'learn.open': ['Open in the editor', 'Im Editor öffnen'],
   'learn.all': ['All lessons and examples', 'Alle Lektionen und Beispiele'],
   'learn.loading': ['One moment…', 'Einen Moment…'],
+  'learn.none': ['There are no lessons here.', 'Hier gibt es keine Lektionen.'],
   'learn.failed': ['Lessons and examples could not be loaded.', 'Lektionen und Beispiele konnten nicht geladen werden.'],
 
   'watch.title': ['The field', 'Das Feld'],
@@ -173,6 +174,9 @@ export const TEXTS = {
   'desk.rename': ['Correct the name of {0}', 'Namen von {0} berichtigen'],
   'desk.rename.ask': ['New name', 'Neuer Name'],
   'desk.view': ['Program of {0}', 'Programm von {0}'],
+  'desk.b.view': ['Program', 'Programm'],
+  'desk.b.rename': ['Rename', 'Umbenennen'],
+  'desk.b.remove': ['Remove', 'Entfernen'],
   'desk.zip': ['Collect all programs', 'Alle Programme einsammeln'],
   'desk.field': ['The field', 'Das Feld'],
   'desk.which': ['Which field', 'Welches Feld'],

@@ -98,13 +98,13 @@ function row(session) {
     el('td', {}, el('span', { class: `chip ${session.doing === 'error' ? 'bad' : session.doing === 'running' ? 'good' : ''}`, text: t(`doing.${session.doing}`) })),
     el('td', { class: 'said mono', title: session.said || '' }, lastLine),
     el('td', {}, el('div', { class: 'row tools' },
-      button('👁︎', t('desk.view', session.name), () => showProgram(session), !session.program),
-      button('■', t('desk.stopone', session.name), () => act('stop', { id: session.id }), !session.run),
-      button('✎', t('desk.rename', session.name), async () => {
+      button(t('desk.b.view'), t('desk.view', session.name), () => showProgram(session), !session.program),
+      button(t('stop'), t('desk.stopone', session.name), () => act('stop', { id: session.id }), !session.run),
+      button(t('desk.b.rename'), t('desk.rename', session.name), async () => {
         const name = await ask(t('desk.rename', session.name), { value: session.name, label: t('desk.rename.ask') });
         if (name) act('rename', { id: session.id, name });
       }),
-      button('✕', t('desk.remove', session.name), async () => {
+      button(t('desk.b.remove'), t('desk.remove', session.name), async () => {
         if (await ask(t('desk.remove', session.name), { text: t('desk.remove.sure', session.name) })) act('remove', { id: session.id });
       }))));
 }
@@ -173,9 +173,9 @@ document.body.append(
   el('header', { class: 'bar' }, logoMark(), el('h1', { class: 'bar-title', text: t('desk.title') }), el('span', { class: 'grow' }),
     pauseButton, stopAllButton, zip, ...pageButtons()),
   el('main', { class: 'desk' }, trouble, told,
+    el('section', { class: 'card stack' }, el('h2', { text: t('desk.students') }),
+      el('div', { class: 'table' }, el('table', {}, el('thead', {}, el('tr', {}, ...['student', 'place', 'doing', 'said', 'actions'].map((key) => el('th', { scope: 'col', text: t(`desk.${key}`) })))), rows))),
     el('div', { class: 'desk-grid' },
-      el('section', { class: 'card stack wide' }, el('h2', { text: t('desk.students') }),
-        el('div', { class: 'table' }, el('table', {}, el('thead', {}, el('tr', {}, ...['student', 'place', 'doing', 'said', 'actions'].map((key) => el('th', { scope: 'col', text: t(`desk.${key}`) })))), rows))),
       section(t('desk.code'), code, address,
         el('div', { class: 'row' }, el('a', { class: 'button', href: '/board', target: '_blank', text: t('desk.board') }),
           el('button', { type: 'button', text: t('desk.code.new'), on: { click: () => act('code', {}) } }),

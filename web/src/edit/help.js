@@ -24,7 +24,10 @@ export function makePanel({ button, title, content, opened = () => {} }) {
     if (show) for (const other of document.querySelectorAll('.panel')) other.dispatchEvent(new Event('give-way'));
     element.hidden = !show;
     button.setAttribute('aria-expanded', String(show));
-    if (show) opened();
+    if (show) {
+      close.focus();
+      opened();
+    }
     else button.focus();
   };
   element.addEventListener('give-way', () => {

@@ -46,6 +46,7 @@ export function makeLearn({ button, open }) {
     const lessons = told.lessons.map((lesson) => el('li', {}, el('button', { type: 'button', class: 'plain grow left', text: lesson.title,
       on: { click: () => showLesson(lesson) } })));
     list.replaceChildren(...section(t('learn.lessons'), lessons), ...section(t('learn.examples'), examples));
+    if (!list.firstChild) list.append(el('p', { class: 'muted', text: t('learn.none') }));
   }
 
   async function load() {

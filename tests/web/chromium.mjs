@@ -1,0 +1,56 @@
+// Chromium, driven over standard input and output by browsers.py: one order a line, one answer a line, both JSON.
+import { createInterface } from 'node:readline';
+import { createRequire } from 'node:module';
+const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking',
+    '--disable-component-update', '--disable-sync'],
+});
+let context = null;
+const tabs = new Map();
+let tab = null;
+let errors = [];
+let asked = new Set();
+
+const orders = {
+  // A person of their own: nothing is left of whoever sat here before.
+  async fresh({ width = 1280, height = 800, locale = 'en-US', look = 'light' }) {
+    if (context) await context.close();
+    tabs.clear();
+    errors = [];
+    asked = new Set();
+    context = await browser.newContext({ viewport: { width, height }, locale, colorScheme: look });
+    context.on('request', (request) => asked.add(new URL(request.url()).origin));
+  },
+  async tab({ name }) {
+    if (!tabs.has(name)) {
+      const page = await context.newPage();
+      page.on('pageerror', (error) => errors.push(String(error)));
+      tabs.set(name, page);
+    }
+    tab = tabs.get(name);
+    await tab.bringToFront();
+  },
+  open: async ({ url }) => { await tab.goto(url); },
+  run: ({ script }) => tab.evaluate(`(async () => {${script}})()`),
+  key: async ({ keys }) => { for (const key of keys) await tab.keyboard.press(key); },
+  type: async ({ text }) => { await tab.keyboard.type(text); },
+  size: ({ width, height }) => tab.setViewportSize({ width, height }),
+  shot: ({ file }) => tab.screenshot({ path: file }).then(() => true),
+  errors: async () => errors.splice(0),
+  asked: async () => [...asked],
+};
+
+for await (const line of createInterface({ input: process.stdin })) {
+  const { order, ...given } = JSON.parse(line);
+  let answer;
+  try {
+    answer = { result: (await orders[order](given)) ?? null };
+  } catch (error) {
+    answer = { failed: String(error) };
+  }
+  process.stdout.write(`${JSON.stringify(answer)}\n`);
+}
+await browser.close();

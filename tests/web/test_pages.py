@@ -1,0 +1,346 @@
+"""The pages of a class in real browsers: the real class server, the real field, an address that is not loopback.
+
+Run inside scripts/in-namespace after scripts/web-build. KELMORA and KELMORA_CLASS name the programs; BROWSERS may name the
+browsers, separated by blanks, else they are Chromium and Firefox.
+"""
+import json
+import os
+import sys
+import unittest
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.join(HERE, "..", "..")
+sys.path.insert(0, HERE)
+sys.path.insert(0, os.path.join(HERE, "..", "class"))
+from browsers import Chromium, Firefox, WebKit  # noqa: E402
+from classroom import CODE, LAN, Classroom, Field  # noqa: E402
+from harness import wait_until  # noqa: E402
+from pupil import FIND, Pupil  # noqa: E402
+
+SPIN = "x = 41\nprint('spinning')\nwhile True:\n    pass\n"
+SQUARE = "from kelmora import *\nfor side in range(4):\n    forward(60)\n    left(90)\nforward(30)\nprint('A square!')\n"
+
+
+class Pages:
+    """The tests of one browser; it is started once for all of them."""
+    make_browser = None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.field = Field().__enter__()
+        cls.addClassCleanup(cls.field.stop)
+        cls.browser = cls.make_browser()
+        cls.addClassCleanup(cls.browser.close)
+
+    def setUp(self):
+        self.field.key("K")
+        self.field.settle()
+        self.room = self.enterContext(Classroom(root=os.path.join(ROOT, "web", "dist", "class")))
+        self.origin = "http://%s:%d" % (LAN, self.room.port)
+        self.browser.fresh(origins=[self.origin])
+        self.pupil = Pupil(self.browser, self.origin)
+
+    def on_field(self, name="Ann"):
+        return next((t for t in self.room.browser().get("/field/0/turtle").json if t["name"] == name and t["alive"]), None)
+
+    def test_a_lesson(self):
+        """Join, write, run, stop, input, sleep, errors, rules: one pupil's lesson, because starting one takes longest."""
+        ann = self.pupil
+        self.assertFalse(bool(ann.open("/")))
+        self.assertFalse(ann.run("return isSecureContext;"))
+        ann.join("WRONG", "Ann")
+        ann.see("That is not the class code")
+        ann.sit_down(CODE.lower(), "Ann")
+        for name in ("Program", "Run", "Stop", "Output", "Input", "Speed", "Language", "Share", "Save", "Open"):
+            self.assertTrue(ann.is_there(name), name)
+
+        with self.subTest("a program moves the turtle on the field"):
+            ann.start(SQUARE)
+            ann.says("A square!")
+            ann.finished()
+            at = self.on_field()
+            self.assertAlmostEqual(at["x"], 30, places=3)
+            self.assertAlmostEqual(at["y"], 0, places=3)
+
+        with self.subTest("a second run starts anew, and leaves one turtle"):
+            ann.start("from kelmora import *\nprint('at', position())\n")
+            self.assertIn("at (0", ann.finished())
+            turtles = [t for t in self.room.browser().get("/field/0/turtle").json if t["alive"]]
+            self.assertEqual([t["name"] for t in turtles], ["Ann"])
+
+        with self.subTest("stop keeps the variables"):
+            ann.start(SPIN)
+            ann.says("spinning")
+            ann.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => "
+                    "(document.body.dataset.state === 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });"
+                    + FIND + "named('Stop').click();")
+            took = ann.run("return await window.stopped;")
+            print("\n%s: Stop took %.0f ms" % (self.browser.name, took), file=sys.stderr)
+            ann.says("the variables are kept")
+            ann.answer("x + 1")
+            ann.says("42")
+            ann.ready()
+
+        with self.subTest("input in place"):
+            ann.start("name = input('Who? ')\nprint('Hello', name)\n")
+            ann.wait("document.body.dataset.state === 'asking'", "the question")
+            ann.answer("Zoë")
+            self.assertIn("Hello Zoë", ann.finished())
+
+        with self.subTest("stop while it asks"):
+            ann.start("input('? ')\n")
+            ann.wait("document.body.dataset.state === 'asking'", "the question")
+            ann.press("Stop")
+            self.assertIn("stopped", ann.finished())
+
+        with self.subTest("sleep waits, and Stop ends it"):
+            ann.start("import time\nb = time.monotonic()\ntime.sleep(0.6)\nprint(time.monotonic() - b >= 0.6)\ntime.sleep(600)\n")
+            ann.says("True")
+            ann.press("Stop")
+            self.assertIn("stopped", ann.finished())
+
+        with self.subTest("an error marks its line and gives advice"):
+            ann.start("from kelmora import *\nforward(5)\nfoward(20)\n")
+            said = ann.finished()
+            self.assertIn("Line 3", said)
+            self.assertIn("NameError", said)
+            self.assertIn("Did you mean forward", said)
+            self.assertEqual(ann.run("return document.querySelector('.cm-error-line').innerText;"), "foward(20)")
+            self.assertNotIn("kelmora_runner", said)
+
+        with self.subTest("an error of the syntax, too"):
+            ann.start("for i in range(3)\n    print(i)\n")
+            said = ann.finished()
+            self.assertIn("Line 1", said)
+            self.assertIn("colon", said)
+
+        with self.subTest("a rule that forbids becomes an error at its line"):
+            ann.start("from kelmora import *\nforward(5)\nclearscreen()\n")
+            said = ann.finished()
+            self.assertIn("Line 3", said)
+            self.assertIn("switched this command off", said)
+
+        with self.subTest("output without an end does not drown the page"):
+            ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")
+            ann.says("line 2000")
+            ann.press("Stop")
+            ann.finished()
+            self.assertLess(ann.run("return document.querySelector('[role=log]').innerText.length;"), 200000)
+
+        with self.subTest("JavaScript runs, says its line, and stops"):
+            ann.fill("Language", "javascript")
+            ann.ready()
+            ann.start("forward(40); left(90);\nprint('at', Math.round(position()[0]));\n")
+            self.assertIn("at 40", ann.finished())
+            ann.start("let a = 1;\nnowhere(a);\n")
+            self.assertIn("Line 2", ann.finished())
+            ann.start("print('spinning');\nfor (;;) {}\n")
+            ann.says("spinning")
+            ann.press("Stop")
+            self.assertIn("stopped", ann.finished())
+
+        with self.subTest("blocks write Python"):
+            ann.fill("Language", "blocks")
+            ann.wait("document.querySelector('.blocklyDraggable')", "the blocks")
+            self.assertIn("forward(100)", ann.run("return kelmora.editor.text();"))
+            ann.press("Run")
+            ann.wait("document.body.dataset.state !== 'ready'", "the start")
+            ann.says("finished")
+
+    def test_reload_and_two_tabs(self):
+        ann = self.pupil
+        ann.sit_down(CODE, "Ann")
+        ann.start("import time\nprint('begun')\ntime.sleep(600)\n")
+        ann.says("begun")
+        ann.open("/edit")  # the page is left in the middle of a run
+        ann.ready()
+        ann.wait("kelmora.session.state && kelmora.session.state.seat", "the seat again")
+        self.assertEqual(ann.run("return kelmora.session.state.name;"), "Ann")
+        self.assertIn("time.sleep(600)", ann.run("return kelmora.editor.text();"))
+        ann.start("import time\nprint('again')\ntime.sleep(600)\n")
+        ann.says("again")
+        if self.browser.name == "webkit":
+            return
+        self.browser.tab("second")
+        ann.open("/edit")
+        ann.ready()
+        ann.wait("kelmora.session.state && kelmora.session.state.seat", "the same session")
+        ann.start("print('here')\n")
+        self.assertIn("here", ann.finished())
+        self.browser.tab("first")
+        ann.says("another run of yours has begun")
+
+    def test_desk_and_board(self):
+        teacher = Pupil(self.browser, "http://localhost:%d" % self.room.port)
+        ann = self.room.student("Ann")
+        ann.ask("PUT", "/api/program", {"language": "python", "title": "Mine", "text": "print(7)"})
+        teacher.open("/board")
+        teacher.see(CODE)
+        teacher.see("%s:%d" % (LAN, self.room.port))
+        teacher.wait("[...document.querySelectorAll('.who .name')].some((e) => e.innerText === 'Ann')", "Ann on the board")
+        teacher.wait("document.querySelector('img.qr').naturalWidth > 0", "the QR code")
+        teacher.open("/desk")
+        teacher.see("Ann")
+        teacher.press("Program of Ann")
+        teacher.see("print(7)")
+        teacher.press("Close")
+        teacher.press("Pause all")
+        wait_until(lambda: ann.me()["paused"], 60, "the pause")
+        teacher.wait("[...document.querySelectorAll('button')].some((b) => b.innerText === 'Go on')", "the way back")
+        teacher.press("Go on")
+        wait_until(lambda: not ann.me()["paused"], 60, "the end of the pause")
+        teacher.run("[...document.querySelectorAll('.check')].find((l) => l.innerText.includes('wipe the painting')).querySelector('input').click();")
+        wait_until(lambda: "c a" not in ann.me()["forbidden"], 60, "the rule to change")
+        teacher.fill("Its name", "Start here")
+        teacher.run(FIND + "const e = document.querySelector('textarea'); e.value = 'print(1)'; e.dispatchEvent(new Event('input'));")
+        teacher.press("Give to everybody")
+        wait_until(lambda: ann.me()["starter"] > 0, 60, "the starting program")
+        self.assertEqual(ann.get("/api/starter").json["text"], "print(1)")
+        teacher.press("Rename %s" % "Ann" if teacher.is_there("Rename Ann") else "Correct the name of Ann")
+        teacher.run("const d = document.querySelector('dialog'); d.querySelector('input').value = 'Anna'; d.querySelector('.main').click();")
+        wait_until(lambda: ann.me()["name"] == "Anna", 60, "the new name")
+        teacher.see("Anna")
+        teacher.press("Remove Anna")
+        teacher.run("document.querySelector('dialog .main').click();")
+        wait_until(lambda: ann.get("/api/me").status == 401, 60, "Anna to be out")
+        # From another address the desk stays closed.
+        ann = Pupil(self.browser, self.origin)
+        ann.open("/desk")
+        ann.see("localhost")
+        self.assertFalse(ann.is_there("Pause all"))
+
+    def test_starting_program_and_waiting_pupil(self):
+        """Ten sit; the eleventh practises meanwhile, and finds the teacher's program in the editor."""
+        for i in range(10):
+            self.room.student("Pupil %d" % i)
+        teacher = self.room.teacher()
+        self.assertEqual(teacher.post("/api/desk/starter", {"language": "python", "title": "Go", "text": "print('from the desk')\n"}).status, 200)
+        eve = self.pupil
+        eve.sit_down(CODE, "Eve")
+        eve.see("place 1 in the queue")
+        eve.wait("kelmora.editor.text().includes('from the desk')", "the teacher's program")
+        eve.ready()
+        eve.start("from kelmora import *\npensize(9)\nforward(120)\nprint(input('well? '))\n")
+        eve.wait("document.body.dataset.state === 'asking'", "the question")
+        eve.answer("yes")
+        self.assertIn("yes", eve.finished())
+        self.assertTrue(self.red_at(eve, 60, 0))
+        self.assertIsNone(self.on_field("Eve"))
+
+    @staticmethod
+    def red_at(pupil, x, y):
+        """True when the practice canvas is red at a place of the field."""
+        return pupil.run("const c = kelmora.practice.canvas; const p = c.getContext('2d').getImageData((%d + 256) * c.width / 512, "
+                         "(256 - %d) * c.height / 512, 1, 1).data; return p[0] > 200 && p[1] < 60;" % (x, y))
+
+    def test_practice_without_joining(self):
+        eve = self.pupil
+        eve.open("/edit")
+        eve.ready()
+        eve.start("from kelmora import *\npensize(9)\nforward(100)\nprint(position())\n")
+        self.assertIn("(100", eve.finished())
+        self.assertTrue(self.red_at(eve, 50, 0))
+        eve.start(SPIN)
+        eve.says("spinning")
+        eve.press("Stop")
+        self.assertIn("stopped", eve.finished())
+
+    def test_share_and_german(self):
+        ann = self.pupil
+        ann.open("/edit")
+        ann.ready()
+        ann.write("print('shared')\n")
+        ann.press("Share")
+        link = ann.wait("document.querySelector('dialog input') && document.querySelector('dialog input').value", "the link")
+        self.assertTrue(link.startswith(self.origin + "/edit#p="), link)
+        ann.run("localStorage.clear(); localStorage.setItem('kelmora.language', '\"de\"');")
+        ann.open("about:blank" if link.startswith("/") else "/watch")
+        self.browser.open(link)
+        ann.ready()
+        self.assertEqual(ann.run("return kelmora.editor.text();"), "print('shared')\n")
+        self.assertEqual(ann.run("return document.documentElement.lang;"), "de")
+        self.assertTrue(ann.is_there("Ausgabe"))
+        ann.press("Start")
+        self.assertIn("shared", ann.finished())
+        ann.start("for i in range(3)\n    pass\n")
+        self.assertIn("Doppelpunkt", ann.finished())
+
+
+class InChromium(Pages, unittest.TestCase):
+    make_browser = Chromium
+
+    def test_keyboard_alone(self):
+        """From the address to a running program without a pointer."""
+        self.browser.fresh()
+        ann = self.pupil
+        ann.open("/")
+        ann.wait("document.activeElement && document.activeElement.id === 'code'", "the code to have the focus")
+        self.browser.order("type", text=CODE)
+        self.browser.order("key", keys=["Tab"])
+        self.browser.order("type", text="Kay")
+        self.browser.order("key", keys=["Enter"])
+        ann.wait("location.pathname === '/edit'", "the editor")
+        ann.ready()
+        ann.run(FIND + "named('Program').focus();")
+        self.browser.order("key", keys=["Control+a"])
+        self.browser.order("type", text="print(6 * 7)")
+        self.browser.order("key", keys=["Control+Enter"])
+        ann.says("42")
+        ann.ready()
+        self.browser.order("key", keys=["Control+a", "Delete"])
+        self.browser.order("type", text="while True: pass")
+        self.browser.order("key", keys=["Control+Enter"])
+        ann.wait("document.body.dataset.state === 'running'", "the program to run")
+        self.browser.order("key", keys=["Control+."])
+        ann.says("stopped")
+        # Escape, then Tab, leaves the editor, in which Tab alone indents.
+        ann.run(FIND + "named('Program').focus();")
+        self.browser.order("key", keys=["Escape", "Tab"])
+        self.assertFalse(ann.run("return document.activeElement.closest('.cm-editor') !== null;"))
+
+    def test_nothing_leaves_the_machine(self):
+        self.browser.fresh()
+        ann = self.pupil
+        for path in ("/", "/edit", "/watch"):
+            ann.open(path)
+            ann.wait("document.querySelector('main')", "the page")
+        ann.open("/edit")
+        ann.ready()
+        self.assertEqual(self.browser.order("asked"), [self.origin])
+        self.assertEqual(self.browser.order("errors"), [])
+        # The second visit loads nothing heavy: all of it is in the cache.
+        weight = ann.run("return performance.getEntriesByType('resource').reduce((sum, one) => sum + one.transferSize, 0);")
+        self.assertLess(weight, 200000)
+
+    def test_phone_upright(self):
+        """Nothing is wider than the window, and what is needed is in reach."""
+        self.browser.fresh(width=390, height=844)
+        ann = self.pupil
+        for path in ("/", "/edit", "/watch"):
+            ann.open(path)
+            ann.wait("document.querySelector('main')", "the page")
+            self.assertLessEqual(ann.run("return document.documentElement.scrollWidth;"), 390, path)
+        ann.open("/edit")
+        ann.ready()
+        for name in ("Run", "Stop", "Program", "Output", "Language", "Speed"):
+            box = ann.run(FIND + "const b = named(%s).getBoundingClientRect(); return [b.left, b.right];" % json.dumps(name))
+            self.assertTrue(0 <= box[0] and box[1] <= 391, (name, box))
+
+
+class InFirefox(Pages, unittest.TestCase):
+    make_browser = Firefox
+
+
+class InWebKit(Pages, unittest.TestCase):
+    make_browser = WebKit
+    test_desk_and_board = test_starting_program_and_waiting_pupil = test_share_and_german = None
+
+
+def load_tests(loader, _tests, _pattern):
+    wanted = os.environ.get("BROWSERS", "chromium firefox").split()
+    kinds = {"chromium": InChromium, "firefox": InFirefox, "webkit": InWebKit}
+    return unittest.TestSuite(loader.loadTestsFromTestCase(kinds[name]) for name in wanted)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
