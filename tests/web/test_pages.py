@@ -262,7 +262,8 @@ class Pages:
         self.assertTrue(ann.is_there("Ausgabe"))
         ann.press("Start")
         self.assertIn("shared", ann.finished())
-        ann.start("for i in range(3)\n    pass\n")
+        ann.write("for i in range(3)\n    pass\n")
+        ann.press("Start")
         self.assertIn("Doppelpunkt", ann.finished())
 
 

@@ -391,6 +391,7 @@ async function start() {
 function stop() {
   if (!current) return;
   const running = links[current.engine];
+  current.pressed = true;
   if (running.busy) running.stop();
   else finish({ how: 'stopped', reason: 'stopped' });
 }
@@ -400,7 +401,7 @@ function finish(message) {
   current = null;
   asking = '';
   lastHow = message.how;
-  if (run && run.number !== null && run.number !== undefined) {
+  if (run && run.number !== null && run.number !== undefined && !(message.how === 'stopped' && !run.pressed)) {
     postJson(`/api/run/end?run=${run.number}`, { how: message.how === 'error' ? 'error' : 'done' }).catch(() => {});
   }
   if (message.how !== 'error') editor.mark(null);
@@ -410,10 +411,21 @@ function finish(message) {
     const plain = run?.engine === 'javascript' && message.reason === 'stopped';
     const reason = message.lost ? 'lost' : plain ? 'plain' : message.reason || 'stopped';
     output.box(el('p', { class: 'end muted small', text: t(`end.${reason}`) }));
+    if (!run?.pressed && reason === 'stopped' && run?.number) tellWhy(run.number, output.last());
   } else if (message.how === 'crashed') output.box(el('p', { class: 'alert', role: 'alert', text: t('end.crashed') }));
   else if (message.how === 'error') showError(message.error, run);
   if (program) showState(link().state);
   sendProgram();
+}
+
+/** Not Stop, but something else ended the run: asks what, and puts it in the place of the note. */
+async function tellWhy(number, note) {
+  try {
+    await postText(`/api/run/lines?run=${number}`, '');
+  } catch (error) {
+    const { reason } = error.told || {};
+    if (reason && reason !== 'stopped') note.textContent = t(`end.${reason}`);
+  }
 }
 
 function showError(error, run) {

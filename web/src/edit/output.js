@@ -87,6 +87,8 @@ export function makeOutput(submit) {
         input.focus();
       } else input.removeAttribute('aria-description');
     },
+    /** The box or text that came last. */
+    last: () => log.lastChild,
     tail: () => tail,
   };
 }
