@@ -38,8 +38,6 @@ export const TEXTS = {
   'edit.tools': ['Tools', 'Werkzeuge'],
   'edit.section': ['Your program', 'Dein Programm'],
   'edit.running': ['Running', 'Ausführen'],
-  'edit.blocks': ['Blocks', 'Blöcke'],
-  'edit.blocks.code': ['The same in Python', 'Dasselbe in Python'],
   'language.python': ['Python', 'Python'],
   'language.javascript': ['JavaScript', 'JavaScript'],
   'language.blocks': ['Blocks', 'Blöcke'],

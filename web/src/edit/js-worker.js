@@ -2,7 +2,7 @@
 // waits for the field by itself, `await` before it does no harm. Stop ends the worker.
 // Messages as in python-worker.js.
 import { Ended, makeHost } from './host.js';
-import { makeWords } from './js-turtle.js';
+import { KelmoraError, makeWords } from './js-turtle.js';
 import { PracticeField } from './js-practice.js';
 
 const post = (message) => self.postMessage(message);
@@ -28,11 +28,18 @@ function lineIn(stack) {
   return found ? Number(found[1]) - FIRST_LINES : null;
 }
 
+// Where the stack names no files (WebKit), an error that comes from no file of ours carries its line itself.
+function lineOf(error) {
+  return lineIn(error.stack) ?? (typeof error.line === 'number' && !error.sourceURL && !(error instanceof KelmoraError) ? error.line - FIRST_LINES : null);
+}
+
 function describe(error) {
   const isError = error instanceof Error;
-  return { kind: isError ? error.name : 'Error', message: isError ? error.message : show(error), line: isError ? lineIn(error.stack) : null,
+  return { kind: isError ? error.name : 'Error', message: isError ? error.message : show(error), line: isError ? lineOf(error) : null,
     column: null, end: null, through: [], bases: [] };
 }
+
+const withoutImports = (source) => source.replace(/^\s*import\s*\{[^}]*\}\s*from\s*(["'])kelmora\1;?/gm, (found) => found.replace(/[^\n]/g, ''));
 
 function sleepFor(seconds) {
   const end = performance.now() + Math.max(0, Number(seconds) || 0) * 1000;
@@ -67,11 +74,13 @@ async function execute(order) {
       sleep: sleepFor,
       randint: (least, most) => Math.floor(Math.random() * (most - least + 1)) + least,
     };
+    // Programs written for the library import from it; here its words are there already.
+    given.connect = async () => turtle;
     given.prompt = given.input;
     given.alert = given.print;
     // A name that the program declares itself hides ours: each word is an argument of a function around it.
     const names = Object.keys(given);
-    const program = new AsyncFunction(...names, `return (async () => {${order.source}\n})();\n//# sourceURL=${NAME}`);
+    const program = new AsyncFunction(...names, `return (async () => {${withoutImports(order.source)}\n})();\n//# sourceURL=${NAME}`);
     await program(...names.map((name) => given[name]));
     if (field) field.flush();
   } catch (error) {

@@ -1,0 +1,124 @@
+// Logic of the pages that needs no browser: texts, help, shared programs, lessons, painting.
+import assert from 'node:assert/strict';
+import { readFileSync, readdirSync } from 'node:fs';
+import path from 'node:path';
+import test from 'node:test';
+import { fileURLToPath } from 'node:url';
+import { lessonParts } from '../../web/build-learn.mjs';
+import { TEXTS, chooseLanguage, refusal, t, waitText } from '../../web/src/common/texts.js';
+import { fromFragment, toFragment } from '../../web/src/edit/share.js';
+import { GROUPS, findWords, inJavaScript } from '../../web/src/edit/words.js';
+import { parseCards, pollChanges } from '../../web/src/watch/painting.js';
+
+const SOURCES = fileURLToPath(new URL('../../web/src/', import.meta.url));
+const sources = readdirSync(SOURCES, { recursive: true }).filter((name) => name.endsWith('.js'))
+  .map((name) => [name, readFileSync(path.join(SOURCES, name), 'utf8')]);
+
+test('every text has two languages and the same gaps in both', () => {
+  for (const [key, row] of Object.entries(TEXTS)) {
+    assert.equal(row.length, 2, key);
+    const gaps = row.map((text) => [...new Set(text.match(/\{\d\}/g) || [])].sort().join());
+    assert.equal(gaps[0], gaps[1], key);
+  }
+});
+
+test('every text that a page asks for is in the table, and every one in it is asked for', () => {
+  const all = sources.filter(([name]) => !name.endsWith('texts.js')).map(([, text]) => text).join('\n');
+  const asked = [...all.matchAll(/\bt\('([\w.]+)'/g)].map(([, key]) => key);
+  assert.ok(asked.length > 100);
+  for (const key of asked) assert.ok(TEXTS[key], `no text for ${key}`);
+  const begun = [...all.matchAll(/\bt\(`([\w.]+)\$\{/g)].map(([, prefix]) => prefix);
+  for (const key of Object.keys(TEXTS)) {
+    const used = all.includes(`'${key}'`) || begun.some((prefix) => key.startsWith(prefix)) || /^(error|wait|desk\.(do|key|rule))\./.test(key);
+    assert.ok(used, `nobody asks for ${key}`);
+  }
+});
+
+test('texts follow the language, fall back to English, and fill their gaps', () => {
+  chooseLanguage('de-AT');
+  assert.equal(t('run'), 'Start');
+  assert.equal(t('error.line', 3), 'Zeile 3');
+  chooseLanguage('fr');
+  assert.equal(t('run'), 'Run');
+  assert.equal(t('no such key'), 'no such key');
+  assert.equal(refusal({ word: 'slow', told: { retry_s: 7 } }), 'Too many wrong codes. Wait 7 seconds.');
+  assert.equal(refusal({ word: 'unheard', message: 'as the server says' }), 'as the server says');
+  assert.equal(waitText(89), '89 s');
+  assert.equal(waitText(150), '3 min');
+});
+
+test('help is found by word, in either language, whatever its accents and capitals', () => {
+  const names = (question, language) => findWords(question, language).map(({ row }) => row[0]);
+  assert.equal(names('forw', 'en')[0], 'forward(d)');
+  assert.ok(names('colour', 'en').includes('pencolor(c)'));
+  assert.ok(names('FARBE', 'de').includes('pencolor(c)'));
+  assert.ok(names('zuruck', 'de').includes('back(d)'));
+  assert.deepEqual(names('nothing of that kind', 'en'), []);
+  assert.equal(names('', 'en').length, GROUPS.reduce((sum, group) => sum + group[3].length, 0));
+  assert.equal(inJavaScript('begin_fill()'), 'beginFill()');
+});
+
+test('a program survives the way through an address', async () => {
+  const program = { language: 'python', title: 'Zoë’s spiral', text: 'print("ü")\n'.repeat(500) };
+  const fragment = await toFragment(program);
+  assert.match(fragment, /^p=1[A-Za-z0-9_-]+$/);
+  assert.ok(fragment.length < 400);
+  assert.deepEqual(await fromFragment(`#${fragment}`), program);
+});
+
+test('an address that makes no sense holds no program', async () => {
+  for (const bad of ['', '#', '#p=', '#p=1!!!', '#p=1AAAA', '#p=0AAAA', '#p=2AAAA', `#p=0${btoa('["cobol","t","x"]')}`, `#p=0${btoa('{"a":1}')}`,
+    `#p=0${btoa('["python",1,"x"]')}`, `#p=1${'A'.repeat(300000)}`]) {
+    assert.equal(await fromFragment(bad), null, bad.slice(0, 40));
+  }
+});
+
+test('a shared program that would unpack without an end is refused', async () => {
+  const stream = new Blob([new Uint8Array(50_000_000)]).stream().pipeThrough(new CompressionStream('deflate'));
+  const packed = Buffer.from(await new Response(stream).arrayBuffer()).toString('base64url');
+  assert.ok(packed.length < 100000);
+  assert.equal(await fromFragment(`#p=1${packed}`), null);
+});
+
+test('a lesson becomes plain parts', () => {
+  const parts = lessonParts('# One\n\nSome *text*\nover `two` lines with [a link](x.md).\n\n- an item\n  that goes on\n1. first\n\n<!-- a: b -->\n```python\nforward(3)\n\nleft(4)\n```\n\n![A square](pic.png)\n');
+  assert.deepEqual(parts, [
+    { kind: 'head', text: 'One' },
+    { kind: 'text', text: 'Some *text* over `two` lines with a link.' },
+    { kind: 'item', text: '• an item that goes on' },
+    { kind: 'item', text: '1. first' },
+    { kind: 'code', language: 'python', text: 'forward(3)\n\nleft(4)\n' },
+    { kind: 'picture', text: 'A square', file: 'pic.png' },
+  ]);
+});
+
+test('cards are read with their places, and nonsense is none', () => {
+  const good = { sheet: 'cards.png', width: 75, height: 104, cards: [{ card: 12, x: -34.5, y: 20, u: 15, v: 10 }, { x: 'a' }, null] };
+  assert.equal(parseCards(JSON.stringify(good)).cards.length, 1);
+  for (const bad of ['', '[]', 'null', '{}', '{"painting":false,"cards":[]}', JSON.stringify({ ...good, sheet: '../secret' }), JSON.stringify({ ...good, width: 0 })]) {
+    assert.equal(parseCards(bad), null, bad);
+  }
+});
+
+test('a file that has not changed is used once, one that is not there is asked for seldom', async () => {
+  const pauses = [];
+  const answers = [{ ok: true, tag: 'a' }, { ok: true, tag: 'a' }, { ok: true, tag: 'b' }, { ok: false, tag: null }];
+  let used = 0;
+  await new Promise((resolve) => {
+    const world = {
+      hidden: () => false,
+      fetch: async () => {
+        const { ok, tag } = answers.shift();
+        return { ok, headers: { get: () => tag } };
+      },
+      setTimeout: (next, ms) => {
+        pauses.push(ms);
+        if (answers.length > 0) next();
+        else resolve();
+      },
+    };
+    pollChanges(world, 'x', 150, async () => { used += 1; });
+  });
+  assert.equal(used, 2);
+  assert.deepEqual(pauses, [150, 150, 150, 5000]);
+});
