@@ -2,8 +2,8 @@
 // Exit codes: 0 the game has ended, 1 record or results could not be written, 2 a wrong option or value, 3 a port is
 // taken.
 
+#include "base/descriptors.h"
 #include "base/log.h"
-#include "base/streams.h"
 #include "field/state.h"
 #include "httpd/http_server.h"
 #include "play/game.h"

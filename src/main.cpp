@@ -1,7 +1,7 @@
 // The program's entry: two banner lines, the options, the random seed; then the field runs until the operator ends it.
 
+#include "base/descriptors.h"
 #include "base/log.h"
-#include "base/streams.h"
 #include "display/canvas_files.h"
 #include "display/window.h"
 #include "field/state.h"

@@ -1,7 +1,7 @@
 // kelmora-replay: checks the record of a game, prints a summary, plays the game again, writes a page to share.
 // Exit codes: 0 all is well, 1 the record is damaged or the game went another way, 2 a wrong option or file.
 
-#include "base/streams.h"
+#include "base/descriptors.h"
 #include "play/again.h"
 #include "play/page.h"
 #include "play/record_file.h"

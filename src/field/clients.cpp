@@ -25,6 +25,7 @@ void free_client_slot(client_t& slot) {
     slot.recv_len = 0;
     slot.frame_cmd_count = 0;
     slot.skipping_line = 0;
+    slot.first_line = {};
     slot.send_failed = 0;
     std::atomic_ref(slot.disconnect_request).store(0);
 }

@@ -17,6 +17,29 @@ struct peer_addr_t {
     uint16_t port;
 };
 
+// What a connection's first line has turned out to be so far: see net/request_line.
+enum class first_line_state : uint8_t {
+    nothing_yet, // but separators
+    method,      // each of these as far as the line may still be an HTTP request line
+    before_target,
+    path, // a target that begins with "/"
+    target,
+    before_protocol,
+    protocol,
+    before_version,
+    version,
+    after_version,
+    command,      // it is no HTTP request line, and lines are commands from now on
+    http_request, // it is one: nothing is executed
+};
+
+struct first_line_t {
+    first_line_state state;
+    uint8_t position;  // in the method word or in "HTTP/"
+    uint16_t methods;  // bits of the method words that are possible still
+    int32_t looked_at; // bytes of recv_buf that have been read already
+};
+
 struct client_t {
     int32_t sockfd;              // connected socket; -1 = free
     peer_addr_t peer_addr;       // who connected
@@ -26,6 +49,7 @@ struct client_t {
     uint32_t frame_cmd_count;    // pacing commands executed since the last frame was finished
     uint32_t disconnect_request; // set by either thread through std::atomic_ref; a stale read closes one pass late
     int32_t skipping_line;       // 1 while the rest of an over-long line is being dropped; server thread only
+    first_line_t first_line;     // server thread only
     int32_t send_failed;         // 1 once a reply could not be sent: the next receive ends the client
 };
 static_assert(std::is_trivially_copyable_v<client_t>);

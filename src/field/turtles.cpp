@@ -37,6 +37,12 @@ void make_zombie(int i) {
     ttl[i].flags |= TTL_ZOMBIE;
 }
 
+void turtle_leave(int i, int client_id) {
+    if (i < 0 || i >= TTL_MAX || ttl[i].client_id != client_id) return;
+    ttl[i].flags = 0;
+    ttl[i].client_id = -1;
+}
+
 int turtle_set_team(int i, int team) {
     if (has_any(ttl[i].flags, TTL_ZOMBIE)) return -1;
     if (team >= 1 && team < TEAM_MAX) ttl[i].team = team;

@@ -94,6 +94,9 @@ void init_turtle(int i, int client_id, double x, double y, double dir);
 /// Sets TTL_ZOMBIE; the turtle stays on the field. An index outside the table is ignored.
 void make_zombie(int i);
 
+/// Frees the turtle's slot, if `client_id` owns it still: nothing of it stays on the field. Other indices are ignored.
+void turtle_leave(int i, int client_id);
+
 /// Puts the turtle into team 1 to 4; any other number changes nothing. @return 0, or -1 for a zombie
 int turtle_set_team(int i, int team);
 

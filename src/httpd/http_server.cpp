@@ -2,7 +2,9 @@
 // field's own words; every socket is closed by the thread that owns it, on every path.
 #include "httpd/http_server.h"
 
+#include "base/descriptors.h"
 #include "base/log.h"
+#include "base/socket.h"
 #include "field/state.h"
 
 #include <algorithm>
@@ -15,6 +17,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sched.h>
 #include <strings.h>
 #include <sys/socket.h>
 #include <sys/time.h>
@@ -59,10 +62,15 @@ void set_connection_options(int sock) {
     timeval patience{};
     patience.tv_sec = SEND_PATIENCE.count();
     setsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    watch_peer(sock);
 }
 
-// Accepts one connection and hands it to a thread. @return 0 to go on; -1 to end the accepting thread
-int accept_viewer() {
+// How many connections there may be, so that accepting one more never fails for want of a descriptor.
+int connection_limit() { return std::clamp(free_descriptors() - DESCRIPTORS_KEPT, 1, HTTP_CONNECTION_MAX); }
+
+// Accepts one connection and hands it to a thread; closes it when there are `most` already. @return 0 to go on; -1 to
+// end the accepting thread
+int accept_viewer(int most) {
     sockaddr_in peer{};
     socklen_t size = sizeof peer;
     const int sock = accept(httpsock, reinterpret_cast<sockaddr*>(&peer), &size);
@@ -78,7 +86,7 @@ int accept_viewer() {
         close(sock);
         return -1;
     }
-    if (http_connections.load() >= HTTP_CONNECTION_MAX) {
+    if (http_connections.load() >= most) {
         log_line("httpd: too many connections, closing the one from %s", address);
         close(sock);
         return 0;
@@ -93,8 +101,17 @@ int accept_viewer() {
     return -1;
 }
 
+// Puts this thread, and with it those that it starts, behind the field and the programs: they get what processor time
+// these leave. A browser asks again soon; a tick that is late stays late for everybody.
+void yield_to_the_field() {
+    const sched_param none = {};
+    sched_setscheduler(0, SCHED_IDLE, &none);
+}
+
 void accept_viewers() {
-    while (accept_viewer() == 0) {
+    yield_to_the_field();
+    const int most = connection_limit();
+    while (accept_viewer(most) == 0) {
     }
 }
 

@@ -3,6 +3,7 @@
 // A connection waits for its requests 60 seconds altogether, and a response that nobody reads ends after 60 more.
 #pragma once
 
+#include "field/clients.h"
 #include "httpd/content.h"
 
 #include <atomic>
@@ -12,7 +13,10 @@ inline constexpr int REQUEST_MAX = 2048;        // bytes taken by one receive
 inline constexpr int BODY_PIECE_BYTES = 1024;   // bytes handed to one send call
 inline constexpr int TARGET_SCAN_MAX = 1001;    // characters of the request line looked at for the target
 inline constexpr int HTTP_CONNECTION_MAX = 256; // connection threads
-inline constexpr int HTTP_BACKLOG = 10;         // connections that may wait to be accepted
+// Descriptors that browsers leave to others: programs, a capture, the graphics driver, and the connection that is
+// accepted to be refused.
+inline constexpr int DESCRIPTORS_KEPT = MAX_CLIENT + 16;
+inline constexpr int HTTP_BACKLOG = 10; // connections that may wait to be accepted
 inline constexpr std::chrono::seconds IDLE_BUDGET{60};
 inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without any progress
 

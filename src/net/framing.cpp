@@ -4,6 +4,7 @@
 #include "game/invariants.h"
 #include "net/command.h"
 #include "net/reply.h"
+#include "net/request_line.h"
 
 #include <cstring>
 #include <sys/socket.h>
@@ -15,13 +16,45 @@ bool ends_line(char b) { return b == '\n' || b == ';'; }
 // Printable bytes make up a line; control characters and bytes from 128 are dropped without ending it.
 bool belongs_to_line(char b) { return static_cast<signed char>(b) >= ' ' && b != ';'; }
 
+bool is_told(const first_line_t& line) {
+    return line.state == first_line_state::command || line.state == first_line_state::http_request;
+}
+
+// Reads what has come of the connection's first line. What is no part of a line is dropped from the buffer meanwhile.
+// A line that fills the buffer before it is told is cut like any other, but not one that would be several commands.
+// @return whether lines may be executed
+bool first_line_is_command(client_t& c) {
+    first_line_t& line = c.first_line;
+    int kept = line.looked_at;
+    bool several = memchr(c.recv_buf, ';', static_cast<size_t>(kept)) != nullptr;
+    for (int p = line.looked_at; p < c.recv_len; ++p) {
+        const char b = c.recv_buf[p];
+        if (!is_told(line)) {
+            read_first_line(line, b);
+            const bool dropped = !belongs_to_line(b) && !ends_line(b);
+            if (dropped || line.state == first_line_state::nothing_yet) continue;
+            several = several || b == ';';
+        }
+        c.recv_buf[kept++] = b;
+    }
+    c.recv_len = kept;
+    c.recv_buf[kept] = '\0';
+    if (!is_told(line) && kept == RECV_MAX) {
+        if (several) line.state = first_line_state::http_request;
+        c.recv_buf[--c.recv_len] = '\0'; // room for the byte that will end the line
+        c.skipping_line = 1;
+    }
+    line.looked_at = c.recv_len;
+    return line.state == first_line_state::command;
+}
+
 // Drops the rest of an over-long line up to its end. The end itself goes into the buffer, which completes the line.
 int receive_rest_of_long_line(client_t& c) {
     char packet[RECV_MAX];
     ssize_t n = recv(c.sockfd, packet, sizeof packet, MSG_PEEK);
     if (n <= 0) return static_cast<int>(n);
     ssize_t end = 0;
-    while (end < n && !ends_line(packet[end])) ++end;
+    while (end < n && !ends_line(packet[end])) read_first_line(c.first_line, packet[end++]);
     if (end < n) {
         c.recv_buf[c.recv_len++] = packet[end];
         c.recv_buf[c.recv_len] = '\0';
@@ -67,6 +100,7 @@ int receive_client_packet(int slot) { return client_tab[slot].send_failed != 0 ?
 
 bool take_line(int slot, char* line) {
     client_t& c = client_tab[slot];
+    if (c.first_line.state != first_line_state::command && !first_line_is_command(c)) return false;
     int length = 0;
     for (int p = 0; p < c.recv_len; ++p) {
         const char b = c.recv_buf[p];
@@ -83,6 +117,8 @@ bool take_line(int slot, char* line) {
     keep_unfinished_line(c);
     return false;
 }
+
+bool is_http_request(int slot) { return client_tab[slot].first_line.state == first_line_state::http_request; }
 
 void try_to_exec(int slot) {
     char line[LINE_MAX_BYTES];

@@ -11,8 +11,12 @@ inline constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
 int receive_bytes(int slot);
 
 /// Takes the first complete line off the slot's buffer; without one, what is no part of a line is dropped from it.
+/// As long as the first line of the connection may be an HTTP request line, there is none.
 /// @param[out] line  LINE_MAX_BYTES bytes; the line, terminated  @return whether there was one
 bool take_line(int slot, char* line);
+
+/// Whether the connection began with an HTTP request line. Its input is not executed; it is to be closed.
+bool is_http_request(int slot);
 
 /// Executes and answers every complete line of the slot's buffer and keeps the rest.
 void try_to_exec(int slot);

@@ -1,6 +1,7 @@
 #include "net/server.h"
 
 #include "base/log.h"
+#include "base/socket.h"
 #include "field/clients.h"
 #include "field/state.h"
 #include "field/turtles.h"
@@ -9,6 +10,8 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <netinet/tcp.h>
 #include <pthread.h>
@@ -21,7 +24,12 @@ namespace {
 constexpr int BACKLOG = 10;
 constexpr int POLL_MICROSECONDS = 5000;
 
-int32_t server_socket = -1; // written once, before the thread starts
+constexpr std::chrono::milliseconds ACCEPT_PAUSE{100}; // after an accept that found no descriptor or memory
+
+using steady = std::chrono::steady_clock;
+
+int32_t server_socket = -1;     // written once, before the thread starts
+steady::time_point next_accept; // no try before; server thread only
 
 // Closes what it holds unless it was released to a table.
 struct fd_guard_t {
@@ -108,6 +116,9 @@ int accept_connection(int listen_sock) {
     socklen_t size = sizeof peer;
     fd_guard_t sock(accept4(listen_sock, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC));
     if (sock.fd < 0) {
+        // The newcomer stays in the queue and would be tried again at once, for ever.
+        const bool short_of_something = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+        if (short_of_something) next_accept = steady::now() + ACCEPT_PAUSE;
         log_line("accept_connection(): accept() failure");
         return -1;
     }
@@ -130,6 +141,7 @@ int accept_connection(int listen_sock) {
 
     const int on = 1;
     setsockopt(sock.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // replies in a row wait for no acknowledgement
+    watch_peer(sock.fd);
     const int slot = first_free_client_slot();
     if (slot < 0) return -1;
 
@@ -149,6 +161,10 @@ int accept_connection(int listen_sock) {
 int check_connection(int listen_sock) {
     fd_set set;
     FD_ZERO(&set);
+    if (steady::now() < next_accept) { // those who are in are served as ever
+        wait_readable(set, -1);
+        return 0;
+    }
     FD_SET(listen_sock, &set);
     if (wait_readable(set, listen_sock) > 0 && FD_ISSET(listen_sock, &set)) accept_connection(listen_sock);
     return 0;
@@ -182,8 +198,20 @@ int check_client_status() {
             return 0;
         }
         try_to_exec(slot);
+        turn_away_http(slot);
     }
     return 0;
+}
+
+bool turn_away_http(int slot) {
+    if (!is_http_request(slot)) return false;
+    const client_t& c = client_tab[slot];
+    char address[INET_ADDRSTRLEN] = "";
+    inet_ntop(AF_INET, &c.peer_addr.ip, address, sizeof address);
+    log_line("turning away an HTTP request from %s %d", address, c.peer_addr.port);
+    turtle_leave(c.turtle_id, slot);
+    disconnect_client(slot);
+    return true;
 }
 
 void disconnect_client(int slot) {

@@ -10,6 +10,10 @@ int init_socket(int port);
 /// Accepts one connection and gives it a slot and a turtle. @return its socket; -1 refused, after closing it
 int accept_connection(int listen_sock);
 
+/// Closes a connection that began with an HTTP request line; its turtle leaves the field, not even a zombie stays.
+/// Server thread, lock held. @return whether it was one
+bool turn_away_http(int slot);
+
 /// One poll of the listening socket, at most 5 ms. @return 0
 int check_connection(int listen_sock);
 

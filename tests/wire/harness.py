@@ -9,6 +9,7 @@ import atexit
 import collections
 import os
 import re
+import secrets
 import shutil
 import signal
 import socket
@@ -75,25 +76,26 @@ def swap16(port):
     return struct.unpack("=H", struct.pack("!H", port))[0]
 
 
+TcpSocket = collections.namedtuple("TcpSocket", "state unread unsent local peer")
+
+
+def tcp_sockets(expression, listening=False):
+    """The TCP sockets of this network namespace that match an expression of ss(8); closed ones are none."""
+    kind = ["listening"] if listening else ["established", "state", "close-wait"]
+    listing = subprocess.run(["ss", "-Hnt", "state", *kind, expression], capture_output=True, text=True, check=True,
+                             timeout=patience(60)).stdout
+    # One state alone has no column of its own.
+    rows = [(["LISTEN"] if listening else []) + line.split() for line in listing.splitlines()]
+    return [TcpSocket(row[0], int(row[1]), int(row[2]), row[3], row[4]) for row in rows]
+
+
 def is_listening(port):
-    with open("/proc/self/net/tcp") as table:
-        next(table)
-        for line in table:
-            columns = line.split()
-            if columns[3] == "0A" and int(columns[1].split(":")[1], 16) == port:
-                return True
-    return False
+    return bool(tcp_sockets("sport = :%d" % port, listening=True))
 
 
 def served_connections():
     """Connections to the client port that the field has not closed at its end."""
-    count = 0
-    with open("/proc/self/net/tcp") as table:
-        next(table)
-        for line in table:
-            columns = line.split()
-            count += columns[3] in ("01", "08") and int(columns[1].split(":")[1], 16) == CLIENT_PORT
-    return count
+    return len(tcp_sockets("sport = :%d" % CLIENT_PORT))
 
 
 class Display:
@@ -104,8 +106,16 @@ class Display:
         self.scratch = tempfile.mkdtemp(prefix="kelmora-wire-")
         read_end, write_end = os.pipe()
         self.log = open(os.path.join(self.scratch, "xvfb.log"), "wb")
+        # Only who can read this file gets in, not every user of the machine. The server takes the cookie whatever
+        # display the entry is for; programs look for the number, not known yet.
+        self.authority = os.path.join(self.scratch, "authority")
+        cookie = secrets.token_hex(16)
+        with open(self.authority, "xb"):
+            pass                                            # xauth says a word about a file that is not there
+        self.authorize(":0", cookie)
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-noreset"],
+            ["Xvfb", "-displayfd", str(write_end), "-auth", self.authority, "-screen", "0", "1024x768x24",
+             "-nolisten", "tcp", "-noreset"],
             pass_fds=[write_end], stdout=self.log, stderr=self.log)
         os.close(write_end)
         number = b""
@@ -116,9 +126,15 @@ class Display:
                     raise RuntimeError("Xvfb did not start, see " + self.log.name)
                 number += piece
         self.name = ":" + number.decode().strip()
+        self.authorize(self.name, cookie)
+        self.environment = {"DISPLAY": self.name, "XAUTHORITY": self.authority}
         self.home = os.path.join(self.scratch, "home")
         os.mkdir(self.home)
         atexit.register(self.close)
+
+    def authorize(self, name, cookie):
+        subprocess.run(["xauth", "-q", "-f", self.authority, "source", "-"], input="add %s . %s\n" % (name, cookie),
+                       text=True, check=True, timeout=60)
 
     @classmethod
     def get(cls):
@@ -272,7 +288,7 @@ class Field:
         self.log_unread = log_unread                        # until read_log() is called
         self.display = Display.get()
         self.cwd = cwd or self.display.scratch
-        self.environment = dict(os.environ, DISPLAY=self.display.name, LIBGL_ALWAYS_SOFTWARE="1",
+        self.environment = dict(os.environ, **self.display.environment, LIBGL_ALWAYS_SOFTWARE="1",
                                 HOME=self.display.home,
                                 MESA_SHADER_CACHE_DIR=os.path.join(self.display.scratch, "shaders"))
         suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tsan.supp")
@@ -383,7 +399,7 @@ class Field:
         return result.stdout
 
     def environment_of_tools(self):
-        return dict(os.environ, DISPLAY=self.display.name, HOME=self.display.home)
+        return dict(os.environ, **self.display.environment, HOME=self.display.home)
 
     def title(self):
         return self.xdotool("getwindowname", self.window).rstrip("\n")

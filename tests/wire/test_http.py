@@ -91,11 +91,8 @@ def get_json(path):
 
 def field_end(viewer):
     """The field's end of a connection as the kernel lists it: state and bytes not taken yet; None when it is closed."""
-    with open("/proc/self/net/tcp") as table:
-        for row in [line.split() for line in table.readlines()[1:]]:
-            if [int(address.split(":")[1], 16) for address in row[1:3]] == [VIEWER_PORT, viewer.port]:
-                return (row[3], int(row[4].split(":")[1], 16)) if row[3] in ("01", "08") else None
-    return None
+    found = harness.tcp_sockets("sport = :%d and dport = :%d" % (VIEWER_PORT, viewer.port))
+    return (found[0].state, found[0].unread) if found else None
 
 
 def stuck_viewer():
