@@ -40,8 +40,8 @@ def _warn_of_names() -> None:
     import sys
     path = getattr(sys.modules.get("__main__"), "__file__", None)
     if path and os.path.basename(path) == "turtle.py":
-        hooks.note("your file is named turtle.py, so `import turtle` finds it instead of Python's own turtle. Give it another "
-                   "name, and delete the folder __pycache__ beside it.")
+        hooks.note("your file is named turtle.py, so `import turtle` finds it instead of Python's own turtle. Give it "
+                   "another name, and delete the folder __pycache__ beside it.")
 
 
 _warn_of_names()

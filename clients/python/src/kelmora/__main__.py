@@ -20,28 +20,31 @@ LETTERS = {
 SIZE = 6.0  # units of a tenth
 
 
-def draw_hello(turtle: Turtle) -> None:
-    """Writes hello across the field at the turtle's height, with strokes of a pen."""
+def draw_hello(turtle: Turtle) -> bool:
+    """Writes hello across the field at the turtle's height, with strokes of a pen; False when the field refused some."""
     x, y = -SIZE * sum(LETTERS[letter][1] for letter in "hello") / 2, max(-200.0, min(180.0, turtle.ycor()))
     turtle.pensize(3)
     for letter in "hello":
         strokes, width = LETTERS[letter]
         for stroke in strokes:
             for k, (right, up) in enumerate(stroke):
-                if k == 0:
-                    turtle.teleport(x + SIZE * right, y + SIZE * up)
-                else:
-                    turtle.goto(x + SIZE * right, y + SIZE * up)
+                place = (x + SIZE * right, y + SIZE * up)
+                if not (turtle.goto(place) if k else turtle.teleport(*place)):
+                    return False
         x += SIZE * width
+    return True
 
 
 def hello() -> None:
     with Turtle(name="hello", home=False) as turtle:
         turtle.pencolor("gold")
-        draw_hello(turtle)
+        drawn = draw_hello(turtle)
         print("There is a field at %s: %d turtles and other things are on it, and its clock shows %d."
               % (turtle.field.where, turtle.turtles(), turtle.clock()))
-        print("Your turtle has drawn a hello. Now try kelmora-repl, or a program:\n\n"
+        print("Your turtle has drawn a hello." if drawn else
+              "Your turtle could not draw its hello: in battle mode, and while somebody stands closer than 20, the field "
+              "lets nobody jump.")
+        print("Now try kelmora-repl, or a program:\n\n"
               "    from kelmora import *\n    for _ in range(4):\n        forward(100)\n        left(90)\n")
 
 

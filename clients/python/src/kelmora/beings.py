@@ -1,4 +1,4 @@
-"""What lives on a practice field, and the rules by which it moves, sees, carries and fights: a field's own, kept small."""
+"""What lives on a practice field, and the rules by which it moves, sees, carries and fights: a field's own, in small."""
 from __future__ import annotations
 
 import math
@@ -193,7 +193,8 @@ class Rules:
         return True
 
     def crowded(self, being: Being) -> bool:
-        return any(math.hypot(other.x - being.x, other.y - being.y) < ABREAST for other in self.beings if other is not being)
+        return any(math.hypot(other.x - being.x, other.y - being.y) < ABREAST
+                   for other in self.beings if other is not being)
 
     def turn(self, being: Being, angle: float) -> bool:
         if self.battle:
@@ -329,7 +330,8 @@ class Rules:
 
     def wander(self, being: Being) -> None:
         """A robot's step."""
-        if self.battle and self.to_edge(being, being.heading) < ROBOT_STEP or max(abs(being.x), abs(being.y)) > EDGE - RADIUS:
+        at_edge = self.battle and self.to_edge(being, being.heading) < ROBOT_STEP
+        if at_edge or max(abs(being.x), abs(being.y)) > EDGE - RADIUS:
             being.heading += (self.random.random() - 0.5) * 100
         elif not self.walk(being, ROBOT_STEP):
             self.turn(being, 180 + (self.random.random() - 0.5) * 10)

@@ -81,12 +81,15 @@ def from_name(name: str) -> Color:
         digits = "".join(digit * 2 for digit in digits)
     if len(digits) == 6 and all(digit in "0123456789abcdef" for digit in digits):
         return int(digits[:2], 16) / 255, int(digits[2:4], 16) / 255, int(digits[4:], 16) / 255
-    raise BadValue('There is no colour %.40r. Colours are names such as "red" or "skyblue", "#rrggbb" with hexadecimal '
-                   'digits, or three numbers.' % name)
+    raise BadValue('There is no colour %.40r. Colours are names such as "red" or "skyblue", "#rrggbb" with '
+                   'hexadecimal digits, or three numbers.' % name)
 
 
 def from_arguments(arguments: tuple[Any, ...], top: float) -> Color:
-    """The colour of a call's arguments: a name, a triple or three parts from 0 to top; raises BadValue or NotANumber."""
+    """The colour of a call's arguments: a name, a triple or three parts from 0 to top.
+
+    Raises BadValue or NotANumber.
+    """
     value: Any = arguments[0] if len(arguments) == 1 else arguments
     if isinstance(value, str):
         return from_name(value)
@@ -100,8 +103,8 @@ def from_arguments(arguments: tuple[Any, ...], top: float) -> Color:
             raise NotANumber("A part of a colour has to be a number, not %.60r." % (part,))
         part = float(part)
         if not 0 <= part <= top:
-            raise BadValue("The parts of a colour go from 0 to %g here, so %g is too %s. colormode(255) and colormode(1.0) "
-                           "choose." % (top, part, "much" if part > top else "little"))
+            raise BadValue("The parts of a colour go from 0 to %g here, so %g is too %s. colormode(255) and "
+                           "colormode(1.0) choose." % (top, part, "much" if part > top else "little"))
         parts.append(part / top)
     return parts[0], parts[1], parts[2]
 

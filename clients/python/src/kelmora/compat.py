@@ -14,9 +14,9 @@ from .errors import NotHere
 NOTED = {
     "speed": "speed() changes nothing: the field's clock moves all turtles alike, a step a frame.",
     "delay": "delay() changes nothing: the field's clock moves all turtles alike, a step a frame.",
-    "tracer": "tracer() changes nothing: the field shows each frame. Steps with the pen up can be sent together in a batch().",
+    "tracer": "tracer() changes nothing: the field shows each frame. A batch() sends steps with the pen up together.",
     "update": "update() changes nothing: the field shows each frame.",
-    "shape": "shape() changes nothing: on the field a turtle looks like a turtle. team(1) to team(4) give it another colour.",
+    "shape": "shape() changes nothing: turtles look like turtles here. team(1) to team(4) give another colour.",
     "shapesize": "shapesize() changes nothing: turtles are equally large here.",
     "resizemode": "resizemode() changes nothing: turtles are equally large here.",
     "hideturtle": "hideturtle() changes nothing: nobody can hide on a shared field.",
@@ -40,9 +40,9 @@ ABSENT = {
     "onrelease": "on_hit(), on_coin() and the like call a function at an event",
     "ondrag": "on_hit(), on_coin() and the like call a function at an event",
     "onscreenclick": "on_hit(), on_coin() and the like call a function at an event",
-    "onkey": "input() or the program kelmora-repl take what is typed; the keys of the field's window are its operator's",
-    "onkeypress": "input() or the program kelmora-repl take what is typed; the keys of the field's window are its operator's",
-    "onkeyrelease": "input() or the program kelmora-repl take what is typed; the keys of the field's window are its operator's",
+    "onkey": "input() takes what is typed; the keys of the field's window are its operator's",
+    "onkeypress": "input() takes what is typed; the keys of the field's window are its operator's",
+    "onkeyrelease": "input() takes what is typed; the keys of the field's window are its operator's",
     "listen": "events() tells what has happened on the field; input() takes what is typed",
     "textinput": "input() asks in the terminal",
     "numinput": "float(input()) asks in the terminal",
@@ -122,7 +122,7 @@ class Compat(Body):
     def mode(self, mode: Optional[str] = None) -> Optional[str]:
         """"standard" alone: 0 is right, and angles grow to the left."""
         if mode not in (None, "standard"):
-            raise NotHere('mode(%.20r) is not there: headings are as in mode("standard"), 0 to the right and 90 up.' % (mode,))
+            raise NotHere('mode(%.20r) is not there: headings are as in mode("standard"), 0 right and 90 up.' % (mode,))
         return None if mode else "standard"
 
     def __getattr__(self, word: str) -> Any:

@@ -19,7 +19,7 @@ class Deeds(Senses):
         """Names the turtle: 1 to 127 bytes of UTF-8."""
         letters = str(text).encode("utf-8", "surrogatepass")
         if not 1 <= len(letters) <= LONGEST_TEXT or 0 in letters:
-            raise BadValue("A name has 1 to 127 letters (letters with marks count twice or more), not %d." % len(letters))
+            raise BadValue("A name has 1 to 127 letters (those with marks count twice or more), not %d." % len(letters))
         return self._do("n " + letters.hex())
 
     # Teams
@@ -31,11 +31,12 @@ class Deeds(Senses):
         return self._do("i %d" % between(1, number, 4, "A team"))
 
     def broadcast(self, text: str) -> bool:
-        """Posts a text on the team's board: at most 128 plain characters without ';'. Turtles without a team share one."""
+        """Posts a text on the team's board: at most 128 plain characters but ';'. Turtles without a team share one."""
         text = str(text)
-        if not (1 <= len(text) <= LONGEST_MESSAGE and text.isascii() and text.isprintable()) or ";" in text or text[0] == " ":
-            raise BadValue("A message is one line of 1 to 128 plain letters, digits and signs but ';', and begins with no "
-                           "blank, not %.140r." % text)
+        plain = text.isascii() and text.isprintable() and ";" not in text and not text.startswith(" ")
+        if not plain or not 1 <= len(text) <= LONGEST_MESSAGE:
+            raise BadValue("A message is one line of 1 to 128 plain letters, digits and signs but ';', and begins with "
+                           "no blank, not %.140r." % text)
         return self._do("u " + text)
 
     # Coins and doughnuts

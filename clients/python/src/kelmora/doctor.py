@@ -36,16 +36,18 @@ class Doctor:
     def check_address(self) -> bool:
         try:
             self.host, self.port = address()
-            found = socket.getaddrinfo("127.0.0.1" if self.host == "localhost" else self.host, self.port, socket.AF_INET)
+            found = socket.getaddrinfo(machine(self.host), self.port, socket.AF_INET)
         except KelmoraError as error:
             self.wrong("address", str(error))
             return False
         except (OSError, UnicodeError):
-            self.wrong("address", "No machine is known as %s: mend KELMORA_HOST, or give its number, such as 192.168.1.5." % self.host)
+            self.wrong("address", "No machine is known as %s: mend KELMORA_HOST, or give the machine's number, such as "
+                                  "192.168.1.5." % self.host)
             return False
         ip = str(found[0][4][0])
         self.is_local = ip.startswith("127.")
-        source = "from KELMORA_HOST and KELMORA_PORT" if {"KELMORA_HOST", "KELMORA_PORT"} & set(os.environ) else "the usual one"
+        given = {"KELMORA_HOST", "KELMORA_PORT"} & set(os.environ)
+        source = "from " + " and ".join(sorted(given)) if given else "the usual one"
         self.right("address", "%s port %d (%s, %s)" % (self.host, self.port, ip, source))
         return True
 
@@ -63,10 +65,11 @@ class Doctor:
             turtle = Turtle(host=self.host, port=self.port, timeout=TIMEOUT, home=False)
         except NotAdmitted:
             if self.is_local:
-                self.wrong("places", "The field is full: its ten places are taken, or 30 turtles and zombies are on it. Wait until "
-                                     "somebody leaves; the operator's key z takes zombies away.")
+                self.wrong("places", "The field is full: its ten places are taken, or 30 turtles and zombies are on it. "
+                                     "Wait until somebody leaves; the operator's key z takes zombies away.")
             else:
-                self.wrong("places", "The field hangs up at once. It is private (the operator presses @ to make it public), or full.")
+                self.wrong("places", "The field hangs up at once. It is private (the operator presses @ to make it "
+                                     "public), or full.")
             return None
         except KelmoraError as error:
             self.wrong("places", str(error))
@@ -96,17 +99,19 @@ class Doctor:
         if rate >= 5:
             self.right("clock", "%.0f ticks a second (about 120 while a turtle can move, 12 when none can)" % rate)
         else:
-            self.wrong("clock", "The clock hardly runs: %.1f ticks a second. Is the field's window shown, and the machine free?" % rate)
+            self.wrong("clock", "The clock hardly runs: %.1f ticks a second. Is the field's machine free?" % rate)
 
     def check_page(self) -> str:
-        url = "http://%s:%d/" % ("127.0.0.1" if self.host == "localhost" else self.host, WEB_PORT)
+        url = "http://%s:%d/" % (machine(self.host), WEB_PORT)
         try:
             page = fetch(url).decode("utf-8", "replace")
         except (OSError, ValueError) as error:
-            self.wrong("page", "No web page at %s (%s): another program may hold port %d on the field's machine." % (url, error, WEB_PORT))
+            self.wrong("page", "No web page at %s (%s): another program may hold port %d on the field's machine."
+                       % (url, error, WEB_PORT))
             return ""
         if "webGLStart" not in page:
-            self.wrong("page", "What answers at %s is not the field's page: another program holds port %d." % (url, WEB_PORT))
+            self.wrong("page", "What answers at %s is not the field's page: another program holds port %d."
+                       % (url, WEB_PORT))
             return ""
         self.right("page", "%s shows the field in a browser" % url)
         return page
@@ -114,20 +119,22 @@ class Doctor:
     def check_scripts(self, page: str) -> None:
         scripts = re.findall(r'src="([^"]+)"', page)
         if not scripts:
-            self.wrong("scripts", "The page names no scripts: start the field with scripts/run, or with -js and their addresses.")
+            self.wrong("scripts", "The page names no scripts: start the field with scripts/run, or with -js and their "
+                                  "addresses.")
         for script in scripts:
             try:
                 fetch(script)
             except (OSError, ValueError) as error:
-                self.wrong("scripts", "The page's script %s does not come (%s): start the field with scripts/run, which serves it."
-                           % (script, error))
+                self.wrong("scripts", "The page's script %s does not come (%s): start the field with scripts/run, which "
+                                      "serves it." % (script, error))
             else:
                 self.right("scripts", "%s is served" % script)
 
     def check_files(self) -> None:
         found = [name for name in ("turtle.py", "kelmora.py") if os.path.exists(name)]
         if found:
-            self.wrong("files", "Here is a file named %s: Python finds it instead of the library. Give it another name." % found[0])
+            self.wrong("files", "Here is a file named %s: Python finds it instead of the library. Give it another name."
+                       % found[0])
         else:
             self.right("files", "no file here is named turtle.py or kelmora.py")
 
@@ -140,9 +147,16 @@ class Doctor:
                 if turtle is not None:
                     self.check_clock(turtle)
                     leave(turtle)
-            self.check_scripts(self.check_page() or "") if self.host else None
+            page = self.check_page()
+            if page:
+                self.check_scripts(page)
         print("All is well." if not self.trouble else "%d to look at." % self.trouble)
         return 1 if self.trouble else 0
+
+
+def machine(host: str) -> str:
+    """The host as a field that is private knows it."""
+    return "127.0.0.1" if host == "localhost" else host
 
 
 def fetch(url: str) -> bytes:

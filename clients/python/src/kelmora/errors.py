@@ -51,10 +51,10 @@ class Blocked(KelmoraError):
     def __init__(self, by: str) -> None:
         self.by = by
         if by == "jump":
-            text = ("The field refused the jump. It refuses jumps in battle mode, while something stands closer than 20 "
-                    "to you, and, when its edges are hard, to a place outside or near a wall.")
+            text = ("The field refused the jump. It refuses jumps in battle mode, while something stands closer than "
+                    "20 to you, and, when its edges are hard, to a place outside or near a wall.")
         elif by == "something":
-            text = "Something is in the way, and the field did not say what: turn a little and try again to hear it."
+            text = "Something is in the way, and the field did not say what: turn a little and try again."
         else:
             text = "A %s is in the way: turn, or wait until it has gone." % by
         super().__init__(text)
@@ -73,19 +73,21 @@ def no_field(where: str, reason: object) -> NoField:
 def not_admitted(where: str) -> NotAdmitted:
     return NotAdmitted("The field at %s has hung up at once. Either it is private and you are not on its machine (the "
                        "operator presses @ to make it public), or its ten places are taken (wait until somebody "
-                       "leaves), or 30 turtles and zombies fill it (the operator presses z to take zombies away)." % where)
+                       "leaves), or 30 turtles and zombies fill it (the operator presses z to take zombies away)."
+                       % where)
 
 
 def lost(where: str, died: bool) -> Lost:
     if died:
-        return Died("Your turtle has died: it was hit, and its score fell below 0. Start the program again for a new one.")
+        return Died("Your turtle has died: it was hit, and its score fell below 0. Start the program again for a new "
+                    "one.")
     return Lost("The connection to the field at %s has ended: the operator may have removed all turtles or closed the "
                 "field. Start the program again." % where)
 
 
 def no_answer(where: str, timeout: object) -> NoAnswer:
-    return NoAnswer("The field at %s has not answered for %s seconds. Is its window shown and alive, and the network up? "
-                    "Then start the program again." % (where, timeout))
+    return NoAnswer("The field at %s has not answered for %s seconds. Is its window alive, and the network up? Then "
+                    "start the program again." % (where, timeout))
 
 
 def bad_answer(where: str, line: str) -> BadAnswer:

@@ -51,7 +51,7 @@ def bgcolor(*color: Any) -> Any:
 
 
 def blocked_by() -> Optional[str]:
-    """What the field last said was in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
+    """What was last in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
     return default().blocked_by()
 
 
@@ -61,7 +61,7 @@ def borrow() -> bool:
 
 
 def broadcast(text: str) -> bool:
-    """Posts a text on the team's board: at most 128 plain characters without ';'. Turtles without a team share one."""
+    """Posts a text on the team's board: at most 128 plain characters but ';'. Turtles without a team share one."""
     return default().broadcast(text)
 
 
@@ -478,7 +478,7 @@ def sety(y: float) -> bool:
 
 
 def shape(*unused: Any, **unused_too: Any) -> Any:
-    """shape() changes nothing: on the field a turtle looks like a turtle. team(1) to team(4) give it another colour."""
+    """shape() changes nothing: turtles look like turtles here. team(1) to team(4) give another colour."""
     return default().shape(*unused, **unused_too)
 
 
@@ -543,7 +543,7 @@ def towards(x: Any, y: Any = None) -> float:
 
 
 def tracer(*unused: Any, **unused_too: Any) -> Any:
-    """tracer() changes nothing: the field shows each frame. Steps with the pen up can be sent together in a batch()."""
+    """tracer() changes nothing: the field shows each frame. A batch() sends steps with the pen up together."""
     return Screen().tracer(*unused, **unused_too)
 
 

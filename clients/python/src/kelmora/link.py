@@ -1,8 +1,8 @@
 """The conversation with a field: lines out, answers in, events passed on.
 
-One packet is one exchange, and the next goes out only after all answers of the one before are in. The field reads nothing
-behind a command that moves or paints until it has drawn a frame: so each packet has a frame of its own, and no line that
-a turtle draws is lost.
+One packet is one exchange, and the next goes out only after all answers of the one before are in. The field reads
+nothing behind a command that moves or paints until it has drawn a frame: so each packet has a frame of its own, and no
+line that a turtle draws is lost.
 """
 from __future__ import annotations
 
@@ -13,9 +13,11 @@ from .errors import BadAnswer, BadValue, Blocked, KelmoraError, bad_answer, lost
 from .transport import LONGEST_LINE, Transport
 
 # What an answer may tell, by the bit of its last number.
-EVENTS = {1: "hit", 2: "turtle", 4: "doughnut", 8: "stone", 16: "wall", 32: "coin", 64: "found", 128: "seen", 256: "message"}
+EVENTS = {1: "hit", 2: "turtle", 4: "doughnut", 8: "stone", 16: "wall", 32: "coin", 64: "found", 128: "seen",
+          256: "message"}
 HIT = 1
 LONGEST_COMMAND = 511  # characters that the field reads of a line
+PACKET = 100           # commands of a batch that go together: who sends without end and reads nothing is cut off
 
 
 class Answer(NamedTuple):
@@ -130,7 +132,8 @@ class Field:
 
     def ask(self, line: str) -> Answer:
         """Sends one command as it stands and gives its answer."""
-        if not line.strip() or not line.isascii() or not line.isprintable() or ";" in line or len(line) > LONGEST_COMMAND:
+        plain = line.isascii() and line.isprintable() and ";" not in line
+        if not plain or not line.strip() or len(line) > LONGEST_COMMAND:
             raise BadValue("A command is one line of 1 to 511 plain characters without ';', not %.60r." % line)
         answer: Answer = self.say([line], lambda answer: answer)
         return answer
@@ -213,7 +216,9 @@ class Field:
         self.batching, self._batch, self._queue = False, None, []
         if not send or not queue or batch is None:
             return
-        answers = iter(self.exchange([line for lines, _ in queue for line in lines]))
+        every = [line for lines, _ in queue for line in lines]
+        parts = [self.exchange(every[start:start + PACKET]) for start in range(0, len(every), PACKET)]
+        answers = iter([answer for part in parts for answer in part])
         blocked = None
         for lines, read in queue:
             try:
@@ -236,8 +241,8 @@ class Field:
         """Another step with the pen down goes into the open batch; says once that only one of them is painted."""
         self._lines_in_batch += 1
         if self._lines_in_batch == 2:
-            hooks.note_once("batch", "a batch is one packet, and of the lines in one packet the field paints the last only. "
-                                     "Lift the pen first, or draw outside the batch.")
+            hooks.note_once("batch", "a batch is one packet, and of the lines in one packet the field paints the last "
+                                     "only. Lift the pen first, or draw outside the batch.")
 
     # Events
 
@@ -256,7 +261,7 @@ class Field:
         elif callable(function):
             self._callbacks[name] = function
         else:
-            raise BadValue("on_%s() takes a function to call, without brackets behind its name, not %r." % (name, function))
+            raise BadValue("on_%s() takes a function, without brackets behind its name, not %r." % (name, function))
 
     @property
     def listening(self) -> bool:

@@ -44,12 +44,12 @@ class Motion(Body):
     def forward(self, distance: float) -> bool:
         """Goes so many units forward, all of them or none; a negative distance leads back."""
         line = "f " + spell(distance)
-        return self._move(line) if not self._down or abs(distance) <= LONG else self._walk_far(float(distance))
+        return self._move(line) if abs(distance) <= LONG else self._walk_far(float(distance))
 
     def back(self, distance: float) -> bool:
         """Goes so many units back without turning."""
         line = "b " + spell(distance)
-        return self._move(line) if not self._down or abs(distance) <= LONG else self._walk_far(-float(distance))
+        return self._move(line) if abs(distance) <= LONG else self._walk_far(-float(distance))
 
     def left(self, angle: float) -> bool:
         """Turns left by the angle. In battle mode by 3 degrees at most."""
@@ -67,16 +67,15 @@ class Motion(Body):
         """
         x, y = pair(x, y)
         line = "j %s %s" % (spell(x), spell(y))
-        if self._down and (self._is_far or max(abs(float(x)), abs(float(y))) > LONG) and not self._field.batching:
-            return self._jump_far(float(x), float(y))
+        if self._is_far or max(abs(x), abs(y)) > LONG:
+            return self._jump_far(Vec2D(float(x), float(y)))
         return self._move(line, jump=True)
 
     def shift(self, dx: float, dy: float) -> bool:
         """Jumps by so much in both directions; else as goto."""
         line = "g %s %s" % (spell(dx), spell(dy))
-        if self._down and max(abs(dx), abs(dy)) > LONG and not self._field.batching:
-            here = self._place("shift")
-            return self._jump_far(here[0] + float(dx), here[1] + float(dy))
+        if (self._is_far or max(abs(dx), abs(dy)) > LONG) and not self._field.batching:
+            return self._jump_far(self._place("shift") + Vec2D(float(dx), float(dy)))
         return self._move(line, jump=True)
 
     def teleport(self, x: Any = None, y: Any = None) -> bool:
@@ -87,6 +86,7 @@ class Motion(Body):
             x, y = here[0] if x is None else x, here[1] if y is None else y
         x, y = pair(x, y)
         line = "j %s %s" % (spell(x), spell(y))
+        self._is_far = max(abs(x), abs(y)) > LONG
         if not self._down:
             return self._move(line, jump=True)
         self._lift_brush()
@@ -164,7 +164,7 @@ class Motion(Body):
         self._strict = bool(on)
 
     def blocked_by(self) -> Optional[str]:
-        """What the field last said was in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
+        """What was last in the way: "turtle", "doughnut", "stone" or "wall"; None after a step or a turn."""
         return self._obstacle
 
     def degrees(self, fullcircle: float = 360.0) -> None:
@@ -181,8 +181,9 @@ class Motion(Body):
     # Lines so long that they leave the numbers that graphics count with
 
     def _walk_far(self, distance: float) -> bool:
-        """Steps so far in up to three: to the field's edge, over the field, and on from there."""
-        if self._field.batching:
+        """Steps so far; with the pen down in up to three: to the field's edge, over the field, and on from there."""
+        if self._field.batching or not self._down:
+            self._is_far = True  # or so it may be; the next jump looks
             return self._move("f " + spell(distance))
 
         def read(place: Answer, heading: Answer) -> tuple[Vec2D, float]:
@@ -193,10 +194,12 @@ class Motion(Body):
         cuts = crossings(here, goal)
         return all(self._move("f " + spell((b - a) * distance)) for a, b in zip(cuts, cuts[1:]))
 
-    def _jump_far(self, x: float, y: float) -> bool:
-        """Jumps there in up to three jumps, as _walk_far."""
-        here, goal = self._place("goto"), Vec2D(x, y)
+    def _jump_far(self, goal: Vec2D) -> bool:
+        """Jumps from or to a place so far, as _walk_far."""
         self._is_far = max(abs(goal[0]), abs(goal[1])) > LONG
+        if self._field.batching or not self._down:
+            return self._move("j %s %s" % (spell(goal[0]), spell(goal[1])), jump=True)
+        here = self._place("goto")
         way = goal - here
         stops = [here + way * cut for cut in crossings(here, goal)[1:-1]] + [goal]
         return all(self._move("j %s %s" % (spell(stop[0]), spell(stop[1])), jump=True) for stop in stops)

@@ -35,6 +35,8 @@ class Picture:
 
     def line(self, x0: float, y0: float, x1: float, y1: float, width: float, color0: Any, color1: Any) -> None:
         """A line from its old end to its new one; the colour runs from color0 to color1 (here: is color1)."""
+        if (x0, y0) == (x1, y1):
+            return  # shows nothing
         look = (width, hexadecimal(color1))
         if self._line_end == (x0, y0, look):
             self.pieces[-1] = self.pieces[-1].replace('"/>', " " + place(x1, y1) + '"/>')
@@ -46,7 +48,8 @@ class Picture:
     def polygon(self, points: Sequence[Any], colors: Sequence[Any]) -> None:
         """A filled polygon; the colours are those of its corners (here: the last counts)."""
         if len(set(points)) > 2:
-            self._add('<polygon shape-rendering="crispEdges" fill="%s" points="%s"/>' % (hexadecimal(colors[-1]), " ".join(place(*p) for p in points)))
+            self._add('<polygon shape-rendering="crispEdges" fill="%s" points="%s"/>'
+                      % (hexadecimal(colors[-1]), " ".join(place(*point) for point in points)))
 
     def point(self, x: float, y: float, size: float, color: Any) -> None:
         """A square point."""
@@ -88,7 +91,8 @@ class Picture:
 
     def svg(self) -> str:
         """The whole picture."""
-        shown = ['<circle cx="%s" cy="%s" r="8" fill="#d4af37"/>' % tuple(place(*coin).split(",")) for coin in self._coins.values()]
+        shown = ['<g transform="translate(%s)"><circle r="8" fill="#d4af37"/></g>' % place(*coin)
+                 for coin in self._coins.values()]
         shown += ['<g transform="translate(%s)"><rect y="-104" width="75" height="104" rx="5" fill="#fff" stroke="#000"/>'
                   '<text x="8" y="-84" font-size="16">%d</text></g>' % (place(*lying), number)
                   for number, lying in self._cards.items()]
@@ -104,8 +108,10 @@ class Picture:
         if name == "doughnut":
             body = '<circle r="7" fill="none" stroke="#c98a4b" stroke-width="6"/>'
         else:
-            feet = "".join('<circle cx="%g" cy="%g" r="2.5"/>' % (7 * math.cos(turn), 7 * math.sin(turn)) for turn in (0.8, 2.3, 4, 5.5))
-            body = '<g fill="%s" transform="rotate(%g)"><circle cx="10" r="3.5"/>%s<ellipse rx="8.5" ry="6.5" stroke="#053"/></g>' % (
-                fill, -heading % 360, feet)
-            body += '<text x="12" y="-8" font-size="10" fill="%s">%s</text>' % (fill, escape(name)) if name else ""
+            feet = "".join('<circle cx="%g" cy="%g" r="2.5"/>' % (7 * math.cos(turn), 7 * math.sin(turn))
+                           for turn in (0.8, 2.3, 4, 5.5))
+            body = ('<g fill="%s" transform="rotate(%g)"><circle cx="10" r="3.5"/>%s'
+                    '<ellipse rx="8.5" ry="6.5" stroke="#053"/></g>' % (fill, -heading % 360, feet))
+            if name:
+                body += '<text x="12" y="-8" font-size="10" fill="%s">%s</text>' % (fill, escape(name))
         return '<g transform="translate(%s)">%s</g>' % (place(x, y), body)

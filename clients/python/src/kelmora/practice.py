@@ -115,7 +115,8 @@ class PracticeField(Rules):
             if line and being.alive:
                 values, ok = self._carry_out(being, line)
                 events, being.events = being.events & being.mask, 0
-                answers.append("%s%s @ %d %d" % (values + " " if values else "", "OK" if ok else "ERR", self.clock, events))
+                status = (values + " " if values else "") + ("OK" if ok else "ERR")
+                answers.append("%s @ %d %d" % (status, self.clock, events))
         if self._paced:
             self.frame()
         return answers
@@ -164,7 +165,8 @@ class PracticeField(Rules):
     def _show(self) -> None:
         """Tells the painter who stands where, as far as that has changed."""
         for being in self.beings:
-            pose = (being.x, being.y, being.heading, being.body_color(), being.name or being.kind * (being.kind != "turtle"))
+            name = being.name or ("" if being.kind == "turtle" else being.kind)
+            pose = (being.x, being.y, being.heading, being.body_color(), name)
             if self._shown.get(being.number) != pose:
                 self._shown[being.number] = pose
                 call(self.painter, "turtle", being.number, *pose)

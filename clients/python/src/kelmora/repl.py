@@ -19,18 +19,21 @@ LONGEST_REPEAT = 10000
 # Word, what it needs, and an example. The help is the turtle's own.
 WORDS = {
     "forward": ("DISTANCE", "forward 50"), "back": ("DISTANCE", "back 50"), "left": ("ANGLE", "left 90"),
-    "right": ("ANGLE", "right 90"), "goto": ("X Y", "goto 100 -50"), "home": ("", "home"), "setheading": ("ANGLE", "setheading 90"),
-    "circle": ("RADIUS [ANGLE]", "circle 50"), "penup": ("", "penup"), "pendown": ("", "pendown"),
-    "pensize": ("WIDTH", "pensize 5"), "color": ("COLOUR", "color red"), "begin_fill": ("", "begin_fill"),
-    "end_fill": ("", "end_fill"), "dot": ("SIZE [COLOUR]", "dot 20 blue"), "write": ("TEXT", "write hello, all of you"),
-    "lines": ("", "lines"), "points": ("", "points"), "brush": ("", "brush"), "bgcolor": ("COLOUR", "bgcolor navy"),
-    "clear": ("", "clear"), "reset": ("", "reset"), "position": ("", "position"), "heading": ("", "heading"),
-    "distance": ("X Y", "distance 0 0"), "towards": ("X Y", "towards 0 0"), "name": ("TEXT", "name Ann"),
-    "team": ("[NUMBER]", "team 2"), "broadcast": ("TEXT", "broadcast over here"), "message": ("", "message"),
-    "finder": ("[RANGE]", "finder 100"), "sonar": ("", "sonar"), "radar": ("", "radar"), "pick": ("", "pick"),
-    "drop": ("", "drop"), "borrow": ("", "borrow"), "coins": ("", "coins"), "doughnut": ("", "doughnut"),
-    "card": ("NUMBER X Y", "card 5 0 0"), "fire": ("", "fire"), "robot": ("", "robot"), "battle": ("[on | off]", "battle on"),
-    "score": ("", "score"), "events": ("", "events"), "turtles": ("", "turtles"), "clock": ("", "clock")}
+    "right": ("ANGLE", "right 90"), "goto": ("X Y", "goto 100 -50"), "home": ("", "home"),
+    "setheading": ("ANGLE", "setheading 90"), "circle": ("RADIUS [ANGLE]", "circle 50"), "penup": ("", "penup"),
+    "pendown": ("", "pendown"), "pensize": ("WIDTH", "pensize 5"), "color": ("COLOUR", "color red"),
+    "begin_fill": ("", "begin_fill"), "end_fill": ("", "end_fill"), "dot": ("SIZE [COLOUR]", "dot 20 blue"),
+    "write": ("TEXT", "write hello, all of you"), "lines": ("", "lines"), "points": ("", "points"),
+    "brush": ("", "brush"), "bgcolor": ("COLOUR", "bgcolor navy"), "clear": ("", "clear"), "reset": ("", "reset"),
+    "position": ("", "position"), "heading": ("", "heading"), "distance": ("X Y", "distance 0 0"),
+    "towards": ("X Y", "towards 0 0"), "name": ("TEXT", "name Ann"), "team": ("[NUMBER]", "team 2"),
+    "broadcast": ("TEXT", "broadcast over here"), "message": ("", "message"), "finder": ("[RANGE]", "finder 100"),
+    "sonar": ("", "sonar"), "radar": ("", "radar"), "pick": ("", "pick"), "drop": ("", "drop"),
+    "borrow": ("", "borrow"), "coins": ("", "coins"), "doughnut": ("", "doughnut"),
+    "card": ("NUMBER X Y", "card 5 0 0"), "fire": ("", "fire"), "robot": ("", "robot"),
+    "battle": ("[on | off]", "battle on"), "score": ("", "score"), "events": ("", "events"),
+    "turtles": ("", "turtles"), "clock": ("", "clock")}
+OWN = ("repeat", "new", "save", "help", "quit")  # the prompt's own
 TEXTS = {"write", "name", "broadcast"}  # take the rest of the line
 SHORT = {"fd": "forward", "bk": "back", "lt": "left", "rt": "right", "pu": "penup", "pd": "pendown", "width": "pensize",
          "pencolor": "color", "pos": "position", "up": "penup", "down": "pendown"}
@@ -108,7 +111,8 @@ class Prompt(cmd.Cmd):
         word = SHORT.get(word.lower(), word.lower())
         if word not in WORDS:
             close = [known for known in WORDS if known.startswith(word[:2])]
-            print("There is no word %s. %s" % (word, "Did you mean %s?" % " or ".join(close) if close else "help shows all."))
+            hint = "Did you mean %s?" % " or ".join(close) if close else "help shows all."
+            print("There is no word %s. %s" % (word, hint))
             self.failed = True
             return
         arguments = [rest.strip()] if word in TEXTS else [value(part) for part in rest.split()]
@@ -174,17 +178,18 @@ class Prompt(cmd.Cmd):
             print("    " + (inspect.getdoc(getattr(Turtle, word)) or "").replace("\n", "\n    "))
             print("    For example: " + WORDS[word][1])
         elif word == "repeat":
-            print("repeat NUMBER COMMAND, COMMAND...\n    Does the commands so many times.\n    For example: repeat 4 forward 50, left 90")
+            print("repeat NUMBER COMMAND, COMMAND...\n    Does the commands so many times.\n"
+                  "    For example: repeat 4 forward 50, left 90")
         elif word:
             super().do_help(word)
         else:
             print(self.doc_header)
-            self.columnize(sorted([*WORDS, "repeat", "new", "save", "help", "quit"]), 78)
+            self.columnize(sorted([*WORDS, *OWN]), 78)
 
     # Completion
 
     def completenames(self, text: str, *unused: Any) -> list[str]:
-        return [word + " " for word in sorted([*WORDS, *SHORT, "repeat", "new", "save", "help", "quit"]) if word.startswith(text)]
+        return [word + " " for word in sorted([*WORDS, *SHORT, *OWN]) if word.startswith(text)]
 
     def completedefault(self, text: str, line: str, *unused: Any) -> list[str]:  # type: ignore[override]
         """Behind repeat and commas, words again; behind color, colours."""
