@@ -19,6 +19,7 @@
 #include <span>
 
 uint64_t frames_drawn;
+int window_width = WINDOW_SIDE, window_height = WINDOW_SIDE;
 
 namespace {
 
@@ -128,6 +129,8 @@ void draw_picture(const tick_view_t& view, bool depth_is_restored) {
     if (modes.disp_help) drawHelp();
     if (signals.socket_error_occurred) drawWarning();
     glDisable(GL_DEPTH_TEST);
+    // Last: tiles, wide lines and what was there before reach over the edge.
+    fill_beyond_field(window_width, window_height, color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]));
 }
 
 } // namespace

@@ -7,6 +7,8 @@
 #include <cstdint>
 
 extern uint64_t frames_drawn; // since the start, shown or not; window thread only
+// Pixels of the window, as GLUT told last. A window manager may keep it larger than the field's square; window thread.
+extern int window_width, window_height;
 
 /// A tick and its picture, which stands in the back buffer but is not shown yet. Holds frame_rendering_mutex from
 /// before the first table is read until the picture is finished, so that commands run between frames only.

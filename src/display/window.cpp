@@ -275,7 +275,9 @@ int64_t on_tick() {
     return period;
 }
 
-void reshapefunc(int /*width*/, int /*height*/) {
+void reshapefunc(int width, int height) {
+    window_width = width;
+    window_height = height;
     forget_scenery(); // what lay outside a smaller window was not kept
     glutReshapeWindow(WINDOW_SIDE, WINDOW_SIDE);
     glutPostRedisplay();

@@ -96,6 +96,21 @@ void read_canvas(unsigned char* pixels) {
     glBindTexture(GL_TEXTURE_2D, 0);
 }
 
+void fill_beyond_field(int width, int height, float red, float green, float blue) {
+    if (width <= WINDOW_SIDE && height <= WINDOW_SIDE) return;
+    glClearColor(red, green, blue, 1.0F);
+    glEnable(GL_SCISSOR_TEST);
+    if (width > WINDOW_SIDE) {
+        glScissor(WINDOW_SIDE, 0, width - WINDOW_SIDE, height);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    if (height > WINDOW_SIDE) {
+        glScissor(0, WINDOW_SIDE, width, height - WINDOW_SIDE);
+        glClear(GL_COLOR_BUFFER_BIT);
+    }
+    glDisable(GL_SCISSOR_TEST);
+}
+
 void draw_floor() {
     glEnable(GL_CULL_FACE);
     glNormal3d(0.0, 0.0, 1.0);

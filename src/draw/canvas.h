@@ -26,5 +26,9 @@ void cache_canvas();
 /// canvas_is_top_down tells.
 void read_canvas(unsigned char* pixels);
 
+/// Fills what lies beyond the field in a window of width x height pixels, whose lower left square the field is. Nothing
+/// in a window of the field's own size, or a smaller one. Sets GL's clear colour.
+void fill_beyond_field(int width, int height, float red, float green, float blue);
+
 /// The canvas as the floor of the scene: the square of the field at height 0, seen from above only.
 void draw_floor();
