@@ -98,7 +98,7 @@ class Pages(unittest.TestCase):
         for path in pages:
             with open(path, encoding="utf-8") as file:
                 text = file.read()
-            for target in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", text):
+            for target in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", text) + re.findall(r'src="([^"]+)"', text):
                 if not target.startswith("http"):
                     with self.subTest(page=os.path.relpath(path, programs.TOP), target=target):
                         self.assertTrue(os.path.exists(os.path.join(os.path.dirname(path), target)))
