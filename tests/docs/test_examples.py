@@ -124,6 +124,8 @@ class Readme(unittest.TestCase):
         names = {os.path.basename(path)[:-3] for path in glob.glob(os.path.join(FOLDER, "*.py"))}
         self.assertEqual(len(names), 12)
         self.assertEqual(set(re.findall(r"\((\w+)\.py\)", text)), names)
+        # And whatever is there in another language has its link.
+        self.assertEqual(set(re.findall(r"\((\w+\.\w+)\)", text)), set(os.listdir(FOLDER)) - {"README.md"})
         self.assertEqual(set(re.findall(r"pictures/examples/(\w+)\.png", text)), names)
         self.assertLessEqual({"test_" + name for name in names}, set(dir(Examples)))
 
