@@ -104,7 +104,13 @@ class Body:
 
     def _do(self, line: str) -> Any:
         """A command that nothing refuses but a rule: True when it was carried out, else False."""
-        return self._field.say([line], lambda answer: answer.ok)
+        if self._field.batching:
+            return self._field.say([line], lambda answer: answer.ok)
+        answer = self._field.do(line)
+        if answer is None:
+            return True
+        self._field.settle()
+        return answer.ok
 
     @property
     def field(self) -> Field:

@@ -17,7 +17,7 @@ EVENTS = {1: "hit", 2: "turtle", 4: "doughnut", 8: "stone", 16: "wall", 32: "coi
           256: "message"}
 HIT = 1
 LONGEST_COMMAND = 511  # characters that the field reads of a line
-PACKET = 100           # commands of a batch that go together: who sends without end and reads nothing is cut off
+PACKET = 1000          # commands of a batch that go together: who sends without end and reads nothing is cut off
 
 
 class Answer(NamedTuple):

@@ -110,7 +110,7 @@ class Motion(Body):
         compass = COMPASS.get(goal)
         if compass is not None:
             # In battle mode the field answers this with the turtle's place and does nothing.
-            done = self._say([compass], lambda answer: None if answer.values else self._turned(answer))
+            done = self._say([compass], lambda answer: None if answer.values else self._moved(answer))
             if done is not None or self._field.batching:
                 return done
         self._field.immediate("setheading")
@@ -219,26 +219,24 @@ class Motion(Body):
         return place
 
     def _turn(self, line: str) -> Any:
-        return self._field.say([line], self._turned)
+        return self._field.say([line], self._moved) if self._field.batching else self._at_once(line)
 
-    def _turned(self, answer: Answer) -> bool:
-        if answer.ok:
-            self._obstacle = None  # the field tells anew what is in the way
+    def _at_once(self, line: str, jump: bool = False) -> bool:
+        """A step, jump or turn without anything else in its packet."""
+        answer = self._field.do(line)
+        if answer is None:
+            self._obstacle = None
             return True
-        return self._refused(answer)
+        try:
+            return self._moved(answer, jump)
+        finally:
+            self._field.settle()
 
     def _move(self, line: str, jump: bool = False, before: Optional[list[str]] = None,
               after: Optional[list[str]] = None, painting: bool = True) -> Any:
         """One step or jump, with other commands in the same packet; its answer alone decides what is returned."""
         if not (self._recolored or before or self._traces or self._field.batching):
-            answer = self._field.do(line)
-            if answer is None:
-                self._obstacle = None
-                return True
-            try:
-                return self._moved(answer, jump)
-            finally:
-                self._field.settle()
+            return self._at_once(line, jump)
         lines = before or []
         if self._down and painting:
             if self._recolored and self._way == LINES:
@@ -263,12 +261,10 @@ class Motion(Body):
         return self._field.say(lines, read)
 
     def _moved(self, answer: Answer, jump: bool = False) -> bool:
+        """What the answer to a step, jump or turn means."""
         if answer.ok:
-            self._obstacle = None
+            self._obstacle = None  # the field tells anew what is in the way
             return True
-        return self._refused(answer, jump)
-
-    def _refused(self, answer: Answer, jump: bool = False) -> bool:
         told = names_of(answer.events & OBSTACLES)
         if told:
             self._obstacle = told[-1]
