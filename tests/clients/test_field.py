@@ -1,0 +1,168 @@
+"""The same small program in C++, JavaScript and shell on the real field: each must see and do the same there."""
+import math
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "wire"))
+from harness import CLIENT_PORT, FieldTest, main, patience  # noqa: E402
+
+import agents  # noqa: E402
+
+MILLISECONDS = int(patience(30) * 1000)
+scratch = tempfile.TemporaryDirectory(prefix="kelmora-field-")
+
+
+def tearDownModule():
+    scratch.cleanup()
+
+
+def agent_cpp():
+    program = os.path.join(scratch.name, "agent")
+    if not os.path.exists(program):
+        subprocess.run(["c++", "-std=c++17", "-I", os.path.join(agents.ROOT, "clients", "cpp"),
+                        os.path.join(agents.HERE, "agents", "agent.cpp"), "-o", program], check=True, timeout=600)
+    return agents.Agent([program])
+
+
+def agent_js():
+    return agents.Agent(["node", os.path.join(agents.HERE, "agents", "agent.mjs")],
+                        {"KELMORA_JS": os.path.join(agents.ROOT, "clients", "js", "kelmora.js")})
+
+
+def agent_shell():
+    return agents.Agent(["bash", os.path.join(agents.HERE, "agents", "agent.sh")],
+                        {"KELMORA_SH": os.path.join(agents.ROOT, "clients", "shell", "kelmora.sh")})
+
+
+LANGUAGES = {"cpp": agent_cpp, "js": agent_js, "shell": agent_shell}
+
+
+class Program:
+    """A program in one of the languages: words by name, which return what they return there or raise Failed."""
+
+    def __init__(self, language):
+        self.agent = LANGUAGES[language]()
+
+    class Failed(Exception):
+        pass
+
+    def ask(self, request):
+        self.agent.ask([request])
+        answer = self.agent.answer()
+        if "raises" in answer or answer.get("status", 0) == 2:
+            raise self.Failed(answer.get("kind") or answer["raises"]["kind"])
+        if "status" not in answer:
+            return answer["returns"]
+        words = answer["printed"].split()
+        if not words:
+            return answer["status"] == 0
+        values = [float(word) if word.replace(".", "").replace("-", "").isdigit() else word for word in words]
+        return values if len(values) > 1 else values[0]
+
+    def connect(self):
+        return self.ask("connect\t%d\t%d" % (CLIENT_PORT, MILLISECONDS))
+
+    def __getattr__(self, word):
+        return lambda *arguments: self.ask(agents.call_line({"call": word, "args": list(arguments)}))
+
+
+class RealField(FieldTest):
+    """Each check runs in each language, on a field with one other client."""
+
+    def in_language(self, language, check, others=1):
+        made = self.fresh(others)
+        program = Program(language)
+        self.addCleanup(program.agent.close)
+        check(self, program, made)
+
+    def near(self, found, wanted):
+        for a, b in zip(found, wanted, strict=True):
+            self.assertAlmostEqual(a, b, places=5)
+
+    def check_walking(self, turtle, other):
+        other.do("j -240 -240")
+        turtle.connect()
+        self.assertTrue(turtle.teleport(10, 20))
+        self.assertTrue(turtle.setheading(30))
+        self.assertTrue(turtle.forward(100))
+        self.near(turtle.position(), (10 + 100 * math.cos(math.radians(30)), 70))
+        self.assertTrue(turtle.right(75.5))
+        self.near([turtle.heading()], [314.5])
+        self.assertTrue(turtle.setx(-50))
+        self.assertTrue(turtle.shift(0.5, -0.25))
+        self.near(turtle.position(), (-49.5, 69.75))
+        self.assertTrue(turtle.home())
+        self.near(turtle.position(), (0, 0))
+        self.near([turtle.heading()], [0])
+
+    def check_somebody_in_the_way(self, turtle, other):
+        other.do("j 0 0")
+        turtle.connect()
+        turtle.teleport(-60, 0)
+        turtle.setheading(0)
+        self.assertEqual(turtle.finder(100), ["turtle", 0])
+        self.assertIs(turtle.forward(60), False)
+        self.assertEqual(turtle.blocked_by(), "turtle")
+        self.near(turtle.position(), (-60, 0))
+        self.assertTrue(turtle.forward(39))                 # 20 between the centres is the least
+        other.do("j -21 15")
+        self.assertIs(turtle.teleport(100, 100), False)     # nobody jumps away from somebody who is so close
+
+    def check_coins_cards_and_teams(self, turtle, other):
+        other.do("j -240 -240")
+        turtle.connect()
+        turtle.teleport(0, 0)
+        self.assertEqual(turtle.coins(), 0)
+        self.assertTrue(turtle.borrow())
+        self.assertTrue(turtle.drop())
+        self.assertEqual((turtle.coins(), turtle.coins_near()), (9, 1))
+        self.assertTrue(turtle.pick())
+        self.assertEqual((turtle.coins(), turtle.coins_near()), (10, 0))
+        self.assertTrue(turtle.card(7, 12.5, -30))
+        self.assertIs(turtle.card_shown(7), True)
+        self.near(turtle.card_position(7), (12.5, -30))
+        self.assertTrue(turtle.clear_cards())
+        self.assertIs(turtle.card_shown(7), False)
+        self.assertTrue(turtle.team(3))
+        self.assertEqual(turtle.team(), 3)
+        other.do("i 3", "u over")
+        self.assertEqual(turtle.message()[1], "over")
+        self.assertEqual(turtle.turtles(), 2)
+
+    def check_dying(self, turtle, shooter):
+        """Four hits of 30 points take more than the 100 of the start."""
+        shooter.do("j 0 0", "t e")
+        turtle.connect()
+        turtle.teleport(60, 0)
+        end = time.monotonic() + patience(120)
+        while True:
+            shooter.do("x")
+            try:
+                turtle.ping()
+            except Program.Failed as error:
+                self.assertEqual(str(error), "died")
+                break
+            self.assertLess(time.monotonic(), end)
+        with self.assertRaisesRegex(Program.Failed, "lost"):
+            turtle.ping()
+
+    def check_all_places_taken(self, turtle, _others):
+        with self.assertRaisesRegex(Program.Failed, "not_admitted"):
+            turtle.connect()
+
+
+def test_of(language, check):
+    others = 10 if check == "check_all_places_taken" else 1
+    return lambda self: self.in_language(language, getattr(RealField, check), others)
+
+
+for name in [name for name in vars(RealField) if name.startswith("check_")]:
+    for language in LANGUAGES:
+        setattr(RealField, name.replace("check", "test_" + language), test_of(language, name))
+
+
+if __name__ == "__main__":
+    main()
