@@ -1,5 +1,6 @@
 #include "play/turns.h"
 
+#include "base/log.h"
 #include "game/pacer.h"
 #include "net/framing.h"
 #include "play/seats.h"
@@ -42,6 +43,7 @@ void begin_turn() {
 void miss_turn(game_t& game, int slot) {
     seat_at(slot).in_turn = false;
     note_missed_turn(game.ledger, slot);
+    log_line("seat %d missed its turn", slot);
 }
 
 void look_for_line(int slot) {
