@@ -4,7 +4,7 @@ from __future__ import annotations
 import sys
 
 from .errors import KelmoraError
-from .turtles import Turtle
+from .turtles import Turtle, leave
 
 USAGE = """usage: python -m kelmora          draws a hello on the field and says what it found there
        python -m kelmora doctor   checks the way to the field, step by step
@@ -36,16 +36,17 @@ def draw_hello(turtle: Turtle) -> bool:
 
 
 def hello() -> None:
-    with Turtle(name="hello", home=False) as turtle:
-        turtle.pencolor("gold")
-        drawn = draw_hello(turtle)
-        print("There is a field at %s: %d turtles and other things are on it, and its clock shows %d."
-              % (turtle.field.where, turtle.turtles(), turtle.clock()))
-        print("Your turtle has drawn a hello." if drawn else
-              "Your turtle could not draw its hello: in battle mode, and while somebody stands closer than 20, the field "
-              "lets nobody jump.")
-        print("Now try kelmora-repl, or a program:\n\n"
-              "    from kelmora import *\n    for _ in range(4):\n        forward(100)\n        left(90)\n")
+    turtle = Turtle(name="hello", home=False)
+    turtle.pencolor("gold")
+    drawn = draw_hello(turtle)
+    print("There is a field at %s. Its clock shows %d; turtles on it, zombies and doughnuts included: %d."
+          % (turtle.field.where, turtle.clock(), turtle.turtles()))
+    print("Your turtle has drawn a hello." if drawn else
+          "Your turtle could not draw its hello: in battle mode, and while somebody stands closer than 20, the field "
+          "lets nobody jump.")
+    print("Now try kelmora-repl, or a program:\n\n"
+          "    from kelmora import *\n    for _ in range(4):\n        forward(100)\n        left(90)\n")
+    leave(turtle)
 
 
 def main() -> int:

@@ -10,11 +10,10 @@ from typing import Optional
 
 from .errors import KelmoraError, NoField, NotAdmitted
 from .transport import SocketTransport, address
-from .turtles import Turtle
+from .turtles import Turtle, leave
 
 WEB_PORT = 2280
-TIMEOUT = 5.0
-OFF_FIELD = 2000.0      # a place where a turtle that leaves is in nobody's way
+TIMEOUT = 20.0           # seconds for each answer
 ELSEWHERE = "127.0.0.2"  # a name of this machine that a private field does not admit
 
 
@@ -51,18 +50,18 @@ class Doctor:
         self.right("address", "%s port %d (%s, %s)" % (self.host, self.port, ip, source))
         return True
 
-    def check_port(self) -> bool:
+    def check_port(self) -> Optional[SocketTransport]:
         try:
-            SocketTransport(self.host, self.port, TIMEOUT).close()
+            connection = SocketTransport(self.host, self.port, TIMEOUT)
         except NoField as error:
             self.wrong("port", str(error))
-            return False
+            return None
         self.right("port", "something listens on port %d" % self.port)
-        return True
+        return connection
 
-    def check_places(self) -> Optional[Turtle]:
+    def check_places(self, connection: SocketTransport) -> Optional[Turtle]:
         try:
-            turtle = Turtle(host=self.host, port=self.port, timeout=TIMEOUT, home=False)
+            turtle = Turtle(transport=connection, home=False)
         except NotAdmitted:
             if self.is_local:
                 self.wrong("places", "The field is full: its ten places are taken, or 30 turtles and zombies are on it. "
@@ -74,7 +73,7 @@ class Doctor:
         except KelmoraError as error:
             self.wrong("places", str(error))
             return None
-        self.right("places", "the field admits you; %d turtles and other things are on it" % turtle.turtles())
+        self.right("places", "the field admits you; turtles on it, zombies and doughnuts included: %d" % turtle.turtles())
         return turtle
 
     def check_mode(self) -> None:
@@ -141,8 +140,9 @@ class Doctor:
     def run(self) -> int:
         self.check_files()
         if self.check_address():
-            if self.check_port():
-                turtle = self.check_places()
+            connection = self.check_port()
+            if connection is not None:
+                turtle = self.check_places(connection)
                 self.check_mode()
                 if turtle is not None:
                     self.check_clock(turtle)
@@ -164,16 +164,6 @@ def fetch(url: str) -> bytes:
     opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
     with opener.open(url, timeout=TIMEOUT) as answer:
         return answer.read(65536)
-
-
-def leave(turtle: Turtle) -> None:
-    """Hangs up, and leaves the zombie where it is in nobody's way."""
-    try:
-        turtle.penup()
-        turtle.goto(OFF_FIELD, OFF_FIELD)
-    except KelmoraError:
-        pass
-    turtle.close()
 
 
 def main() -> int:

@@ -165,7 +165,7 @@ class Prompt(cmd.Cmd):
                 print("That cannot be written: %s" % error.strerror)
 
     def do_quit(self, unused: str) -> bool:
-        """Ends the session; so does Ctrl-D."""
+        """Ends the prompt; so does Ctrl-D."""
         return True
 
     do_exit = do_quit

@@ -13,6 +13,8 @@ from .link import Field
 from .painting import Pen
 from .transport import Transport
 
+OFF_FIELD = 2000.0  # a place where a turtle that leaves is in nobody's way
+
 
 class Turtle(Pen, Deeds, Compat):
     """A turtle on a field, and the connection that drives it; words as in Python's own turtle, and more.
@@ -118,6 +120,16 @@ class Screen:
         if word in NOTED or word in ("window_width", "window_height", "mode", "ontimer"):
             return getattr(Compat, word).__get__(self)  # these need no field
         return getattr(anyone(), word)
+
+
+def leave(turtle: Turtle) -> None:
+    """Hangs up, and leaves the zombie where it is in nobody's way, if the field lets it go there."""
+    try:
+        turtle.penup()
+        turtle.goto(OFF_FIELD, OFF_FIELD)
+    except KelmoraError:
+        pass
+    turtle.close()
 
 
 _default: Optional[Turtle] = None  # whom words without a turtle mean
