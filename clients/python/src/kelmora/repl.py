@@ -206,7 +206,7 @@ class Prompt(cmd.Cmd):
 
 
 def keep_history() -> None:
-    """Lets lines be called back, also those of earlier sessions."""
+    """Lets lines be called back, also those of earlier days."""
     try:
         import readline
     except ImportError:
