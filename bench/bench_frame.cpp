@@ -1,9 +1,9 @@
 // Cost of a frame on a full field: 30 turtles with names and scores, a full maze, 300 coins, 53 cards, 30 new segments
-// and the help screen, in both views, off the timer. Beside it the emptiest frame, the same field drawn the plain way,
-// with a coin that is moved before every frame, and without the help screen. One CSV line each, in ms: wall time's
-// median, 99th percentile and minimum, and the processor time of all threads per frame, which a busy machine changes
-// least. usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left out] [top |
-// bird]
+// and the help screen, in both views, off the timer. Beside it the frame of an empty field, the same field drawn the
+// plain way, with a coin that is moved before every frame, and without the help screen. One CSV line each, in ms: wall
+// time's median, 99th percentile and minimum, and the processor time of all threads per frame, which a busy machine
+// changes least. usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left
+// out] [top | bird]
 
 #include "display/frame.h"
 #include "display/window.h"

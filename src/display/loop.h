@@ -13,7 +13,7 @@ void let_swaps_not_wait();
 /// @return what `tick` returned
 int64_t tick_and_draw(int64_t (*tick)());
 
-/// Runs the window for good: events as they come, ticks when they are due by the monotonic clock. (GLUT's own loop and
-/// timers count whole milliseconds of the clock of the day: set back by an hour, it would let the field stand still for
-/// an hour.)
+/// Runs the window and does not return: events as they come, ticks when they are due by the monotonic clock. (GLUT's
+/// own loop and timers count whole milliseconds of the clock of the day: set back by an hour, it would let the field
+/// stand still for an hour.)
 [[noreturn]] void run_loop(int64_t (*tick)());

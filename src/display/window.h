@@ -20,7 +20,7 @@ void prepare_drawing();
 /// Fills window_title with "Kelmora @ " and the host's name, cut where it does not fit, or "???" where it has none.
 void write_window_title();
 
-/// Makes the pop-up menu and hangs it on the right mouse button.
+/// Creates the pop-up menu and attaches it to the right mouse button.
 void create_menu();
 
 /// GLUT callbacks. A menu value or key without a meaning changes nothing.

@@ -13,7 +13,7 @@
 #include <limits>
 #include <span>
 
-static constexpr double SMALLEST_DOT = 0.01; // field units: a taper ends in a hair, never in nothing
+static constexpr double SMALLEST_DOT = 0.01; // field units; tapers end in dots of this size
 static constexpr double LARGEST_DOT = 1e6;   // field units: GL's clipping loses halves of squares that are much larger
 static constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
 static constexpr double HALF_WINDOW = 256.0; // field units

@@ -117,7 +117,7 @@ static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, 
     return true;
 }
 
-// Half a picture helps nobody; only a regular file is removed, never a device that stands in for one.
+// Removes a partial file, but only a regular one.
 static void discard(file_guard file, const char* path) {
     struct stat info = {};
     const bool regular = fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode);

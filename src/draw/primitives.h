@@ -10,7 +10,7 @@ inline constexpr int RIM_VERTICES = 12; // one every 30 degrees: cheap, and roun
 extern std::array<double, RIM_VERTICES> sine_tab, cosine_tab;
 extern int first_call; // 1 until the tables are filled
 
-/// A color component as GL is given it: limited to 0..1; what is no number is 0.
+/// A color component as GL is given it: limited to 0..1; NaN is 0.
 [[nodiscard]] float color_level(double v);
 
 /// Fills both tables and clears first_call.

@@ -37,7 +37,7 @@ struct scenery_t {
     std::array<piece_t, CARD_MAX> cards;
 };
 
-// What is no number is the same as nothing, not even itself: such scenery is drawn anew each time.
+// NaN compares unequal even to itself, so such scenery is redrawn every frame.
 bool is_same_wall(const wall_t& a, const wall_t& b) {
     return a.x1 == b.x1 && a.y1 == b.y1 && a.x2 == b.x2 && a.y2 == b.y2 && a.nx == b.nx && a.ny == b.ny &&
            a.attr == b.attr;
@@ -55,8 +55,8 @@ bool looks_the_same(const scenery_t& a, const scenery_t& b) {
            std::equal(a.cards.begin(), a.cards.begin() + a.n_card, b.cards.begin(), is_same_piece);
 }
 
-scenery_t seen;       // by the last look at the tables
-bool picture_is_kept; // of `seen`
+scenery_t current_scenery; // by the last look at the tables
+bool picture_is_kept;      // of current_scenery
 
 // Where the kept picture lies. The colors are drawn into a texture of their own, with how much they cover; the depths
 // are copied from the window, its top row first.
@@ -75,7 +75,7 @@ void forget_errors() {
     while (k < MOST && glGetError() != GL_NO_ERROR) ++k;
 }
 
-// In the depth format of the window: none other can be copied to and fro.
+// The depth format of the window; depths can be copied between equal formats only.
 GLenum depth_format() {
     int depth_bits = 0, stencil_bits = 0;
     glGetIntegerv(GL_DEPTH_BITS, &depth_bits);
@@ -148,8 +148,9 @@ bool lies_on_texel_edges(double y) { return std::fabs(std::remainder(y, 1.0)) > 
 // Laying a picture over the whole window costs about as much as drawing as many pixels anew.
 bool is_worth_keeping() {
     constexpr int COIN_AREA = 19 * 19; // pixels, as seen from above
-    if (seen.on_texel_edges != 0) return false;
-    return seen.n_card * CARD_WIDTH * CARD_HEIGHT + seen.n_coin * COIN_AREA > WINDOW_SIDE * WINDOW_SIDE;
+    if (current_scenery.on_texel_edges != 0) return false;
+    return current_scenery.n_card * CARD_WIDTH * CARD_HEIGHT + current_scenery.n_coin * COIN_AREA >
+           WINDOW_SIDE * WINDOW_SIDE;
 }
 
 // Coins in the order in which they were laid: the newest lies on top.
@@ -159,29 +160,29 @@ void see_coins() {
         const coin_t& c = coins[k];
         if (has_any(c.flags, ON_FIELD) && c.ord >= 0 && c.ord < COIN_MAX) coin_list[c.ord] = k;
     }
-    seen.n_coin = 0;
+    current_scenery.n_coin = 0;
     for (int rank = 0; rank < ncoin; ++rank) {
         const int k = coin_list[rank];
-        if (k >= 0) seen.coins[seen.n_coin++] = {rank, rank, coins[k].x, coins[k].y};
+        if (k >= 0) current_scenery.coins[current_scenery.n_coin++] = {rank, rank, coins[k].x, coins[k].y};
     }
 }
 
 // The card placed last lies highest.
 void see_cards() {
-    seen.n_card = 0;
-    seen.on_texel_edges = 0;
+    current_scenery.n_card = 0;
+    current_scenery.on_texel_edges = 0;
     for (int k = 0; k < CARD_MAX; ++k) {
         const int c = card_list[k];
         if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
-        seen.cards[seen.n_card++] = {c, k, cards[c].x, cards[c].y};
-        if (lies_on_texel_edges(cards[c].y)) seen.on_texel_edges = 1;
+        current_scenery.cards[current_scenery.n_card++] = {c, k, cards[c].x, cards[c].y};
+        if (lies_on_texel_edges(cards[c].y)) current_scenery.on_texel_edges = 1;
     }
 }
 
 void draw_coins() {
     if (!use_reference_path) begin_coin_batch();
-    for (int k = 0; k < seen.n_coin; ++k) {
-        const piece_t& coin = seen.coins[k];
+    for (int k = 0; k < current_scenery.n_coin; ++k) {
+        const piece_t& coin = current_scenery.coins[k];
         if (use_reference_path) {
             drawIcon_Coin(coin.number, coin.x, coin.y);
         } else {
@@ -192,8 +193,8 @@ void draw_coins() {
 }
 
 void draw_cards() {
-    for (int k = 0; k < seen.n_card; ++k) {
-        const piece_t& card = seen.cards[k];
+    for (int k = 0; k < current_scenery.n_card; ++k) {
+        const piece_t& card = current_scenery.cards[k];
         draw_Card(card.x, card.y, static_cast<double>(CARD_MAX - card.layer) / CARD_MAX, card.number);
     }
 }
@@ -234,16 +235,16 @@ bool restore_scenery_depth() {
 
 bool scenery_is_unchanged() {
     static scenery_t before;
-    before = seen;
-    seen.bird = modes.bird_view_mode;
-    seen.fov = view_fov_angle;
-    seen.rotation = view_rotation_angle;
-    seen.coin_slots = ncoin;
-    seen.n_wall = modes.battle_mode ? nwall : 0;
-    std::copy_n(walls.begin(), seen.n_wall, seen.walls.begin());
+    before = current_scenery;
+    current_scenery.bird = modes.bird_view_mode;
+    current_scenery.fov = view_fov_angle;
+    current_scenery.rotation = view_rotation_angle;
+    current_scenery.coin_slots = ncoin;
+    current_scenery.n_wall = modes.battle_mode ? nwall : 0;
+    std::copy_n(walls.begin(), current_scenery.n_wall, current_scenery.walls.begin());
     see_coins();
     see_cards();
-    const bool unchanged = looks_the_same(seen, before);
+    const bool unchanged = looks_the_same(current_scenery, before);
     if (!unchanged) picture_is_kept = false;
     return unchanged;
 }

@@ -21,5 +21,5 @@ void paint_by_brush(const turtle_t& t, int final, double pixels = FRAME_INK);
 /// above 0 or not finite draws at 1.
 void paint_line_and_fill_area(const turtle_t& t);
 
-/// Sets the front emission to (r, g, b, 1); components are limited to 0..1, what is no number is 0.
+/// Sets the front emission to (r, g, b, 1); components are limited to 0..1, NaN is 0.
 void set_pen_emission(double r, double g, double b);

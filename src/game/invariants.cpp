@@ -17,17 +17,17 @@ namespace {
 bool watched;
 
 const char* broken_coin_list(const std::bitset<COIN_MAX>& on_field) {
-    std::bitset<COIN_MAX> hangs;
+    std::bitset<COIN_MAX> listed;
     for (const coin_t* head : coinmap) {
         for (const coin_t* c = head; c != nullptr; c = c->next) {
             const ptrdiff_t k = c - coins.data();
             if (k < 0 || k >= COIN_MAX) return "a cell's list stays within the coin table";
             const auto coin = static_cast<size_t>(k);
-            if (hangs.test(coin)) return "a coin hangs in one cell only, and no list is a ring";
-            hangs.set(coin);
+            if (listed.test(coin)) return "a coin is in the list of one cell only, and no list is a ring";
+            listed.set(coin);
         }
     }
-    return hangs == on_field ? nullptr : "every coin on the field hangs in a cell, and no other does";
+    return listed == on_field ? nullptr : "every coin on the field is in the list of a cell, and no other is";
 }
 
 const char* broken_coins() {

@@ -213,7 +213,7 @@ void* handle_connection(void* arg) {
     signal(SIGPIPE, SIG_IGN);
     pthread_detach(pthread_self());
     serve_requests(sock, IDLE_BUDGET);
-    shutdown(sock, SHUT_RDWR); // fails when the peer has gone already; the socket is closed all the same
+    shutdown(sock, SHUT_RDWR); // may fail when the peer has gone; the socket is closed anyway
     if (close(sock) < 0) log_line("error closing client socket");
     --http_connections;
     return nullptr;

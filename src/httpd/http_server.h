@@ -40,7 +40,7 @@ void start_httpd(int port);
 bool serve_viewers(int sock);
 
 /// The accepting thread. @param arg  malloc'ed int with the port, released here. @return null
-/// In private mode the first peer other than 127.0.0.1 ends the thread for good, while the socket stays open.
+/// In private mode the first peer other than 127.0.0.1 ends the thread; the socket stays open.
 void* httpd(void* arg);
 
 /// A connection's thread. @param arg  malloc'ed int with the socket, released and closed here. @return null
@@ -58,7 +58,7 @@ int handle_request(int sock);
 /// @return `keep_alive`, or -1 when a send failed; the content stays the caller's
 int send_response(int sock, int method, const http_content_t* content, int keep_alive);
 
-/// Sends the terminated text with one call, which may wait for company when `more_follows`.
+/// Sends the terminated text with one call, with `more_follows` the kernel may delay it (MSG_MORE).
 /// @return the send's result; a negative one is reported on standard error
 int send_data(int sock, const char* text, bool more_follows = false);
 

@@ -20,7 +20,7 @@ bool is_told(const first_line_t& line) {
     return line.state == first_line_state::command || line.state == first_line_state::http_request;
 }
 
-// Reads what has come of the connection's first line. What is no part of a line is dropped from the buffer meanwhile.
+// Reads what has come of the connection's first line. Bytes that belong to no line are dropped from the buffer.
 // A line that fills the buffer before it is told is cut like any other, but not one that would be several commands.
 // @return whether lines may be executed
 bool first_line_is_command(client_t& c) {

@@ -10,7 +10,7 @@ inline constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
 /// receive_client_packet also from a peer that no longer takes replies: what it has sent may still be there.
 int receive_bytes(int slot);
 
-/// Takes the first complete line off the slot's buffer; without one, what is no part of a line is dropped from it.
+/// Takes the first complete line off the slot's buffer; without one, bytes that belong to no line are dropped from it.
 /// As long as the first line of the connection may be an HTTP request line, there is none.
 /// @param[out] line  LINE_MAX_BYTES bytes; the line, terminated  @return whether there was one
 bool take_line(int slot, char* line);

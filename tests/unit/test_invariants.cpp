@@ -155,19 +155,19 @@ TEST_F(Invariants, name_damage_to_the_lists_of_the_coin_map) {
     furnish();
     coin_t*& free_cell = *std::find(coinmap.begin(), coinmap.end(), nullptr);
     free_cell = &coins[7];
-    expect_broken("a coin hangs in one cell only, and no list is a ring");
+    expect_broken("a coin is in the list of one cell only, and no list is a ring");
     free_cell = &coins[40];
-    expect_broken("every coin on the field hangs in a cell, and no other does");
+    expect_broken("every coin on the field is in the list of a cell, and no other is");
     free_cell = coins.data() + COIN_MAX;
     expect_broken("a cell's list stays within the coin table");
     free_cell = nullptr;
     coin_t* tail = &coins[7];
     while (tail->next != nullptr) tail = tail->next;
     tail->next = &coins[7];
-    expect_broken("a coin hangs in one cell only, and no list is a ring");
+    expect_broken("a coin is in the list of one cell only, and no list is a ring");
     tail->next = nullptr;
     remove_coin_from_map(7);
-    expect_broken("every coin on the field hangs in a cell, and no other does");
+    expect_broken("every coin on the field is in the list of a cell, and no other is");
     add_coin_to_map(7);
     EXPECT_STREQ(first_broken_invariant(), nullptr);
 }

@@ -1,4 +1,4 @@
-"""A hard day in short: players, vandals, deaf clients, web viewers and a restless operator, all at once, for as many
+"""A soak test: players, vandals, clients that never read, web viewers and an operator pressing keys, all at once, for as many
 minutes as asked (first argument), against the program in KELMORA. Watches the clock, descriptors, threads and memory,
 and ends with its figures and a verdict; the exit status is 0 when it is good. Run by scripts/soak.
 """

@@ -54,7 +54,7 @@ class Crowd(FieldTest):
                 return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
 
         def ticks_with(widths, seconds=2.0):
-            """Ticks a second while nine turtles step to and fro with brushes of these widths in turns."""
+            """Ticks a second while nine turtles step forth and back with brushes of these widths in turns."""
             end = time.monotonic() + seconds
 
             def paint(turtle):
