@@ -4,11 +4,12 @@ import { language as pageLanguage, t } from '../common/texts.js';
 import { makePanel } from './help.js';
 import { newProgram } from './programs.js';
 
-// A text with `code` and **strong** words in it, as nodes; nothing in it is read as HTML.
+// A text with `code`, **strong** and *stressed* words in it, as nodes; nothing in it is read as HTML.
 function inline(text) {
-  return text.split(/(`[^`]+`|\*\*[^*]+\*\*)/).filter(Boolean).map((part) => {
+  return text.split(/(`[^`]+`|\*\*[^*]+\*\*|\*[^*\s][^*]*\*)/).filter(Boolean).map((part) => {
     if (part.startsWith('`')) return el('code', { text: part.slice(1, -1) });
     if (part.startsWith('**')) return el('strong', { text: part.slice(2, -2) });
+    if (/^\*.+\*$/.test(part)) return el('em', { text: part.slice(1, -1) });
     return document.createTextNode(part);
   });
 }
