@@ -111,7 +111,9 @@ export class TcpTransport extends LineBuffer {
 
   /** Connects; rejects with NoField. */
   static async connect(host, port, connectTimeout, timeout) {
-    const net = await import("node:net");
+    if (!globalThis.process?.versions?.node) throw new BadValue("There is no TCP in a browser: give a socket to connect().");
+    const name = "node:net"; // not for bundlers to follow
+    const net = await import(name);
     const where = `${host}:${port}`;
     // A private field admits 127.0.0.1 and no other name of this machine.
     const socket = net.connect({ host: host === "localhost" ? "127.0.0.1" : host, port });
