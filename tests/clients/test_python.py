@@ -381,7 +381,7 @@ class Words(unittest.TestCase):
         echo = Echo(["OK @ 1 0", "100 0 OK @ 1 0", "0 OK @ 1 0", "OK @ 1 0", "ERR @ 1 2", "OK @ 1 0", "OK @ 1 0", "100 0 OK @ 1 0"])
         turtle = kelmora.Turtle(transport=echo)
         self.assertEqual(len(self.notes), 1)
-        self.assertIn("(100, 0)", self.notes[0])
+        self.assertRegex(self.notes[0], r"something stands .*\(100, 0\)")
         self.assertEqual(echo.packets[-3:], ["p d\n", "t e\n", "q p\n"])
         turtle.close()
 

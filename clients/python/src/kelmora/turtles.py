@@ -66,10 +66,12 @@ class Turtle(Pen, Deeds, Compat):
         self._down = True
 
     def _stay(self) -> None:
-        """The way to the middle is blocked: the turtle stays, and somebody should know."""
+        """The way to the middle is blocked, or this is a battle: the turtle stays, and somebody should know."""
+        why = ("something stands on the way to the middle" if self._obstacle else
+               "in battle mode nobody gets to the middle at once")
         self.setheading(0)
-        hooks.note("something stands on the way to the middle, so the turtle starts at (%.0f, %.0f). The operator's key z "
-                   "takes zombies away, and so does clearscreen()." % self.position())
+        hooks.note("%s, so the turtle starts at (%.0f, %.0f). The operator's key z takes zombies away, and so does "
+                   "clearscreen()." % (why, *self.position()))
 
     def getscreen(self) -> "Screen":
         """The field, with the words that Python's turtle gives its screen."""
