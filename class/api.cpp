@@ -15,7 +15,6 @@ using boost::system::error_code;
 namespace {
 
 constexpr unsigned MOST_RUNS = 4000000000U;
-constexpr double APART_RADIUS = 180; // field units: start places in a ring
 
 std::optional<unsigned> run_number(const call& c) {
     return decimal(query_value(c.in.query, "run").value_or(""), MOST_RUNS);
@@ -186,7 +185,7 @@ json server::state_of(const session& s) {
 // A fresh start for the turtle, and its name. Nothing is left of the run before, so no zombie either.
 void server::begin(call& c) {
     session& s = *c.who;
-    live_session& live = live_[s.id];
+    live_.try_emplace(s.id);
     const auto practice = c.body.find("practice");
     if (practice != c.body.end() && practice->is_boolean() && practice->get<bool>()) {
         const uint32_t run = room_.begin_run(s, true);
@@ -197,26 +196,39 @@ void server::begin(call& c) {
     if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what was held by the run before
+    live_[s.id].answer.reset();
+    const std::string self_name = valid_utf8(s.turtle);
     s.turtle = s.name;
-    std::string lines = "c\n";
-    size_t count = 2;
-    if (room_.apart) {
-        const double angle = 2 * 3.14159265358979 * where->place / PLACES;
-        std::array<char, 64> jump{};
-        snprintf(jump.data(), jump.size(), "j %.0f %.0f\n", APART_RADIUS * std::cos(angle),
-                 APART_RADIUS * std::sin(angle));
-        lines += jump.data();
-        ++count;
-    }
-    lines += "n " + to_hex(s.name) + '\n';
-    live.answer.reset();
     auto reply = std::make_shared<responder>(std::move(c.reply));
-    const int field = where->field;
-    const auto done = [self = shared_from_this(), reply, who = s.id, run, field](field_link::outcome o,
+    with_bodies(where->field, self_name,
+                [self = shared_from_this(), reply, who = s.id, run, at = *where](const std::vector<spot>& others) {
+                    self->start_turtle(who, run, at, others, reply);
+                });
+}
+
+// `c` puts the turtle into the middle. While somebody stands there it could neither step nor jump away: then it goes to
+// a place of its own first, and gets pen, colour, width, lines and heading as `c` would give them.
+void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
+                          std::shared_ptr<responder> reply) {
+    const session* const s = room_.find(who);
+    if (s == nullptr) return (*reply)(run_over(ending::removed));
+    if (!room::is_running(*s, run)) return (*reply)(run_over(room::why_over(*s, run)));
+    add_given_starts(where, others);
+    const bool through_middle = middle_is_free(others);
+    const spot start = through_middle && !room_.apart ? spot{0, 0} : free_spot(others, where.place);
+    give_start(where, start);
+    std::array<char, 64> jump{};
+    snprintf(jump.data(), jump.size(), "j %.0f %.0f\n", start.x, start.y);
+    std::string lines = through_middle ? "c\n" : "p u\n";
+    if (!through_middle || room_.apart) lines += jump.data();
+    if (!through_middle) lines += "l\nk 1 0 0\nw 1\nt e\n";
+    lines += "n " + to_hex(s->name) + '\n';
+    const auto count = static_cast<size_t>(std::count(lines.begin(), lines.end(), '\n'));
+    const auto done = [self = shared_from_this(), reply, who, run, where, start](field_link::outcome o,
                                                                                  const std::string& answers) {
         session* const now = self->room_.find(who);
         if (now == nullptr) return (*reply)(run_over(ending::removed));
-        class_field& f = self->fields_[static_cast<size_t>(field)];
+        class_field& f = self->fields_[static_cast<size_t>(where.field)];
         if (!f.page) f.ok = o == field_link::outcome::ok;
         if (!room::is_running(*now, run)) return (*reply)(run_over(room::why_over(*now, run)));
         if (o != field_link::outcome::ok) {
@@ -224,10 +236,13 @@ void server::begin(call& c) {
             self->settle();
             return (*reply)(error_answer(503, "field", "The field is not there, or has no free place for a program."));
         }
-        (*reply)(
-            json_answer(200, {{"run", run}, {"field", field}, {"turtle", now->name}, {"answer", last_line(answers)}}));
+        (*reply)(json_answer(200, {{"run", run},
+                                   {"field", where.field},
+                                   {"turtle", now->name},
+                                   {"start", {start.x, start.y}},
+                                   {"answer", last_line(answers)}}));
     };
-    link_at(*where).exchange(std::move(lines), count, done);
+    link_at(where).exchange(std::move(lines), count, done);
 }
 
 void server::lines(call& c) {

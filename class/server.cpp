@@ -77,10 +77,17 @@ outgoing file_answer(const incoming& in, const static_file& file, std::string_vi
     return answer;
 }
 
-// Parked out of sight, without pen and name.
+// Out of sight, without pen and name. From where the turtle stands: in the middle others might stand.
 std::string parking_lines(int place) {
     std::array<char, 64> line{};
-    snprintf(line.data(), line.size(), "c\nj %.0f %.0f\n", PARK_X, PARK_Y + PARK_STEP * place);
+    snprintf(line.data(), line.size(), "p u\nn\nj %.0f %.0f\n", PARK_X, PARK_Y + PARK_STEP * place);
+    return line.data();
+}
+constexpr size_t PARKING_ANSWERS = 3;
+
+std::string jump_line(spot to) {
+    std::array<char, 64> line{};
+    snprintf(line.data(), line.size(), "j %.0f %.0f\n", to.x, to.y);
     return line.data();
 }
 
@@ -160,7 +167,7 @@ void server::stop() {
             field_link& link = *f.places[static_cast<size_t>(p)].link;
             if (!link.connected()) continue;
             ++*open;
-            link.exchange(parking_lines(p), 2, done);
+            link.exchange(parking_lines(p), PARKING_ANSWERS, done);
         }
     }
     parting_.expires_after(PARTING_LIMIT);
@@ -318,27 +325,66 @@ field_link& server::link_at(seat where) {
     return *fields_[static_cast<size_t>(where.field)].places[static_cast<size_t>(where.place)].link;
 }
 
-// The turtle appears as soon as its child has a seat: a parked one comes back to the middle, a new one stands where the
-// field has put it.
-void server::enter(person_id who, seat where) {
-    const session* s = room_.find(who);
-    if (s == nullptr) return;
-    field_link& link = link_at(where);
-    const std::string name = "n " + to_hex(s->name) + '\n';
-    class_field& f = fields_[static_cast<size_t>(where.field)];
-    const auto done = [&f](field_link::outcome o, const std::string&) {
-        if (!f.page) f.ok = o == field_link::outcome::ok;
-    };
-    if (link.connected()) {
-        link.exchange("c\n" + name, 2, done);
-    } else {
-        link.exchange(name, 1, done);
+// Where bodies stand on the field, but for the turtle `self`; none when the field shows no page.
+void server::with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then) {
+    const auto& page = fields_[static_cast<size_t>(field)].page;
+    if (!page) return then({});
+    page->fetch("turtle", [self = std::move(self), then = std::move(then)](const field_page::copy& copy) {
+        then(copy.ok ? other_bodies(*copy.body, self) : std::vector<spot>());
+    });
+}
+
+// Turtles that have just been put somewhere may not be on the list of turtles yet.
+void server::add_given_starts(seat but, std::vector<spot>& others) const {
+    const auto& places = fields_[static_cast<size_t>(but.field)].places;
+    for (int p = 0; p < PLACES; ++p) {
+        const field_place& place = places[static_cast<size_t>(p)];
+        if (p != but.place && now_s() - place.started < START_GIVEN_S) others.push_back(place.start);
     }
 }
 
-void server::park(seat where) {
+void server::give_start(seat where, spot start) {
+    field_place& place = fields_[static_cast<size_t>(where.field)].places[static_cast<size_t>(where.place)];
+    place.start = start;
+    place.started = now_s();
+}
+
+// The turtle appears as soon as its child has a seat: a parked one comes back where nobody stands, a new one stands
+// where the field has put it.
+void server::enter(person_id who, seat where) {
+    with_bodies(where.field, "", [self = shared_from_this(), who, where](std::vector<spot> others) {
+        const session* s = self->room_.find(who);
+        if (s == nullptr || self->room_.seats().at(where) != who) return;
+        field_link& link = self->link_at(where);
+        std::string lines = "n " + to_hex(s->name) + '\n';
+        size_t count = 1;
+        if (link.connected()) {
+            self->add_given_starts(where, others);
+            const spot start = free_spot(others, where.place);
+            self->give_start(where, start);
+            lines = "p u\n" + lines + jump_line(start);
+            count = 3;
+        }
+        link.exchange(std::move(lines), count, [self, field = where.field](field_link::outcome o, const std::string&) {
+            class_field& f = self->fields_[static_cast<size_t>(field)];
+            if (!f.page) f.ok = o == field_link::outcome::ok;
+        });
+    });
+}
+
+// Tried again while it fails and the place is free: a turtle in a crowd cannot jump, nor can one in battle mode.
+void server::park(seat where, int tries) {
     field_link& link = link_at(where);
-    if (link.connected()) link.exchange(parking_lines(where.place), 2, [](field_link::outcome, const std::string&) {});
+    if (!link.connected() || room_.seats().at(where) != 0) return;
+    link.exchange(parking_lines(where.place), PARKING_ANSWERS,
+                  [self = shared_from_this(), where, tries](field_link::outcome o, const std::string& answers) {
+                      const bool stays = o == field_link::outcome::ok && answers.rfind("ERR @") != std::string::npos;
+                      if (!stays || tries <= 1) return;
+                      auto timer = std::make_shared<net::steady_timer>(self->io_, PARK_AGAIN);
+                      timer->async_wait([self, where, tries, timer](error_code error) {
+                          if (!error) self->park(where, tries - 1);
+                      });
+                  });
 }
 
 void server::end_held(person_id who) {

@@ -7,6 +7,7 @@
 #include "class/http.h"
 #include "class/limits.h"
 #include "class/options.h"
+#include "class/places.h"
 #include "class/room.h"
 #include "class/static_files.h"
 
@@ -24,9 +25,12 @@ namespace classroom {
 
 inline constexpr std::chrono::seconds HELD_LIMIT{25}; // a held request; then the asker asks again
 inline constexpr std::chrono::milliseconds WRONG_CODE_PAUSE{500};
-inline constexpr std::chrono::milliseconds TICK{500};           // of seats and turns
-inline constexpr std::chrono::seconds FIELD_LOOK{5};            // between two looks whether a field is there
+inline constexpr std::chrono::milliseconds TICK{500}; // of seats and turns
+inline constexpr std::chrono::seconds FIELD_LOOK{5};  // between two looks whether a field is there
+inline constexpr std::chrono::seconds PARK_AGAIN{2};  // when a turtle could not leave
+inline constexpr int PARK_TRIES = 20;
 inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last words to the fields
+inline constexpr double START_GIVEN_S = 0.5;                    // longer than a list of turtles can be old
 inline constexpr size_t PROMPT_BYTES = 2048;
 inline constexpr size_t ANSWER_TEXT_BYTES = 4096;
 
@@ -36,6 +40,8 @@ using json = nlohmann::json;
 // turtle whose connection ended.
 struct field_place {
     std::shared_ptr<field_link> link;
+    spot start{0, 0};      // where its turtle was last put
+    double started = -1e9; // and when: a list of turtles may be older
 };
 
 struct class_field {
@@ -109,7 +115,10 @@ private:
     void settle();
     field_link& link_at(seat where);
     void enter(person_id who, seat where);
-    void park(seat where);
+    void park(seat where, int tries = PARK_TRIES);
+    void add_given_starts(seat but, std::vector<spot>& others) const;
+    void give_start(seat where, spot start);
+    void with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then);
     void end_held(person_id who);
 
     // api.cpp: what pages and workers ask
@@ -119,6 +128,8 @@ private:
     void beat(call& c);
     void me(call& c);
     void begin(call& c);
+    void start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
+                      std::shared_ptr<responder> reply);
     void lines(call& c);
     void ask_stop(call& c);
     void press_stop(call& c);

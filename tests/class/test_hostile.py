@@ -231,7 +231,7 @@ class Hostile(unittest.TestCase):
     # fields that misbehave
 
     def test_a_field_that_is_silent(self):
-        field = self.fake_field(lambda connection, line: connection.sendall(b"OK @ 1 0\n") if line[0] in "cn" else None)
+        field = self.fake_field(lambda connection, line: connection.sendall(b"OK @ 1 0\n") if line[0] != "f" else None)
         room = self.classroom(field)
         ann = room.student("Ann")
         ann.begin()

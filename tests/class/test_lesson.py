@@ -92,6 +92,25 @@ class Lesson(unittest.TestCase):
         ann.begin()
         self.assertEqual(ann.position(), (0, 0))
 
+    def test_who_starts_while_somebody_stands_in_the_middle_can_move(self):
+        ann, bob = self.room.student("Ann"), self.room.student("Bob")
+        ann.begin()
+        begun = bob.begin()
+        self.assertNotEqual(begun["start"], [0, 0])
+        self.assertEqual(list(bob.position()), begun["start"])
+        bob.do("p d", "f 20")
+        ann.do("f 60")
+        self.assertEqual(ann.position(), (60, 0))
+        wait_until(lambda: bob.begin()["start"] == [0, 0], 20, "the middle to be free again")
+        bob.do("b 20")
+
+    def test_ten_who_start_at_once_can_all_move(self):
+        people = [self.room.student("P%d" % k) for k in range(10)]
+        for task in [in_thread(p.begin) for p in people]:
+            task.result()
+        for p in people:
+            p.do("f 5")
+
     def test_running_often_leaves_no_zombies(self):
         ann = self.room.student()
         for _ in range(12):

@@ -4,6 +4,7 @@
 #include "class/guards.h"
 #include "class/limits.h"
 #include "class/options.h"
+#include "class/places.h"
 #include "class/qr.h"
 #include "class/repair.h"
 #include "class/static_files.h"
@@ -283,6 +284,35 @@ TEST(Turtles, whatever_comes_the_result_is_a_list) {
         for (int k = 0; k < 3; ++k) broken[random() % broken.size()] = static_cast<char>(random());
         EXPECT_TRUE(json::parse(repair_turtles(broken), nullptr, false).is_array()) << testing::PrintToString(broken);
     }
+}
+
+TEST(Starts, the_middle_is_free_when_a_turtle_there_could_move) {
+    EXPECT_TRUE(middle_is_free({}));
+    EXPECT_TRUE(middle_is_free(std::vector<spot>{{21, 0}, {0, -30}}));
+    EXPECT_FALSE(middle_is_free(std::vector<spot>{{100, 0}, {12, 12}}));
+    EXPECT_FALSE(middle_is_free(std::vector<spot>{{0, 0}}));
+}
+
+TEST(Starts, are_apart_from_everybody) {
+    EXPECT_EQ(free_spot({}, 0).x, RING_RADIUS);
+    EXPECT_EQ(free_spot({}, 5).x, -RING_RADIUS);
+    std::vector<spot> others;
+    for (int k = 0; k < 29; ++k) {
+        const spot s = free_spot(others, 3);
+        for (const spot& o : others) EXPECT_GE(std::hypot(s.x - o.x, s.y - o.y), ELBOW_ROOM) << k;
+        EXPECT_LT(std::max(std::abs(s.x), std::abs(s.y)), 246) << k; // inside the field, clear of its edge
+        others.push_back(s);
+    }
+}
+
+TEST(Starts, bodies_are_read_from_the_list_without_the_turtle_itself) {
+    const std::string list = '[' + record_of(0, "Ann") + ", " + record_of(1, "Bob") + ", " + record_of(2, "Ann") + ']';
+    EXPECT_EQ(other_bodies(list, "Ann").size(), 2U);
+    EXPECT_EQ(other_bodies(list, "Zoe").size(), 3U);
+    EXPECT_EQ(other_bodies(list, "Ann")[0].x, 1.5);
+    EXPECT_TRUE(other_bodies("{}", "Ann").empty());
+    EXPECT_TRUE(other_bodies("[1, {}, {\"x\":\"1\",\"y\":2}", "Ann").empty());
+    EXPECT_TRUE(other_bodies("[1, {}, {\"x\":\"1\",\"y\":2}]", "Ann").empty());
 }
 
 TEST(Archive, names_are_safe_and_unique_and_the_zip_is_one) {
