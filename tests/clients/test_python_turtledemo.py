@@ -56,7 +56,7 @@ class Turtledemo(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.display = Display.get()
-        cls.environment = {**os.environ, "DISPLAY": cls.display.name}
+        cls.environment = {**os.environ, **cls.display.environment}
 
     def on_tk(self, path):
         """The middle 512 x 512 pixels of what Python's turtle draws."""
