@@ -1,6 +1,7 @@
 #include "draw/image.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <csetjmp>
 #include <cstdint>
@@ -11,6 +12,7 @@
 #include <memory>
 #include <new>
 
+#include <fcntl.h>
 #include <GL/gl.h>
 #include <png.h>
 #include <sys/stat.h>
@@ -117,18 +119,33 @@ static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, 
     return true;
 }
 
-// Removes a partial file, but only a regular one.
-static void discard(file_guard file, const char* path) {
+// Creates a regular file, in place of one of the same name. What else bears the name is left alone: to open a pipe
+// would wait for its reader, a device would take what is written, a link leads elsewhere.
+// @return null with errno set: EEXIST for such a thing
+static file_guard create_file(const char* path) {
     struct stat info = {};
-    const bool regular = fstat(fileno(file.get()), &info) == 0 && S_ISREG(info.st_mode);
+    if (lstat(path, &info) == 0 && S_ISREG(info.st_mode)) unlink(path);
+    const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) return nullptr;
+    file_guard file(fdopen(fd, "wb"));
+    if (!file) close(fd);
+    return file;
+}
+
+// Removes a partial file.
+static void discard(file_guard file, const char* path) {
     file.reset();
-    if (regular) unlink(path);
+    unlink(path);
 }
 
 void saveImageToPNG(unsigned width, unsigned height, const char* path) {
-    file_guard file(fopen(path, "wb"));
+    file_guard file = create_file(path);
     if (!file) {
-        log_line("saveImageToPNG: cannot open file:%s", path);
+        if (errno == EEXIST) {
+            log_line("saveImageToPNG: cannot write file:%s", path);
+        } else {
+            log_line("saveImageToPNG: cannot open file:%s", path);
+        }
         return;
     }
     // libpng refuses every version string but that of the headers it was built with.
@@ -173,7 +190,7 @@ static bool encode_raster(png_structp png, png_infop info, FILE* file, const ras
 }
 
 bool write_raster_png(const raster_t& raster, const char* path) {
-    file_guard file(fopen(path, "wb"));
+    file_guard file = create_file(path);
     if (!file) return false;
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail_quietly, warn_quietly);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
@@ -184,7 +201,8 @@ bool write_raster_png(const raster_t& raster, const char* path) {
     return false;
 }
 
-static constexpr int PPM_LINE = 256; // bytes of a header line that are looked at
+static constexpr int PPM_LINE = 256;       // bytes of a header line that are looked at
+static constexpr int MISSING_SAMPLE = 255; // what the end of a file reads as
 
 // One header line; what does not fit is skipped. False at the end of the file.
 static bool read_line(FILE* file, char (&line)[PPM_LINE]) {
@@ -206,14 +224,6 @@ static bool scan_number(const char*& text, int& value) {
 }
 
 static bool side_is_sensible(int side) { return side >= 1 && side <= PPM_MAX_SIDE; }
-
-// False when a regular file has fewer bytes left than the picture needs.
-static bool file_holds(FILE* file, size_t bytes) {
-    struct stat info = {};
-    if (fstat(fileno(file), &info) != 0 || !S_ISREG(info.st_mode)) return true;
-    const long here = ftell(file);
-    return here >= 0 && info.st_size >= here && static_cast<uint64_t>(info.st_size - here) >= bytes;
-}
 
 unsigned char* readPPMToImage(const char* path, int* width, int* height) {
     const file_guard file(fopen(path, "r"));
@@ -238,17 +248,16 @@ unsigned char* readPPMToImage(const char* path, int* width, int* height) {
     if (!scan_number(rest, maximum)) maximum = 0;
 
     const size_t count = static_cast<size_t>(w) * static_cast<size_t>(h);
-    if (!file_holds(file.get(), count * CHANNELS)) return nullptr;
     bytes_guard image(static_cast<unsigned char*>(malloc(count * 4)));
     if (!image) return nullptr;
     *width = w;
     *height = h;
     printf("reading:%s width:%d height %d max:%d\n", path, w, h, maximum);
     fflush(stdout);
-    for (size_t i = 0; i < count; ++i) {
-        unsigned char* pixel = image.get() + (count - 1 - i) * CHANNELS;
-        for (int channel = 0; channel < CHANNELS; ++channel)
-            pixel[channel] = static_cast<unsigned char>(getc(file.get()));
+    const size_t there = fread(image.get(), 1, count * CHANNELS, file.get());
+    memset(image.get() + there, MISSING_SAMPLE, count * CHANNELS - there);
+    for (size_t i = 0, k = count - 1; i < k; ++i, --k) {
+        std::swap_ranges(image.get() + i * CHANNELS, image.get() + (i + 1) * CHANNELS, image.get() + k * CHANNELS);
     }
     return image.release();
 }

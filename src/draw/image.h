@@ -5,7 +5,7 @@
 
 /// Writes the lower-left width x height pixels of the back buffer as an 8-bit RGB PNG, top row first, with the text
 /// entries Author, Software, Source (the host) and Description (the time). A file that could not be completed is
-/// removed again.
+/// removed again; what bears the name and is no regular file is left alone.
 void saveImageToPNG(unsigned width, unsigned height, const char* path);
 
 // A picture in memory, rows without gaps.
@@ -26,6 +26,6 @@ inline constexpr int PPM_MAX_SIDE = 8192; // pixels; a wider or higher picture i
 /// Reads a binary PPM (P6) of 8-bit samples, turned by 180 degrees: pixel i of the file lands at place N - 1 - i.
 /// @param[out] width, height  pixels, 1..PPM_MAX_SIDE; untouched when null is returned
 /// @return width * height * 4 bytes from malloc, of which the first width * height * 3 are filled (R, G, B); the
-///         caller frees them. Null when the file cannot be opened, is no P6, has no sensible size, or promises more
-///         pixels than it holds. Where the length cannot be known (a pipe), missing samples are 255.
+///         caller frees them; samples that the file is too short for are 255. Null when the file cannot be opened, is
+///         no P6, or has no sensible size.
 [[nodiscard]] unsigned char* readPPMToImage(const char* path, int* width, int* height);

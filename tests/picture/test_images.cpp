@@ -1,6 +1,7 @@
 #include "draw/image.h"
 
 #include <array>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <fstream>
@@ -9,6 +10,7 @@
 
 #include <dirent.h>
 #include <png.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -263,6 +265,56 @@ TEST_F(Images, small_capture_that_fits_the_buffer_still_notices_a_full_device) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "saveImageToPNG: cannot write file:/dev/full\n");
 }
 
+// The same on a disk: files may not grow beyond a limit here, which fails as a full disk does.
+TEST_F(Images, capture_that_outgrows_the_disk_is_one_line_and_leaves_no_file) {
+    paint_noise();
+    rlimit before = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t most : {rlim_t{0}, rlim_t{10000}}) { // it shows when the file is flushed, or in the middle
+        testing::internal::CaptureStderr();
+        rlimit small = before;
+        small.rlim_cur = most;
+        setrlimit(RLIMIT_FSIZE, &small);
+        const unsigned side = most == 0 ? 2 : 512;
+        saveImageToPNG(side, side, "a.png");
+        setrlimit(RLIMIT_FSIZE, &before);
+        // With no file allowed to grow, the line about it has no room either.
+        const std::string said = testing::internal::GetCapturedStderr();
+        if (most > 0) EXPECT_EQ(said, "saveImageToPNG: cannot write file:a.png\n");
+        EXPECT_FALSE(exists("a.png"));
+    }
+    signal(SIGXFSZ, handler);
+}
+
+TEST_F(Images, capture_leaves_alone_what_is_no_regular_file) {
+    write("target", "kept");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    ASSERT_EQ(symlink("target", "link"), 0);
+    ASSERT_EQ(symlink("nowhere", "dangling"), 0);
+    ASSERT_EQ(mkdir("folder", 0700), 0);
+    for (const char* name : {"pipe", "link", "dangling", "folder"}) {
+        testing::internal::CaptureStderr();
+        saveImageToPNG(2, 2, name);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  std::string("saveImageToPNG: cannot write file:") + name + "\n");
+    }
+    struct stat info = {};
+    EXPECT_TRUE(lstat("pipe", &info) == 0 && S_ISFIFO(info.st_mode));
+    EXPECT_TRUE(lstat("link", &info) == 0 && S_ISLNK(info.st_mode));
+    EXPECT_FALSE(exists("nowhere"));
+    EXPECT_TRUE(lstat("target", &info) == 0 && info.st_size == 4);
+}
+
+TEST_F(Images, capture_takes_the_place_of_an_older_file_and_of_no_other_name_of_it) {
+    write("a.png", "old");
+    ASSERT_EQ(link("a.png", "b.png"), 0);
+    saveImageToPNG(2, 2, "a.png");
+    EXPECT_EQ(read_png("a.png").width, 2u);
+    struct stat info = {};
+    EXPECT_TRUE(stat("b.png", &info) == 0 && info.st_size == 3);
+}
+
 TEST_F(Images, capture_of_an_impossible_size_is_one_line_and_leaves_no_file) {
     struct size {
         unsigned width, height;
@@ -416,7 +468,7 @@ TEST_F(Images, ppm_that_is_missing_is_one_line) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "cannot open file:missing.ppm\n");
 }
 
-TEST_F(Images, files_that_are_no_whole_ppm_yield_null_in_silence) {
+TEST_F(Images, files_that_are_no_ppm_yield_null_in_silence) {
     const std::string rows[] = {
         "",                                            // nothing
         "P",                                           // cut magic
@@ -435,8 +487,6 @@ TEST_F(Images, files_that_are_no_whole_ppm_yield_null_in_silence) {
         "P6\n2147483647 2147483647\n255\nabc",         //
         "P6\n4294967297 1\n255\nabc",                  // 1 in 32 bits
         "P6\n99999999999999999999 1\n255\nabc",        // in no integer
-        "P6\n8192 8192\n255\nabc",                     // more than the file holds
-        "P6\n2 1\n255\nabcde",                         // by one byte
     };
     for (const std::string& row : rows) {
         write("a.ppm", row);
@@ -453,6 +503,17 @@ TEST_F(Images, files_that_are_no_whole_ppm_yield_null_in_silence) {
 TEST_F(Images, ppm_of_the_greatest_width_is_read) {
     write("a.ppm", "P6\n8192 1\n255\n" + std::string(24576, 'x'));
     EXPECT_EQ(read_ppm("a.ppm").samples, bytes(24576, 'x'));
+}
+
+TEST_F(Images, ppm_that_is_too_short_reads_as_if_the_rest_were_255) {
+    write("a.ppm", "P6\n2 1\n255\nabcd");
+    EXPECT_EQ(read_ppm("a.ppm").samples, (bytes{'d', 255, 255, 'a', 'b', 'c'}));
+    write("a.ppm", "P6\n2 2\n255\n");
+    EXPECT_EQ(read_ppm("a.ppm").samples, bytes(12, 255));
+    write("a.ppm", "P6\n8192 1\n255\nx");
+    bytes expected(24576, 255);
+    expected[24573] = 'x';
+    EXPECT_EQ(read_ppm("a.ppm").samples, expected);
 }
 
 TEST_F(Images, folder_is_no_ppm) { EXPECT_TRUE(read_ppm(".").refused); }

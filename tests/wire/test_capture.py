@@ -1,7 +1,9 @@
 """Screen captures of the running program: the PNG file byte by byte, its text entries, and where it is put."""
 import os
 import re
+import stat
 import struct
+import tempfile
 import time
 import unittest
 import zlib
@@ -149,6 +151,21 @@ class Surroundings(unittest.TestCase):
     def test_user_is_cut_at_31_bytes(self):
         self.assertEqual(self.author_with(env={"USER": "u" * 31}), b"u" * 31)
         self.assertEqual(self.author_with(env={"USER": "v" * 4000}), b"v" * 31)
+
+    def test_pipe_under_the_name_of_a_capture_does_not_hold_the_field(self):
+        with tempfile.TemporaryDirectory() as home, Field(env={"HOME": home}) as field, Client() as client:
+            # The name tells the clock of a frame to come, so there is one for each of the next seconds.
+            clock = client.ask(".").clock
+            names = [os.path.join(home, "kelmora-capture-%d.png" % tick) for tick in range(clock, clock + 5000)]
+            for name in names:
+                os.mkfifo(name)
+            start = field.mark()
+            field.key("p")
+            wait_until(lambda: field.said(start), 10, "a complaint")
+            self.assertRegex(field.said(start)[0], r"^saveImageToPNG: cannot write file:.*/kelmora-capture-\d+\.png$")
+            client.wait_ticks(30)
+            self.assertEqual(client.ask("q a").values, "1")
+            self.assertTrue(all(stat.S_ISFIFO(os.lstat(name).st_mode) for name in names))
 
     def test_home_that_takes_no_files_is_one_line_and_the_field_goes_on(self):
         # It exists, which is all that is asked of it, but nobody can make a file there.
