@@ -9,16 +9,18 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <pthread.h>
-#include <sched.h>
 #include <strings.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -36,6 +38,51 @@ constexpr char NOT_FOUND_PAGE[] =
     "found.</h3></body></html>\n";
 constexpr char CONNECTION_HEADER[] = "Connection:";
 constexpr char CLOSE_HEADER[] = "Connection: close";
+
+// One browser is answered at a time, however many ask: together they take one processor at most. Whoever has to wait for
+// its peer lets the others go on meanwhile.
+std::mutex turn_mutex;
+thread_local bool has_turn;
+
+void take_turn() {
+    turn_mutex.lock();
+    has_turn = true;
+}
+
+void leave_turn() {
+    has_turn = false;
+    turn_mutex.unlock();
+}
+
+// How long a send on this socket may wait without any progress, as for poll.
+int patience_of(int sock) {
+    timeval patience{};
+    socklen_t size = sizeof patience;
+    if (getsockopt(sock, SOL_SOCKET, SO_SNDTIMEO, &patience, &size) != 0) return 0;
+    if (patience.tv_sec == 0 && patience.tv_usec == 0) return -1; // for ever
+    return static_cast<int>(patience.tv_sec * 1000 + patience.tv_usec / 1000);
+}
+
+// Sends with one call, and with more only where the peer has no room for all. @return `length`, or less than 0
+ssize_t send_all(int sock, const void* data, size_t length, int flags) {
+    const char* const bytes = static_cast<const char*>(data);
+    for (size_t done = 0; done < length;) {
+        const ssize_t sent = send(sock, bytes + done, length - done, flags | MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent >= 0) {
+            done += static_cast<size_t>(sent);
+            continue;
+        }
+        if (errno == EINTR) continue;
+        if (errno != EAGAIN) return -1;
+        const bool had_turn = has_turn;
+        if (had_turn) leave_turn();
+        pollfd room{.fd = sock, .events = POLLOUT, .revents = 0};
+        const int ready = poll(&room, 1, patience_of(sock));
+        if (had_turn) take_turn();
+        if (ready == 0) return -1;
+    }
+    return static_cast<ssize_t>(length);
+}
 
 // Starts a thread whose argument is a malloc'ed int. @return 0; else the argument is released
 int start_thread(void* (*body)(void*), int value) {
@@ -101,11 +148,11 @@ int accept_viewer(int most) {
     return -1;
 }
 
-// Puts this thread, and with it those that it starts, behind the field and the programs: they get what processor time
-// these leave. A browser asks again soon; a tick that is late stays late for everybody.
+// Puts this thread, and with it those that it starts, behind the field and the programs. On Linux a thread has a nice
+// value of its own.
 void yield_to_the_field() {
-    const sched_param none = {};
-    sched_setscheduler(0, SCHED_IDLE, &none);
+    const int others = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())); // of the main thread
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), others + BROWSER_NICE);
 }
 
 void accept_viewers() {
@@ -147,18 +194,14 @@ int send_not_found(int sock, int method, int keep_alive) {
 
 // Sends the body in pieces. @return whether all of it went out
 bool send_body(int sock, const unsigned char* data, int length) {
-    // A send comes back short when its patience has run out: the next one only looks whether there is room meanwhile.
-    int no_wait = 0;
     for (int done = 0; done < length;) {
         const int piece = std::min(length - done, BODY_PIECE_BYTES);
         const int more = done + piece < length ? MSG_MORE : 0;
-        const ssize_t sent = send(sock, data + done, static_cast<size_t>(piece), MSG_NOSIGNAL | more | no_wait);
-        if (sent < 0) {
+        if (send_all(sock, data + done, static_cast<size_t>(piece), more) < 0) {
             log_line("error sending data to client");
             return false;
         }
-        no_wait = sent < piece && no_wait == 0 ? MSG_DONTWAIT : 0;
-        done += static_cast<int>(sent);
+        done += piece;
     }
     return true;
 }
@@ -258,9 +301,11 @@ int handle_request(int sock) {
     const int keep_alive = strncmp(connection, CLOSE_HEADER, sizeof CLOSE_HEADER - 1) == 0 ? -1 : 1;
     const int method = get_method(request_line);
     if (method == METHOD_UNKNOWN) return -1;
+    take_turn();
     http_content_t* const content = match_request(request_line);
     const int result = send_response(sock, method, content, keep_alive);
     free_container(content);
+    leave_turn();
     return result;
 }
 
@@ -279,8 +324,7 @@ int send_response(int sock, int method, const http_content_t* content, int keep_
 }
 
 int send_data(int sock, const char* text, bool more_follows) {
-    const int flags = MSG_NOSIGNAL | (more_follows ? MSG_MORE : 0);
-    const int result = static_cast<int>(send(sock, text, strlen(text), flags));
+    const int result = static_cast<int>(send_all(sock, text, strlen(text), more_follows ? MSG_MORE : 0));
     if (result < 0) log_line("error sending data to client");
     return result;
 }
