@@ -39,8 +39,8 @@ constexpr char NOT_FOUND_PAGE[] =
 constexpr char CONNECTION_HEADER[] = "Connection:";
 constexpr char CLOSE_HEADER[] = "Connection: close";
 
-// One browser is answered at a time, however many ask: together they take one processor at most. Whoever has to wait for
-// its peer lets the others go on meanwhile.
+// One browser is answered at a time, however many ask: together they take one processor at most. Whoever has to wait
+// for its peer lets the others go on meanwhile.
 std::mutex turn_mutex;
 thread_local bool has_turn;
 

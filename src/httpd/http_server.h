@@ -16,7 +16,7 @@ inline constexpr int HTTP_CONNECTION_MAX = 256; // connection threads
 // Descriptors that browsers leave to others: programs, a capture, the graphics driver, and the connection that is
 // accepted to be refused.
 inline constexpr int DESCRIPTORS_KEPT = MAX_CLIENT + 16;
-inline constexpr int BROWSER_NICE = 5; // of all threads for browsers, above that of the field
+inline constexpr int BROWSER_NICE = 5;  // of all threads for browsers, above that of the field
 inline constexpr int HTTP_BACKLOG = 10; // connections that may wait to be accepted
 inline constexpr std::chrono::seconds IDLE_BUDGET{60};
 inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without any progress
