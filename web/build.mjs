@@ -1,5 +1,7 @@
-// Bundles the two classic scripts of the viewer page into dist/kelmora/script/, the paths that the page asks for.
+// Bundles the two classic scripts of the viewer page into dist/kelmora/script/, the paths that the page asks for, and the
+// replay page with its script beside them.
 import { build } from 'esbuild';
+import { copyFileSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 import path from 'node:path';
 
@@ -14,3 +16,5 @@ await build({
   globalName: 'THREE',
   outfile: path.join(out, 'three.min.js'),
 });
+await build({ ...common, entryPoints: [path.join(here, 'src', 'replay', 'main.js')], outfile: path.join(out, 'replay.js') });
+copyFileSync(path.join(here, 'pages', 'replay.html'), path.join(here, 'dist', 'kelmora', 'replay.html'));

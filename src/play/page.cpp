@@ -18,7 +18,7 @@ constexpr const char* SCRIPT_FOLDERS[] = {
     "../../web/dist/kelmora/script",          // in the build tree
 };
 constexpr const char* NEEDED[] = {"three.min.js", "replay.js"};
-constexpr char PLACE_OF_SCRIPTS[] = "<!--scripts-->";
+constexpr char SCRIPTS_BEGIN[] = "<!--scripts-->", SCRIPTS_END[] = "<!--end-->"; // what is between them is replaced
 constexpr char PLACE_OF_RECORD[] = "<!--record-->";
 
 bool read_file(const char* name, std::string& text) {
@@ -64,13 +64,15 @@ std::string script_folder(const char* wanted) {
     return {};
 }
 
-bool replace(std::string& text, const char* place, const std::string& with) {
-    const size_t at = text.find(place);
-    if (at == std::string::npos) {
-        fprintf(stderr, "the page has no place for %s\n", place);
+// Replaces what lies from `from` to the end of `to`. @return false when the page has no such place
+bool replace(std::string& text, const char* from, const char* to, const std::string& with) {
+    const size_t begin = text.find(from);
+    const size_t end = begin == std::string::npos ? begin : text.find(to, begin);
+    if (end == std::string::npos) {
+        fprintf(stderr, "the page has no place for %s\n", from);
         return false;
     }
-    text.replace(at, strlen(place), with);
+    text.replace(begin, end + strlen(to) - begin, with);
     return true;
 }
 
@@ -85,7 +87,7 @@ bool write_page(const char* record, const char* page, const char* scripts) {
         return false;
     }
     std::string html, bytes, code;
-    if (!read_file((folder + "/replay.html").c_str(), html) || !read_file(record, bytes)) return false;
+    if (!read_file((folder + "/../replay.html").c_str(), html) || !read_file(record, bytes)) return false;
     for (const char* name : NEEDED) {
         std::string script;
         if (!read_file((folder + "/" + name).c_str(), script)) return false;
@@ -93,7 +95,9 @@ bool write_page(const char* record, const char* page, const char* scripts) {
     }
     // The scripts come last: what stands in them is not searched for the other place.
     const std::string data = "<script type=\"application/octet-stream\" id=\"record\">" + base64(bytes) + "</script>";
-    if (!replace(html, PLACE_OF_RECORD, data) || !replace(html, PLACE_OF_SCRIPTS, code)) return false;
+    if (!replace(html, PLACE_OF_RECORD, PLACE_OF_RECORD, data) || !replace(html, SCRIPTS_BEGIN, SCRIPTS_END, code)) {
+        return false;
+    }
 
     const bool to_stdout = strcmp(page, "-") == 0;
     FILE* const out = to_stdout ? stdout : fopen(page, "wbe");

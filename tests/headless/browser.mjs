@@ -1,0 +1,67 @@
+// A real browser on the replay page: does what standard input asks, one order a line, and answers in JSON.
+import { createInterface } from 'node:readline';
+import { createRequire } from 'node:module';
+const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update', '--disable-sync'],
+});
+const page = await browser.newPage({ viewport: { width: 900, height: 700 } });
+const errors = [];
+page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
+page.on('pageerror', (error) => errors.push(String(error)));
+page.setDefaultTimeout(100000);
+
+const loaded = () => page.waitForFunction(() => globalThis.kelmoraReplay && globalThis.kelmoraReplay.loadedIn !== null);
+const orders = {
+  async open({ url }) {
+    await page.goto(url);
+    await loaded();
+  },
+  async choose({ url, file }) {
+    await page.goto(url);
+    await page.setInputFiles('#file', file);
+    await loaded();
+  },
+  async refused({ url, file }) {
+    await page.goto(url);
+    await page.setInputFiles('#file', file);
+    await page.waitForFunction(() => document.getElementById('said').textContent !== '');
+    return page.textContent('#said');
+  },
+  pause: () => page.evaluate(() => globalThis.kelmoraReplay.setPlaying(false)),
+  async seek({ tick }) {
+    await page.evaluate((to) => { globalThis.kelmoraReplay.setPlaying(false); globalThis.kelmoraReplay.seek(to); }, tick);
+    await page.waitForFunction((to) => globalThis.kelmoraReplay.shown && globalThis.kelmoraReplay.shown.tick === to, tick);
+  },
+  async speed({ speed }) { await page.selectOption('#speed', speed); },
+  // Presses play and tells which ticks were on show at the start and a while later.
+  async watch({ until }) {
+    const from = await page.evaluate(() => globalThis.kelmoraReplay.shown.tick);
+    await page.click('#play');
+    await page.waitForFunction((to) => globalThis.kelmoraReplay.shown.tick >= to, until);
+    return from;
+  },
+  look: () => page.evaluate(() => ({
+    ...globalThis.kelmoraReplay.state(), shown: globalThis.kelmoraReplay.shown, loadedIn: globalThis.kelmoraReplay.loadedIn,
+    marks: document.querySelectorAll('#marks i').length, time: document.getElementById('time').textContent,
+    board: [...document.querySelectorAll('#board tr')].map((row) => [...row.cells].map((cell) => cell.textContent)),
+    bodies: [...globalThis.kelmoraReplay.scene.actors].map(([slot, actor]) => [slot, actor.body.position.x, actor.body.position.y]),
+    requests: performance.getEntriesByType('resource').map((entry) => entry.name),
+  })),
+  errors: async () => errors.splice(0),
+  shot: ({ file }) => page.screenshot({ path: file }).then(() => true),
+};
+
+for await (const line of createInterface({ input: process.stdin })) {
+  const { order, ...given } = JSON.parse(line);
+  let answer;
+  try {
+    answer = { result: (await orders[order](given)) ?? null };
+  } catch (error) {
+    answer = { failed: String(error) };
+  }
+  process.stdout.write(`${JSON.stringify(answer)}\n`);
+}
+await browser.close();

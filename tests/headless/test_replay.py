@@ -1,0 +1,167 @@
+"""Records in a real browser: the page of kelmora-replay --html and the one that the script server serves."""
+import json
+import os
+import select
+import subprocess
+import tempfile
+import unittest
+
+import harness
+from harness import HANG, lines_of, replay
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.join(HERE, "..", "..")
+SCRIPTS = os.path.join(ROOT, "web", "dist", "kelmora", "script")
+SERVER = "http://localhost:2281/kelmora/replay.html"
+LONG = 600000
+
+
+class Browser:
+    def __init__(self):
+        self.process = subprocess.Popen(["node", os.path.join(HERE, "browser.mjs")], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        text=True, bufsize=1)
+
+    def __call__(self, order, **given):
+        self.process.stdin.write(json.dumps(dict(given, order=order)) + "\n")
+        self.process.stdin.flush()
+        if not select.select([self.process.stdout], [], [], HANG)[0]:
+            raise AssertionError("the browser does not answer to " + order)
+        answer = json.loads(self.process.stdout.readline())
+        if "failed" in answer:
+            raise AssertionError(answer["failed"])
+        return answer["result"]
+
+    def close(self):
+        self.process.stdin.close()
+        try:
+            self.process.wait(timeout=60)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+        self.process.stdout.close()
+
+
+class Replay(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory(prefix="kelmora-replay-")
+        cls.addClassCleanup(cls.folder.cleanup)
+        cls.battle = os.path.join(cls.folder.name, "battle.gz")
+        with harness.Game("--pace", "turns", "-n", 4, "-m", "battle", "-s", 5, "-t", 2200, "--turn-limit", LONG, "-r", cls.battle,
+                          "--stones", 3, "--coins", 12) as game:
+            harness.play(game, 4, harness.fight)
+            cls.results = game.results()
+        cls.drawing = os.path.join(cls.folder.name, "drawing.gz")
+        with harness.Game("--pace", "turns", "-n", 1, "-t", 60, "--turn-limit", LONG, "-r", cls.drawing) as game:
+            with game.join() as program:
+                for line in ("c", "k 1 1 0", "w 6", "p d", *["f 10"] * 10, "t l 90", *["f 10"] * 10, *["f 0"] * 50):
+                    try:
+                        program.ask(line)
+                    except harness.Closed:
+                        break
+                game.wait()
+        cls.browser = Browser()
+        cls.addClassCleanup(cls.browser.close)
+
+    def page(self, record):
+        page = os.path.join(self.folder.name, "page.html")
+        done = replay("--html", page, "--scripts", SCRIPTS, record)
+        self.assertIn(done.returncode, (0, 1), done.stderr)
+        return "file://" + page
+
+    def tearDown(self):
+        self.assertEqual(self.browser("errors"), [])
+
+    def test_the_last_frame_equals_the_results(self):
+        self.browser("open", url=self.page(self.battle))
+        self.browser("seek", tick=2200)
+        seen = self.browser("look")
+        ranked = sorted(self.results["programs"], key=lambda p: (p["place"], p["seat"]))
+        self.assertEqual([row[:3] for row in seen["board"]], [[str(p["place"]), p["name"], str(p["score"])] for p in ranked])
+        full = {slot: told for slot, told in lines_of(open_bytes(self.battle))[-1]["full"]["turtles"]}
+        self.assertEqual({turtle["tid"]: turtle["score"] for turtle in seen["shown"]["turtles"] if turtle["alive"]},
+                         {slot: told["score"] for slot, told in full.items()})
+        for slot, x, y in seen["bodies"]:
+            self.assertAlmostEqual(x, full[slot]["x"], delta=0.01)
+            self.assertAlmostEqual(y, full[slot]["y"], delta=0.01)
+        self.assertEqual(seen["marks"], sum(p["death"] is not None for p in self.results["programs"]))
+        self.assertEqual(seen["time"], "0:17 / 0:17")
+        self.assertFalse([url for url in seen["requests"] if url.startswith("http")])
+
+    def test_every_full_state_is_where_the_changes_lead(self):
+        self.browser("open", url=self.page(self.battle))
+        lines = lines_of(open_bytes(self.battle))
+        for tick in (1000, 2000):
+            self.browser("seek", tick=tick)
+            full = next({slot: told for slot, told in line["full"]["turtles"]}
+                        for line in lines if line.get("t") == tick and "full" in line)
+            # A moment before, only the changes tell: the places are those of the full state up to a quarter of a unit.
+            self.browser("seek", tick=tick - 0.01)
+            for turtle in self.browser("look")["shown"]["turtles"]:
+                if turtle["alive"]:
+                    self.assertAlmostEqual(turtle["x"], full[turtle["tid"]]["x"], delta=0.5)
+                    self.assertAlmostEqual(turtle["y"], full[turtle["tid"]]["y"], delta=0.5)
+
+    def test_play_pause_and_speed(self):
+        self.browser("open", url=self.page(self.battle))
+        self.browser("seek", tick=0)
+        self.browser("speed", speed="16")
+        self.browser("watch", until=1500)  # twelve seconds of the game
+        self.browser("pause")
+        first = self.browser("look")
+        self.assertFalse(first["playing"])
+        self.assertEqual(self.browser("look")["shown"]["tick"], first["shown"]["tick"])
+        self.browser("watch", until=2200)  # and on to its end
+        self.assertFalse(self.browser("look")["playing"])
+
+    def test_a_file_that_was_cut_off_plays_up_to_the_cut(self):
+        data = open_bytes(self.battle)
+        cut = os.path.join(self.folder.name, "cut.gz")
+        with open(cut, "wb") as file:
+            file.write(data[:len(data) * 2 // 3])
+        self.browser("open", url=self.page(cut))
+        last = self.browser("look")["player"]["lastTick"]
+        self.assertGreater(last, 200)
+        self.assertLess(last, 2200)
+        self.browser("seek", tick=last)
+        self.assertTrue(self.browser("look")["shown"]["turtles"])
+
+    def test_lines_are_painted_also_after_a_jump_back(self):
+        from PIL import Image
+        self.browser("open", url=self.page(self.drawing))
+        yellow = []
+        for tick in (60, 1, 60):
+            self.browser("seek", tick=tick)
+            path = os.path.join(self.folder.name, "shot.png")
+            self.browser("shot", file=path)
+            with Image.open(path) as image:
+                pixels = image.convert("RGB").getdata()
+                yellow.append(sum(r > 200 and g > 200 and b < 60 for r, g, b in pixels))
+        self.assertGreater(yellow[0], 500)
+        self.assertLess(yellow[1], 100)
+        self.assertGreater(yellow[2], 500)
+
+    def test_the_script_server_serves_the_page(self):
+        server = subprocess.Popen([os.path.join(ROOT, "scripts", "viewer-serve")])
+        try:
+            while subprocess.run(["ss", "-Htln", "sport = :2281"], capture_output=True, text=True, check=True).stdout == "":
+                self.assertIsNone(server.poll())
+            self.browser("choose", url=SERVER, file=self.battle)
+            self.browser("seek", tick=2200)
+            self.assertEqual(self.browser("look")["board"][0][0], "1")
+            wrong = os.path.join(self.folder.name, "wrong.gz")
+            with open(wrong, "wb") as file:
+                file.write(b"no record")
+            self.assertIn("no record", self.browser("refused", url=SERVER, file=wrong))
+        finally:
+            server.terminate()
+            server.wait(timeout=HANG)
+
+
+def open_bytes(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+if __name__ == "__main__":
+    harness.main()
