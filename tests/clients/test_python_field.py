@@ -6,7 +6,6 @@ import statistics
 import subprocess
 import sys
 import time
-import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 TOP = os.path.dirname(os.path.dirname(HERE))
@@ -14,7 +13,7 @@ SOURCE = os.path.join(TOP, "clients", "python", "src")
 sys.path[:0] = [SOURCE, os.path.join(TOP, "tests", "wire")]
 
 import kelmora  # noqa: E402
-from harness import Field, FieldTest, main, pixel, served_connections, wait_until  # noqa: E402
+from harness import FieldTest, main, pixel, served_connections, wait_until  # noqa: E402
 from kelmora import hooks  # noqa: E402
 from kelmora.transport import SocketTransport  # noqa: E402
 

@@ -9,7 +9,7 @@ from __future__ import annotations
 from typing import Any, Callable, List, NamedTuple, NoReturn, Optional
 
 from . import hooks
-from .errors import BadAnswer, BadValue, Blocked, KelmoraError, bad_answer, lost, no_answer, not_admitted
+from .errors import BadValue, Blocked, KelmoraError, bad_answer, lost, no_answer, not_admitted
 from .transport import LONGEST_LINE, Transport
 
 # What an answer may tell, by the bit of its last number.
@@ -281,6 +281,3 @@ class Field:
                         function()
         finally:
             self._delivering = False
-
-
-__all__ = ["Answer", "BadAnswer", "Batch", "EVENTS", "Field", "names_of", "parse"]

@@ -6,7 +6,7 @@ from typing import Any, Callable, Optional
 
 from .body import Body, number, numbers_in, read_place, spell
 from .errors import BadValue
-from .link import Answer, Batch, Reader
+from .link import Answer, Batch
 from .motion import pair
 from .vector import Vec2D
 
@@ -209,6 +209,3 @@ class Senses(Body):
         return function
 
     pos = position
-
-
-__all__ = ["Reader", "Senses", "between", "whole"]
