@@ -9,6 +9,7 @@ import select
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 import urllib.request
@@ -53,11 +54,21 @@ class Browser:
 class Page(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.scripts = subprocess.Popen([os.path.join(ROOT, "scripts", "viewer-serve")])
+        folder = tempfile.TemporaryDirectory(prefix="kelmora-canvas-")
+        cls.addClassCleanup(folder.cleanup)
+        cls.canvas = folder.name
+        cls.scripts = subprocess.Popen([os.path.join(ROOT, "scripts", "viewer-serve"), "--canvas", cls.canvas])
         cls.addClassCleanup(cls.end_scripts)
         wait_until(lambda: is_listening(SCRIPT_PORT), 20, "the script server")
         cls.browser = Browser()
         cls.addClassCleanup(cls.browser.close)
+
+    def setUp(self):
+        # As the script server leaves it: nobody has painted yet.
+        for name in os.listdir(self.canvas):
+            os.remove(os.path.join(self.canvas, name))
+        with open(os.path.join(self.canvas, "cards.json"), "w") as file:
+            file.write('{"painting":false,"cards":[]}')
 
     @classmethod
     def end_scripts(cls):
@@ -233,6 +244,33 @@ class Page(unittest.TestCase):
                 field.key("K")
                 self.look_until(lambda v: not v["bodies"] and v["result"] == "No turtles on the field"
                                 and not v["boxes"] and not v["lost"], "an empty field")
+            self.assertEqual(self.browser("errors"), [])
+
+    def test_painting_and_cards_lie_on_the_floor(self):
+        """What turtles paint is seen on the page, in both cameras, with its own colours and sharp edges."""
+        with Field(args=["-canvas", self.canvas]), Client() as ann:
+            ann.do("p u", "j -200 40", "t e", "w 24", "k 0 1 0", "p d", "f 10")
+            self.browser("open", path="/")
+            self.look_until(lambda v: v["counts"]["painted"], "the floor to be painted", 60)
+
+            def colour(x, y):
+                return [round(part / 51) for part in self.mean_color(x, y, z=0, half=1)]  # fifths
+            ann.do("k 1 0 0", "p d", "f 350")
+            began = time.monotonic()
+            wait_until(lambda: colour(0, 40) == [5, 0, 0], 60, lambda: "the stroke, not %r" % colour(0, 40), 0.02)
+            print("painting seen after %.2f s" % (time.monotonic() - began), file=sys.stderr)
+            # The stroke is 24 wide: 8 above its middle it is red, 20 above it is the ground, and nothing lies between.
+            self.assertEqual(colour(-60, 48), [5, 0, 0])
+            self.assertEqual(colour(-60, 60), [0, 0, 0])
+            ann.do("z 3 -100 -180")
+            self.look_until(lambda v: v["counts"]["cards"] == 1, "the card", 60)
+            wait_until(lambda: sum(colour(-63, -150)) >= 9, 60, lambda: "the card's paper, not %r" % colour(-63, -150), 0.1)
+            self.browser("drag", dx=0, dy=-120)
+            wait_until(lambda: colour(0, 40) == [5, 0, 0], 60, lambda: "the stroke from aside, not %r" % colour(0, 40), 0.1)
+            self.assertEqual(colour(-60, 60), [0, 0, 0])
+            ann.do("z 0", "c f")
+            wait_until(lambda: colour(0, 40) == [0, 0, 0], 60, lambda: "the wiped floor, not %r" % colour(0, 40), 0.1)
+            self.look_until(lambda v: v["counts"]["cards"] == 0, "no card", 60)
             self.assertEqual(self.browser("errors"), [])
 
 

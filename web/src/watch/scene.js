@@ -250,7 +250,8 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
     renderer.render(scene, eye);
   }
 
-  const counts = () => ({ walls: wallCount, coins: coins ? coins.count : 0 });
+  const counts = () => ({ walls: wallCount, coins: coins ? coins.count : 0, painted: painted.plane.visible,
+    cards: cards ? cards.geometry.index.count / 6 : 0 });
   /** Says once that painting, cards, walls or coins have changed since it was last asked. */
   const takeChanged = () => {
     const was = changed;
