@@ -20,6 +20,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <strings.h>
 
@@ -91,67 +94,20 @@ struct unguarded_reads_t {
     copy = coins[i];
 }
 
-// A body under construction. Once memory has run out it stays failed and hands out nothing.
-struct text_t {
-    char* data = nullptr;
-    size_t length = 0;   // without the terminator
-    size_t capacity = 0; // with it
-    bool failed = false;
+// Digits as printf's "%d" and "%u" write them.
+void add_integer(std::string& text, std::string_view before, int64_t number) {
+    std::array<char, INTEGER_MAX> digits;
+    text += before;
+    text.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+}
 
-    explicit text_t(size_t first_capacity) { reserve(first_capacity); }
-    ~text_t() { free(data); }
-    text_t(const text_t&) = delete;
-    text_t& operator=(const text_t&) = delete;
-
-    void reserve(size_t wanted) {
-        if (failed || wanted <= capacity) return;
-        const size_t size = std::max(wanted, capacity * 2);
-        char* larger = static_cast<char*>(realloc(data, size));
-        if (larger == nullptr) {
-            failed = true;
-            return;
-        }
-        data = larger;
-        capacity = size;
-        data[length] = '\0';
-    }
-
-    // @return where `count` more bytes can be written, and a terminator after them; null once memory has run out
-    char* room(size_t count) {
-        reserve(length + count + 1);
-        return failed ? nullptr : data + length;
-    }
-
-    void add(std::string_view text) {
-        char* const to = room(text.size());
-        if (to != nullptr) end_at(std::copy(text.begin(), text.end(), to));
-    }
-
-    // Digits as printf's "%d" and "%u" write them.
-    void add_integer(std::string_view before, int64_t number) {
-        add(before);
-        char* const to = room(INTEGER_MAX);
-        if (to != nullptr) end_at(std::to_chars(to, to + INTEGER_MAX, number).ptr);
-    }
-
-    // Digits as printf's "%lf" writes them, exactly rounded, in a fifth of its time.
-    void add_fixed(std::string_view before, double number) {
-        add(before);
-        char* const to = room(FIXED_MAX);
-        if (to != nullptr) end_at(std::to_chars(to, to + FIXED_MAX, number, std::chars_format::fixed, 6).ptr);
-    }
-
-    void end_at(char* end) {
-        length = static_cast<size_t>(end - data);
-        *end = '\0';
-    }
-
-    char* release() {
-        char* text = failed ? nullptr : data;
-        if (text != nullptr) data = nullptr;
-        return text;
-    }
-};
+// Digits as printf's "%lf" writes them, exactly rounded, in a fifth of its time.
+void add_fixed(std::string& text, std::string_view before, double number) {
+    std::array<char, FIXED_MAX> digits;
+    text += before;
+    text.append(digits.data(),
+                std::to_chars(digits.data(), digits.data() + digits.size(), number, std::chars_format::fixed, 6).ptr);
+}
 
 http_content_t* new_content(int32_t kind, const unsigned char* data, size_t length, bool owned) {
     auto* content = static_cast<http_content_t*>(malloc(sizeof(http_content_t)));
@@ -159,12 +115,33 @@ http_content_t* new_content(int32_t kind, const unsigned char* data, size_t leng
     return content;
 }
 
-http_content_t* own_text(text_t& text, int32_t kind) {
-    const size_t length = text.length;
-    if (length > INT32_MAX) return nullptr;
-    char* data = text.release();
+char* copy_of(std::string_view text) {
+    char* const copy = static_cast<char*>(malloc(text.size() + 1));
+    if (copy != nullptr) copy[text.copy(copy, text.size())] = '\0';
+    return copy;
+}
+
+// The text that `write` puts together, of which the first `size` bytes need no growing. The one place where the
+// library's exceptions end. @return a terminated copy from malloc; null when memory runs out
+template <class Writer> char* build_text(size_t size, size_t& length, Writer write) {
+    try {
+        std::string text;
+        text.reserve(size);
+        write(text);
+        length = text.size();
+        return length <= INT32_MAX ? copy_of(text) : nullptr;
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    } catch (const std::length_error&) {
+        return nullptr;
+    }
+}
+
+template <class Writer> http_content_t* build_json(size_t size, Writer write) {
+    size_t length = 0;
+    char* const data = build_text(size, length, write);
     if (data == nullptr) return nullptr;
-    http_content_t* content = new_content(kind, reinterpret_cast<const unsigned char*>(data), length, true);
+    http_content_t* const content = new_content(MIME_JSON, reinterpret_cast<const unsigned char*>(data), length, true);
     if (content == nullptr) free(data);
     return content;
 }
@@ -172,36 +149,36 @@ http_content_t* own_text(text_t& text, int32_t kind) {
 std::string_view true_or_false(uint32_t word, uint32_t bits) { return has_any(word, bits) ? "true" : "false"; }
 
 // The name is written as it is: a double quote in it makes the list invalid JSON, which the viewer has to bear.
-void add_turtle(text_t& json, int i, const turtle_t& t, uint32_t now) {
-    json.add_integer("\"tid\":", i);
-    json.add_integer(",\"time\":", now);
+void add_turtle(std::string& json, int i, const turtle_t& t, uint32_t now) {
+    add_integer(json, "\"tid\":", i);
+    add_integer(json, ",\"time\":", now);
     // The torn copy of a slot that changes hands may have both bits: here it counts as a doughnut.
     const uint32_t kind_bits = has_any(t.flags, TTL_DOUGHNUT) ? t.flags & ~TTL_STONE : t.flags;
-    json.add_integer(",\"type\":", kind_of(kind_bits).json_type);
-    json.add(",\"name\":\"");
-    json.add({t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES))});
-    json.add_integer("\",\"team\":", t.team);
-    json.add_fixed(",\"x\":", t.pos[0].x);
-    json.add_fixed(",\"y\":", t.pos[0].y);
-    json.add_fixed(",\"head\":", fmod(t.dir, 360.0));
-    json.add_integer(",\"ttl\":", t.dying_count);
-    json.add_fixed(",\"bx\":", t.beam_x);
-    json.add_fixed(",\"by\":", t.beam_y);
-    json.add_integer(",\"bttf\":", t.fire_wait);
-    json.add_integer(",\"score\":", t.score);
-    json.add_integer(",\"ncoin\":", t.n_coin);
-    json.add(",\"alive\":");
-    json.add(true_or_false(t.flags, TTL_ALIVE));
-    json.add(",\"firing\":");
-    json.add(true_or_false(t.flags, TTL_FIRING));
-    json.add(",\"got_hit\":");
-    json.add(true_or_false(t.event, EVENT_HIT));
-    json.add(",\"collide\":");
-    json.add(true_or_false(t.event, EVENTS_BLOCKED));
-    json.add(",\"detected\":");
-    json.add(true_or_false(t.event, EVENT_FOUND | EVENT_SEEN));
-    json.add(",\"got_msg\":");
-    json.add(true_or_false(t.event, EVENT_MESSAGE));
+    add_integer(json, ",\"type\":", kind_of(kind_bits).json_type);
+    json += ",\"name\":\"";
+    json.append(t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES)));
+    add_integer(json, "\",\"team\":", t.team);
+    add_fixed(json, ",\"x\":", t.pos[0].x);
+    add_fixed(json, ",\"y\":", t.pos[0].y);
+    add_fixed(json, ",\"head\":", fmod(t.dir, 360.0));
+    add_integer(json, ",\"ttl\":", t.dying_count);
+    add_fixed(json, ",\"bx\":", t.beam_x);
+    add_fixed(json, ",\"by\":", t.beam_y);
+    add_integer(json, ",\"bttf\":", t.fire_wait);
+    add_integer(json, ",\"score\":", t.score);
+    add_integer(json, ",\"ncoin\":", t.n_coin);
+    json += ",\"alive\":";
+    json += true_or_false(t.flags, TTL_ALIVE);
+    json += ",\"firing\":";
+    json += true_or_false(t.flags, TTL_FIRING);
+    json += ",\"got_hit\":";
+    json += true_or_false(t.event, EVENT_HIT);
+    json += ",\"collide\":";
+    json += true_or_false(t.event, EVENTS_BLOCKED);
+    json += ",\"detected\":";
+    json += true_or_false(t.event, EVENT_FOUND | EVENT_SEEN);
+    json += ",\"got_msg\":";
+    json += true_or_false(t.event, EVENT_MESSAGE);
 }
 
 constexpr char PAGE_HEAD[] =
@@ -313,75 +290,76 @@ int is_dec_number(const char* text) {
 }
 
 char* generate_html() {
-    text_t page(HTML_MAX + 1);
-    page.add(PAGE_HEAD);
-    const int count = n_jscript > 0 ? n_jscript : JSCRIPT_DEFAULTS;
-    for (int i = 0; i < count; ++i) {
-        const std::string_view script = n_jscript > 0 ? msg_jscript_srcp[i] : msg_template_jscript_srcp[i];
-        if (page.length + TAG_BEFORE.size() + script.size() + TAG_AFTER.size() > HTML_MAX) break;
-        page.add(TAG_BEFORE);
-        page.add(script);
-        page.add(TAG_AFTER);
-    }
-    if (page.length + sizeof(PAGE_BODY) - 1 <= HTML_MAX) page.add(PAGE_BODY);
-    return page.release();
+    size_t length = 0;
+    return build_text(HTML_MAX, length, [](std::string& page) {
+        page += PAGE_HEAD;
+        const int count = n_jscript > 0 ? n_jscript : JSCRIPT_DEFAULTS;
+        for (int i = 0; i < count; ++i) {
+            const std::string_view script = n_jscript > 0 ? msg_jscript_srcp[i] : msg_template_jscript_srcp[i];
+            if (page.size() + TAG_BEFORE.size() + script.size() + TAG_AFTER.size() > HTML_MAX) break;
+            page += TAG_BEFORE;
+            page += script;
+            page += TAG_AFTER;
+        }
+        if (page.size() + sizeof(PAGE_BODY) - 1 <= HTML_MAX) page += PAGE_BODY;
+    });
 }
 
 http_content_t* generate_json_for_turtle() {
     const int count = snapshot_counts().turtles;
     const auto now = static_cast<uint32_t>(signals.elapsed_time.load());
-    text_t json(TTL_MAX * TURTLE_BYTES);
-    json.add("[");
-    for (int i = 0; i < count; ++i) {
-        turtle_t t;
-        snapshot_turtle(i, t);
-        json.add(i == 0 ? "{" : ", {");
-        add_turtle(json, i, t, now);
-        json.add("}");
-    }
-    json.add("]");
-    return own_text(json, MIME_JSON);
+    return build_json(TTL_MAX * TURTLE_BYTES, [&](std::string& json) {
+        json += "[";
+        for (int i = 0; i < count; ++i) {
+            turtle_t t;
+            snapshot_turtle(i, t);
+            json += i == 0 ? "{" : ", {";
+            add_turtle(json, i, t, now);
+            json += "}";
+        }
+        json += "]";
+    });
 }
 
 http_content_t* generate_json_for_wall() {
     const int count = snapshot_counts().walls;
-    text_t json(WALL_MAX * WALL_BYTES);
-    json.add("[");
-    bool first = true;
-    for (int i = 0; i < count; ++i) {
-        wall_t w;
-        snapshot_wall(i, w);
-        if (has_any(w.attr, WALL_BACKFACE)) continue;
-        json.add_fixed(first ? "{\"x1\":" : ",{\"x1\":", w.x1);
-        json.add_fixed(",\"y1\":", w.y1);
-        json.add_fixed(",\"x2\":", w.x2);
-        json.add_fixed(",\"y2\":", w.y2);
-        json.add_fixed(",\"nx\":", w.nx);
-        json.add_fixed(",\"ny\":", w.ny);
-        json.add("}");
-        first = false;
-    }
-    json.add("]");
-    return own_text(json, MIME_JSON);
+    return build_json(WALL_MAX * WALL_BYTES, [&](std::string& json) {
+        json += "[";
+        bool first = true;
+        for (int i = 0; i < count; ++i) {
+            wall_t w;
+            snapshot_wall(i, w);
+            if (has_any(w.attr, WALL_BACKFACE)) continue;
+            add_fixed(json, first ? "{\"x1\":" : ",{\"x1\":", w.x1);
+            add_fixed(json, ",\"y1\":", w.y1);
+            add_fixed(json, ",\"x2\":", w.x2);
+            add_fixed(json, ",\"y2\":", w.y2);
+            add_fixed(json, ",\"nx\":", w.nx);
+            add_fixed(json, ",\"ny\":", w.ny);
+            json += "}";
+            first = false;
+        }
+        json += "]";
+    });
 }
 
 http_content_t* generate_json_for_coin() {
     const int count = snapshot_counts().coins;
-    text_t json(COIN_MAX * COIN_BYTES);
-    json.add("[");
-    bool first = true;
-    for (int i = 0; i < count; ++i) {
-        coin_t c;
-        snapshot_coin(i, c);
-        if (!has_any(c.flags, ON_FIELD)) continue;
-        json.add_fixed(first ? "{\"x\":" : ",{\"x\":", c.x);
-        json.add_fixed(",\"y\":", c.y);
-        json.add_integer(",\"ord\":", c.ord);
-        json.add("}");
-        first = false;
-    }
-    json.add("]");
-    return own_text(json, MIME_JSON);
+    return build_json(COIN_MAX * COIN_BYTES, [&](std::string& json) {
+        json += "[";
+        bool first = true;
+        for (int i = 0; i < count; ++i) {
+            coin_t c;
+            snapshot_coin(i, c);
+            if (!has_any(c.flags, ON_FIELD)) continue;
+            add_fixed(json, first ? "{\"x\":" : ",{\"x\":", c.x);
+            add_fixed(json, ",\"y\":", c.y);
+            add_integer(json, ",\"ord\":", c.ord);
+            json += "}";
+            first = false;
+        }
+        json += "]";
+    });
 }
 
 http_content_t* generate_json_for_camera(int turtle) {
@@ -398,15 +376,15 @@ http_content_t* generate_json_for_camera(int turtle) {
         y1 = y0 + SIGHT_LENGTH * sin(PI * heading / 180.0);
         z1 = EYE_HEIGHT;
     }
-    text_t json(CAMERA_BYTES);
-    json.add_fixed("{\"x0\":", x0);
-    json.add_fixed(",\"y0\":", y0);
-    json.add_fixed(",\"z0\":", z0);
-    json.add_fixed(",\"x1\":", x1);
-    json.add_fixed(",\"y1\":", y1);
-    json.add_fixed(",\"z1\":", z1);
-    json.add("}");
-    return own_text(json, MIME_JSON);
+    return build_json(CAMERA_BYTES, [&](std::string& json) {
+        add_fixed(json, "{\"x0\":", x0);
+        add_fixed(json, ",\"y0\":", y0);
+        add_fixed(json, ",\"z0\":", z0);
+        add_fixed(json, ",\"x1\":", x1);
+        add_fixed(json, ",\"y1\":", y1);
+        add_fixed(json, ",\"z1\":", z1);
+        json += "}";
+    });
 }
 
 http_content_t* generate_png(long n) {

@@ -57,6 +57,7 @@ void receive_from(int slot) {
         seat_at(slot).with = waits_with_t::end;
     } else {
         look_for_line(slot);
+        if (is_http_request(slot)) seat_at(slot).with = waits_with_t::end; // a browser
     }
 }
 

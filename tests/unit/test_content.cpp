@@ -12,8 +12,27 @@
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <new>
 #include <string>
 #include <vector>
+
+namespace {
+
+// How many more allocations with new succeed on this thread; -1 = all.
+thread_local int news_left = -1;
+
+} // namespace
+
+// All of the test program goes through these, and only a test that says so runs out of memory.
+void* operator new(std::size_t size) {
+    if (news_left == 0) throw std::bad_alloc();
+    if (news_left > 0) --news_left;
+    void* const memory = malloc(size > 0 ? size : 1);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+void operator delete(void* memory) noexcept { free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { free(memory); }
 
 namespace {
 
@@ -190,7 +209,7 @@ TEST_F(Content, extreme_coordinates_keep_every_list_whole) {
     EXPECT_EQ(times(json, "\"tid\":"), static_cast<size_t>(TTL_MAX));
     EXPECT_EQ(json.substr(json.size() - 2), "}]");
 
-    for (wall_t& w : walls) w = {-DBL_MAX, -DBL_MAX, -DBL_MAX, -DBL_MAX, -DBL_MAX, -DBL_MAX, 0};
+    walls.fill({1e300, 1e300, 1e300, 1e300, 1e300, 1e300, 0});
     nwall = WALL_MAX;
     json = fetch("wall");
     EXPECT_EQ(times(json, "\"x1\":"), static_cast<size_t>(WALL_MAX));
@@ -451,6 +470,34 @@ TEST_F(Content, first_tag_that_does_not_fit_ends_the_tags) {
     const std::string html = page();
     EXPECT_EQ(html.substr(0, head.size() + tag(first).size() + 7), head + tag(first) + "</head>");
     EXPECT_EQ(html.find("small"), std::string::npos);
+}
+
+TEST_F(Content, without_memory_there_is_no_content) {
+    // Numbers of 300 digits make every text grow, so that memory runs out at the start or in the middle.
+    for (int i = 0; i < TTL_MAX; ++i) init_turtle(i, 0, 1e300, -1e300, 0);
+    ntmax = TTL_MAX;
+    walls.fill({1e300, 1e300, 1e300, 1e300, 1e300, 1e300, 0});
+    nwall = WALL_MAX;
+    http_content_t* (*const makers[])() = {
+        [] { return generate_content(""); },
+        [] { return generate_content("camera"); },
+        generate_json_for_turtle,
+        generate_json_for_wall,
+        generate_json_for_coin,
+    };
+    const int least_grown[] = {1, 1, 2, 2, 1}; // allocations that each needs
+    for (size_t k = 0; k < std::size(makers); ++k) {
+        for (int left = 0; left < least_grown[k]; ++left) {
+            news_left = left;
+            http_content_t* const content = makers[k]();
+            news_left = -1;
+            EXPECT_EQ(content, nullptr) << k << " " << left;
+            free_container(content);
+        }
+        http_content_t* const content = makers[k]();
+        EXPECT_NE(content, nullptr) << k;
+        free_container(content);
+    }
 }
 
 } // namespace
