@@ -15,8 +15,8 @@ class FromTheWeb(GameTest):
         game = self.game("--pace", "real", "--coins", 7, "-s", 3, viewer=True)
         path = os.path.join(game.folder.name, "window.gz")
         with game.join() as program:
-            program.ask("n " + 'An"n'.encode().hex())
             program.ask("c")
+            program.ask("n " + 'An"n'.encode().hex())
             recorder = subprocess.Popen([sys.executable, RECORD, "--url", "http://127.0.0.1:%d" % game.viewer_port, path])
             try:
                 while recorder.poll() is None and not (os.path.exists(path) and os.path.getsize(path)):
