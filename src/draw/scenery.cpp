@@ -11,7 +11,6 @@
 #include <GL/freeglut.h>
 
 #include <algorithm>
-#include <cmath>
 
 std::array<int, COIN_MAX> coin_list;
 
@@ -28,9 +27,8 @@ struct piece_t {
 struct scenery_t {
     int bird;
     double fov, rotation;
-    int coin_slots;     // the heights of coins depend on it
-    int on_texel_edges; // 1 when some card lies so
-    int n_wall;         // 0 out of battle mode
+    int coin_slots; // the heights of coins depend on it
+    int n_wall;     // 0 out of battle mode
     int n_coin, n_card;
     std::array<wall_t, WALL_MAX> walls;
     std::array<piece_t, COIN_MAX> coins;
@@ -109,10 +107,11 @@ void copy_depth_to_window() {
 // Makes the store and tries whether depths can be copied there; a driver that refuses says so now.
 bool make_store() {
     if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return false;
+    if (glutExtensionSupported("GL_ARB_clip_control") == 0) return false;
     forget_errors();
     glGenTextures(1, &picture_store.colors);
     glBindTexture(GL_TEXTURE_2D, picture_store.colors);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_BGRA, GL_UNSIGNED_BYTE, nullptr);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glBindTexture(GL_TEXTURE_2D, 0);
@@ -141,14 +140,9 @@ bool store_is_usable() {
     return store_state == store_state_t::usable;
 }
 
-// Half a unit off, a card has the middle of every pixel on the edge between two rows of its picture. Which of them is
-// shown is a matter of rounding, and a window, whose rows are counted from the top, rounds otherwise than a texture.
-bool lies_on_texel_edges(double y) { return std::fabs(std::remainder(y, 1.0)) > 0.4999; }
-
 // Laying a picture over the whole window costs about as much as drawing as many pixels anew.
 bool is_worth_keeping() {
     constexpr int COIN_AREA = 19 * 19; // pixels, as seen from above
-    if (current_scenery.on_texel_edges != 0) return false;
     return current_scenery.n_card * CARD_WIDTH * CARD_HEIGHT + current_scenery.n_coin * COIN_AREA >
            WINDOW_SIDE * WINDOW_SIDE;
 }
@@ -170,12 +164,10 @@ void see_coins() {
 // The card placed last lies highest.
 void see_cards() {
     current_scenery.n_card = 0;
-    current_scenery.on_texel_edges = 0;
     for (int k = 0; k < CARD_MAX; ++k) {
         const int c = card_list[k];
         if (c < 0 || c >= CARD_MAX || !has_any(cards[c].flags, ON_FIELD)) continue;
         current_scenery.cards[current_scenery.n_card++] = {c, k, cards[c].x, cards[c].y};
-        if (lies_on_texel_edges(cards[c].y)) current_scenery.on_texel_edges = 1;
     }
 }
 
@@ -205,20 +197,29 @@ void draw_pieces() {
     draw_cards();
 }
 
-// A texture of the window's size on the window, with identity matrices.
+// The same, upside down. The rows of a window are counted from its top, those of a texture from its bottom, and where
+// the middle of a pixel falls on an edge, or between two texels, that decides which side it goes to. Turned over, the
+// texture rounds as the window does.
+void draw_pieces_upside_down() {
+    glClipControl(GL_UPPER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
+    draw_pieces();
+    glClipControl(GL_LOWER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
+}
+
+// A texture of the window's size, upper row first, on the window, with identity matrices.
 void draw_texture_over_window(unsigned texture) {
     glEnable(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
     glBegin(GL_QUADS);
     glNormal3d(0.0, 0.0, 1.0);
-    glTexCoord2d(0.0, 0.0);
-    glVertex2d(-1.0, -1.0);
-    glTexCoord2d(1.0, 0.0);
-    glVertex2d(1.0, -1.0);
-    glTexCoord2d(1.0, 1.0);
-    glVertex2d(1.0, 1.0);
     glTexCoord2d(0.0, 1.0);
+    glVertex2d(-1.0, -1.0);
+    glTexCoord2d(1.0, 1.0);
+    glVertex2d(1.0, -1.0);
+    glTexCoord2d(1.0, 0.0);
+    glVertex2d(1.0, 1.0);
+    glTexCoord2d(0.0, 0.0);
     glVertex2d(-1.0, 1.0);
     glEnd();
     glBindTexture(GL_TEXTURE_2D, 0);
@@ -263,7 +264,7 @@ void cache_scenery() {
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     // Over nothing, this blending gives each color times what it covers, and the share that is covered.
     glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    draw_pieces();
+    draw_pieces_upside_down();
     glPopAttrib();
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     picture_is_kept = true;

@@ -16,6 +16,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <random>
 
 using namespace picture;
 
@@ -90,20 +91,52 @@ TEST_F(Scenery, kept_picture_looks_like_the_drawn_one) {
     }
 }
 
-TEST_F(Scenery, card_on_the_edges_of_its_texels_is_drawn_every_time) {
-    for (const double off : {0.5, -0.5, 0.49995}) {
-        furnish();
-        field_set_card(9, 20, 30 + off);
-        const shot plain = plain_frame();
-        EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL) << off;
-        EXPECT_FALSE(picture_is_kept()) << off;
+TEST_F(Scenery, whatever_lies_wherever_looks_the_same_kept_and_drawn) {
+    // Places on pixels, between them and on their edges, where texels and outlines round.
+    std::mt19937 chance(15);
+    int kept = 0, beyond_rims = 0, without_coins = 0;
+    for (int frames = 0; frames < 1000;) {
+        reset_tables(static_cast<unsigned>(frames));
+        look(VIEWS[chance() % 2 == 0 ? 0 : chance() % 3]);
+        modes.battle_mode = chance() % 2 == 0;
+        const auto place = [&chance](int reach) {
+            const double whole = static_cast<int>(chance() % (2 * reach)) - reach;
+            switch (chance() % 4) {
+            case 0:
+                return whole;
+            case 1:
+                return whole + 0.5;
+            case 2:
+                return whole + 0.25;
+            default:
+                return whole + static_cast<double>(chance() % 1000) / 1000.0;
+            }
+        };
+        for (int k = 0; k < 6; ++k) {
+            const double y = place(250);
+            setup_wall(0, place(250), y, place(250), y, 0, k % 2 == 0 ? 1 : -1);
+        }
+        const int n_coins = chance() % 2 == 0 ? 0 : static_cast<int>(chance() % 300);
+        for (int k = 0; k < n_coins; ++k) lay_coin(k, place(256), place(256));
+        for (int k = 1; k <= 53; ++k) field_set_card(k, place(300) - 30, place(300) - 50);
+        bgcol = {0.1, 0.3, 0.2};
+        signals.wipe_requested = true;
+        draw_frame();
+        const shot drawn = frame();
+        draw_frame();
+        for (int again = 0; again < 5 && frames < 1000; ++again, ++frames) {
+            const shot later = frame();
+            kept += picture_is_kept();
+            if (later.bytes == drawn.bytes) continue;
+            beyond_rims += differing_pixels(later, drawn, 2);
+            if (n_coins == 0) without_coins += differing_pixels(later, drawn, 0);
+        }
     }
-    for (const double off : {0.0, 0.25, -0.49}) {
-        furnish();
-        field_set_card(9, 20.5, 30 + off);
-        const shot plain = plain_frame();
-        EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL) << off;
-        EXPECT_EQ(picture_is_kept(), can_keep()) << off;
+    EXPECT_EQ(without_coins, 0);
+    // The soft rim of a coin on the bare floor is blended in two steps and may round otherwise in each.
+    EXPECT_EQ(beyond_rims, 0);
+    if (can_keep()) {
+        EXPECT_GT(kept, 900);
     }
 }
 

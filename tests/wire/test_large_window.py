@@ -15,7 +15,7 @@ class LargeWindow(unittest.TestCase):
     def setUp(self):
         display = Display.get()
         self.manager = subprocess.Popen(["matchbox-window-manager", "-use_titlebar", "no"],
-                                        env=dict(os.environ, DISPLAY=display.name, HOME=display.home), stdin=subprocess.DEVNULL,
+                                        env=dict(os.environ, **display.environment, HOME=display.home), stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.addCleanup(self.end_manager)
 
