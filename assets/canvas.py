@@ -1,11 +1,12 @@
-"""Drawing surface of the artwork generators: shapes are laid down several times too large and averaged down at the end,
-so that edges are smooth. Also writes PNG files, of an exact length where one is asked for."""
+"""Drawing surface of the artwork generators: shapes are laid down by cairo several times too large and averaged down at
+the end, so that colours mix as light does. Also writes PNG files, of an exact length where one is asked for."""
+import io
 import math
-import struct
-import zlib
 
+import cairo
 import numpy as np
 from PIL import Image, ImageDraw
+from PIL.PngImagePlugin import PngInfo
 
 
 class Canvas:
@@ -19,16 +20,35 @@ class Canvas:
         self.x, self.y = (xs + 0.5) / scale, (ys + 0.5) / scale
 
     # -- masks: arrays of 0..1, one entry per fine pixel ------------------------------------------------------------
+    def mask(self, draw):
+        """The mask of what `draw` does with a cairo context, whose units are pixels."""
+        surface = cairo.ImageSurface(cairo.FORMAT_A8, self.w * self.scale, self.h * self.scale)
+        context = cairo.Context(surface)
+        context.scale(self.scale, self.scale)
+        context.set_fill_rule(cairo.FILL_RULE_EVEN_ODD)
+        draw(context)
+        surface.flush()
+        rows = np.frombuffer(surface.get_data(), np.uint8).reshape(surface.get_height(), surface.get_stride())
+        return rows[:, :surface.get_width()] / 255
+
     def polygon(self, points):
-        image = Image.new('L', (self.w * self.scale, self.h * self.scale), 0)
-        ImageDraw.Draw(image).polygon([(x * self.scale, y * self.scale) for x, y in points], fill=1)
-        return np.asarray(image, dtype=float)
+        def draw(context):
+            for x, y in points:
+                context.line_to(x, y)
+            context.fill()
+        return self.mask(draw)
 
     def disc(self, cx, cy, r):
-        return (np.hypot(self.x - cx, self.y - cy) <= r).astype(float)
+        return self.oval(cx, cy, r, r)
 
     def oval(self, cx, cy, rx, ry, degrees=0.0):
-        return (self.reach(cx, cy, rx, ry, degrees) <= 1).astype(float)
+        def draw(context):
+            context.translate(cx, cy)
+            context.rotate(math.radians(degrees))
+            context.scale(rx, ry)
+            context.arc(0, 0, 1, 0, 2 * math.pi)
+            context.fill()
+        return self.mask(draw)
 
     def reach(self, cx, cy, rx, ry, degrees=0.0):
         """How far out of the oval's centre a pixel lies: 0 there, 1 on the rim."""
@@ -37,18 +57,24 @@ class Canvas:
         return np.hypot((dx * c + dy * s) / rx, (-dx * s + dy * c) / ry)
 
     def box(self, x0, y0, x1, y1, radius=0.0):
-        dx = np.maximum(np.maximum(x0 + radius - self.x, self.x - x1 + radius), 0)
-        dy = np.maximum(np.maximum(y0 + radius - self.y, self.y - y1 + radius), 0)
-        return (np.hypot(dx, dy) <= max(radius, 1e-9)).astype(float)
+        def draw(context):
+            quarter = math.pi / 2
+            for k, (x, y) in enumerate(((x1 - radius, y1 - radius), (x0 + radius, y1 - radius),
+                                        (x0 + radius, y0 + radius), (x1 - radius, y0 + radius))):
+                context.arc(x, y, radius, k * quarter, (k + 1) * quarter)
+            context.fill()
+        return self.mask(draw)
 
     def line(self, points, width):
         """A polyline with round joints and ends."""
-        mask = np.zeros_like(self.alpha)
-        for (x0, y0), (x1, y1) in zip(points, points[1:]):
-            length2 = max((x1 - x0) ** 2 + (y1 - y0) ** 2, 1e-12)
-            t = np.clip(((self.x - x0) * (x1 - x0) + (self.y - y0) * (y1 - y0)) / length2, 0, 1)
-            mask = np.maximum(mask, np.hypot(self.x - x0 - t * (x1 - x0), self.y - y0 - t * (y1 - y0)) <= width / 2)
-        return mask
+        def draw(context):
+            for x, y in points:
+                context.line_to(x, y)
+            context.set_line_width(width)
+            context.set_line_cap(cairo.LINE_CAP_ROUND)
+            context.set_line_join(cairo.LINE_JOIN_ROUND)
+            context.stroke()
+        return self.mask(draw)
 
     def text(self, cx, cy, words, font):
         """Words centred on a point by their ink; the font's size counts fine pixels."""
@@ -112,66 +138,45 @@ def noise(size, cells, seed):
 
 
 # -- PNG ----------------------------------------------------------------------------------------------------------------
-def chunk(kind, data):
-    return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', zlib.crc32(kind + data))
-
-
-def filtered(pixels, choose):
-    """Rows with PNG's filter bytes; choose is a filter number, or None for the least sum of differences per row."""
-    h, w, depth = pixels.shape
-    rows = pixels.reshape(h, w * depth).astype(int)
-    out = bytearray()
-    above = np.zeros(w * depth, dtype=int)
-    for row in rows:
-        left = np.concatenate([np.zeros(depth, dtype=int), row[:-depth]])
-        corner = np.concatenate([np.zeros(depth, dtype=int), above[:-depth]])
-        guess = left + above - corner
-        pa, pb, pc = abs(guess - left), abs(guess - above), abs(guess - corner)
-        paeth = np.where((pa <= pb) & (pa <= pc), left, np.where(pb <= pc, above, corner))
-        tries = [(row - p) % 256 for p in (0 * row, left, above, (left + above) // 2, paeth)]
-        costs = [int(np.minimum(t, 256 - t).sum()) for t in tries]
-        best = choose if choose is not None else costs.index(min(costs))
-        out += bytes([best]) + tries[best].astype(np.uint8).tobytes()
-        above = row
-    return bytes(out)
-
-
-def pack(pixels):
-    """The shortest of a few codings."""
+def encoded(pixels, comment=None):
+    """The shortest PNG file that Pillow makes of 8-bit RGB or RGBA."""
+    notes = PngInfo()
+    if comment is not None:
+        notes.add_text('Comment', comment)
     best = None
-    for choose in (None, 0, 1, 2, 3, 4):
-        raw = filtered(pixels, choose)
-        for strategy in (zlib.Z_DEFAULT_STRATEGY, zlib.Z_FILTERED):
-            coder = zlib.compressobj(9, zlib.DEFLATED, 15, 9, strategy)
-            data = coder.compress(raw) + coder.flush()
-            best = data if best is None or len(data) < len(best) else best
+    for strategy in (Image.DEFAULT_STRATEGY, Image.FILTERED):
+        file = io.BytesIO()
+        Image.fromarray(pixels).save(file, 'PNG', optimize=True, compress_level=9, compress_type=strategy, pnginfo=notes)
+        best = file.getvalue() if best is None or len(file.getvalue()) < len(best) else best
     return best
 
 
 def save_png(path, pixels, length=None):
     """8-bit RGB or RGBA. With a length the file is filled up to exactly that many bytes by a comment.
     Returns False, and writes nothing, when the picture alone is longer."""
-    h, w, depth = pixels.shape
-    header = chunk(b'IHDR', struct.pack('>IIBBBBB', w, h, 8, 6 if depth == 4 else 2, 0, 0, 0))
-    parts = [b'\x89PNG\r\n\x1a\n', header, chunk(b'IDAT', pack(pixels)), chunk(b'IEND', b'')]
-    if length is not None:
-        room = length - sum(map(len, parts))
-        if room != 0:
-            words = room - 12 - len(b'Comment\0')
-            if words < 0:
-                return False
-            parts.insert(2, chunk(b'tEXt', b'Comment\0' + (b'Kelmora viewer icon. ' * (words // 20 + 1))[:words]))
+    file = encoded(pixels)
+    if length is not None and len(file) != length:
+        words = length - len(encoded(pixels, ''))
+        if words < 0:
+            return False
+        file = encoded(pixels, ('Kelmora viewer icon. ' * (words // 20 + 1))[:words])
     with open(path, 'wb') as f:
-        f.write(b''.join(parts))
+        f.write(file)
     return True
 
 
 def save_png_fitting(path, pixels, length):
-    """Like save_png, in as many shades per colour as the length allows."""
-    for levels in (256, 128, 96, 64, 48, 40, 32, 28, 24, 20, 16, 14, 12, 10, 8, 7, 6, 5, 4):
-        step = 255 / (levels - 1)
-        fewer = np.round(np.round(pixels / step) * step).astype(np.uint8)
-        fewer[fewer[..., 3] == 0] = 0
+    """Like save_png, in as many colours as the length allows; says how many."""
+    if save_png(path, pixels, length):
+        return 'all'
+    picture = Image.fromarray(pixels)
+    for colours in (256, 192, 128, 96, 80, 64, 56, 48, 40, 32, 28, 24, 20, 16, 14, 12, 10, 9, 8, 7, 6, 5, 4):
+        if colours == 8:  # too few for soft edges
+            hard = pixels.copy()
+            hard[..., 3] = np.where(pixels[..., 3] < 128, 0, 255)
+            picture = Image.fromarray(np.where(hard[..., 3:] == 0, 0, hard).astype(np.uint8))
+        fewer = np.asarray(picture.quantize(colours, Image.Quantize.FASTOCTREE, dither=Image.Dither.NONE).convert('RGBA'))
+        fewer = np.where(fewer[..., 3:] == 0, 0, fewer).astype(np.uint8)
         if save_png(path, fewer, length):
-            return levels
+            return colours
     raise SystemExit(f'{path}: too much detail for {length} bytes')

@@ -165,10 +165,10 @@ def main():
                           ('background_image200x200', ground())):
         save_png(target(name), picture)
     for k, (colour, length) in enumerate(TEAMS):
-        print('png_img%d' % k, save_png_fitting(target('png_img%d' % k), emblem(colour), length), 'shades')
+        print('png_img%d' % k, save_png_fitting(target('png_img%d' % k), emblem(colour), length), 'colours')
     for name, picture, length in (('png_img5', small_coin(), 481), ('png_img6', small_star(), 691),
                                   ('png_img7', logo(), 11961)):
-        print(name, save_png_fitting(target(name), picture, length), 'shades')
+        print(name, save_png_fitting(target(name), picture, length), 'colours')
 
 
 if __name__ == '__main__':
