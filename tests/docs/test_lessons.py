@@ -1,4 +1,4 @@
-"""Every program in the lessons and in the front page: it runs, ends by itself, and has then done what stands above it."""
+"""Every program in the lessons, in the front page and in the protocol: it runs, ends by itself, and has then done what stands above it."""
 import glob
 import os
 import re
@@ -12,6 +12,7 @@ import programs
 from harness import FieldTest, main
 
 README = os.path.join(programs.TOP, "README.md")
+PROTOCOL = os.path.join(programs.TOP, "docs", "protocol.md")
 LESSONS = sorted(glob.glob(os.path.join(programs.TOP, "docs", "lessons", "*.md")))
 STRAY_PIXELS = 40  # of a picture that may differ by more than a pixel's place: another driver draws ends of lines otherwise
 
@@ -42,7 +43,7 @@ def differences(left, path):
 class Lessons(FieldTest):
     def test_programs(self):
         count = 0
-        for path in LESSONS + [README]:
+        for path in LESSONS + [README, PROTOCOL]:
             for block in programs.blocks_of(path):
                 with self.subTest(page=os.path.basename(path), line=block.line):
                     self.check(block)
