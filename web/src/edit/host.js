@@ -2,6 +2,7 @@
 // Both workers, Python's and JavaScript's, stand on it.
 
 const STOP_EVERY = 100; // ms between two questions whether Stop was pressed
+const STOP_AT_LEAST = 400; // ms, while the field's answers show that the run goes on
 const BATCH_AFTER = 40; // ms that output is gathered before it goes to the page, once a program says much
 const AT_ONCE = 100; // pieces of output a second that go to the page at once
 const BATCH_MOST = 16384; // letters
@@ -42,7 +43,8 @@ export function sleep(ms) {
 export function makeHost(post) {
   let token = '';
   let run = null; // number of the run, or null: no server behind it
-  let askedStop = 0;
+  let askedStop = 0; // when it was last known that the run goes on
+  let polledStop = 0; // when that was last asked for itself, which also tells a new speed
   let stopped = false;
   let speed = 0; // lines a second, 0: no brake
   let text = '';
@@ -118,6 +120,7 @@ export function makeHost(post) {
       } else if (answer.status === 401 || answer.status === 410) stopped = true;
     } catch { /* asked again soon */ }
     askedStop = performance.now();
+    polledStop = askedStop;
     return stopped;
   }
 
@@ -126,7 +129,11 @@ export function makeHost(post) {
     if (stopped) throw new Ended('stopped');
     for (;;) {
       const answer = request('POST', `/api/run/lines?run=${run}`, body);
-      if (answer.status === 200) return answer.text;
+      if (answer.status === 200) {
+        const now = performance.now();
+        if (now - polledStop < STOP_AT_LEAST) askedStop = now;
+        return answer.text;
+      }
       if (answer.status !== 202) refuse(answer);
       if (isStopped()) throw new Ended('stopped');
     }
