@@ -75,6 +75,7 @@ std::vector<std::string> split(const std::string& text) {
 // First all that are dropped, then all that join, then one line of each in turn: so it was in the game.
 bool run_rounds(again_t& a, const std::vector<seat_text_t>& texts) {
     std::vector<std::vector<std::string>> lines;
+    lines.reserve(texts.size());
     for (const seat_text_t& t : texts) lines.push_back(split(t.text));
     std::vector<size_t> next(lines.size(), 0);
     for (const char* first : {"=", "+"}) {
