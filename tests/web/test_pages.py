@@ -120,6 +120,14 @@ class Pages:
             self.assertIn("Line 3", said)
             self.assertIn("switched this command off", said)
 
+        with self.subTest("step by step marks the line; full speed goes on without"):
+            ann.fill("Speed", "1")
+            ann.start("from kelmora import *\nfor i in range(500):\n    left(1)\nprint('through')\n")
+            ann.wait("document.querySelector('.cm-run-line')", "the line to be marked")
+            ann.fill("Speed", "0")
+            ann.says("through")
+            ann.finished()
+
         with self.subTest("output without an end does not drown the page"):
             ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")
             ann.says("line 2000")
