@@ -6,6 +6,7 @@ import { DELAY } from '../watch/motion.js';
 import { openRecord } from './player.js';
 import { TICK_MS, turtlesBetween } from './record.js';
 
+const BOARD_WIDTH = 200; // pixels kept free for the board at the right
 const CANVAS_SIDE = 1024; // pixels of the painting, two for a field unit
 const byId = (id) => document.getElementById(id);
 
@@ -214,7 +215,9 @@ function listen() {
 }
 
 function start() {
-  scene = makeScene(document, orbit, () => 0, { plain: true });
+  // The field has the room that the board and the bar leave.
+  scene = makeScene(document, orbit, () => BOARD_WIDTH,
+    { size: () => [document.documentElement.clientWidth || 1, Math.max(1, innerHeight - byId('bar').offsetHeight)] });
   document.body.prepend(scene.canvas);
   scene.canvas.addEventListener('pointerdown', (event) => scene.canvas.setPointerCapture(event.pointerId));
   scene.canvas.addEventListener('pointermove', (event) => {
