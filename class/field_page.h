@@ -39,6 +39,11 @@ public:
 
     /// @param what  one of the paths that is_allowed admits; `done` is called once, at once when a fresh copy is there
     void fetch(const std::string& what, done_t done);
+    /// After `io` has ended: lets go of all who wait.
+    void forget() {
+        copies_.clear();
+        queue_.clear();
+    }
     /// The last fetch succeeded; true before the first one.
     [[nodiscard]] bool ok() const { return ok_; }
 

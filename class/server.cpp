@@ -178,7 +178,9 @@ void server::stop() {
 void server::close() {
     for (class_field& f : fields_) {
         for (field_place& p : f.places) p.link->close();
+        if (f.page) f.page->forget();
     }
+    live_.clear();
 }
 
 bool server::is_local(const incoming& in) const {

@@ -214,6 +214,11 @@ class Classroom:
             return next(int(line.split()[1]) for line in status if line.startswith("VmRSS"))
 
 
+def instrumented():
+    """True when the server carries a sanitizer, whose memory is not the server's."""
+    return "san.so" in subprocess.run(["ldd", SERVER], capture_output=True, text=True, timeout=30).stdout
+
+
 def raw_connection(room, address=LAN):
     sock = socket.create_connection((address, room.port), timeout=patience(60))
     return sock
@@ -243,5 +248,5 @@ def in_thread(work):
     return Task()
 
 
-__all__ = ["Answer", "Browser", "Classroom", "CODE", "Field", "LAN", "Student", "add_lan_address", "in_thread", "patience",
+__all__ = ["Answer", "Browser", "Classroom", "CODE", "Field", "LAN", "Student", "add_lan_address", "in_thread", "instrumented", "patience",
            "raw_connection", "time", "wait_until"]
