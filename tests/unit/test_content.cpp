@@ -23,16 +23,17 @@ thread_local int news_left = -1;
 
 } // namespace
 
-// All of the test program goes through these, and only a test that says so runs out of memory.
-void* operator new(std::size_t size) {
+// All of the test program goes through these, and only a test that says so runs out of memory. Not inlined: the
+// compiler would take the pair of free and new for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     if (news_left == 0) throw std::bad_alloc();
     if (news_left > 0) --news_left;
     void* const memory = malloc(size > 0 ? size : 1);
     if (memory == nullptr) throw std::bad_alloc();
     return memory;
 }
-void operator delete(void* memory) noexcept { free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { free(memory); }
 
 namespace {
 
