@@ -60,6 +60,7 @@ class Hidden(harness.FieldTest):
         wait_until(lambda: self.field.window in self.field.windows(), 10, "the window")
 
 
+@unittest.skipIf(harness.PROGRAM and harness.instrumented(), "a sanitizer wants to be the first library loaded")
 class SetClock(unittest.TestCase):
     def test_field_ticks_on_whatever_the_clock_of_the_day_says(self):
         with tempfile.TemporaryDirectory() as folder:
