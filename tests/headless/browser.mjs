@@ -1,12 +1,6 @@
 // A real browser on the replay page: does what standard input asks, one order a line, and answers in JSON.
-import { createInterface } from 'node:readline';
-import { createRequire } from 'node:module';
-const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
+import { browser, serve } from '../browser/driver.mjs';
 
-const browser = await chromium.launch({
-  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking', '--disable-component-update', '--disable-sync'],
-});
 const page = await browser.newPage({ viewport: { width: 900, height: 700 } });
 const errors = [];
 page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
@@ -54,14 +48,4 @@ const orders = {
   shot: ({ file }) => page.screenshot({ path: file }).then(() => true),
 };
 
-for await (const line of createInterface({ input: process.stdin })) {
-  const { order, ...given } = JSON.parse(line);
-  let answer;
-  try {
-    answer = { result: (await orders[order](given)) ?? null };
-  } catch (error) {
-    answer = { failed: String(error) };
-  }
-  process.stdout.write(`${JSON.stringify(answer)}\n`);
-}
-await browser.close();
+await serve(orders);

@@ -1,8 +1,7 @@
 """Records in a real browser: the page of kelmora-replay --html and the one that the script server serves."""
-import json
 import os
-import select
 import subprocess
+import sys
 import tempfile
 import unittest
 
@@ -10,35 +9,13 @@ import harness
 from harness import HANG, lines_of, replay
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "browser"))
+from driver import Driver  # noqa: E402
+
 ROOT = os.path.join(HERE, "..", "..")
 SCRIPTS = os.path.join(ROOT, "web", "dist", "kelmora", "script")
 SERVER = "http://localhost:2281/kelmora/replay.html"
 LONG = 600000
-
-
-class Browser:
-    def __init__(self):
-        self.process = subprocess.Popen(["node", os.path.join(HERE, "browser.mjs")], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        text=True, bufsize=1)
-
-    def __call__(self, order, **given):
-        self.process.stdin.write(json.dumps(dict(given, order=order)) + "\n")
-        self.process.stdin.flush()
-        if not select.select([self.process.stdout], [], [], HANG)[0]:
-            raise AssertionError("the browser does not answer to " + order)
-        answer = json.loads(self.process.stdout.readline())
-        if "failed" in answer:
-            raise AssertionError(answer["failed"])
-        return answer["result"]
-
-    def close(self):
-        self.process.stdin.close()
-        try:
-            self.process.wait(timeout=60)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait()
-        self.process.stdout.close()
 
 
 class Replay(unittest.TestCase):
@@ -60,7 +37,7 @@ class Replay(unittest.TestCase):
                     except harness.Closed:
                         break
                 game.wait()
-        cls.browser = Browser()
+        cls.browser = Driver(os.path.join(HERE, "browser.mjs"), HANG)
         cls.addClassCleanup(cls.browser.close)
 
     def page(self, record):

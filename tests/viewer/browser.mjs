@@ -1,14 +1,7 @@
 // A real browser on the real page: looks at the scene's own objects, the score boxes and the console while turtles
 // move. Run by test_page.py, which starts the field and the script server; asks it over standard input and output.
-import { createInterface } from 'node:readline';
-import { createRequire } from 'node:module';
-const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
+import { browser, serve } from '../browser/driver.mjs';
 
-const browser = await chromium.launch({
-  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking',
-    '--disable-component-update', '--disable-sync'],
-});
 const errors = [];
 let page = null;
 
@@ -56,12 +49,4 @@ const orders = {
   },
 };
 
-for await (const line of createInterface({ input: process.stdin })) {
-  const { order, ...given } = JSON.parse(line);
-  try {
-    console.log(JSON.stringify({ result: (await orders[order](given)) ?? null }));
-  } catch (error) {
-    console.log(JSON.stringify({ failed: String(error) }));
-  }
-}
-await browser.close();
+await serve(orders);

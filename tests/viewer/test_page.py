@@ -5,7 +5,6 @@ Run inside scripts/in-namespace, after scripts/viewer-build. KELMORA names the p
 import io
 import json
 import os
-import select
 import signal
 import subprocess
 import sys
@@ -17,38 +16,14 @@ import urllib.request
 from PIL import Image
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, "..", "wire"))
+sys.path[:0] = [os.path.join(HERE, "..", folder) for folder in ("wire", "browser")]
 import harness  # noqa: E402
 from harness import VIEWER_PORT, Client, Closed, Field, is_listening, wait_until  # noqa: E402
+from driver import Driver  # noqa: E402
 
 ROOT = os.path.join(HERE, "..", "..")
 SCRIPT_PORT = 2281
 ORDER_TIME = 60  # seconds for one order to the browser
-
-
-class Browser:
-    def __init__(self):
-        self.process = subprocess.Popen(["node", os.path.join(HERE, "browser.mjs")], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, text=True, bufsize=1)
-
-    def __call__(self, order, **given):
-        self.process.stdin.write(json.dumps(dict(given, order=order)) + "\n")
-        self.process.stdin.flush()
-        if not select.select([self.process.stdout], [], [], ORDER_TIME)[0]:
-            raise AssertionError("the browser does not answer to " + order)
-        answer = json.loads(self.process.stdout.readline())
-        if "failed" in answer:
-            raise AssertionError(answer["failed"])
-        return answer["result"]
-
-    def close(self):
-        self.process.stdin.close()
-        try:
-            self.process.wait(timeout=30)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait(timeout=30)
-        self.process.stdout.close()
 
 
 class Page(unittest.TestCase):
@@ -60,7 +35,7 @@ class Page(unittest.TestCase):
         cls.scripts = subprocess.Popen([os.path.join(ROOT, "scripts", "viewer-serve"), "--canvas", cls.canvas])
         cls.addClassCleanup(cls.end_scripts)
         wait_until(lambda: is_listening(SCRIPT_PORT), 20, "the script server")
-        cls.browser = Browser()
+        cls.browser = Driver(os.path.join(HERE, "browser.mjs"), ORDER_TIME)
         cls.addClassCleanup(cls.browser.close)
 
     def setUp(self):

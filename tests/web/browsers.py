@@ -6,27 +6,26 @@ WebKit by its driver, which speaks HTTP. Every wait has a deadline.
 import base64
 import json
 import os
-import select
 import shutil
 import signal
 import socket
 import subprocess
+import sys
 import tempfile
 import time
 import urllib.error
 import urllib.request
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+sys.path.insert(0, os.path.join(HERE, "..", "browser"))
+from driver import Driver, Failed  # noqa: E402
+
 ORDER_TIME = 180  # seconds for one order
 
 
 # A script becomes the body of a function that may wait; what it returns, or what it threw, is handed back.
 WRAPPER = ("const done = arguments[arguments.length - 1];"
            "(async () => {%s})().then((value) => done(value === undefined ? null : value), (e) => done({__failed: String(e)}));")
-
-
-class Failed(AssertionError):
-    pass
 
 
 def value_of(told):
@@ -39,18 +38,7 @@ class Chromium:
     name = "chromium"
 
     def __init__(self):
-        self.process = subprocess.Popen(["node", os.path.join(HERE, "chromium.mjs")], stdin=subprocess.PIPE,
-                                        stdout=subprocess.PIPE, text=True, bufsize=1)
-
-    def order(self, order, **given):
-        self.process.stdin.write(json.dumps(dict(given, order=order)) + "\n")
-        self.process.stdin.flush()
-        if not select.select([self.process.stdout], [], [], ORDER_TIME)[0]:
-            raise Failed("the browser does not answer to " + order)
-        answer = json.loads(self.process.stdout.readline())
-        if "failed" in answer:
-            raise Failed(answer["failed"])
-        return answer["result"]
+        self.order = Driver(os.path.join(HERE, "chromium.mjs"), ORDER_TIME)
 
     def fresh(self, **how):
         self.order("fresh", **how)
@@ -69,13 +57,7 @@ class Chromium:
         self.order("shot", file=file)
 
     def close(self):
-        self.process.stdin.close()
-        try:
-            self.process.wait(timeout=60)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait(timeout=30)
-        self.process.stdout.close()
+        self.order.close()
 
 
 class Firefox:

@@ -1,13 +1,6 @@
 // Chromium, driven over standard input and output by browsers.py: one order a line, one answer a line, both JSON.
-import { createInterface } from 'node:readline';
-import { createRequire } from 'node:module';
-const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');
+import { browser, serve } from '../browser/driver.mjs';
 
-const browser = await chromium.launch({
-  executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
-  args: ['--no-sandbox', '--disable-quic', '--no-first-run', '--disable-background-networking',
-    '--disable-component-update', '--disable-sync'],
-});
 let context = null;
 const tabs = new Map();
 let tab = null;
@@ -43,14 +36,4 @@ const orders = {
   asked: async () => [...asked],
 };
 
-for await (const line of createInterface({ input: process.stdin })) {
-  const { order, ...given } = JSON.parse(line);
-  let answer;
-  try {
-    answer = { result: (await orders[order](given)) ?? null };
-  } catch (error) {
-    answer = { failed: String(error) };
-  }
-  process.stdout.write(`${JSON.stringify(answer)}\n`);
-}
-await browser.close();
+await serve(orders);
