@@ -11,10 +11,14 @@
 #include <cstring>
 #include <ctime>
 
-static void print_help() {
+namespace {
+
+void print_help() {
     log_line_always("options:");
     log_line_always(" -js \"URL1;URL2;...\"");
 }
+
+} // namespace
 
 int main(int argc, char** argv) {
     open_standard_streams();

@@ -2,14 +2,18 @@
 
 #include <cmath>
 
-static constexpr double FLICK_GROWTH = 1.7;              // style 6 swells as e^(1.7 t)
-static constexpr double FLICK_PEAK = 2.3396468519259908; // e^0.85, what the swelling reaches at mid-stroke
-static constexpr double FLICK_FALL = 1.6;                // start of the fall; leaves a small step at mid-stroke
-static constexpr double LONG_STROKE = 4.0;               // length in widths above which a stroke is waisted
+namespace {
 
-static constexpr double NEARLY_LEVEL = 30.0;  // degrees
-static constexpr double STRAIGHT_UP = 90.0;   // degrees
-static constexpr double STEEPLY_DOWN = -80.0; // degrees
+constexpr double FLICK_GROWTH = 1.7;              // style 6 swells as e^(1.7 t)
+constexpr double FLICK_PEAK = 2.3396468519259908; // e^0.85, what the swelling reaches at mid-stroke
+constexpr double FLICK_FALL = 1.6;                // start of the fall; leaves a small step at mid-stroke
+constexpr double LONG_STROKE = 4.0;               // length in widths above which a stroke is waisted
+
+constexpr double NEARLY_LEVEL = 30.0;  // degrees
+constexpr double STRAIGHT_UP = 90.0;   // degrees
+constexpr double STEEPLY_DOWN = -80.0; // degrees
+
+} // namespace
 
 double thickness(int style, double t) {
     switch (style) {

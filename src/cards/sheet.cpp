@@ -8,18 +8,22 @@
 #include <cstdlib>
 #include <cstring>
 
-static constexpr std::size_t HEADER_BYTES = 12; // width, height and bytes per pixel, 32 bits each
-static constexpr int RUN = 128;                 // count bytes from here on repeat one pixel
-static constexpr int CARDS_PER_ROW = 13;
-static constexpr double CELL_PITCH_X = 87.7; // pixels of the sheet between the left edges of two cells
-static constexpr double CELL_PITCH_Y = 117.5;
-static constexpr double SHEET_LEFT = 15.0; // pixels before the first cell
-static constexpr double SHEET_TOP = 10.0;
+namespace {
+
+constexpr std::size_t HEADER_BYTES = 12; // width, height and bytes per pixel, 32 bits each
+constexpr int RUN = 128;                 // count bytes from here on repeat one pixel
+constexpr int CARDS_PER_ROW = 13;
+constexpr double CELL_PITCH_X = 87.7; // pixels of the sheet between the left edges of two cells
+constexpr double CELL_PITCH_Y = 117.5;
+constexpr double SHEET_LEFT = 15.0; // pixels before the first cell
+constexpr double SHEET_TOP = 10.0;
 
 // The cells that reach farthest to the right and to the bottom still lie on the sheet.
 static_assert(static_cast<int>(CELL_PITCH_X * (CARDS_PER_ROW - 1) + SHEET_LEFT) + CARD_WIDTH <= SHEET_WIDTH);
-static constexpr int LAST_ROW = (CARD_MAX - 1) / CARDS_PER_ROW;
+constexpr int LAST_ROW = (CARD_MAX - 1) / CARDS_PER_ROW;
 static_assert(static_cast<int>(CELL_PITCH_Y * LAST_ROW + SHEET_TOP) + CARD_HEIGHT <= SHEET_HEIGHT);
+
+} // namespace
 
 unsigned char* cards_image = nullptr;
 int cards_image_is_ready = 0;

@@ -8,8 +8,12 @@
 #include "draw/image.h"
 #include "field/state.h"
 
-static constexpr int HOME_BYTES = 256;        // of the variable that are looked at
-static constexpr unsigned CAPTURE_SIDE = 512; // pixels, the window
+namespace {
+
+constexpr int HOME_BYTES = 256;        // of the variable that are looked at
+constexpr unsigned CAPTURE_SIDE = 512; // pixels, the window
+
+} // namespace
 
 int field_capture_screen() {
     char home[HOME_BYTES + 1] = {};

@@ -8,29 +8,102 @@
 #include "field/state.h"
 #include "images.h"
 
-std::array<unsigned, OBJ_TEXTURES> obj_textures;
-std::array<int, OBJ_TEXTURES> obj_tex_initialized;
-std::array<std::array<unsigned char, ICON_BYTES>, OBJ_TEXTURES> obj_text_image;
+namespace {
 
-static constexpr std::array<const unsigned char*, OBJ_TEXTURES> OBJ_IMAGES = {doughnut_image32x32, stone_image32x32,
-                                                                              coin_image32x32, ten_image32x32};
+constexpr std::array<const unsigned char*, OBJ_TEXTURES> OBJ_IMAGES = {doughnut_image32x32, stone_image32x32,
+                                                                       coin_image32x32, ten_image32x32};
 static_assert(sizeof doughnut_image32x32 > ICON_BYTES && sizeof stone_image32x32 > ICON_BYTES &&
                   sizeof coin_image32x32 > ICON_BYTES && sizeof ten_image32x32 > ICON_BYTES &&
                   sizeof background_image200x200 > TILE_SIDE * TILE_SIDE * 3,
               "an image carries one NUL byte behind its pixels");
 
 // An icon is 19 units wide and sits one unit off its place, towards the lower left.
-static constexpr double ICON_BEFORE = 10.0;
-static constexpr double ICON_AFTER = 9.0;
-static constexpr double DOUGHNUT_HEIGHT = 2.0;
-static constexpr double STONE_HEIGHT = 3.0;
-static constexpr double COIN_BOTTOM = 1.0; // coins lie from here ...
-static constexpr double COIN_RANGE = 1.5;  // ... up to just under this much higher
+constexpr double ICON_BEFORE = 10.0;
+constexpr double ICON_AFTER = 9.0;
+constexpr double DOUGHNUT_HEIGHT = 2.0;
+constexpr double STONE_HEIGHT = 3.0;
+constexpr double COIN_BOTTOM = 1.0; // coins lie from here ...
+constexpr double COIN_RANGE = 1.5;  // ... up to just under this much higher
 
-static constexpr double WALL_HEIGHT = 15.0;
-static constexpr double TEXELS_PER_REPEAT = ICON_SIDE; // one texel is one field unit
+constexpr double WALL_HEIGHT = 15.0;
+constexpr double TEXELS_PER_REPEAT = ICON_SIDE; // one texel is one field unit
 
-static constexpr double FIELD_EDGE = 256.0;
+constexpr double FIELD_EDGE = 256.0;
+
+void begin_icons(int slot) {
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    glEnable(GL_BLEND);
+    glEnable(GL_TEXTURE_2D);
+    bind_obj_tex(slot);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+}
+
+void end_icons() {
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+    glDisable(GL_BLEND);
+    glDisable(GL_CULL_FACE);
+}
+
+// One corner of an icon, 0 lower left, counter-clockwise.
+void icon_corner(int corner, double x, double y, double z) {
+    const bool right = corner == 1 || corner == 2;
+    const bool top = corner >= 2;
+    glTexCoord2d(right ? 1.0 : 0.0, top ? 1.0 : 0.0);
+    glVertex3d(right ? x + ICON_AFTER : x - ICON_BEFORE, top ? y + ICON_AFTER : y - ICON_BEFORE, z);
+}
+
+void icon_quad(double x, double y, double z) {
+    glBegin(GL_QUADS);
+    glNormal3d(0.0, 0.0, 1.0);
+    for (int corner = 0; corner < 4; ++corner) icon_corner(corner, x, y, z);
+    glEnd();
+}
+
+double coin_height(int n) { return COIN_BOTTOM + static_cast<double>(n) / (ncoin + 1) * COIN_RANGE; }
+
+// A single quad is split along the diagonal 0-2, quads that follow one another along the other one. A batch is made of
+// the triangles of a single quad, so that its pixels are the same.
+constexpr std::array<int, 6> QUAD_AS_TRIANGLES = {0, 1, 2, 0, 2, 3};
+
+void begin_stone_walls() {
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    glEnable(GL_TEXTURE_2D);
+    bind_obj_tex(TEX_STONE);
+    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
+}
+
+void end_stone_walls() {
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glDisable(GL_TEXTURE_2D);
+    glDisable(GL_CULL_FACE);
+}
+
+struct wall_face_t {
+    double x1, y1, x2, y2;
+    double repeats; // of the texture along the wall
+};
+
+wall_face_t make_face(double x1, double y1, double x2, double y2) {
+    const double dx = x2 - x1, dy = y2 - y1;
+    return {x1, y1, x2, y2, std::sqrt(dx * dx + dy * dy) / TEXELS_PER_REPEAT};
+}
+
+// One corner of a wall face: foot and top of its first end, top and foot of its second.
+void wall_corner(int corner, const wall_face_t& w) {
+    const bool second = corner >= 2;
+    const bool top = corner == 1 || corner == 2;
+    glTexCoord2d(second ? w.repeats : 0.0, top ? WALL_HEIGHT / TEXELS_PER_REPEAT : 0.0);
+    glVertex3d(second ? w.x2 : w.x1, second ? w.y2 : w.y1, top ? WALL_HEIGHT : 0.0);
+}
+
+} // namespace
+
+std::array<unsigned, OBJ_TEXTURES> obj_textures;
+std::array<int, OBJ_TEXTURES> obj_tex_initialized;
+std::array<std::array<unsigned char, ICON_BYTES>, OBJ_TEXTURES> obj_text_image;
 
 void flip32x32icon(const unsigned char* source, unsigned char* destination) {
     constexpr int ROW = ICON_SIDE * 4;
@@ -58,37 +131,6 @@ void bind_obj_tex(int slot) {
     glBindTexture(GL_TEXTURE_2D, obj_textures[s]);
 }
 
-static void begin_icons(int slot) {
-    glEnable(GL_CULL_FACE);
-    glCullFace(GL_BACK);
-    glEnable(GL_BLEND);
-    glEnable(GL_TEXTURE_2D);
-    bind_obj_tex(slot);
-    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
-}
-
-static void end_icons() {
-    glBindTexture(GL_TEXTURE_2D, 0);
-    glDisable(GL_TEXTURE_2D);
-    glDisable(GL_BLEND);
-    glDisable(GL_CULL_FACE);
-}
-
-// One corner of an icon, 0 lower left, counter-clockwise.
-static void icon_corner(int corner, double x, double y, double z) {
-    const bool right = corner == 1 || corner == 2;
-    const bool top = corner >= 2;
-    glTexCoord2d(right ? 1.0 : 0.0, top ? 1.0 : 0.0);
-    glVertex3d(right ? x + ICON_AFTER : x - ICON_BEFORE, top ? y + ICON_AFTER : y - ICON_BEFORE, z);
-}
-
-static void icon_quad(double x, double y, double z) {
-    glBegin(GL_QUADS);
-    glNormal3d(0.0, 0.0, 1.0);
-    for (int corner = 0; corner < 4; ++corner) icon_corner(corner, x, y, z);
-    glEnd();
-}
-
 void drawIcon_Doughnut(double x, double y) {
     begin_icons(TEX_DOUGHNUT);
     glColor3d(1.0, 1.0, 1.0);
@@ -103,17 +145,11 @@ void drawIcon_Stone(double x, double y) {
     end_icons();
 }
 
-static double coin_height(int n) { return COIN_BOTTOM + static_cast<double>(n) / (ncoin + 1) * COIN_RANGE; }
-
 void drawIcon_Coin(int n, double x, double y) {
     begin_icons(TEX_COIN);
     icon_quad(x, y, coin_height(n));
     end_icons();
 }
-
-// A single quad is split along the diagonal 0-2, quads that follow one another along the other one. A batch is made of
-// the triangles of a single quad, so that its pixels are the same.
-static constexpr std::array<int, 6> QUAD_AS_TRIANGLES = {0, 1, 2, 0, 2, 3};
 
 void begin_coin_batch() {
     begin_icons(TEX_COIN);
@@ -129,38 +165,6 @@ void coin_in_batch(int n, double x, double y) {
 void end_coin_batch() {
     glEnd();
     end_icons();
-}
-
-static void begin_stone_walls() {
-    glEnable(GL_CULL_FACE);
-    glCullFace(GL_BACK);
-    glEnable(GL_TEXTURE_2D);
-    bind_obj_tex(TEX_STONE);
-    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_MODULATE);
-}
-
-static void end_stone_walls() {
-    glBindTexture(GL_TEXTURE_2D, 0);
-    glDisable(GL_TEXTURE_2D);
-    glDisable(GL_CULL_FACE);
-}
-
-struct wall_face_t {
-    double x1, y1, x2, y2;
-    double repeats; // of the texture along the wall
-};
-
-static wall_face_t make_face(double x1, double y1, double x2, double y2) {
-    const double dx = x2 - x1, dy = y2 - y1;
-    return {x1, y1, x2, y2, std::sqrt(dx * dx + dy * dy) / TEXELS_PER_REPEAT};
-}
-
-// One corner of a wall face: foot and top of its first end, top and foot of its second.
-static void wall_corner(int corner, const wall_face_t& w) {
-    const bool second = corner >= 2;
-    const bool top = corner == 1 || corner == 2;
-    glTexCoord2d(second ? w.repeats : 0.0, top ? WALL_HEIGHT / TEXELS_PER_REPEAT : 0.0);
-    glVertex3d(second ? w.x2 : w.x1, second ? w.y2 : w.y1, top ? WALL_HEIGHT : 0.0);
 }
 
 void drawStoneWall(double x1, double y1, double x2, double y2, double nx, double ny) {

@@ -48,9 +48,7 @@ struct capture_pixels_t {
     std::unique_ptr<png_bytep[]> rows;
 };
 
-} // namespace
-
-static capture_notes_t take_notes() {
+capture_notes_t take_notes() {
     capture_notes_t notes = {};
     const char* user = getenv("USER");
     if (user) bounded_copy(notes.author, user, sizeof notes.author - 1);
@@ -64,10 +62,10 @@ static capture_notes_t take_notes() {
 }
 
 // GL starts each row at a multiple of four bytes (its default packing).
-static size_t packed_row(size_t width) { return (width * CHANNELS + 3) / 4 * 4; }
+size_t packed_row(size_t width) { return (width * CHANNELS + 3) / 4 * 4; }
 
 // False when the size is beyond what GL can read or memory can hold.
-static bool read_back_buffer(unsigned width, unsigned height, capture_pixels_t& pixels) {
+bool read_back_buffer(unsigned width, unsigned height, capture_pixels_t& pixels) {
     GLint limit[2] = {};
     glGetIntegerv(GL_MAX_VIEWPORT_DIMS, limit);
     if (width == 0 || height == 0 || width > static_cast<unsigned>(std::max(limit[0], 0)) ||
@@ -84,10 +82,10 @@ static bool read_back_buffer(unsigned width, unsigned height, capture_pixels_t& 
 }
 
 // libpng calls these instead of writing lines of its own; the one line about a failure is printed by the caller.
-static void fail_quietly(png_structp png, png_const_charp) { png_longjmp(png, 1); }
-static void warn_quietly(png_structp, png_const_charp) {}
+void fail_quietly(png_structp png, png_const_charp) { png_longjmp(png, 1); }
+void warn_quietly(png_structp, png_const_charp) {}
 
-static void attach_notes(png_structp png, png_infop info, capture_notes_t& notes) {
+void attach_notes(png_structp png, png_infop info, capture_notes_t& notes) {
     char author_key[] = "Author", software_key[] = "Software", source_key[] = "Source", time_key[] = "Description";
     char software[] = "kelmora for Velmark by RQ";
     png_text texts[4] = {};
@@ -106,8 +104,8 @@ static void attach_notes(png_structp png, png_infop info, capture_notes_t& notes
 
 // An error inside libpng comes back to the setjmp; nothing with a destructor lives in this function or in what it calls
 // below libpng, so nothing is skipped.
-static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes_t& notes,
-                   png_bytep* rows) {
+bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes_t& notes,
+            png_bytep* rows) {
     if (setjmp(png_jmpbuf(png))) return false;
     attach_notes(png, info, notes);
     png_init_io(png, file);
@@ -122,7 +120,7 @@ static bool encode(png_structp png, png_infop info, FILE* file, unsigned width, 
 // Creates a regular file, in place of one of the same name. What else bears the name is left alone: to open a pipe
 // would wait for its reader, a device would take what is written, a link leads elsewhere.
 // @return null with errno set: EEXIST for such a thing
-static file_guard create_file(const char* path) {
+file_guard create_file(const char* path) {
     struct stat info = {};
     if (lstat(path, &info) == 0 && S_ISREG(info.st_mode)) unlink(path);
     const int fd = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
@@ -133,10 +131,57 @@ static file_guard create_file(const char* path) {
 }
 
 // Removes a partial file.
-static void discard(file_guard file, const char* path) {
+void discard(file_guard file, const char* path) {
     file.reset();
     unlink(path);
 }
+
+// As encode above.
+bool encode_raster(png_structp png, png_infop info, FILE* file, const raster_t& raster) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    png_init_io(png, file);
+    png_set_compression_level(png, 1);
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE); // plain areas are what there is to see
+    png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width), static_cast<png_uint_32>(raster.height), 8,
+                 raster.has_alpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_write_info(png, info);
+    if (!raster.has_alpha) png_set_filler(png, 0, PNG_FILLER_AFTER); // takes the fourth bytes out
+    if (raster.blue_first) png_set_bgr(png);
+    const size_t row_bytes = static_cast<size_t>(raster.width) * 4;
+    for (int row = 0; row < raster.height; ++row) {
+        const int from = raster.bottom_up ? raster.height - 1 - row : row;
+        png_write_row(png, raster.pixels + static_cast<size_t>(from) * row_bytes);
+    }
+    png_write_end(png, info);
+    return true;
+}
+
+constexpr int PPM_LINE = 256;       // bytes of a header line that are looked at
+constexpr int MISSING_SAMPLE = 255; // what the end of a file reads as
+
+// One header line; what does not fit is skipped. False at the end of the file.
+bool read_line(FILE* file, char (&line)[PPM_LINE]) {
+    if (!fgets(line, PPM_LINE, file)) return false;
+    if (strchr(line, '\n') || strlen(line) < PPM_LINE - 1) return true;
+    for (int c = getc(file); c != EOF && c != '\n'; c = getc(file)) {
+    }
+    return true;
+}
+
+// Scans a decimal number and moves behind it; false (and `value` as it was) without one that fits.
+bool scan_number(const char*& text, int& value) {
+    char* end = nullptr;
+    const long number = strtol(text, &end, 10);
+    if (end == text || number < INT_MIN || number > INT_MAX) return false;
+    text = end;
+    value = static_cast<int>(number);
+    return true;
+}
+
+bool side_is_sensible(int side) { return side >= 1 && side <= PPM_MAX_SIDE; }
+
+} // namespace
 
 void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     file_guard file = create_file(path);
@@ -168,27 +213,6 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     discard(std::move(file), path);
 }
 
-// As encode above.
-static bool encode_raster(png_structp png, png_infop info, FILE* file, const raster_t& raster) {
-    if (setjmp(png_jmpbuf(png))) return false;
-    png_init_io(png, file);
-    png_set_compression_level(png, 1);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE); // plain areas are what there is to see
-    png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width), static_cast<png_uint_32>(raster.height), 8,
-                 raster.has_alpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    if (!raster.has_alpha) png_set_filler(png, 0, PNG_FILLER_AFTER); // takes the fourth bytes out
-    if (raster.blue_first) png_set_bgr(png);
-    const size_t row_bytes = static_cast<size_t>(raster.width) * 4;
-    for (int row = 0; row < raster.height; ++row) {
-        const int from = raster.bottom_up ? raster.height - 1 - row : row;
-        png_write_row(png, raster.pixels + static_cast<size_t>(from) * row_bytes);
-    }
-    png_write_end(png, info);
-    return true;
-}
-
 bool write_raster_png(const raster_t& raster, const char* path) {
     file_guard file = create_file(path);
     if (!file) return false;
@@ -200,30 +224,6 @@ bool write_raster_png(const raster_t& raster, const char* path) {
     discard(std::move(file), path);
     return false;
 }
-
-static constexpr int PPM_LINE = 256;       // bytes of a header line that are looked at
-static constexpr int MISSING_SAMPLE = 255; // what the end of a file reads as
-
-// One header line; what does not fit is skipped. False at the end of the file.
-static bool read_line(FILE* file, char (&line)[PPM_LINE]) {
-    if (!fgets(line, PPM_LINE, file)) return false;
-    if (strchr(line, '\n') || strlen(line) < PPM_LINE - 1) return true;
-    for (int c = getc(file); c != EOF && c != '\n'; c = getc(file)) {
-    }
-    return true;
-}
-
-// Scans a decimal number and moves behind it; false (and `value` as it was) without one that fits.
-static bool scan_number(const char*& text, int& value) {
-    char* end = nullptr;
-    const long number = strtol(text, &end, 10);
-    if (end == text || number < INT_MIN || number > INT_MAX) return false;
-    text = end;
-    value = static_cast<int>(number);
-    return true;
-}
-
-static bool side_is_sensible(int side) { return side >= 1 && side <= PPM_MAX_SIDE; }
 
 unsigned char* readPPMToImage(const char* path, int* width, int* height) {
     const file_guard file(fopen(path, "r"));

@@ -8,38 +8,28 @@
 #include "draw/primitives.h"
 #include "field/state.h"
 
+namespace {
+
 using color_t = std::array<GLfloat, 4>;
 
-static constexpr color_t WARNING_RED = {1.0F, 0.1F, 0.0F, 1.0F};
-static constexpr color_t PANEL_GREY = {0.3F, 0.3F, 0.3F, 0.9F};
-static constexpr color_t HELP_RED = {1.0F, 0.2F, 0.1F, 0.9F};
-static constexpr color_t NO_GLOW = {0.0F, 0.0F, 0.0F, 1.0F};
+constexpr color_t WARNING_RED = {1.0F, 0.1F, 0.0F, 1.0F};
+constexpr color_t PANEL_GREY = {0.3F, 0.3F, 0.3F, 0.9F};
+constexpr color_t HELP_RED = {1.0F, 0.2F, 0.1F, 0.9F};
+constexpr color_t NO_GLOW = {0.0F, 0.0F, 0.0F, 1.0F};
 
 // High above turtles and tracks.
-static constexpr double PANEL_HEIGHT = 30.0;
-static constexpr double PANEL_HALF = 204.8;   // 0.4 of the field's width
-static constexpr double PANEL_REPEATS = 15.0; // of the stone pattern, each way
+constexpr double PANEL_HEIGHT = 30.0;
+constexpr double PANEL_HALF = 204.8;   // 0.4 of the field's width
+constexpr double PANEL_REPEATS = 15.0; // of the stone pattern, each way
 
-static void set_glow(const color_t& c) { glMaterialfv(GL_FRONT, GL_EMISSION, c.data()); }
+void set_glow(const color_t& c) { glMaterialfv(GL_FRONT, GL_EMISSION, c.data()); }
 
-static void set_glow_and_color(const color_t& c) {
+void set_glow_and_color(const color_t& c) {
     set_glow(c);
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, c.data());
 }
 
-void drawWarning() {
-    constexpr double LEFT = -230.4, HEIGHT = 30.0;
-    set_glow_and_color(WARNING_RED);
-    drawString(GLUT_BITMAP_HELVETICA_18, "COMMUNICATION ERROR !", LEFT, 128.0, HEIGHT);
-    drawString(GLUT_BITMAP_HELVETICA_12, "TCP communication ports cannot be opened because they are already in use.",
-               LEFT, 102.4, HEIGHT);
-    drawString(GLUT_BITMAP_HELVETICA_12, "It seems another Kelmora is running on this computer.", LEFT, 76.8, HEIGHT);
-    drawString(GLUT_BITMAP_HELVETICA_12,
-               "Quit this program by pressing Q and check the running programs in background.", LEFT, 51.2, HEIGHT);
-    set_glow(NO_GLOW);
-}
-
-static void draw_panel() {
+void draw_panel() {
     glEnable(GL_TEXTURE_2D);
     bind_obj_tex(TEX_STONE);
     glColor3d(1.0, 1.0, 1.0);
@@ -65,7 +55,7 @@ struct help_line_t {
 };
 
 // The keys of the keyboard handler, 27.25 units apart; what only continues a line is further in.
-static constexpr std::array<help_line_t, 12> KEY_LINES = {{
+constexpr std::array<help_line_t, 12> KEY_LINES = {{
     {-140.8, 102.4, "c  clear screen"},
     {-140.8, 75.15, "z  erase zombie"},
     {-140.8, 47.9, "!  toggle graphics/battle mode"},
@@ -79,6 +69,20 @@ static constexpr std::array<help_line_t, 12> KEY_LINES = {{
     {-140.8, -170.1, "Q  exit"},
     {-102.4, -194.56, "Press ESC to dismiss this screen"},
 }};
+
+} // namespace
+
+void drawWarning() {
+    constexpr double LEFT = -230.4, HEIGHT = 30.0;
+    set_glow_and_color(WARNING_RED);
+    drawString(GLUT_BITMAP_HELVETICA_18, "COMMUNICATION ERROR !", LEFT, 128.0, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12, "TCP communication ports cannot be opened because they are already in use.",
+               LEFT, 102.4, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12, "It seems another Kelmora is running on this computer.", LEFT, 76.8, HEIGHT);
+    drawString(GLUT_BITMAP_HELVETICA_12,
+               "Quit this program by pressing Q and check the running programs in background.", LEFT, 51.2, HEIGHT);
+    set_glow(NO_GLOW);
+}
 
 void drawHelp() {
     constexpr double TITLE_X = -168.96, TITLE_HEIGHT = 32.0, TEXT_HEIGHT = 35.0;

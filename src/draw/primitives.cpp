@@ -8,35 +8,22 @@
 
 #include "field/state.h"
 
-std::array<double, RIM_VERTICES> sine_tab, cosine_tab;
-int first_call = 1;
+namespace {
 
-static constexpr double STEP = 0.5235987755982988; // pi/6
-static constexpr double TURN = 6.283185307179586;  // 2 pi; twelve steps add up to a little more
+constexpr double STEP = 0.5235987755982988; // pi/6
+constexpr double TURN = 6.283185307179586;  // 2 pi; twelve steps add up to a little more
 
-static constexpr double TEXT_SCALE = 0.1; // of the font's native size, in which a capital is 100 units high
-static constexpr int FONT_GLYPHS = 128;   // the stroke font has nothing beyond ASCII
+constexpr double TEXT_SCALE = 0.1; // of the font's native size, in which a capital is 100 units high
+constexpr int FONT_GLYPHS = 128;   // the stroke font has nothing beyond ASCII
 
-float color_level(double v) { return v > 0.0 ? static_cast<float>(std::min(v, 1.0)) : 0.0F; }
-
-void init_sc_tab() {
-    double angle = 0.0;
-    for (size_t k = 0; k < sine_tab.size() && angle < TURN; ++k) {
-        sine_tab[k] = std::sin(angle);
-        cosine_tab[k] = std::cos(angle);
-        angle += STEP;
-    }
-    first_call = 0;
-}
-
-static void outline(double x, double y, double z, double rx, double ry) {
+void outline(double x, double y, double z, double rx, double ry) {
     if (first_call) init_sc_tab();
     glBegin(GL_LINE_LOOP);
     for (size_t k = 0; k < sine_tab.size(); ++k) glVertex3d(x + rx * cosine_tab[k], y + ry * sine_tab[k], z);
     glEnd();
 }
 
-static void fill(double x, double y, double rx, double ry) {
+void fill(double x, double y, double rx, double ry) {
     if (first_call) init_sc_tab();
     glBegin(GL_TRIANGLE_FAN);
     glVertex2d(x, y);
@@ -45,19 +32,11 @@ static void fill(double x, double y, double rx, double ry) {
     glEnd();
 }
 
-void drawCircle(double x, double y, double z, double r) { outline(x, y, z, r, r); }
-
-void fillCircle(double x, double y, double, double r) { fill(x, y, r, r); }
-
-void drawOval(double x, double y, double z, double rx, double ry) { outline(x, y, z, rx, ry); }
-
-void fillOval(double x, double y, double, double rx, double ry) { fill(x, y, rx, ry); }
-
 // Display list of the first glyph; 0 until the first text. A list replays the strokes and the advance much faster than
 // the font's own immediate calls, and it carries no state besides.
-static GLuint glyph_lists = 0;
+GLuint glyph_lists = 0;
 
-static void compile_glyphs() {
+void compile_glyphs() {
     glyph_lists = glGenLists(FONT_GLYPHS);
     if (!glyph_lists) return;
     for (int c = 0; c < FONT_GLYPHS; ++c) {
@@ -67,7 +46,7 @@ static void compile_glyphs() {
     }
 }
 
-static void draw_bytes(const char* text, int length, double x, double y, double z) {
+void draw_bytes(const char* text, int length, double x, double y, double z) {
     if (!glyph_lists) compile_glyphs();
     glPushMatrix();
     glTranslated(x, y, z);
@@ -84,6 +63,31 @@ static void draw_bytes(const char* text, int length, double x, double y, double 
     }
     glPopMatrix();
 }
+
+} // namespace
+
+std::array<double, RIM_VERTICES> sine_tab, cosine_tab;
+int first_call = 1;
+
+float color_level(double v) { return v > 0.0 ? static_cast<float>(std::min(v, 1.0)) : 0.0F; }
+
+void init_sc_tab() {
+    double angle = 0.0;
+    for (size_t k = 0; k < sine_tab.size() && angle < TURN; ++k) {
+        sine_tab[k] = std::sin(angle);
+        cosine_tab[k] = std::cos(angle);
+        angle += STEP;
+    }
+    first_call = 0;
+}
+
+void drawCircle(double x, double y, double z, double r) { outline(x, y, z, r, r); }
+
+void fillCircle(double x, double y, double, double r) { fill(x, y, r, r); }
+
+void drawOval(double x, double y, double z, double rx, double ry) { outline(x, y, z, rx, ry); }
+
+void fillOval(double x, double y, double, double rx, double ry) { fill(x, y, rx, ry); }
 
 void drawString(void*, const char* text, double x, double y, double z) {
     if (!text) return;
