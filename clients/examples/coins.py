@@ -24,6 +24,7 @@ for row in range(15):
         forward(way)
     if row < 14:
         sety(ycor() + 34)
+        grab()  # at the edge the next step may leave a coin behind
     way = -way
 
 print("I have", coins(), "coins")

@@ -25,6 +25,7 @@ k_setheading 0
 way=10
 for ((row = 0; row < 15; ++row)); do
     k_sety $((-238 + 34 * row))
+    grab # at the edge the next step may leave a coin behind
     for ((step = 0; step < 48; ++step)); do
         k_forward $way
     done
