@@ -197,22 +197,31 @@ void server::begin(call& c) {
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what was held by the run before
     live_[s.id].answer.reset();
-    const std::string self_name = valid_utf8(s.turtle);
+    const std::string old_name = valid_utf8(s.turtle);
     s.turtle = s.name;
-    auto reply = std::make_shared<responder>(std::move(c.reply));
-    with_bodies(where->field, self_name,
-                [self = shared_from_this(), reply, who = s.id, run, at = *where](const std::vector<spot>& others) {
-                    self->start_turtle(who, run, at, others, reply);
-                });
+    // std::function wants to be copied, a responder does not.
+    auto shared = std::make_shared<responder>(std::move(c.reply));
+    // What the run before has sent is done first, so that nobody else waits for it.
+    link_at(*where).exchange("q t\n", 1, [=, self = shared_from_this(), who = s.id, at = *where](auto, const auto&) {
+        self->start_in_turn(at.field, [=] {
+            const auto reply = [self, shared, at](outgoing what) {
+                (*shared)(std::move(what));
+                self->next_start(at.field);
+            };
+            self->with_bodies(at.field, old_name, [=](const std::vector<spot>& others) {
+                self->start_turtle(who, run, at, others, reply);
+            });
+        });
+    });
 }
 
 // `c` puts the turtle into the middle. While somebody stands there it could neither step nor jump away: then it goes to
 // a place of its own first, and gets pen, colour, width, lines and heading as `c` would give them.
 void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
-                          std::shared_ptr<responder> reply) {
+                          const std::function<void(outgoing)>& reply) {
     const session* const s = room_.find(who);
-    if (s == nullptr) return (*reply)(run_over(ending::removed));
-    if (!room::is_running(*s, run)) return (*reply)(run_over(room::why_over(*s, run)));
+    if (s == nullptr) return reply(run_over(ending::removed));
+    if (!room::is_running(*s, run)) return reply(run_over(room::why_over(*s, run)));
     add_given_starts(where, others);
     const bool through_middle = middle_is_free(others);
     const spot start = through_middle && !room_.apart ? spot{0, 0} : free_spot(others, where.place);
@@ -227,20 +236,20 @@ void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<s
     const auto done = [self = shared_from_this(), reply, who, run, where, start](field_link::outcome o,
                                                                                  const std::string& answers) {
         session* const now = self->room_.find(who);
-        if (now == nullptr) return (*reply)(run_over(ending::removed));
+        if (now == nullptr) return reply(run_over(ending::removed));
         class_field& f = self->fields_[static_cast<size_t>(where.field)];
         if (!f.page) f.ok = o == field_link::outcome::ok;
-        if (!room::is_running(*now, run)) return (*reply)(run_over(room::why_over(*now, run)));
+        if (!room::is_running(*now, run)) return reply(run_over(room::why_over(*now, run)));
         if (o != field_link::outcome::ok) {
             self->room_.end_run(*now, ending::field);
             self->settle();
-            return (*reply)(error_answer(503, "field", "The field is not there, or has no free place for a program."));
+            return reply(error_answer(503, "field", "The field is not there, or has no free place for a program."));
         }
-        (*reply)(json_answer(200, {{"run", run},
-                                   {"field", where.field},
-                                   {"turtle", now->name},
-                                   {"start", {start.x, start.y}},
-                                   {"answer", last_line(answers)}}));
+        reply(json_answer(200, {{"run", run},
+                                {"field", where.field},
+                                {"turtle", now->name},
+                                {"start", {start.x, start.y}},
+                                {"answer", last_line(answers)}}));
     };
     link_at(where).exchange(std::move(lines), count, done);
 }

@@ -39,7 +39,20 @@ void field_page::fetch(const std::string& what, done_t done) {
     entry& e = copies_[what];
     const bool fresh = e.last.ok && (what.starts_with("img/") || now_s() - e.at < COPY_S);
     if (fresh) return done(e.last);
+    enqueue(what, std::move(done));
+}
+
+void field_page::fetch_anew(const std::string& what, done_t done) {
+    const auto found = copies_.find(what);
+    if (found == copies_.end() || found->second.waiting.empty()) return enqueue(what, std::move(done));
+    // One is under way, and may have been answered already.
+    enqueue(what,
+            [self = shared_from_this(), what, done = std::move(done)](const copy&) { self->enqueue(what, done); });
+}
+
+void field_page::enqueue(const std::string& what, done_t done) {
     if (waiting_ >= FETCHES_WAITING) return done({});
+    entry& e = copies_[what];
     ++waiting_;
     e.waiting.push_back(std::move(done));
     if (e.waiting.size() == 1) queue_.push_back(what);

@@ -39,6 +39,8 @@ public:
 
     /// @param what  one of the paths that is_allowed admits; `done` is called once, at once when a fresh copy is there
     void fetch(const std::string& what, done_t done);
+    /// The same without copies: what the page server says to a request that has not been sent yet.
+    void fetch_anew(const std::string& what, done_t done);
     /// After `io` has ended: lets go of all who wait.
     void forget() {
         copies_.clear();
@@ -57,6 +59,7 @@ private:
         double at = -1;
         std::vector<done_t> waiting;
     };
+    void enqueue(const std::string& what, done_t done);
     void work();
     void send(bool fresh);
     void receive();

@@ -179,6 +179,7 @@ void server::close() {
     for (class_field& f : fields_) {
         for (field_place& p : f.places) p.link->close();
         if (f.page) f.page->forget();
+        f.starts.clear();
     }
     live_.clear();
 }
@@ -331,7 +332,7 @@ field_link& server::link_at(seat where) {
 void server::with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then) {
     const auto& page = fields_[static_cast<size_t>(field)].page;
     if (!page) return then({});
-    page->fetch("turtle", [self = std::move(self), then = std::move(then)](const field_page::copy& copy) {
+    page->fetch_anew("turtle", [self = std::move(self), then = std::move(then)](const field_page::copy& copy) {
         then(copy.ok ? other_bodies(*copy.body, self) : std::vector<spot>());
     });
 }
@@ -343,6 +344,21 @@ void server::add_given_starts(seat but, std::vector<spot>& others) const {
         const field_place& place = places[static_cast<size_t>(p)];
         if (p != but.place && now_s() - place.started < START_GIVEN_S) others.push_back(place.start);
     }
+}
+
+// Runs `start`, which calls next_start when it is done, after all those that were given before.
+void server::start_in_turn(int field, std::function<void()> start) {
+    class_field& f = fields_[static_cast<size_t>(field)];
+    f.starts.push_back(std::move(start));
+    if (!std::exchange(f.starting, true)) next_start(field);
+}
+
+void server::next_start(int field) {
+    class_field& f = fields_[static_cast<size_t>(field)];
+    f.starting = !f.starts.empty();
+    if (!f.starting) return;
+    net::post(io_, std::move(f.starts.front()));
+    f.starts.pop_front();
 }
 
 void server::give_start(seat where, spot start) {

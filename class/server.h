@@ -13,6 +13,7 @@
 
 #include <array>
 #include <boost/asio/steady_timer.hpp>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -51,6 +52,8 @@ struct class_field {
     std::string canvas_folder;          // empty: none
     std::unique_ptr<file_store> canvas; // null: none, or not there yet
     std::array<field_place, PLACES> places;
+    std::deque<std::function<void()>> starts; // one after the other: each looks where the one before has gone
+    bool starting = false;
     bool ok = true; // as far as the last look tells
 };
 
@@ -119,6 +122,8 @@ private:
     void add_given_starts(seat but, std::vector<spot>& others) const;
     void give_start(seat where, spot start);
     void with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then);
+    void start_in_turn(int field, std::function<void()> start);
+    void next_start(int field);
     void end_held(person_id who);
 
     // api.cpp: what pages and workers ask
@@ -129,7 +134,7 @@ private:
     void me(call& c);
     void begin(call& c);
     void start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
-                      std::shared_ptr<responder> reply);
+                      const std::function<void(outgoing)>& reply);
     void lines(call& c);
     void ask_stop(call& c);
     void press_stop(call& c);
