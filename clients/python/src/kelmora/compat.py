@@ -90,6 +90,18 @@ def _absent(word: str) -> Callable[..., Any]:
 REFUSING = {word: _absent(word) for word in ABSENT}  # as functions, for the module
 
 
+class _Absent:
+    """A word that raises as soon as a turtle is asked for it, so that hasattr() says no."""
+
+    def __init__(self, word: str) -> None:
+        self.word = word
+
+    def __get__(self, turtle: object, kind: object = None) -> Any:
+        if turtle is None:
+            return self
+        raise absent(self.word)
+
+
 class Compat(Body):
     """What programs for Python's turtle say beside moving and drawing."""
 
@@ -125,11 +137,6 @@ class Compat(Body):
             raise NotHere('mode(%.20r) is not there: headings are as in mode("standard"), 0 right and 90 up.' % (mode,))
         return None if mode else "standard"
 
-    def __getattr__(self, word: str) -> Any:
-        if word in ABSENT:
-            raise absent(word)
-        raise AttributeError("A turtle has no word %r. help(kelmora.Turtle) shows all." % word)
-
     # The end of a program
 
     def ontimer(self, function: Callable[[], object], t: int = 0) -> None:
@@ -150,3 +157,8 @@ class Compat(Body):
 
     mainloop = exitonclick = done
     bye = close
+
+
+# One by one, not by __getattr__(): a class that has one pays for it with each look at a turtle's own names.
+for _word in ABSENT:
+    setattr(Compat, _word, _Absent(_word))

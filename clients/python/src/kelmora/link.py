@@ -6,17 +6,18 @@ line that a turtle draws is lost.
 """
 from __future__ import annotations
 
-from typing import Any, Callable, List, NamedTuple, NoReturn, Optional
+from typing import Any, Callable, List, NamedTuple, NoReturn, Optional, Union
 
 from . import hooks
 from .errors import BadValue, Blocked, KelmoraError, bad_answer, lost, no_answer, not_admitted
-from .transport import LONGEST_LINE, Transport
+from .transport import LONGEST_LINE, SocketTransport, Transport
 
 # What an answer may tell, by the bit of its last number.
 EVENTS = {1: "hit", 2: "turtle", 4: "doughnut", 8: "stone", 16: "wall", 32: "coin", 64: "found", 128: "seen",
           256: "message"}
 HIT = 1
 LONGEST_COMMAND = 511  # characters that the field reads of a line
+ONE_ANSWER = 256       # bytes to read at once where one answer is due; a longer one takes another look
 PACKET = 1000          # commands of a batch that go together: who sends without end and reads nothing is cut off
 
 
@@ -72,7 +73,8 @@ class Field:
         self.transport = transport
         self.where = transport.where
         self._send, self._next = transport.send, transport.receive
-        self._clock = "0"             # of the latest answer, in digits
+        self._wire = transport if isinstance(transport, SocketTransport) else None
+        self._clock: Union[int, bytes] = 0  # of the latest answer, also in digits
         self.answered = False         # whether the field has ever answered
         self.closed = False
         self._was_hit = False
@@ -91,24 +93,31 @@ class Field:
     def do(self, line: str) -> Optional[Answer]:
         """One command that is no question, outside a batch: None when it was carried out and nothing happened.
 
-        Most of what a program says goes this way, so it is short. Whoever calls it calls settle() when there is an answer.
+        Whoever calls it calls settle() when there is an answer. Nearly all that a program says goes this way. A step comes
+        once a frame, and by then the processor has to fetch all of its code from memory again: so this is one function,
+        down to the socket, and does not ask the clock.
         """
-        if self._owed or self.closed:
+        wire = self._wire
+        if wire is None or wire.pending or self._owed or self.closed:
             return self.exchange([line])[0]
         if hooks.check is not None:
             hooks.check()
+        packet = line.encode("ascii") + b"\n"
         self._owed = 1  # before it goes: whatever interrupts this, the answer will come
         try:
-            self._send(line + "\n")
-            told = self._next()
+            sent = wire.write(packet)
+            if sent < len(packet):
+                wire.send_rest(packet[sent:])
+            else:
+                told = wire.read(ONE_ANSWER)
+                if told[:5] == b"OK @ " and told[-3:] == b" 0\n" and told[5:-3].isdigit():
+                    self._owed = 0
+                    self._clock = told[5:-3]
+                    return None
+                wire.keep(told)
         except (EOFError, OSError) as error:
             self._translate(error)
-        words = told.split(" ")
-        if len(words) == 4 and words[0] == "OK" and words[1] == "@" and words[3] == "0" and words[2].isdecimal():
-            self._owed = 0
-            self._clock = words[2]
-            return None
-        return self._take(told)
+        return self._receive()
 
     def settle(self) -> None:
         """Tells the callbacks what has happened."""
@@ -169,7 +178,7 @@ class Field:
         if answer is None:
             raise self._fail(bad_answer(self.where, line))
         self.answered = True
-        self._clock = str(answer.clock)
+        self._clock = answer.clock
         if answer.events:
             self._happened |= answer.events
             self._pending.append(answer.events)
@@ -178,7 +187,8 @@ class Field:
 
     def _translate(self, error: BaseException) -> NoReturn:
         """Raises what a failure of the transport means here. The connection is of no use any more."""
-        if isinstance(error, TimeoutError) or type(error).__name__ == "timeout":  # as sockets called it before 3.10
+        # Sockets call it "timeout" before Python 3.10, and the system's own time-out is a BlockingIOError.
+        if isinstance(error, (TimeoutError, BlockingIOError)) or type(error).__name__ == "timeout":
             meaning: KelmoraError = no_answer(self.where, getattr(self.transport, "timeout", "some"))
         elif self.answered:
             meaning = lost(self.where, died=self._was_hit)

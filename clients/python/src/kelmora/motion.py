@@ -14,6 +14,7 @@ from .vector import Vec2D
 
 OBSTACLES = 2 + 4 + 8 + 16       # events that say what is in the way
 COMPASS = {0.0: "t e", 90.0: "t n", 180.0: "t w", 270.0: "t s"}
+PLAIN = (int, float)             # numbers whose str() the field reads
 AT_ONCE = 1e-6                   # nearer than this to a place is there
 LONG = 8192                      # longer lines are cut: from some ten times that on graphics draw them wrong
 AROUND = 512.0                   # half the side of the square at whose edge they are cut; the field's is 256
@@ -43,6 +44,15 @@ class Motion(Body):
 
     def forward(self, distance: float) -> bool:
         """Goes so many units forward, all of them or none; a negative distance leads back."""
+        field = self._field
+        # Nearly all steps go this way. It is short, see SocketTransport.swap().
+        if (distance.__class__ in PLAIN and -LONG <= distance <= LONG
+                and not (self._recolored or self._traces or field.batching)):
+            answer = field.do("f %s" % distance)
+            if answer is None:
+                self._obstacle = None
+                return True
+            return self._heard(answer)
         line = "f " + spell(distance)
         return self._move(line) if abs(distance) <= LONG else self._walk_far(float(distance))
 
@@ -53,10 +63,24 @@ class Motion(Body):
 
     def left(self, angle: float) -> bool:
         """Turns left by the angle. In battle mode by 3 degrees at most."""
+        field = self._field
+        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not field.batching:
+            answer = field.do("t l %s" % angle)
+            if answer is None:
+                self._obstacle = None
+                return True
+            return self._heard(answer)
         return self._turn("t l " + self._degrees(angle))
 
     def right(self, angle: float) -> bool:
         """Turns right by the angle. In battle mode by 3 degrees at most."""
+        field = self._field
+        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not field.batching:
+            answer = field.do("t r %s" % angle)
+            if answer is None:
+                self._obstacle = None
+                return True
+            return self._heard(answer)
         return self._turn("t r " + self._degrees(angle))
 
     def goto(self, x: Any, y: Any = None) -> bool:
@@ -227,6 +251,10 @@ class Motion(Body):
         if answer is None:
             self._obstacle = None
             return True
+        return self._heard(answer, jump)
+
+    def _heard(self, answer: Answer, jump: bool = False) -> bool:
+        """What a step, jump or turn returns whose answer tells more than that it was made."""
         try:
             return self._moved(answer, jump)
         finally:

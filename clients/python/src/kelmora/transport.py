@@ -52,7 +52,11 @@ def address(host: Optional[str] = None, port: Optional[int] = None) -> tuple[str
 
 
 class SocketTransport:
-    """A TCP connection to a field."""
+    """A TCP connection to a field.
+
+    write, read -- send() and recv() of the socket
+    pending     -- bytes that have been read and not yet been handed out
+    """
 
     def __init__(self, host: Optional[str] = None, port: Optional[int] = None, timeout: Optional[float] = None,
                  source: Optional[str] = None) -> None:
@@ -65,7 +69,7 @@ class SocketTransport:
         host, port = address(host, port)
         self.where = "%s:%d" % (host, port)
         self.timeout = ANSWER_TIMEOUT if timeout is None else float(timeout)
-        self._buffer = b""
+        self.pending = b""
         # A private field admits 127.0.0.1 and no other name of this machine.
         target = "127.0.0.1" if host == "localhost" else host
         try:
@@ -73,7 +77,7 @@ class SocketTransport:
         except (OSError, UnicodeError) as error:
             raise no_field(self.where, getattr(error, "strerror", None) or error) from error
         self._socket.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        self._receive = self._socket.recv
+        self.write, self.read = self._socket.send, self._socket.recv
         self._wait(self.timeout)
 
     def _wait(self, seconds: float) -> None:
@@ -89,49 +93,48 @@ class SocketTransport:
             self._socket.setsockopt(socket.SOL_SOCKET, socket.SO_SNDTIMEO, bound)
 
     def send(self, lines: str) -> None:
-        packet = lines.encode("ascii")
+        self.send_rest(lines.encode("ascii"))
+
+    def send_rest(self, packet: bytes) -> None:
+        """Sends the bytes, however often it takes."""
         try:
-            sent = self._socket.send(packet)
-            while sent < len(packet):
-                packet = packet[sent:]
-                sent = self._socket.send(packet)
+            while packet:
+                packet = packet[self.write(packet):]
         except BlockingIOError:
             raise TimeoutError from None
 
     def receive(self) -> str:
-        if self._buffer:
-            return self._rest_of_line(time.monotonic() + self.timeout)
-        began = time.monotonic()
-        piece = self._read()
-        end = piece.find(b"\n")
-        if end == len(piece) - 1:  # exactly one answer, as nearly always
-            return piece[:end].decode("latin-1")
-        self._buffer = piece
-        return self._rest_of_line(began + self.timeout)
+        deadline = time.monotonic() + self.timeout
+        if not self.pending:
+            self._read()
+        if b"\n" not in self.pending:
+            try:
+                self._read_on(deadline)
+            finally:
+                self._wait(self.timeout)
+        line, _, self.pending = self.pending.partition(b"\n")
+        return line.decode("latin-1")
 
-    def _read(self) -> bytes:
+    def _read(self) -> None:
         try:
-            piece = self._receive(4096)
+            self.keep(self.read(4096))
         except BlockingIOError:
             raise TimeoutError from None
+
+    def keep(self, piece: bytes) -> None:
+        """Puts aside what has been read; nothing means that the field has hung up."""
         if not piece:
             raise EOFError
-        return piece
+        self.pending += piece
 
-    def _rest_of_line(self, deadline: float) -> str:
-        """Reads until the buffer holds a line, or more than a line can have, and takes it out."""
-        hurried = False
-        while b"\n" not in self._buffer and len(self._buffer) <= LONGEST_LINE:
+    def _read_on(self, deadline: float) -> None:
+        """Reads until the buffer holds a line, or more than a line can have."""
+        while b"\n" not in self.pending and len(self.pending) <= LONGEST_LINE:
             left = deadline - time.monotonic()
             if left <= 0:
                 raise TimeoutError
-            hurried = True
             self._wait(max(left, 0.001))
-            self._buffer += self._read()
-        if hurried:
-            self._wait(self.timeout)
-        line, _, self._buffer = self._buffer.partition(b"\n")
-        return line.decode("latin-1")
+            self._read()
 
     def close(self) -> None:
         self._socket.close()
