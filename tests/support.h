@@ -1,5 +1,5 @@
-// What the unit tests share: a field in its start state, turtles put where a test wants them, and a replay of the
-// random stream. One thread; nothing here listens or draws.
+// Shared by the unit tests: a field in its start state, turtles at chosen places, and a replay of the random stream.
+// One thread; nothing here listens or draws.
 #pragma once
 
 #include "base/log.h"
@@ -23,8 +23,8 @@ inline constexpr double NEAR = 1e-9; // tolerance of results that pass through s
 inline constexpr double INF = std::numeric_limits<double>::infinity();
 inline const double NOT_A_NUMBER = std::numeric_limits<double>::quiet_NaN();
 
-/// Every table empty, every flag at its start value, no walls at all (not even the boundary), the random stream at its
-/// beginning. Never calls field_kill_all_turtles, whose first call differs from all others.
+/// Every table empty, every flag at its start value, no walls at all (not even the boundary), the random stream
+/// restarted. Never calls field_kill_all_turtles, whose first call differs from later ones.
 inline void reset_tables(unsigned seed = 1) {
     ttl = {};
     for (turtle_t& t : ttl) t.client_id = -1;
@@ -67,7 +67,7 @@ inline turtle_t& put_turtle(int i, double x, double y, double dir = 0, int clien
     return ttl[static_cast<size_t>(i)];
 }
 
-/// A stone or doughnut in slot `i`, without asking whether the place is free.
+/// A stone or doughnut in slot `i`, without checking that the place is free.
 inline turtle_t& put_object(int i, uint32_t kind, double x, double y) {
     turtle_t& t = put_turtle(i, x, y, 0, -1);
     t.flags = TTL_ALIVE | kind;
@@ -75,7 +75,7 @@ inline turtle_t& put_object(int i, uint32_t kind, double x, double y) {
     return t;
 }
 
-/// Coin number k, laid as the k-th.
+/// Coin number k, placed as the k-th.
 inline coin_t& lay_coin(int k, double x, double y) {
     coin_t& c = coins[static_cast<size_t>(k)];
     c.x = x;
@@ -101,7 +101,7 @@ inline void put_grating(double from, double to) {
 /// Next value of the stream as drand would give it, computed here from random() alone.
 inline double replay() { return static_cast<double>(random()) / 2147483647.0; }
 
-/// How many draws `action` took from a stream seeded with `seed`: compares what random() gives next with the plain
+/// How many numbers `action` took from a stream seeded with `seed`: looks for what random() returns next in the plain
 /// stream. -1 when more than `limit`.
 template <class Action> int draws_of(unsigned seed, Action action, int limit = 5000) {
     srandom(seed);

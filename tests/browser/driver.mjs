@@ -1,5 +1,5 @@
-// Chromium as the tests of pages drive it: orders come over standard input, one a line, and each is answered with a line
-// on standard output, both in JSON. driver.py is the other end.
+// Drives Chromium for the page tests: reads one order a line from standard input and answers each with a line on
+// standard output, both in JSON. driver.py is the other end.
 import { createInterface } from 'node:readline';
 import { createRequire } from 'node:module';
 const { chromium } = createRequire(new URL('../../web/package.json', import.meta.url))('playwright-core');

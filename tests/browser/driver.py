@@ -1,4 +1,4 @@
-"""Orders to a browser: a node process runs a script that serves them with driver.mjs."""
+"""Sends orders to a browser: runs a script in node that serves them with driver.mjs."""
 import json
 import queue
 import subprocess
@@ -7,12 +7,12 @@ import time
 
 
 class Failed(AssertionError):
-    """The browser did not answer, or could not do what it was told."""
+    """The browser did not answer or could not carry out an order."""
 
 
 class Driver:
     def __init__(self, script, seconds):
-        """Runs `script`; each order has so many seconds."""
+        """Runs `script`; each order may take `seconds`."""
         self.seconds = seconds
         self.number = 0
         self.answers = queue.Queue()

@@ -1,7 +1,7 @@
-"""The real class server in front of the real field, and the pages' and workers' side of its API over real sockets.
+"""Runs the real class server with the real field, and talks to its API as pages and workers do.
 
 Every wait has a deadline and ends on a condition; what is started here is ended by its process id. KELMORA_CLASS names
-the server. Run inside scripts/in-namespace: 192.168.77.1 plays the network of the school.
+the server. Run inside scripts/in-namespace: 192.168.77.1 stands for the school's network.
 """
 import contextlib
 import http.client
@@ -23,7 +23,7 @@ CODE = "KMPQ7"
 
 
 def add_lan_address():
-    """Gives the namespace's loopback interface the address under which a school would know the server."""
+    """Adds a LAN address to the namespace's loopback interface."""
     shown = subprocess.run(["ip", "addr", "show", "lo"], capture_output=True, text=True, timeout=30).stdout
     if LAN not in shown:
         subprocess.run(["ip", "addr", "add", LAN + "/24", "dev", "lo"], check=True, timeout=30)
@@ -46,7 +46,7 @@ class Answer:
 
 
 class Browser:
-    """One keep-alive connection. `host` is the name that the browser knows the server by."""
+    """One keep-alive connection. `host` goes into the Host header."""
 
     def __init__(self, port, host=LAN, peer=None, source=None):
         self.port, self.host = port, host
@@ -80,7 +80,7 @@ class Browser:
 
 
 class Student(Browser):
-    """Somebody who has joined."""
+    """A student who has joined."""
 
     def __init__(self, room, name="Ann", **options):
         super().__init__(room.port, **options)
@@ -108,7 +108,7 @@ class Student(Browser):
         return self.post("/api/run/lines?run=%d" % (run or self.run), text)
 
     def do(self, *lines):
-        """Sends all lines at once; gives their answers, all of which have to be good."""
+        """Sends all lines at once and returns their answers, all of which must be good."""
         answer = self.lines("\n".join(lines))
         if answer.status != 200:
             raise AssertionError(answer)
@@ -125,7 +125,7 @@ class Student(Browser):
         return self.get("/api/me").json
 
     def worker(self):
-        """A second connection of the same person, as the worker has one."""
+        """A second connection of the same student, like a worker's."""
         other = Browser(self.port, host=self.host)
         other.token = self.token
         return other
@@ -195,7 +195,7 @@ class Classroom:
         return self.browsers.enter_context(contextlib.closing(Browser(self.port, **options)))
 
     def student(self, name="Ann", **options):
-        """Somebody who has joined; raises when that is refused."""
+        """A student who has joined; raises when the server refuses."""
         return self.browsers.enter_context(contextlib.closing(Student(self, name, **options)))
 
     def teacher(self):
@@ -215,7 +215,7 @@ class Classroom:
 
 
 def instrumented():
-    """True when the server carries a sanitizer, whose memory is not the server's."""
+    """True when the server is built with a sanitizer, which needs memory of its own."""
     return "san.so" in subprocess.run(["ldd", SERVER], capture_output=True, text=True, timeout=30).stdout
 
 
@@ -225,7 +225,7 @@ def raw_connection(room, address=LAN):
 
 
 def in_thread(work):
-    """Runs work() beside; .result() gives what it returned."""
+    """Runs work() in a thread; .result() returns its value."""
     class Task(threading.Thread):
         def __init__(self):
             super().__init__(daemon=True)
@@ -235,7 +235,7 @@ def in_thread(work):
         def run(self):
             try:
                 self.value = work()
-            except BaseException as error:  # handed to who asks for the result
+            except BaseException as error:  # re-raised by result()
                 self.error = error
 
         def result(self, seconds=60):

@@ -1,4 +1,5 @@
-"""A child whose tablet sleeps: the seat is free after a minute, the turtle out of sight, and the child is known again."""
+"""A student whose tablet sleeps: after a minute the seat is free and the turtle parked; later the student is
+recognised."""
 import unittest
 
 from classroom import Classroom, Field, time, wait_until
@@ -15,8 +16,8 @@ class Away(unittest.TestCase):
             began = time.monotonic()
 
             def names():
-                bob.post("/api/beat", {})  # this page lives
-                cleo.get("/api/run/stop?run=%d" % cleo.run)  # of this one only the program does
+                bob.post("/api/beat", {})  # this page is alive
+                cleo.get("/api/run/stop?run=%d" % cleo.run)  # here only the program is
                 return sorted(t["name"] for t in bob.get("/field/0/turtle").json)
             self.assertEqual(names(), ["Ann", "Bob", "Cleo"])
             wait_until(lambda: names() == ["Bob", "Cleo"], 90, "Ann's turtle to go", 1)

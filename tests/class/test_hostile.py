@@ -1,6 +1,6 @@
 """Hostile students, browsers and fields: nobody else is slowed down, nothing overruns, nothing hangs.
 
-Time limits here are lower bounds of what must be slowed down, or ones that only bound a hang.
+Time limits here are lower bounds on what must be slowed down, or only bound a hang.
 """
 import contextlib
 import random
@@ -12,7 +12,7 @@ from classroom import CODE, LAN, Classroom, in_thread, instrumented, patience, r
 
 
 class FakeField:
-    """A field that answers as `script(connection, line)` says; by default with OK."""
+    """A field that answers as `script(connection, line)` does; by default with OK."""
 
     def __init__(self, script=None, on_accept=None):
         self.script = script or (lambda connection, line: connection.sendall(b"OK @ 1 0\n"))
@@ -41,7 +41,7 @@ class FakeField:
 
     def close(self):
         with contextlib.suppress(OSError):
-            self.listener.shutdown(socket.SHUT_RDWR)  # wakes who waits in accept
+            self.listener.shutdown(socket.SHUT_RDWR)  # wakes the thread in accept
         self.listener.close()
         for connection in self.connections:
             connection.close()
@@ -59,7 +59,7 @@ class Hostile(unittest.TestCase):
             self.assertLess(room.resident_kib(), mebibytes * 1024)
 
     def assert_works(self, room, student=None, count=30):
-        """An honest student is served."""
+        """An honest student is still served."""
         student = student or room.student("Honest")
         student.begin()
         for _ in range(count):
@@ -232,7 +232,7 @@ class Hostile(unittest.TestCase):
         line = wait_until(lambda: room.line("Zo"), 20, "the line")
         self.assertEqual(line, "Zo\\xc3\\xab has joined from " + LAN)
 
-    # fields that misbehave
+    # Fields that misbehave.
 
     def test_a_field_that_is_silent(self):
         field = self.fake_field(lambda connection, line: connection.sendall(b"OK @ 1 0\n") if line[0] != "f" else None)

@@ -12,7 +12,7 @@ from classroom import CODE, LAN, Classroom, Field, in_thread, time, wait_until
 
 
 class Lesson(unittest.TestCase):
-    """One field and one server for all of them; each test has a class of its own people."""
+    """One field and one server for all tests; each test has its own students."""
 
     @classmethod
     def setUpClass(cls):
@@ -66,14 +66,14 @@ class Lesson(unittest.TestCase):
                 break
         self.assertEqual(seen[-1], 429, seen)
         self.assertGreaterEqual(answer.json["retry_s"], 1)
-        # Not even the right code is taken now, or guessing would go on.
+        # Even the right code is refused now, or guessing could go on.
         self.assertEqual(browser.post("/api/join", {"code": CODE, "name": "Ann"}).status, 429)
-        # Somebody else is not held up.
+        # Other addresses are not slowed down.
         self.assertEqual(self.room.browser(host="localhost").post("/api/join", {"code": CODE, "name": "Bob"}).status, 200)
 
     def test_a_token_survives_a_reload_and_dies_with_leaving(self):
         ann = self.room.student()
-        again = ann.worker()  # a new page with the token of the old one
+        again = ann.worker()  # a new page with the old token
         self.assertEqual(again.get("/api/me").json["name"], "Ann")
         self.assertEqual(again.post("/api/leave").status, 204)
         self.assertEqual(ann.get("/api/me").status, 401)
@@ -173,7 +173,7 @@ class Lesson(unittest.TestCase):
         self.assertEqual((answer.status, answer.json["reason"]), (410, "stopped"))
         self.assertEqual(worker.get("/api/run/stop?run=%d" % ann.run).text, "2")
         self.assertEqual(ann.lines("f 10").json["reason"], "stopped")
-        # An old Stop does not reach a new run.
+        # A late Stop does not reach the next run.
         before = ann.run
         ann.begin()
         self.assertEqual(ann.post("/api/run/stop", {"run": before}).status, 200)
@@ -189,7 +189,7 @@ class Lesson(unittest.TestCase):
         self.assertEqual(self.room.desk()["sessions"][0]["said"], "How old?")
         self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "zwölf\n<b>").status, 204)
         self.assertEqual(asking.result().text, "zwölf\n<b>")
-        # The answer may come first; only one is kept.
+        # The answer may come before the question; only one is kept.
         self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "1").status, 204)
         self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "2").status, 409)
         self.assertEqual(worker.post("/api/run/ask?run=%d" % ann.run, "").text, "1")

@@ -58,7 +58,7 @@ class RunClass(unittest.TestCase):
             child.token = joined.json["token"]
             run = child.post("/api/run/begin", {}).json["run"]
             self.assertIn("OK @", child.post("/api/run/lines?run=%d" % run, "p d;f 50").text)
-            # The field stays private, and its painting is handed on.
+            # The field admits this machine only; the class server shows its painting.
             with self.assertRaises(OSError):
                 urllib.request.urlopen("http://%s:%d/turtle" % (LAN, VIEWER_PORT), timeout=patience(20)).read()
             picture = wait_until(lambda: (lambda a: a if a.status == 200 else None)(child.get("/field/0/canvas.png")), 60, "the painting")

@@ -1,11 +1,11 @@
-"""The vectors of clients/vectors.json, and hostile servers, for the libraries in other languages than Python's.
+"""Vectors of clients/vectors.json and hostile servers, for the libraries in languages other than Python.
 
-Each language has an agent, a small program in that language that calls the library's words as it is told. This side
-plays the field: it reads what comes over the wire, answers as the vectors say, and compares what the agent reports.
+Each language has an agent, a small program in that language that calls the library's words on request. This side plays
+the field: it reads what the library sends, answers as the vectors say, and compares what the agent reports.
 
 To the agent, one line each, its parts separated by tabs: `connect PORT MILLISECONDS`, `call WORD ARGUMENT...` or
 `batch N` with N lines `call` after it. An argument is a letter and a text: n number, b 0 or 1, s text in hexadecimal
-digits, l numbers in a list, c callback and the name it notes, z nothing. From the agent, one line of JSON each:
+digits, l list of numbers, c callback and the name it records, z nothing. From the agent, one line of JSON each:
 `{"returns": ..., "callbacks": [...]}` or `{"raises": {"kind": ..., "by": ...}, "callbacks": [...]}`.
 
 Everything waits with a deadline, listens on loopback only, and is ended by its process id.
@@ -36,7 +36,7 @@ ALIASES = {"fd": "forward", "bk": "back", "backward": "back", "lt": "left", "rt"
 
 OK = "OK @ 10 0"
 
-# What the vectors leave to each library's own tests: servers that drip, flood or stay open for ever.
+# Vectors that each library tests by itself: servers that drip, flood or never close.
 HOSTILE = [
     {"name": "bytes that drip in do not stretch the time-out", "slow": True, "steps": [
         {"call": "forward", "args": [1], "exchanges": [{"send": ["f 1"], "drip": "O"}], "raises": {"kind": "no_answer"}}]},
@@ -83,7 +83,7 @@ ALIAS_CASES = [
 
 
 def same_words(line, wanted):
-    """Whether two lines say the same: word by word, numbers by their value, hexadecimal digits in either case."""
+    """Whether two lines are the same: word by word, numbers by value, hexadecimal digits in either case."""
     words, others = line.split(" "), wanted.split(" ")
     return len(words) == len(others) and all(map(same_word, words, others))
 
@@ -176,7 +176,7 @@ class Server:
             for crumb in exchange.get("crumbs", ""):
                 self.sock.sendall(crumb.encode())
         except ConnectionError:
-            pass  # the library has heard enough
+            pass  # the library has closed the connection
         then = exchange.get("then")
         if then == "reset":
             self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
@@ -184,7 +184,7 @@ class Server:
             self.drop()
 
     def drip(self, text, until):
-        """Sends the text again and again, a little at a time, until the condition holds."""
+        """Sends the text repeatedly, a little at a time, until the condition holds."""
         end = time.monotonic() + PATIENCE
         while not until():
             if time.monotonic() > end:
@@ -195,7 +195,7 @@ class Server:
                 pass
 
     def surplus(self):
-        """What the library has sent beyond the exchanges."""
+        """What the library sent beyond the exchanges."""
         if self.sock is None or not select.select([self.sock], [], [], 0)[0]:
             return self.pending
         try:
@@ -233,7 +233,7 @@ class Agent:
         return json.loads(line)
 
     def words(self):
-        """All words that the library has."""
+        """All words of the library."""
         listing = subprocess.run([*self.command, "--words"], env=self.environment, capture_output=True, text=True,
                                  timeout=PATIENCE, check=True)
         return set(listing.stdout.split())
@@ -249,9 +249,9 @@ class Agent:
 
 
 class Language(unittest.TestCase):
-    """Base of the test of a language: name, command() and perhaps other ways to compare."""
+    """Base of a language's test: name, command() and, if needed, other ways to compare."""
     name = ""
-    unknown = set()      # words of Python's that this language does not have
+    unknown = set()      # words of Python's library that this language lacks
 
     @classmethod
     def start(cls):
@@ -329,7 +329,7 @@ class Language(unittest.TestCase):
                     self.run_case(case)
                     ran += 1
                 except (AssertionError, OSError):
-                    # What the agent still says belongs to this case.
+                    # Further output of the agent belongs to this case.
                     self.server.drop()
                     self.agent.close()
                     type(self).agent = self.start()

@@ -1,7 +1,7 @@
-"""A field that follows a script: what clients/vectors.json says comes over the wire, and what is sent back.
+"""A scripted field: checks what arrives against clients/vectors.json and sends the answers that stand there.
 
-For the tests of every client library: `with ScriptedField(exchanges) as field:` listens on a port of its own, and
-`field.trouble()` tells afterwards whether anything came that was not in the script.
+For the tests of every client library: `with ScriptedField(exchanges) as field:` listens on a free port, and
+`field.trouble()` then tells whether anything arrived that is not in the script.
 """
 import json
 import os
@@ -33,7 +33,7 @@ def same_word(a, b):
 
 
 def same_line(a, b):
-    """Word by word: equal, or both numbers and close. The texts of names and writings count without case."""
+    """Word by word: equal, or both numbers and close. Texts of names and writings compare without case."""
     if a[:2] in ("s ", "n "):
         return a.lower() == b.lower()
     ours, theirs = a.split(), b.split()
@@ -41,7 +41,7 @@ def same_line(a, b):
 
 
 def same_value(a, b):
-    """A returned value against the expected one, as JSON tells values apart."""
+    """Compares a returned value with the expected one, by the types of JSON."""
     if isinstance(b, bool) or b is None or isinstance(b, str):
         return type(a) is type(b) and a == b
     if isinstance(b, (int, float)):
@@ -52,7 +52,7 @@ def same_value(a, b):
 
 
 def exchanges_of(case, vectors):
-    """All exchanges of a case, in order, that of the start first."""
+    """All exchanges of a case in order, those of the start first."""
     found = list(case.get("hello", vectors["hello"]))
     for step in case["steps"]:
         found += step.get("exchanges", [])
@@ -60,7 +60,7 @@ def exchanges_of(case, vectors):
 
 
 class ScriptedField:
-    """Serves one connection by the script; then says nothing more and waits for the client to hang up."""
+    """Serves one connection by the script, then sends nothing more and waits for the client to close."""
 
     def __init__(self, exchanges):
         self.exchanges = exchanges
@@ -85,7 +85,7 @@ class ScriptedField:
             self.connection.close()
 
     def trouble(self):
-        """What went wrong, None when all came as in the script."""
+        """What differed from the script; None when nothing did."""
         if self.problem is None and self.done < len(self.exchanges):
             return "only %d of %d exchanges came" % (self.done, len(self.exchanges))
         return self.problem
@@ -122,7 +122,7 @@ class ScriptedField:
                 self.connection.sendall(raw.encode("latin-1"))
             end = exchange.get("then")
             if end == "reset":
-                # What was sent has to arrive before the reset, which would overtake it.
+                # Let the client receive what was sent before the reset, which would overtake it.
                 time.sleep(0.05) if raw else None
                 self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
             if end in ("reset", "close"):
@@ -133,7 +133,7 @@ class ScriptedField:
             self.problem = "more was sent: %r" % rest
 
     def _rest(self):
-        """What comes after the script until the client hangs up."""
+        """What the client sends after the script until it closes."""
         rest = b""
         try:
             while piece := self.connection.recv(65536):

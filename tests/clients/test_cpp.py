@@ -1,4 +1,4 @@
-"""The C++ library: vectors and hostile servers, under the sanitizers for addresses and undefined behaviour."""
+"""The C++ library: vectors and hostile servers, under the address and undefined-behaviour sanitizers."""
 import os
 import re
 import shutil
@@ -10,12 +10,12 @@ import unittest
 import agents
 
 HEADER = os.path.join(agents.ROOT, "clients", "cpp", "kelmora.hpp")
-# No words of their own: ways to write those that are.
+# Overloads and operators for words that have a name already.
 OTHER_SPELLINGS = {"go_to": "goto"}
 
 
 def public_words():
-    """The names of the public functions of the class Turtle, as they stand in the header."""
+    """The names of class Turtle's public functions, as declared in the header."""
     with open(HEADER, encoding="utf-8") as header:
         text = header.read()
     turtle = text[text.index("\nclass Turtle {"):]
@@ -86,7 +86,7 @@ def run(*command, **options):
 
 
 class Header(unittest.TestCase):
-    """The header as its users meet it: with their warnings, in several files of a program, installed."""
+    """The header in use: with common warnings, in several files of one program, installed."""
 
     @classmethod
     def setUpClass(cls):
@@ -130,7 +130,7 @@ class Header(unittest.TestCase):
         self.assertEqual({word: count for word, count in found.items() if count}, {})
         measured = re.search(r"^measured: .*?([\d.]+) us user.*$", printed, re.MULTILINE)
         print(measured[0], file=sys.stderr)
-        self.assertLess(float(measured[1]), 20)     # some 0.4 on a quiet machine
+        self.assertLess(float(measured[1]), 20)     # about 0.4 on a quiet machine
 
 
 if __name__ == "__main__":

@@ -1,5 +1,5 @@
-"""The programs of clients/examples in C++, JavaScript and shell: each runs on the real field, ends by itself, and has then
-done what it is for."""
+"""The programs of clients/examples in C++, JavaScript and shell: each runs on the real field, ends by itself, and
+leaves the result it is meant to."""
 import glob
 import os
 import re
@@ -17,7 +17,7 @@ CARDS_ANSWERS = "no\n2\n1\n3\n"
 
 
 class Examples(FieldTest):
-    """Its subclasses name the ending of the files and how a file becomes a command."""
+    """Subclasses give the file ending and how a file becomes a command."""
 
     @classmethod
     def setUpClass(cls):
@@ -30,7 +30,7 @@ class Examples(FieldTest):
         super().tearDownClass()
 
     def left_by(self, name, things="", answers=""):
-        """What the example has left on an empty field."""
+        """What the example leaves on an empty field."""
         command = self.command(os.path.join(FOLDER, name + self.ending))
         programs.prepare(self.field, things)
         ended = subprocess.run(command, input=answers, text=True, capture_output=True, cwd=self.scratch.name,
@@ -42,7 +42,7 @@ class Examples(FieldTest):
     def near(self, turtle, x, y, reach=1.0):
         self.assertLessEqual(max(abs(turtle["x"] - x), abs(turtle["y"] - y)), reach, turtle)
 
-    # What is true when an example has ended, in whatever language.
+    # What holds when an example has ended, in every language.
 
     def check_square(self):
         left = self.left_by("square")
@@ -76,7 +76,7 @@ class Examples(FieldTest):
         self.assertIn("They met near", left.out)
         self.assertEqual(len(left.turtles), 2)
         apart = [left.turtles[0][axis] - left.turtles[1][axis] for axis in "xy"]
-        self.assertTrue(110 <= abs(complex(*apart)) < 120, apart)  # 20 to 24 apart, then one has stepped back by 90
+        self.assertTrue(110 <= abs(complex(*apart)) < 120, apart)  # 20 to 24 apart, then one stepped back by 90
 
     def check_maze(self):
         left = self.left_by("maze", "maze")
@@ -128,7 +128,7 @@ class JavaScript(Examples):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        # As the package's users have it: packed, and installed into an empty folder. There is no network here.
+        # As users install it: packed, into an empty folder. There is no network here.
         folder = cls.scratch.name
         environment = dict(os.environ, npm_config_cache=os.path.join(folder, "cache"), npm_config_update_notifier="false")
         packed = subprocess.run(["npm", "pack", "--silent", "--pack-destination", folder], cwd=os.path.join(CLIENTS, "js"),
@@ -150,7 +150,7 @@ class Shell(Examples):
         return ["bash", path]
 
 
-# One test for each file; a file without its check fails.
+# One test for each file; a file without a check fails.
 for language in (Cpp, JavaScript, Shell):
     for example in sorted(glob.glob(os.path.join(FOLDER, "*" + language.ending))):
         name = os.path.splitext(os.path.basename(example))[0]
@@ -158,7 +158,7 @@ for language in (Cpp, JavaScript, Shell):
 
 
 def load_tests(loader, _tests, _pattern):
-    """All but the base class, and that each language has its half."""
+    """All but the base class; each language must have half of the examples."""
     suite = loader.suiteClass()
     for each in (Cpp, JavaScript, Shell):
         suite.addTests(loader.loadTestsFromTestCase(each))

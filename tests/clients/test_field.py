@@ -1,4 +1,4 @@
-"""The same small program in C++, JavaScript and shell on the real field: each must see and do the same there."""
+"""The same small program in C++, JavaScript and shell on the real field: results must be the same in each language."""
 import math
 import os
 import subprocess
@@ -41,7 +41,7 @@ LANGUAGES = {"cpp": agent_cpp, "js": agent_js, "shell": agent_shell}
 
 
 class Program:
-    """A program in one of the languages: words by name, which return what they return there or raise Failed."""
+    """A program in one of the languages; its words return what they return there, or raise Failed."""
 
     def __init__(self, language):
         self.agent = LANGUAGES[language]()
@@ -70,7 +70,7 @@ class Program:
 
 
 class RealField(FieldTest):
-    """Each check runs in each language, on a field with one other client."""
+    """Each check runs in each language, on a field with one more client."""
 
     def in_language(self, language, check, others=1):
         made = self.fresh(others)
@@ -107,9 +107,9 @@ class RealField(FieldTest):
         self.assertIs(turtle.forward(60), False)
         self.assertEqual(turtle.blocked_by(), "turtle")
         self.near(turtle.position(), (-60, 0))
-        self.assertTrue(turtle.forward(39))                 # 20 between the centres is the least
+        self.assertTrue(turtle.forward(39))                 # 20 between the centres is the minimum
         other.do("j -21 15")
-        self.assertIs(turtle.teleport(100, 100), False)     # nobody jumps away from somebody who is so close
+        self.assertIs(turtle.teleport(100, 100), False)     # no jump while another turtle is this close
 
     def check_coins_cards_and_teams(self, turtle, other):
         other.do("j -240 -240")

@@ -1,4 +1,4 @@
-"""The JavaScript library: vectors and hostile servers; what is its own; its types; its package; its cost."""
+"""The JavaScript library: vectors, hostile servers, its own features, types, package, cost."""
 import json
 import os
 import re
@@ -45,7 +45,7 @@ class Package(unittest.TestCase):
         self.assertEqual(ended.returncode, 0, ended.stdout + ended.stderr)
         self.assertGreater(int(re.search(r"^# pass (\d+)$", ended.stdout, re.MULTILINE)[1]), 10)
 
-    def test_the_package_installs_offline_and_brings_nothing_along(self):
+    def test_the_package_installs_offline_and_has_no_dependencies(self):
         with tempfile.TemporaryDirectory(prefix="kelmora-js-") as folder:
             environment = dict(os.environ, npm_config_cache=os.path.join(folder, "cache"), npm_config_update_notifier="false",
                                npm_config_offline="true")
@@ -70,7 +70,7 @@ class Package(unittest.TestCase):
         printed = node(os.path.join(agents.HERE, "agents", "cost.mjs")).stdout
         measured = re.search(r"^measured: .*?([\d.]+) us user.*$", printed, re.MULTILINE)
         print(measured[0], file=sys.stderr)
-        self.assertLess(float(measured[1]), 500)    # some 10 on a quiet machine
+        self.assertLess(float(measured[1]), 500)    # about 10 on a quiet machine
 
 
 if __name__ == "__main__":

@@ -29,7 +29,7 @@ LIMIT = 120  # seconds that bound a hang
 
 
 def run_python(code, *arguments, **environment):
-    """A Python of its own: its exit code and all that it printed."""
+    """A separate Python process: its exit code and output."""
     env = {**os.environ, "PYTHONPATH": os.path.join(LIBRARY, "src"), "PYTHONDONTWRITEBYTECODE": "1", **environment}
     made = subprocess.run([sys.executable, *(["-c", code] if code else []), *arguments], env=env, timeout=LIMIT,
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
@@ -37,7 +37,7 @@ def run_python(code, *arguments, **environment):
 
 
 class Echo:
-    """A transport that takes everything and answers OK; keeps the packets."""
+    """A transport that accepts everything, answers OK and keeps the packets."""
     where = "nowhere"
 
     def __init__(self, answers=()):
@@ -56,7 +56,7 @@ class Echo:
 
 
 def quiet_turtle(answers=()):
-    """A turtle on an Echo, whose greeting is over."""
+    """A turtle on an Echo that has already been greeted."""
     echo = Echo(["OK @ 1 0", "OK @ 1 0", *answers])
     turtle = kelmora.Turtle(transport=echo, home=False)
     echo.packets.clear()
@@ -68,7 +68,7 @@ class Numbers(unittest.TestCase):
         for value, text in ((50, "50"), (50.0, "50"), (-2.5, "-2.5"), (0.1, "0.1"), (True, "1"), (10 ** 16, "1e+16"), (1e-7, "1e-07")):
             self.assertEqual(body.spell(value), text)
 
-    def test_whatever_is_none_is_refused(self):
+    def test_what_is_not_a_number_is_refused(self):
         for value in ("50", b"5", None, float("nan"), float("inf"), 10 ** 400, 1j, [1], (1, 2), object(), lambda: 1):
             with self.assertRaises(kelmora.NotANumber, msg=repr(value)):
                 body.spell(value)
@@ -84,7 +84,7 @@ class Numbers(unittest.TestCase):
         except kelmora.NotANumber as error:
             return error
 
-    def test_no_word_sends_what_is_none(self):
+    def test_no_word_sends_what_is_not_a_number(self):
         turtle, echo = quiet_turtle()
         for word, arguments in (("forward", ("x",)), ("back", (None,)), ("left", ("90",)), ("goto", (1, "y")), ("goto", (1,)),
                                 ("shift", (1, math.nan)), ("setx", ("a",)), ("setheading", (math.inf,)), ("circle", ("r",)),
@@ -100,7 +100,7 @@ class Numbers(unittest.TestCase):
 
 
 class Shapes(unittest.TestCase):
-    """Areas in pieces: against the parity of crossings, point by point."""
+    """Areas cut into pieces, checked point by point against the parity of crossings."""
 
     def inside(self, points, x, y):
         odd = False
@@ -165,7 +165,7 @@ class Shapes(unittest.TestCase):
             self.assertEqual(shapes.pieces_of(points), [])
 
     def test_the_field_fills_what_the_packets_say(self):
-        """The practice field paints by the same rule as a field: the latest six points, fewer in the first frames."""
+        """The practice field fills as the real one does: over the latest six points, fewer in the first frames."""
         class Area:
             def __init__(self):
                 self.painted = []
@@ -202,7 +202,7 @@ class Words(unittest.TestCase):
         hooks.note = self.note
 
     def test_every_word_of_pythons_turtle_is_there_or_says_what_is_nearest(self):
-        import turtle  # of Python: needs tkinter to be there, but no display
+        import turtle  # Python's own; needs tkinter but no display
         missing = set(turtle.__all__) - set(kelmora.__all__)
         self.assertEqual(missing, set())
         methods = {name for name in dir(turtle.Turtle) if not name.startswith("_")} - {
@@ -419,10 +419,10 @@ class Interrupted(unittest.TestCase):
 
 
 class Hostile(unittest.TestCase):
-    """Servers that no field is: an exception, never a hang."""
+    """Servers that are no field: the library raises and never hangs."""
 
     def serve(self, behave):
-        """The port of a server that treats its first connection so, in a thread of its own."""
+        """Starts a server thread that treats its first connection so; returns its port."""
         listener = socket.create_server(("127.0.0.1", 0))
         listener.settimeout(LIMIT)
         self.addCleanup(listener.close)
@@ -434,7 +434,7 @@ class Hostile(unittest.TestCase):
                     connection.settimeout(LIMIT)
                     behave(connection)
             except OSError:
-                pass  # the client has gone
+                pass  # the client has closed
         thread = threading.Thread(target=run, daemon=True)
         thread.start()
         self.addCleanup(thread.join, LIMIT)
@@ -521,7 +521,7 @@ class Hostile(unittest.TestCase):
                 quiet_turtle(["%s 1 OK @ 5 0" % value])[0].position()
 
     def test_noise(self):
-        """Any bytes in place of answers."""
+        """Random bytes instead of answers."""
         for seed in range(40):
             noise = random.Random(seed).randbytes(300) + b"\n"
 
@@ -559,7 +559,7 @@ class Hostile(unittest.TestCase):
 
 class Cost(unittest.TestCase):
     def test_a_step_costs_60_microseconds_at_most(self):
-        """Against a server that answers at once, in a process of its own."""
+        """Against a server in another process that answers at once."""
         server = subprocess.Popen(
             [sys.executable, "-c", "import socket\n"
              "listener = socket.create_server(('127.0.0.1', 0))\n"
@@ -879,7 +879,7 @@ class Packages(unittest.TestCase):
         return folder
 
     def test_pip_builds_it_from_the_sources(self):
-        """As `pip install clients/python` does: with a build environment of its own, and nothing to put into it."""
+        """Like `pip install clients/python`: in its own build environment, without downloads."""
         subprocess.run(["/usr/bin/python3", "-m", "venv", self.path("from_sources")], check=True, capture_output=True, timeout=LIMIT)
         made = self.run_in(self.folder.name, self.path("from_sources", "bin", "python"), "-m", "pip", "install", "--no-index",
                            "--disable-pip-version-check", LIBRARY)

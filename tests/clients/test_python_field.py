@@ -1,4 +1,4 @@
-"""The Python library against the real field: what is drawn, what blocks, who is admitted, and how it ends."""
+"""The Python library on the real field: drawing, blocking, admission, and how programs end."""
 import math
 import os
 import socket
@@ -23,10 +23,10 @@ hooks.note = lambda text: None
 
 
 class LibraryTest(FieldTest):
-    """One field; each test begins on a white one with a turtle of its own in the middle."""
+    """One field; each test starts on a white field with its own turtle in the middle."""
 
     def clean(self):
-        """Nobody on the field, nothing painted, and drawing mode."""
+        """An empty field in drawing mode, nothing painted."""
         self.field.key("K")
         self.field.settle()
         wait_until(lambda: served_connections() == 0, 20, "all clients to be dropped")
@@ -44,7 +44,7 @@ class LibraryTest(FieldTest):
         return turtle
 
     def picture(self, *turtles):
-        """What is painted, with the turtles out of the way."""
+        """The painting, with the turtles moved away."""
         for turtle in turtles:
             turtle.penup()
             turtle.goto(1000, 1000)
@@ -314,7 +314,8 @@ class Admission(LibraryTest):
 
 class Cost(LibraryTest):
     def test_a_step(self):
-        """Processor time of a step beside that of the bare exchange on a socket, which a busy machine makes dearer, too."""
+        """Processor time of a step, compared with that of a bare exchange on a socket, which grows with load as
+        well."""
         turtle = self.alone()
         with socket.create_connection(("127.0.0.1", 2222)) as bare:
             bare.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
@@ -333,7 +334,7 @@ class Cost(LibraryTest):
         self.assertLessEqual(library, max(60, 3 * plain))
 
     def test_ten_programs_keep_up_with_the_window(self):
-        """Ten Python programs, each a process: steps a frame. What they reach on a free machine is printed."""
+        """Ten Python programs, each a process: steps per frame. Prints what a free machine reaches."""
         self.clean()
         program = ("import sys, kelmora\n"
                    "turtle = kelmora.Turtle(home=False, timeout=%d)\n"
@@ -359,7 +360,7 @@ class Cost(LibraryTest):
                 process.stdin.close()
                 process.stdout.close()
         print("measured: ten programs, 300 steps each: %.2f ticks of the field's clock a step" % (statistics.mean(ticks) / 300))
-        self.assertTrue(all(count >= 290 for count in ticks), ticks)  # never more than a step a frame
+        self.assertTrue(all(count >= 290 for count in ticks), ticks)  # at most one step per frame
 
 
 del LibraryTest, FieldTest

@@ -1,8 +1,9 @@
-"""Python's own turtledemo on the field, with the import changed: how many of its programs run, and whether they draw the same.
+"""Python's own turtledemo on the field, with only the import changed: which programs run, and whether they draw the
+same.
 
-The programs come with Debian's python3-examples; nothing of them is kept here. Each runs on Python's turtle (with Tk, on
-the virtual display) and on the field; the two pictures are compared. KELMORA_DEMOS names programs to run instead of those
-that take less than a minute or two: KELMORA_DEMOS=all takes every one.
+The programs come from Debian's python3-examples; none is copied here. Each runs on Python's turtle (with Tk, on
+the virtual display) and on the field; the two pictures are compared. KELMORA_DEMOS names the programs to run instead of
+those that take less than a minute or two; KELMORA_DEMOS=all runs every one.
 """
 import glob
 import os
@@ -20,11 +21,11 @@ from PIL import Image  # noqa: E402
 RUNNER = os.path.join(HERE, "turtledemo.py")
 LIMIT = 800           # seconds for one program; the longest draws 19000 lines, one a frame
 LONG = {"fractalcurves"}
-# What is the field's own nature, or Tk's: windows, mice and keys, other shapes, undo, many turtles.
+# What only the field or only Tk has: windows, mice and keys, other shapes, undo, many turtles.
 NOT_FOR_A_FIELD = {"chaos", "clock", "colormixer", "forest", "minimal_hanoi", "nim", "paint", "penrose", "planet_and_moon", "rosette",
                    "round_dance", "sorting_animate", "tree", "two_canvases"}
-CELL = 8              # pixels of the coarse pictures in which colours are compared
-REACH = 2             # pixels by which a line may lie elsewhere
+CELL = 8              # pixels; side of the cells in which colours are compared
+REACH = 2             # pixels by which a line may be displaced
 
 
 def programs():
@@ -35,7 +36,7 @@ def programs():
 
 
 def spread(ink):
-    """The marked pixels and all within reach of them."""
+    """The marked pixels and all within REACH of them."""
     grown = ink.copy()
     for dy in range(-REACH, REACH + 1):
         for dx in range(-REACH, REACH + 1):
@@ -44,7 +45,8 @@ def spread(ink):
 
 
 def likeness(ours, theirs):
-    """Which part of each one's painted pixels the other has painted nearby, and how far coarse colours differ (of 255)."""
+    """The share of each picture's painted pixels that the other has painted nearby, and how far coarse colours differ
+    (of 255)."""
     grounds = [picture[2, 2] for picture in (ours, theirs)]
     inks = [(numpy.abs(picture - ground).max(axis=2) > 60) for picture, ground in zip((ours, theirs), grounds)]
     covered = [(inks[k] & spread(inks[1 - k])).sum() / max(1, inks[k].sum()) for k in (0, 1)]
@@ -59,7 +61,7 @@ class Turtledemo(unittest.TestCase):
         cls.environment = {**os.environ, **cls.display.environment}
 
     def on_tk(self, path):
-        """The middle 512 x 512 pixels of what Python's turtle draws."""
+        """The middle 512 x 512 pixels of the drawing by Python's turtle."""
         process = subprocess.Popen([sys.executable, "-B", RUNNER, "tk", path], env=self.environment, text=True,
                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         try:
@@ -80,7 +82,7 @@ class Turtledemo(unittest.TestCase):
             process.stdout.close()
 
     def on_field(self, field, path):
-        """What the program says in the end, and the field's picture."""
+        """The program's last line and the field's picture."""
         made = subprocess.run([sys.executable, "-B", RUNNER, "kelmora", path], text=True, stdin=subprocess.DEVNULL, timeout=patience(LIMIT),
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         last = (made.stdout.strip().splitlines() or [""])[-1]

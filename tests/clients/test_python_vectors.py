@@ -1,4 +1,4 @@
-"""The Python library against the vectors that all client libraries share."""
+"""The Python library against the vectors shared by all client libraries."""
 import os
 import sys
 import unittest
@@ -14,7 +14,7 @@ KINDS = {"no_field": kelmora.NoField, "not_admitted": kelmora.NotAdmitted, "died
          "bad_value": kelmora.BadValue, "blocked": kelmora.Blocked, "not_here": kelmora.NotHere}
 SILENCE = 0.3   # seconds to wait for an answer that never comes
 ANSWER = 60.0
-# Words that send nothing the vectors could show, with the reason.
+# Words that send nothing that vectors could show, with the reason.
 OUTSIDE = {"done", "mainloop", "exitonclick", "ontimer", "mode", "window_width", "window_height", "isvisible", "getscreen",
            "getturtle", "getpen",             # of the program, not of the field
            "begin_poly", "end_poly", "get_poly", "degrees", "radians"}  # arithmetic of Python alone, tested beside

@@ -1,4 +1,4 @@
-"""The shell library: vectors and hostile servers, and what is its own."""
+"""The shell library: vectors, hostile servers, and its own features."""
 import os
 import socket
 import subprocess
@@ -10,7 +10,7 @@ from agents import OK
 
 LIBRARY = os.path.join(agents.ROOT, "clients", "shell", "kelmora.sh")
 
-# The vectors' cases that stand for other languages only, in the shell's own way.
+# Cases of the vectors that need a form of their own in the shell.
 OWN = [
     {"name": "home is a jump", "steps": [
         {"call": "home", "exchanges": [{"send": ["j 0 0", "t e"], "answer": [OK, OK]}], "returns": True},
@@ -82,7 +82,7 @@ class Shell(agents.Language):
         return self.translated(super().exchange(requests, exchanges))
 
     def translated(self, answer):
-        """A status as what other languages return or raise."""
+        """A status translated to what other languages return or raise."""
         if answer.get("status", 0) < 2:
             return answer
         return {"raises": {"kind": answer["kind"]}, "callbacks": answer["callbacks"]}
@@ -104,7 +104,7 @@ class Shell(agents.Language):
                               env=dict(os.environ, KELMORA_SH=LIBRARY, **environment))
 
     def test_a_subshell_that_found_the_end_tells_the_script(self):
-        """After a time-out in $(...) a late answer must not be taken for that to the next word."""
+        """After a time-out in $(...) a late answer must not be taken for the next word's answer."""
         self.server.drop()
         script = subprocess.Popen(
             ["bash", "-c", '. "$KELMORA_SH"; K_TIMEOUT=0.3; k_connect 127.0.0.1 "$PORT"; x=$(k_score); echo "$?"; '
@@ -124,7 +124,7 @@ class Shell(agents.Language):
         self.assertIn("No field answers at localhost:%d" % port, found.stderr)
 
     def test_a_machine_that_never_answers(self):
-        """A full queue of a listener drops what comes, as a machine that is switched off does."""
+        """A listener with a full queue drops connections, like a machine that is switched off."""
         with socket.socket() as deaf:
             deaf.bind(("127.0.0.1", 0))
             deaf.listen(0)
@@ -141,7 +141,7 @@ class Shell(agents.Language):
         self.assertEqual(found.stdout, "2 no_field\ntrap -- 'echo mine' SIGALRM\n")
         self.assertLess(time.monotonic() - began, 30)
 
-    def test_addresses_that_are_none(self):
+    def test_malformed_addresses(self):
         for port in ("0", "65536", "22x", "-1", "$(date)"):
             self.assertEqual(self.bash('k_connect localhost "$P"; echo "$K_ERROR"', P=port).stdout, "bad_value\n")
         self.assertEqual(self.bash('k_connect "a/b"; echo "$K_ERROR"').stdout, "bad_value\n")

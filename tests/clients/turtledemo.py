@@ -1,8 +1,8 @@
 """Runs one program of Python's turtledemo, for test_python_turtledemo.py: `turtledemo.py tk|kelmora FILE`.
 
-With `tk` on Python's own turtle, as fast as that goes; prints where on the screen the middle of the drawing is, and waits
-for a line. With `kelmora` on the field, with the import changed and nothing else. Either way paper and pen begin as in
-Python's turtle, and the last line printed is "ran", or says what was missing.
+With `tk` it runs on Python's own turtle at full speed, prints where on the screen the middle of the drawing is, and
+waits for a line. With `kelmora` it runs on the field, with only the import changed. Either way paper and pen begin as
+in Python's turtle, and the last line printed is "ran" or says what was missing.
 """
 import os
 import re
@@ -19,7 +19,7 @@ def source_of(path, module):
 
 
 def run(path, module):
-    """Runs the program's main(), as the demo viewer does."""
+    """Runs the program's main(), like the demo viewer."""
     names = {"__name__": "turtledemo." + os.path.basename(path)[:-3]}
     exec(compile(source_of(path, module), path, "exec"), names)
     return names["main"]()
@@ -47,7 +47,7 @@ def on_field(path):
     sys.path.insert(0, LIBRARY)
     import kelmora
     from kelmora import crowd
-    # A fresh pen of the field is red, and its ground black.
+    # The field's own defaults are a red pen and a black background.
     kelmora.bgcolor("white")
     reset, kelmora.Turtle.reset = kelmora.Turtle.reset, lambda self: (reset(self), self.color("black"))[0]
     enter, kelmora.Turtle._enter = kelmora.Turtle._enter, lambda self, home: (enter(self, home), self.color("black"))[0]

@@ -1,6 +1,6 @@
-"""Reads the exchanges of a document and replays them with the real program.
+"""Reads the exchanges of a document and replays them on the real program.
 
-An exchange is a fenced block of the kind `exchange`. Its lines, without what stands behind "  #":
+An exchange is a fenced block of the kind `exchange`. Text after "  #" is ignored. Its lines:
 
     NAME> LINE      a turtle's program sends the line; without a name it is Ann's. The lines below are the answers, one
                     for each command of the line, and none for an empty line.
@@ -8,9 +8,9 @@ An exchange is a fenced block of the kind `exchange`. Its lines, without what st
                     the body, which is broken into lines for readers only.
     browser> GET /X HTTP/1.1
                     a browser sends this line, and those of the kind below it; the answer stands there whole.
-    * HAPPENING     what happens besides, see HAPPENINGS.
+    * HAPPENING     another event, see HAPPENINGS.
 
-What differs from run to run stands in angle brackets: <clock>, <number>, <A..B> a number between these, <text>.
+What differs from run to run stands in angle brackets: <clock>, <number>, <A..B> for a number in this range, <text>.
 Run inside scripts/in-namespace, as all that uses tests/wire/harness.py.
 """
 import json
@@ -33,7 +33,7 @@ NUMBER = r"-?\d+(?:\.\d+)?"
 
 
 class Step:
-    """One thing that happens, and the lines that stand below it."""
+    """One event and the lines below it."""
 
     def __init__(self, line, number):
         self.line, self.number = line, number  # as written; its line in the document
@@ -56,7 +56,7 @@ class Exchange:
                 raise ValueError(f"line {number} answers nothing: {raw}")
 
     def sent(self):
-        """All commands that turtles send in it."""
+        """All commands that turtles send in this block."""
         lines = [SENT.match(step.line) for step in self.steps]
         return [command.strip() for found in lines if found and found[1] != "browser"
                 for command in (found[2] or "").split(";") if command.strip()]
@@ -70,13 +70,13 @@ def exchanges_of(path):
 
 
 def compare(expected, actual):
-    """Raises AssertionError when they do not match; of long texts it tells the beginning."""
+    """Raises AssertionError when they do not match; quotes only the start of long texts."""
     if not matches(expected, actual):
         raise AssertionError(f"expected {expected[:2000]}\nanswered {actual[:2000]}")
 
 
 def matches(expected, actual):
-    """Whether the text is as expected, where a hole takes what its name says."""
+    """Whether the text matches; a hole accepts what its name says."""
     pattern, ranges, at = "", [], 0
     for hole in HOLE.finditer(expected):
         pattern += re.escape(expected[at:hole.start()])
@@ -100,10 +100,10 @@ class Replay:
         self.field, self.add_cleanup = field, add_cleanup
         self.turtles = {"Ann": ann}
         self.browser = None
-        self.bodies = []  # of every body that was JSON: the address asked for, and the text
+        self.bodies = []  # of every body that was JSON: its address and text
 
     def run(self, exchange):
-        """Raises AssertionError, which names the document's line, when the program does not do what stands there."""
+        """Raises AssertionError with the document's line number when the program behaves differently."""
         steps = list(exchange.steps)
         while steps:
             step = steps.pop(0)
@@ -132,7 +132,7 @@ class Replay:
         for want in expected:
             compare(want, turtle.read_line())
 
-    # what happens besides
+    # Other events.
 
     def happen(self, text):
         for pattern, action in HAPPENINGS:
@@ -149,11 +149,12 @@ class Replay:
 
     def stand(self, name, x, y, heading):
         turtle = self.turtles.get(name) or self.add(name)
-        # A newcomer's place is drawn, and may be too close to somebody to jump away from: then this is told.
+        # A newcomer's place is random and may be too close to another turtle to jump away from; the program then says
+        # so.
         turtle.do(f"j {x} {y}", f"t {heading or 'e'}", ".")
 
     def stand_before(self, name, distance, kind):
-        """Puts a stone or a doughnut on the field, which goes where chance wants it, and the turtle beside it."""
+        """Puts a stone or doughnut on the field, which lands in a random place, and the turtle beside it."""
         turtle = self.turtles[name]
         if kind == "stone":
             thing = wait_until(self.try_stone, 30, "a stone")
@@ -169,14 +170,14 @@ class Replay:
 
     @staticmethod
     def ask_list(kind):
-        """A list of the page's, which leaves the turtles' events alone."""
+        """A list of the page, which leaves the turtles' events alone."""
         with urllib.request.urlopen(f"http://127.0.0.1:{harness.VIEWER_PORT}/{kind}", timeout=30) as answer:
             return json.load(answer)
 
     def press(self, key):
         start = self.field.mark()
         if key == "@":
-            # settle() below presses this key twice itself; first the one press of the document.
+            # settle() below presses this key twice; the document's one press comes first.
             self.field.key("at")
             wait_until(lambda: any(re.match("entering p(rivate|ublic) mode", line) for line in self.field.said(start)))
             return
@@ -188,7 +189,7 @@ class Replay:
         wait_until(lambda: self.ask_list("turtle")[0]["time"] >= goal, 30, f"{count} ticks")
 
     def hit(self, shooter, victim, times):
-        """Fires until so many shots have hit; the victim's score says so."""
+        """Fires until that many shots have hit, by the victim's score."""
         for _ in range({"once": 1, "twice": 2, "three times": 3}[times]):
             before = self.score_of(victim)
             shots = self.turtles[shooter]
@@ -203,7 +204,7 @@ class Replay:
         return self.ask_list("turtle")[index]["score"]
 
     def exhaust(self, name):
-        """Three hits by somebody who then goes, and shots at the edge until nothing is left."""
+        """Three hits by a turtle that then leaves, and shots at the edge until no score is left."""
         turtle = self.turtles[name]
         self.stand("Zoe", 60, 0, "w")
         self.hit("Zoe", name, "three times")
@@ -221,7 +222,7 @@ class Replay:
             self.turtles[name].do("o b")
 
     def bake(self, name, count):
-        """A doughnut that finds no place is not counted; so a few more tries may be needed."""
+        """A doughnut without a free place is not counted, so a few more tries may be needed."""
         done = 0
         while done < count:
             done += self.turtles[name].ask("d").status == "OK"
@@ -241,7 +242,7 @@ class Replay:
             self.add(f"more{k}")
 
     def connect(self, name, source=None):
-        # Whoever is to be turned away must not be greeted; who is admitted answers the document's own line.
+        # A client that will be turned away must not be greeted; one that is admitted answers the document's own line.
         self.add(name, source or "127.0.0.1", greet=False)
 
     # browsers

@@ -1,6 +1,6 @@
-"""Runs the programs of the examples and lessons, each on an empty field, and tells what they have left there.
+"""Runs the programs of the examples and lessons, each on an empty field, and reports what they leave there.
 
-A program runs in a process of its own, as a reader would start it: with the library of clients/python and nothing else.
+A program runs in its own process, as a reader would start it: with the library of clients/python and nothing else.
 Run inside scripts/in-namespace, as all that uses tests/wire/harness.py.
 """
 import json
@@ -31,7 +31,7 @@ def ask_list(kind):
 
 
 class Left:
-    """What a program has left behind."""
+    """What a program leaves behind."""
 
     def __init__(self, out, turtles, coins, picture):
         self.out = out                                   # what it printed
@@ -41,7 +41,7 @@ class Left:
         self.picture = picture                           # pixels [row from the top, column, colour]
 
     def apart(self, thing):
-        """How far something is from the program's first turtle, centre to centre."""
+        """Distance of a thing from the program's first turtle, centre to centre."""
         return math.hypot(thing["x"] - self.turtles[0]["x"], thing["y"] - self.turtles[0]["y"])
 
     def painted(self, *colour):
@@ -52,7 +52,7 @@ class Left:
 
 
 def prepare(field, things=""):
-    """Empties the field, and puts up what the words name: maze, bounded, stones N, names."""
+    """Empties the field and prepares what the words name: maze, bounded, stones N, names."""
     with Client() as client:
         client.do("! u", "h 0 0 0")
     if len(ask_list("wall")) > 4:
@@ -72,7 +72,7 @@ def prepare(field, things=""):
 
 
 def run(field, source, things="", answers="", seconds=TIME_LIMIT):
-    """Runs a program's text. Fails when it does not end in time or ends with an error; gives what is left."""
+    """Runs a program's text. Fails when it does not end in time or ends with an error; returns what it left."""
     prepare(field, things)
     with tempfile.TemporaryDirectory() as folder:
         path = os.path.join(folder, "program.py")
@@ -97,13 +97,13 @@ NOTE = re.compile(r"^<!-- (\w+): (.*) -->$", re.MULTILINE)
 
 
 class Block:
-    """A program in a document, with the notes that stand above it as comments: `<!-- KIND: TEXT -->`.
+    """A program in a document, with the notes above it as comments: `<!-- KIND: TEXT -->`.
 
-    ends     what has to be true when it has ended, in Python; see names()
+    ends     a Python condition that holds when the program has ended; see names()
     picture  the picture that it paints, beside the document
-    shot     a picture of one run, beside the document, which may say when it is taken: FILE when CONDITION
+    shot     a picture taken during a run, beside the document; FILE when CONDITION says when to take it
     field    what it needs on the field: maze, bounded, stones N, names
-    answers  what the reader types, with / between the lines
+    answers  what the reader types, with / between lines
     """
 
     def __init__(self, document, line, source, notes):

@@ -1,4 +1,4 @@
-"""Every program of clients/examples that is in Python: it runs, ends by itself, and has then done what it is for."""
+"""Every Python program of clients/examples: it runs, ends by itself, and leaves the result it is meant to."""
 import glob
 import os
 import re
@@ -19,7 +19,8 @@ def source_of(name):
 class Examples(FieldTest):
     def run_example(self, name, things="", answers=""):
         left = programs.run(self.field, source_of(name), things, answers)
-        # A second turtle may find the first one on its way to the middle, and in a maze nobody gets there at once: it says so.
+        # A second turtle may find the first one on its way to the middle, and in a maze none gets there at once; the
+        # library says so.
         noted = r"^(kelmora: .*so the turtle starts at .*\n)*$"
         self.assertRegex(left.errors, noted if len(left.turtles) > 1 or things == "maze" else r"^$")
         return left
@@ -34,7 +35,7 @@ class Examples(FieldTest):
         self.assertTrue(1250 < left.painted(255, 0, 0) < 1500, left.painted(255, 0, 0))
 
     def test_spiral(self):
-        # The first line is rather red, the last one rather blue.
+        # The first line is reddish, the last one bluish.
         left = self.run_example("spiral")
         self.assertGreater(left.painted(250, 80, 255), 100)
         self.assertGreater(left.painted(10, 200, 255), 1000)
@@ -51,7 +52,7 @@ class Examples(FieldTest):
             self.assertGreater(left.painted(*colour), 3000)
 
     def test_signature(self):
-        # Three letters and a line, 10 and more wide where the brush swells.
+        # Three letters and a line, at least 10 wide where the brush swells.
         left = self.run_example("signature")
         self.assertGreater(left.painted(), 10000)
         self.assert_near(left.turtles[0], -210, -170)
@@ -74,7 +75,7 @@ class Examples(FieldTest):
         self.assertEqual((left.coins, left.turtles[0]["ncoin"]), ([], 40))
 
     def test_cards(self):
-        """The trick is right, whatever card it was: played through for a card of each column."""
+        """The trick works for a card of each column."""
         for answers in ("1\n1\n1\n", "no\n2\n1\n3\n", "3\n2\n2\n"):
             with self.subTest(answers=answers):
                 left = self.run_example("cards", answers=answers)
@@ -82,7 +83,7 @@ class Examples(FieldTest):
                 self.assertGreater(left.painted(), 5000)
 
     def test_the_card_is_the_right_one(self):
-        """The way the columns are put together brings any card to the middle of the deck."""
+        """Collecting the columns in this order brings any card to the middle of the deck."""
         for wanted in range(21):
             deck = list(range(21))
             for _ in range(3):
@@ -124,7 +125,7 @@ class Readme(unittest.TestCase):
         names = {os.path.basename(path)[:-3] for path in glob.glob(os.path.join(FOLDER, "*.py"))}
         self.assertEqual(len(names), 12)
         self.assertEqual(set(re.findall(r"\((\w+)\.py\)", text)), names)
-        # And whatever is there in another language has its link.
+        # Examples in other languages have their links.
         self.assertEqual(set(re.findall(r"\((\w+\.\w+)\)", text)), set(os.listdir(FOLDER)) - {"README.md"})
         self.assertEqual(set(re.findall(r"pictures/examples/(\w+)\.png", text)), names)
         self.assertLessEqual({"test_" + name for name in names}, set(dir(Examples)))

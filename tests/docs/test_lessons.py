@@ -1,4 +1,5 @@
-"""Every program in the lessons, in the front page and in the protocol: it runs, ends by itself, and has then done what stands above it."""
+"""Every program in the lessons, the front page and the protocol: it runs, ends by itself, and meets the notes above
+it."""
 import glob
 import os
 import re
@@ -14,11 +15,11 @@ from harness import FieldTest, main
 README = os.path.join(programs.TOP, "README.md")
 PROTOCOL = os.path.join(programs.TOP, "docs", "protocol.md")
 LESSONS = sorted(glob.glob(os.path.join(programs.TOP, "docs", "lessons", "*.md")))
-STRAY_PIXELS = 40  # of a picture that may differ by more than a pixel's place: another driver draws ends of lines otherwise
+STRAY_PIXELS = 40  # may differ beyond a pixel's neighbours: drivers draw line ends differently
 
 
 def missing(wanted, seen):
-    """Number of pixels of `wanted` that `seen` has neither at the same place nor beside it, in about this colour."""
+    """Number of pixels of `wanted` that `seen` lacks, both there and beside it, in about this colour."""
     near = numpy.zeros(wanted.shape[:2], bool)
     padded = numpy.pad(seen, ((1, 1), (1, 1), (0, 0)), mode="edge")
     height, width = wanted.shape[:2]
@@ -29,7 +30,7 @@ def missing(wanted, seen):
 
 
 def differences(left, path):
-    """Pixels in which what was painted is not the picture, turtles left out."""
+    """Number of pixels where the painting differs from the picture, turtles left out."""
     with Image.open(path) as image:
         wanted = numpy.asarray(image.convert("RGB")).astype(int)
     different = missing(wanted, left.picture) | missing(left.picture, wanted)
@@ -77,7 +78,7 @@ class Lessons(FieldTest):
 
 
 class Pages(unittest.TestCase):
-    """What the pages name is there."""
+    """Files and links that the pages name exist."""
 
     def test_ten_chapters_with_three_exercises_and_solutions(self):
         chapters = [path for path in LESSONS if re.match(r"\d\d-", os.path.basename(path))]

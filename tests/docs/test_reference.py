@@ -22,7 +22,7 @@ for file_name in glob.glob(os.path.join(TOP, "docs", "schema", "*.json")):
 
 
 def check(kind, text):
-    """Raises jsonschema.ValidationError, or ValueError for what is no JSON."""
+    """Raises jsonschema.ValidationError, or ValueError when the text is not JSON."""
     def refuse(word):
         raise ValueError(word)
     value = json.loads(text, parse_constant=refuse)
@@ -31,7 +31,7 @@ def check(kind, text):
 
 
 def table_rows(path, whole=False):
-    """What stands as code in the rows of tables whose head is `command` or `question`: in the first cell, or anywhere."""
+    """Code spans in table rows whose head is `command` or `question`: of the first cell, or of all."""
     codes, inside = [], False
     with open(path, encoding="utf-8") as file:
         for line in file:
@@ -46,7 +46,7 @@ def table_rows(path, whole=False):
 
 
 class Reader(unittest.TestCase):
-    """The reader of exchanges itself: what it must refuse."""
+    """What the reader of exchanges must refuse."""
 
     def test_holes_take_what_their_name_says(self):
         self.assertTrue(exchange.matches("<clock> OK @ <clock> 0", "12 OK @ 13 0"))
@@ -64,7 +64,7 @@ class Replayed(FieldTest):
     """Every exchange of a document, each on an empty field."""
 
     def setUp(self):
-        """Whatever a failed test has left: no maze."""
+        """Ends the maze that a failed test may have left."""
         if len(Replay(self.field, None, self.addCleanup).ask_list("wall")) > 4:
             self.field.key("M")
             self.field.settle()
@@ -90,7 +90,7 @@ class Replayed(FieldTest):
         self.replay_all(PROTOCOL)
 
     def test_web(self):
-        """All that is JSON keeps to its schema; what the document shows as no JSON is none."""
+        """All JSON follows its schema, and what the document shows as broken JSON does not parse."""
         checked, no_json = set(), 0
         for target, body in self.replay_all(WEB):
             kind = target.lower().rstrip("/").split("/")[-1]
@@ -110,7 +110,7 @@ class Replayed(FieldTest):
         for each in turtles:
             each.wait_closed()
         turtles = []
-        for k in range(4):  # newcomers come in one corner of the maze, which has to be left for the next
+        for k in range(4):  # newcomers enter in one corner of the maze, which must be free for the next
             turtles.append(self.client())
             turtles[k].do("! u", f"j {-208 + 64 * k} -208")
         turtles[0].do("!", "n 4f534c4f", "i 1", "o b", "o s", "u hello")
@@ -186,11 +186,11 @@ class Names(unittest.TestCase):
             source = file.read()
         table = re.search(r"COMMANDS = \{\{(.*?)\}\};", source, re.DOTALL)[1]
         cls.handlers = dict(re.findall(r"\{'(.)', (\w+)\}", table))
-        # From one handler to the next. One of them asks for a letter outside of its switch.
+        # From one handler to the next. One of them checks for a letter outside of its switch.
         pieces = re.split(r"^int (\w+)\(const \w+&", source, flags=re.MULTILINE)
         cls.cases = {name: set(re.findall(r"(?:case|what ==) '(.)'", body))
                      for name, body in zip(pieces[1::2], pieces[2::2])}
-        # Questions have a table of their own.
+        # Questions have their own table.
         with open(os.path.join(TOP, "src", "net", "questions.cpp"), encoding="utf-8") as file:
             table = re.search(r"QUESTIONS = \{\{(.*?)\}\};", file.read(), re.DOTALL)[1]
         cls.cases[cls.handlers["q"]] |= set(re.findall(r"\{'(.)', SEL_", table))

@@ -1,4 +1,4 @@
-// Fuzzer of the hexadecimal coding of texts: any text as digits, and any text coded and decoded again.
+// Fuzzes the hexadecimal coding of texts: decodes any text, and encodes and decodes any bytes.
 #include "net/hex.h"
 
 #include <cstdlib>
@@ -9,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
 
-    // Buffers of exactly the promised size, so that the address sanitizer sees the first byte beyond.
+    // Buffers of exactly the promised size, so that the address sanitizer notices the first byte beyond.
     const std::unique_ptr<char[]> plain(new char[HEX_STEPS + 1]);
     convert_hex2str(text.c_str(), plain.get());
     if (memchr(plain.get(), '\0', HEX_STEPS + 1) == nullptr) abort();

@@ -1,6 +1,6 @@
-// Fuzzer of the whole road of client bytes: receive, framing, commands, replies, with frames, departures and the
-// operator in between. Client ends are socket pairs; everything runs on this one thread, in turns as the program's
-// threads would take them. After each step the tables must hold together.
+// Fuzzes the whole path of client bytes: receive, framing, commands, replies, with frames, disconnects and the operator
+// in between. Client ends are socket pairs; everything runs on one thread, in the order in which the program's threads
+// would take turns. The invariants of the tables are checked after each step.
 // Input: text that one of three clients sends, with these bytes taken as events (\n, \r, \t and all others are sent):
 //   01 a frame               05 battle mode on or off     0b stones are scattered
 //   02 the next client       06 the maze on or off        0c boundary on or off
@@ -33,7 +33,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-// The server's polls, without their wait: here nothing arrives while one waits.
+// Polls like the server, but without waiting: nothing arrives meanwhile.
 extern "C" int select(int count, fd_set* readable, fd_set* writable, fd_set* failed, timeval*) {
     const timespec at_once = {};
     return pselect(count, readable, writable, failed, &at_once, nullptr);
@@ -42,7 +42,7 @@ extern "C" int select(int count, fd_set* readable, fd_set* writable, fd_set* fai
 namespace {
 
 constexpr int PEERS = 3;
-constexpr int FRAMES_MAX = 120; // per input: one that is made of frames alone takes no longer than others
+constexpr int FRAMES_MAX = 120; // per input, so that one made of frames alone takes no longer than others
 
 struct peer_t {
     int sock = -1; // the client's end; -1 = gone
@@ -82,11 +82,11 @@ void start_field() {
     watch_invariants();
 }
 
-// What accept_connection does with a new socket, on a socket pair.
+// Does for a socket pair what accept_connection does for a new socket.
 void connect_peer(peer_t& p) {
     int ends[2];
     if (p.sock >= 0 || nclient >= MAX_CLIENT || socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0) return;
-    const int little = 4096; // a peer that does not read is noticed soon
+    const int little = 4096; // small buffers: a peer that does not read is noticed soon
     setsockopt(ends[0], SOL_SOCKET, SO_SNDBUF, &little, sizeof little);
     int slot = 0;
     while (client_tab[slot].sockfd >= 0) ++slot;
@@ -134,7 +134,7 @@ bool somebody_waits() {
     return false;
 }
 
-// One pass of the server thread, when it has something to do.
+// One pass of the server thread, if it has work.
 void serve() {
     for (peer_t& p : peers) {
         if (p.sock < 0 || p.packet.empty()) continue;
@@ -238,8 +238,8 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
     frame();
     serve();
     for (peer_t& p : peers) vanish(p);
-    // Whoever has gone is noticed, one in a pass, once all of it is read: a line that all but fills the buffer leaves
-    // room for a byte or two a pass, where the bytes that follow are dropped.
+    // A closed client is noticed, one per pass, only when all its input is read. A line that nearly fills the buffer
+    // leaves room for a byte or two per pass, and the bytes that follow are dropped.
     rendering_started();
     rendering_is_done();
     const int passes = 40 + static_cast<int>(size);

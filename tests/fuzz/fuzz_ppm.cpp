@@ -1,4 +1,4 @@
-// Fuzzer of the PPM reader, on files in memory.
+// Fuzzes the PPM reader on files in memory.
 #include "draw/image.h"
 
 #include <cstdio>
@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
     unsigned char* const picture = readPPMToImage(path, &width, &height);
     if (picture != nullptr) {
         if (width < 1 || width > PPM_MAX_SIDE || height < 1 || height > PPM_MAX_SIDE) abort();
-        // All samples can be read, some at the end of a very large picture. The first pixel is the file's last.
+        // All samples are readable, in a very large picture only some at its end. The first pixel is the file's last.
         const size_t samples = static_cast<size_t>(width) * static_cast<size_t>(height) * 3;
         if (samples >= size + 3 && (picture[0] & picture[1] & picture[2]) != 255) abort();
         unsigned sum = picture[samples - 1];
@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size) {
         volatile unsigned read = sum;
         (void)read;
     } else if (width != -1 || height != -1) {
-        abort(); // refused, but the sizes were touched
+        abort(); // refused, but the sizes were written
     }
     free(picture);
     close(file);

@@ -1,6 +1,5 @@
-// Fuzzer of the web server's input: what a browser, or anything else, sends on one connection; and the list of scripts
-// that the operator may name. The first byte chooses how many turtles, walls and coins the answers speak of, and
-// whether the rest is a script list.
+// Fuzzes the web server's input: the bytes of one connection, and the list of scripts that the operator may name. The
+// first byte chooses how many turtles, walls and coins the answers contain, and whether the rest is a script list.
 #include "field/coins.h"
 #include "field/state.h"
 #include "field/turtles.h"
@@ -17,7 +16,7 @@
 
 namespace {
 
-constexpr int REQUESTS_MAX = 20; // of one input
+constexpr int REQUESTS_MAX = 20; // per input
 
 // Names, scores and places that are hard to print.
 void furnish(unsigned char kind) {

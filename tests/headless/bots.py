@@ -1,4 +1,4 @@
-"""Bots for contests, told apart by their first argument. Each decides by the answers and its seat alone."""
+"""Bots for contests, chosen by the first argument. Each decides by the answers and its seat alone."""
 import os
 import random
 import socket

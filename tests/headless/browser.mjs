@@ -1,4 +1,4 @@
-// A real browser on the replay page: does what standard input asks, one order a line, and answers in JSON.
+// A real browser on the replay page: reads one order a line from standard input and answers in JSON.
 import { browser, serve } from '../browser/driver.mjs';
 
 const page = await browser.newPage({ viewport: { width: 900, height: 700 } });
@@ -30,7 +30,7 @@ const orders = {
     await page.waitForFunction((to) => globalThis.kelmoraReplay.shown && globalThis.kelmoraReplay.shown.tick === to, tick);
   },
   async speed({ speed }) { await page.selectOption('#speed', speed); },
-  // Presses play and tells which ticks were on show at the start and a while later.
+  // Presses play; returns the ticks shown at the start and a while later.
   async watch({ until }) {
     const from = await page.evaluate(() => globalThis.kelmoraReplay.shown.tick);
     await page.click('#play');

@@ -48,7 +48,7 @@ class Program:
         return line.decode("latin-1")
 
     def ask(self, *lines):
-        """Sends the lines in one packet and gives the last one's answer."""
+        """Sends the lines in one packet and returns the last answer."""
         try:
             self.send(*lines)
         except ConnectionError as error:
@@ -61,7 +61,7 @@ class Program:
         return int(self.ask(line).split(" @ ")[1].split()[0])
 
     def has_answer(self, seconds):
-        """Whether an answer comes within so many seconds."""
+        """Whether an answer comes within that many seconds."""
         if b"\n" in self.pending:
             return True
         self.sock.settimeout(seconds)
@@ -156,7 +156,7 @@ def lines_of(record):
 
 
 def members_of(record):
-    """The members of a record, each unpacked; the last one as far as it goes."""
+    """The members of a record, each unpacked; the last one as far as it is complete."""
     members = []
     while record:
         unpacker = zlib.decompressobj(31)
@@ -170,8 +170,9 @@ def replay(*arguments):
 
 
 def fight(program, seed, sleepy=0.0):
-    """Seeks the nearest turtle, walks and shoots, until the field ends the connection. Decides by the answers alone."""
-    dice, naps = random.Random(seed), random.Random()  # naps are no part of the program
+    """Seeks the nearest turtle, walks and shoots until the field closes the connection. Decides by the answers
+    alone."""
+    dice, naps = random.Random(seed), random.Random()  # naps must not affect the program
     pause = threading.Event()
     try:
         program.ask("n " + ("Fighter%d" % seed).encode().hex())
@@ -193,7 +194,7 @@ def fight(program, seed, sleepy=0.0):
 
 
 def play(game, players, run):
-    """Lets so many programs join one after the other, and plays each in a thread of its own until all have ended."""
+    """Lets the programs join one after the other, then plays each in its own thread until all have ended."""
     programs = [game.join() for _ in range(players)]
     threads = [threading.Thread(target=run, args=(program, seat)) for seat, program in enumerate(programs)]
     for thread in threads:
@@ -211,7 +212,7 @@ class GameTest(unittest.TestCase):
         return made
 
     def recorded(self, *options, **more):
-        """A game that makes a record."""
+        """A game that writes a record."""
         folder = tempfile.TemporaryDirectory(prefix="kelmora-record-")
         self.addCleanup(folder.cleanup)
         made = self.game("-r", record_option(folder.name), *options, **more)

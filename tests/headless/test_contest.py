@@ -1,4 +1,5 @@
-"""Contests: known bots give a known table, whatever the others do; killed and resumed, and over ssh, the same one."""
+"""Contests: known bots give a known table whatever the others do; resumed after a kill and over ssh the table is the
+same."""
 import csv
 import getpass
 import hashlib
@@ -67,10 +68,10 @@ class Contest(unittest.TestCase):
         plan = self.plan(["hunter", "target"], seeds=[4, 5], ticks=2500, until_one=True)
         results, done, out = self.run_plan(plan)
         first, second = results["standings"]
-        # Two seeds, each from both seats: four matches, and a target that stands still loses them all.
+        # Two seeds, each from both seats: four matches, and a target that stands still loses all.
         self.assertEqual((first["name"], first["matches"], first["points"]), ("hunter", 4, 4.0))
         self.assertEqual((second["name"], second["points"], second["score"]), ("target", 0.0, 0.0))
-        # 4.5 of 5 games with the half that is added each way: odds of 9.
+        # 4.5 of 5 games, with half a game added to each side: odds of 9.
         self.assertAlmostEqual(first["rating"] - second["rating"], 400 * 0.9542425, delta=0.11)
         self.assertEqual([(m["seed"], m["bots"]["hunter"]["seat"]) for m in results["matches"]], [(4, 0), (4, 1), (5, 0), (5, 1)])
         self.assertIn("No turn was missed", done.stdout)
@@ -85,7 +86,7 @@ class Contest(unittest.TestCase):
         spoilers = {"silent": "hung", "flood": "hung", "crash": "crashed", "leaver": "left", "absent": "never joined",
                     "thief": "took another's name", "twice": "took a second seat", "eater": "crashed"}
         plan = self.plan(["hunter", *spoilers], turn_limit=400, ticks=40, limits={"join_seconds": 60})
-        # All pairs would be 72 matches: those with the hunter are enough.
+        # All pairs would be 72 matches; those with the hunter are enough.
         with open(plan, encoding="utf-8") as file:
             text = file.read()
         for name, trouble in spoilers.items():
@@ -123,7 +124,7 @@ class Contest(unittest.TestCase):
         os.killpg(job.pid, signal.SIGKILL)
         job.wait()
         self.assertFalse(os.path.exists(os.path.join(out, "results.json")))
-        self.contest("run", plan, "--out", out, code=2)  # not by mistake
+        self.contest("run", plan, "--out", out, code=2)  # refuses to overwrite
         self.run_plan(plan, "killed", "--resume")
         self.assertEqual(self.digest(whole), self.digest(out))
 

@@ -1,4 +1,4 @@
-"""The program's command line, its ports, its size, its end."""
+"""The program's command line, ports, size and end."""
 import http.client
 import json
 import os
@@ -69,7 +69,7 @@ class Options(GameTest):
         self.assertLess(resident, 20 * 1024)
         with open("/proc/%d/stat" % game.process.pid) as stat:
             words = stat.read().rsplit(")", 1)[1].split()
-        # Processor time, in ticks of 10 ms: a busy machine has no part in it.
+        # Processor time, in ticks of 10 ms, so that load does not matter.
         self.assertLess((int(words[11]) + int(words[12])) / os.sysconf("SC_CLK_TCK"), 0.05)
 
     def test_browsers_are_served(self):

@@ -1,4 +1,4 @@
-"""The record: its members, its size, its cuts, its names, and playing it again."""
+"""The record: its members, size, truncation, names, and playing it again."""
 import gzip
 import json
 import os
@@ -77,7 +77,7 @@ class Record(GameTest):
         lines = gzip.decompress(self.record).decode().splitlines()
         for wanted in (300, 1500):
             at = next(k for k, line in enumerate(lines) if json.loads(line).get("t", 0) >= wanted and '"c":"' in line and "\u00ab" not in line)
-            # Another program's letter in the place of this one's: another command in this tick.
+            # Another program's letter instead of this one's: another command in this tick.
             changed = json.loads(lines[at])
             tick = changed["t"]
             letters = list(changed["c"])
@@ -105,7 +105,7 @@ class Record(GameTest):
         for cut in sorted(dice.randrange(400, len(self.record)) for _ in range(12)):
             path = self.write(self.record[:cut])
             done = replay("--verify", path)
-            self.assertEqual(done.returncode, 1)  # it is not whole, and says so
+            self.assertEqual(done.returncode, 1)  # it is incomplete, and says so
             self.assertIn("cut off", done.stderr)
             tick = int(re.search(r"the same up to tick (\d+)", done.stdout)[1])
             seen.append(tick)
@@ -149,7 +149,7 @@ class Sizes(GameTest):
         game = self.recorded("--pace", "turns", "-n", 10, "-m", "battle", "-s", 8, "-t", 1500, "--turn-limit", LONG)
 
         def spar(program, seat):
-            """Looks around in every turn, wanders, and fires past everybody, so that all ten live on."""
+            """Looks around in every turn, wanders, and fires past all others, so that all ten survive."""
             dice = random.Random(seat)
             try:
                 while True:

@@ -1,4 +1,4 @@
-"""kelmora-record: the same format out of a running field's web addresses. A field without a window has the same ones."""
+"""kelmora-record writes the same format from a running field's web addresses. A field without a window has the same."""
 import os
 import signal
 import subprocess
@@ -24,7 +24,7 @@ class FromTheWeb(GameTest):
                 for _ in range(60):
                     program.ask("f 2")
                 clock = program.clock()
-                while program.clock() < clock + 40:  # what came last has been asked for
+                while program.clock() < clock + 40:  # the last changes have been fetched
                     pass
             finally:
                 recorder.send_signal(signal.SIGINT)
@@ -39,7 +39,7 @@ class FromTheWeb(GameTest):
         self.assertEqual(turtle["x"], 120)
         self.assertEqual(len(full["coins"]), 7)
         self.assertEqual(len(members_of(data)), 2)
-        # What the changes add up to is what the last full state says.
+        # The sum of the changes equals the last full state.
         place = [0.0, 0.0]
         for line in lines[2:-1]:
             for told in [told for number, told in line.get("new", []) if number == 0]:

@@ -72,7 +72,7 @@ class Replay(unittest.TestCase):
             self.browser("seek", tick=tick)
             full = next({slot: told for slot, told in line["full"]["turtles"]}
                         for line in lines if line.get("t") == tick and "full" in line)
-            # A moment before, only the changes tell: the places are those of the full state up to a quarter of a unit.
+            # A moment before, only the changes tell: places equal those of the full state up to a quarter of a unit.
             self.browser("seek", tick=tick - 0.01)
             for turtle in self.browser("look")["shown"]["turtles"]:
                 if turtle["alive"]:

@@ -1,4 +1,4 @@
-"""Lock-step: what runs when, who misses a turn, and that the outcome is a function of seed and programs."""
+"""Lock-step: order of execution, missed turns, and that the outcome is a function of seed and programs."""
 import hashlib
 import os
 import random
@@ -26,7 +26,7 @@ class Turns(GameTest):
         self.assertFalse(a.has_answer(0.2))  # the round waits for b's first line
         b.send("f 1")
         self.assertEqual([a.answer(), b.answer()], ["OK @ 0 0", "OK @ 0 0"])
-        self.assertFalse(a.has_answer(0.2))  # tick 1 has passed, b has not spoken in the next turn
+        self.assertFalse(a.has_answer(0.2))  # tick 1 has passed, b has not sent a line in the next turn
         b.send("f 1")
         self.assertEqual([a.answer(), b.answer()], ["OK @ 1 0", "OK @ 1 0"])
 
@@ -39,7 +39,8 @@ class Turns(GameTest):
         self.assertEqual(a.answer(), "1 OK @ 1 0")
 
     def test_rounds_run_in_the_order_of_the_seats(self):
-        # Both want the last ten coins of the bank in the same round: the lower seat gets them, whoever speaks first.
+        # Both want the last ten coins of the bank in the same round: the lower seat gets them, whoever is first to
+        # send.
         for first in (0, 1):
             _, a, b = self.turns(2)
             pair = (a, b)
@@ -98,12 +99,12 @@ class Turns(GameTest):
         a.sock.sendall(b"1\n")
         self.assertTrue(a.answer().startswith("OK @ "))
 
-    def test_a_silent_one_misses_every_turn_and_the_one_it_holds_back_none(self):
+    def test_a_silent_one_misses_every_turn_and_delays_the_other_without_a_miss(self):
         game, silent, busy = self.turns(2, "-t", 5, limit=200)
         for tick in range(5):
             began = time.monotonic()
             self.assertEqual(busy.ask("q t", "q p", "f 1").split(" @ ")[1], "%d 0" % tick)
-            # Three lines wait for the silent one once, and not once each.
+            # Three lines wait for the silent one once, not three times.
             self.assertLess(time.monotonic() - began, HANG / 2)
         results = game.results()["programs"]
         self.assertEqual([p["missed_turns"] for p in results], [5, 0])

@@ -1,5 +1,5 @@
-// What the tests of frames, scenes and tracks share: an empty field, the canvas texture, and frames drawn from it.
-// Frames are read back from the back buffer, before they would be shown.
+// Shared by the tests of frames, scenes and tracks: an empty field, the canvas texture, and frames drawn from it.
+// Frames are read back from the back buffer.
 #pragma once
 
 #include "picture/picture.h"
@@ -36,7 +36,7 @@ protected:
         return read_window();
     }
 
-    /// Replaces the canvas; `color_at` is asked for every pixel.
+    /// Replaces the canvas with color_at() of every pixel.
     template <class ColorAt> static void put_canvas(ColorAt color_at) {
         std::vector<unsigned char> pixels;
         for (int row = 0; row < SIDE; ++row)

@@ -22,10 +22,10 @@ int main(int argc, char** argv) {
     glutCreateWindow("picture tests");
     glutDisplayFunc(show_nothing);
 #ifdef __SANITIZE_ADDRESS__
-    // The GL driver leaks and is unloaded at the very end, when its leaks can no longer be told from ours.
+    // The GL driver leaks and is unloaded at exit, when its leaks can no longer be told from ours.
     atexit([] { __lsan_do_leak_check(); });
 #endif
-    // Until the window is mapped its back buffer has no pixels that could be read.
+    // Until the window is mapped its back buffer has no readable pixels.
     for (int k = 0; k < 3; ++k) glutMainLoopEvent();
     picture::start_state();
     glutSwapBuffers();

@@ -1,4 +1,4 @@
-// What the picture tests share: the state a window starts with, the cameras, pixels and vertices read back.
+// Shared by the picture tests: the state a window starts with, the cameras, pixels and vertices read back.
 // One window of 512 x 512 is opened by main.cpp before the tests run; every test draws into its back buffer.
 // In the top view one field unit is one pixel: the field point (x, y) is the lower left corner of pixel (x, y) + 256.
 #pragma once
@@ -31,7 +31,7 @@ inline int difference(const rgb& a, const rgb& b) {
     return std::max(std::abs(a.r - b.r), std::max(std::abs(a.g - b.g), std::abs(a.b - b.b)));
 }
 
-/// The state that the program's window starts with, whatever the test before left behind.
+/// Puts back the state that the program's window starts with.
 inline void start_state() {
     for (const GLenum capability : {GL_TEXTURE_2D, GL_BLEND, GL_CULL_FACE, GL_DEPTH_TEST, GL_COLOR_MATERIAL, GL_FOG,
                                     GL_LINE_SMOOTH, GL_POINT_SMOOTH, GL_SCISSOR_TEST, GL_ALPHA_TEST, GL_DITHER})
@@ -177,7 +177,8 @@ struct piece {
 /// Heights pass through a depth range of 204.8 in single precision, places through 512 pixels.
 inline constexpr double VERTEX_TOLERANCE = 1e-3;
 
-/// What `draw` hands to GL and GL does not cull or clip, seen by the top view's camera. Nothing is painted.
+/// The primitives that `draw` hands to GL, less those culled or clipped, with the top view's camera. Nothing is
+/// painted.
 inline std::vector<piece> vertices_of(const std::function<void()>& draw) {
     std::vector<GLfloat> buffer(1 << 20);
     glFeedbackBuffer(static_cast<GLsizei>(buffer.size()), GL_3D_COLOR_TEXTURE, buffer.data());
@@ -253,21 +254,21 @@ inline std::vector<float> front_material(GLenum which) {
     return colour;
 }
 
-/// Textures that exist; GL gives out small names.
+/// Number of existing textures; GL gives out small names.
 inline int number_of_textures() {
     int count = 0;
     for (unsigned name = 1; name < 1000; ++name) count += glIsTexture(name);
     return count;
 }
 
-/// Takes away the textures that have been made, so that the next drawing makes them anew.
+/// Deletes all textures, so that the next drawing makes them again.
 template <class Names, class Flags> void forget_textures(Names& names, Flags& are_made) {
     for (size_t k = 0; k < names.size(); ++k)
         if (are_made[k]) glDeleteTextures(1, &names[k]);
     are_made.fill(0);
 }
 
-/// Each test starts from a black window seen from above, in the window's start state, and must not raise a GL error.
+/// Each test starts from a black window in the top view and the window's start state, and must not raise a GL error.
 class PictureTest : public testing::Test {
 protected:
     void SetUp() override {

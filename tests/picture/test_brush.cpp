@@ -12,7 +12,7 @@ using namespace picture;
 namespace {
 
 constexpr int BLEND_TOLERANCE = 2; // of 255: rounding of the weight and of the sum
-constexpr int INK = 8;             // of 255: a pixel that differs by more from its paper is inked
+constexpr int INK = 8;             // of 255: a pixel that differs more from its paper is inked
 constexpr rgb WHITE = {255, 255, 255};
 
 class Brush : public PictureTest {
@@ -65,7 +65,7 @@ TEST_F(Brush, dot_is_a_square_around_its_place_just_above_the_canvas) {
 
 TEST_F(Brush, dot_is_never_smaller_than_a_hundredth) {
     top_view();
-    // Looked at through a hundredfold glass, so that the half-side of 0.005 is half a unit.
+    // Magnified a hundred times, so that the half-side of 0.005 is half a unit.
     glScaled(100.0, 100.0, 1.0);
     for (const double size : {0.01, 0.0099, 0.0, -5.0}) {
         const std::vector<vertex> v = flat(vertices_of([&] { paint_Ten(0.0, 0.0, size, 1.0, 1.0, 1.0); }));
@@ -141,7 +141,7 @@ TEST_F(Brush, dot_stays_within_its_square) {
     EXPECT_LT(b.right, 256 + 50);
     EXPECT_GE(b.bottom, 256 + 50);
     EXPECT_LT(b.top, 256 + 70);
-    EXPECT_GE(b.right - b.left, 10); // and is no speck
+    EXPECT_GE(b.right - b.left, 10); // and is more than a speck
     EXPECT_GE(b.top - b.bottom, 10);
 }
 
@@ -159,7 +159,7 @@ TEST_F(Brush, dot_faces_up_whatever_was_drawn_before) {
     EXPECT_NEAR(up.on_field(0, 0).r, 0.66 * 255, 0.1 * 255);
 }
 
-TEST_F(Brush, dot_leaves_its_colour_and_a_tidy_state) {
+TEST_F(Brush, dot_keeps_its_colour_and_resets_gl_state) {
     glBlendFunc(GL_ONE, GL_ZERO);
     paint_Ten(0.0, 0.0, 10.0, 0.25, 0.5, 0.75);
     expect_tidy_state();
@@ -171,7 +171,7 @@ TEST_F(Brush, dot_leaves_its_colour_and_a_tidy_state) {
     glGetTexEnviv(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, &value);
     EXPECT_EQ(value, GL_MODULATE);
     glGetIntegerv(GL_BLEND_SRC, &value);
-    EXPECT_EQ(value, GL_ONE); // the blend function is the frame's business
+    EXPECT_EQ(value, GL_ONE); // the frame sets the blend function
 }
 
 TEST_F(Brush, stroke_covers_its_path_without_gaps) {
@@ -193,7 +193,7 @@ TEST_F(Brush, stroke_has_its_colour) {
     EXPECT_LE(difference(s.on_field(0, 0), {255, 0, 0}), 16);
 }
 
-TEST_F(Brush, last_stroke_tapers_to_a_hair) {
+TEST_F(Brush, last_stroke_tapers_to_nothing) {
     // Level to the right: the width falls linearly from 30 to nothing.
     const shot s = on_white_paper([] { brushLine(1, -100, 0, 30, 100, 0, 30, 0, 0, 0); });
     const int at_start = height_of_ink(s, -80), at_middle = height_of_ink(s, 0), near_end = height_of_ink(s, 80);
@@ -205,8 +205,8 @@ TEST_F(Brush, last_stroke_tapers_to_a_hair) {
 }
 
 TEST_F(Brush, flick_swells_and_bends_up) {
-    // All points on the diagonal, 10 wide: at mid-stroke (0, 0) the ink is 2.3 times as wide; at t = 0.75 it has bent
-    // up by half the width.
+    // All points on the diagonal, 10 wide: at mid-stroke (0, 0) the ink is 2.3 times as wide; at t = 0.75 it is bent up
+    // by half the width.
     const shot s = on_white_paper([] { brushLine2(-100, 100, 10, 0, 0, 10, 100, -100, 10, 0, 0, 0); });
     // A column cuts the diagonal band: about 1.41 times as long as the dots are high, plus their corners' rounding.
     EXPECT_GT(height_of_ink(s, -2), height_of_ink(s, -80) + 8);
@@ -216,7 +216,7 @@ TEST_F(Brush, flick_swells_and_bends_up) {
             if (difference(s.on_field(x, y), WHITE) > INK) sum += y, ++count;
         return count > 0 ? static_cast<double>(sum) / count : -1000.0;
     };
-    EXPECT_NEAR(middle_of(-50), 50.0, 3.0);       // on the diagonal still
+    EXPECT_NEAR(middle_of(-50), 50.0, 3.0);       // still on the diagonal
     EXPECT_NEAR(middle_of(50), -50.0 + 5.0, 3.0); // half of 10 above it
 }
 

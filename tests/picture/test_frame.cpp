@@ -41,7 +41,7 @@ protected:
         return s;
     }
 
-    // A field with something of everything; the same one at every call.
+    // A field with some of everything, the same at every call.
     static void furnish() {
         reset_tables(5);
         reset_wall();
@@ -72,7 +72,7 @@ protected:
     }
 };
 
-// What a picture could change: all tables, and the next draw of the random stream.
+// What drawing could change: all tables, and the next number of the random stream.
 struct tables_t {
     decltype(ttl) turtles = ttl;
     decltype(coins) coin_table = coins;
@@ -220,7 +220,7 @@ TEST_F(Frame, painting_changes_its_own_pixels_only) {
     t.color[1] = {0, 1, 0};
     draw_frame();
     EXPECT_EQ(field_is_painted, 1);
-    ttl[0].flags = 0; // away with the body: the floor alone
+    ttl[0].flags = 0; // without the body: the floor alone
     const shot s = frame();
     EXPECT_EQ(field_is_painted, 0);
     shot expected = noise_shot();
@@ -340,7 +340,7 @@ TEST_F(Frame, newest_coin_lies_on_top) {
     lay_coin(0, 5, 0);
     const shot only = frame();
     reset_coin();
-    // Slot order says otherwise: the coin in slot 0 is the newer one.
+    // Opposite to the slot order: the coin in slot 0 is the newer one.
     lay_coin(0, 5, 0);
     lay_coin(1, 0, 0);
     coins[0].ord = 1;
@@ -383,7 +383,7 @@ TEST_F(Frame, card_placed_last_lies_on_top) {
 }
 
 TEST_F(Frame, corner_of_the_upper_card_shows_the_floor) {
-    // The upper card is drawn first; its clear pixels keep the lower one away from the floor.
+    // The upper card is drawn first; its transparent pixels keep the lower one off the floor.
     const rgb floor{0, 102, 204};
     put_canvas([&](int, int) { return floor; });
     field_set_card(7, -20, -20);
@@ -436,7 +436,7 @@ TEST_F(Frame, turtle_is_drawn_over_a_doughnut_whatever_their_slots) {
 }
 
 TEST_F(Frame, objects_draw_before_turtles_whatever_their_slots) {
-    // Both fire; each beam finds the same victim with 30 points, so that only the second kills.
+    // Both fire; each beam hits the same victim with 30 points, so that only the second kills.
     put_turtle(0, -200, 0);
     put_object(1, TTL_DOUGHNUT, 200, 0);
     put_turtle(2, 0, 100).score = 30;
@@ -447,12 +447,12 @@ TEST_F(Frame, objects_draw_before_turtles_whatever_their_slots) {
         ttl[i].beam_dir = 90;
     }
     draw_frame();
-    EXPECT_EQ(ttl[2].dying_count, 49); // its first frame of dying is this one
+    EXPECT_EQ(ttl[2].dying_count, 49); // this is its first frame of dying
     EXPECT_EQ(ttl[1].fire_wait, 24);   // the doughnut came first: its explosion has begun
     EXPECT_EQ(ttl[0].fire_wait, 0);    // the turtle killed: no explosion
 }
 
-TEST_F(Frame, overlays_come_on_top_and_leave_the_frame_tidy) {
+TEST_F(Frame, overlays_come_on_top_and_reset_gl_state) {
     put_canvas([](int, int) { return BLACK; });
     put_turtle(0, 0, 0);
     const shot bare = frame();
@@ -477,13 +477,13 @@ TEST_F(Frame, overlays_come_on_top_and_leave_the_frame_tidy) {
 }
 
 TEST_F(Frame, fast_ways_of_drawing_show_the_plain_picture) {
-    // Triangles of one wall or body may round an edge pixel or a texel differently: a handful of 262144 pixels.
+    // Triangles of one wall or body may round an edge pixel or a texel differently: a few of 262144 pixels.
     constexpr int HANDFUL = 60;
-    // The first frame clears the canvas, the next paint on it, one not, and from the third on all that stands still is
-    // shown from a picture of it.
+    // The first frame clears the canvas, the next paints on it, one does not, and from the third on everything that
+    // stands still comes from a cached picture.
     const auto five_frames = [](int view, int plainly) {
         reset_tables();
-        draw_frame(); // so that nothing of an earlier scene is still there
+        draw_frame(); // nothing of an earlier scene remains
         furnish();
         modes.bird_view_mode = view;
         use_reference_path = plainly;
@@ -505,7 +505,7 @@ TEST_F(Frame, fast_ways_of_drawing_show_the_plain_picture) {
 
 // --- what a frame does besides drawing ---
 
-TEST_F(Frame, frame_hands_the_field_back_unlocked_and_unpaced) {
+TEST_F(Frame, frame_ends_with_the_field_unlocked_and_unpaced) {
     for (client_t& c : client_tab) c.frame_cmd_count = 3;
     teams[2].flags = TEAM_REFUSES;
     put_turtle(0, 0, 0);
@@ -516,7 +516,7 @@ TEST_F(Frame, frame_hands_the_field_back_unlocked_and_unpaced) {
     for (const client_t& c : client_tab) EXPECT_EQ(c.frame_cmd_count, 0U);
     EXPECT_EQ(teams[2].flags, 0U);
     EXPECT_EQ(ttl[0].event, EVENT_COIN);
-    EXPECT_EQ(signals.elapsed_time, 0U); // the timer's business
+    EXPECT_EQ(signals.elapsed_time, 0U); // the timer counts, not the frame
 }
 
 TEST_F(Frame, capture_writes_one_file_and_clears_its_flag) {

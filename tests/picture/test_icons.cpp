@@ -223,8 +223,8 @@ TEST_F(Icons, coin_with_the_higher_number_covers_the_lower_whatever_the_order) {
     EXPECT_GT(opaque, 100);
 }
 
-// A camera at the field's height that looks along -y, so that a face with normal (0, 1) faces it: window x is field
-// -x, window y is field z, and the distance along the view is field y.
+// A camera at the field's height that looks along -y at a face with normal (0, 1): window x is field -x, window y is
+// field z, and the distance along the view is field y.
 void side_view() {
     top_view();
     glLoadIdentity();
@@ -334,7 +334,7 @@ TEST_F(Icons, wall_batch_has_the_pixels_and_the_state_of_single_walls) {
     EXPECT_GT(SIDE * SIDE - pixels_of(read_window(), {0, 0, 0}, 0), 5000);
 }
 
-TEST_F(Icons, empty_batches_draw_nothing_and_stay_tidy) {
+TEST_F(Icons, empty_batches_draw_nothing_and_reset_gl_state) {
     begin_coin_batch();
     end_coin_batch();
     begin_stone_wall_batch();
@@ -345,7 +345,7 @@ TEST_F(Icons, empty_batches_draw_nothing_and_stay_tidy) {
 
 TEST_F(Icons, background_tiles_fill_the_window_pixel_for_pixel) {
     canvas_view();
-    // None of these may colour the tiles.
+    // None of these may tint the tiles.
     const float red[] = {1.0F, 0.0F, 0.0F, 1.0F};
     glMaterialfv(GL_FRONT_AND_BACK, GL_EMISSION, red);
     glColor4d(0.0, 0.0, 0.0, 0.0);

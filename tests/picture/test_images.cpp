@@ -24,7 +24,7 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-/// Sets or (with null) removes an environment variable and puts it back afterwards.
+/// Sets or (with null) removes an environment variable and restores it afterwards.
 class environment {
 public:
     environment(const char* variable, const char* value) : name(variable) {
@@ -69,7 +69,7 @@ bytes contents(const std::string& path) {
     return bytes(std::istreambuf_iterator<char>(in), {});
 }
 
-/// A directory of its own for each test, which is the working directory meanwhile.
+/// A new working directory for each test.
 class Images : public PictureTest {
 protected:
     void SetUp() override {
@@ -139,7 +139,7 @@ png_file read_png(const std::string& path) {
     return found;
 }
 
-/// Every pixel of the window gets a colour of its own.
+/// Gives every pixel of the window a colour of its own.
 void paint_every_pixel() {
     bytes pixels(size_t{SIDE} * SIDE * 3);
     for (size_t k = 0; k < size_t{SIDE} * SIDE; ++k) {
@@ -214,7 +214,7 @@ TEST_F(Images, capture_says_who_what_where_and_when_in_compressed_entries) {
     EXPECT_LE(written, after);
 }
 
-TEST_F(Images, capture_cuts_the_user_at_31_bytes_and_lives_without_one) {
+TEST_F(Images, capture_cuts_the_user_at_31_bytes_and_works_without_one) {
     struct row {
         const char* user;
         std::string author;
@@ -237,7 +237,7 @@ TEST_F(Images, capture_into_a_missing_folder_is_one_line) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "saveImageToPNG: cannot open file:missing/a.png\n");
 }
 
-/// Does not compress, so that a capture is written in many pieces.
+/// Turns compression off, so that a capture is written in many pieces.
 void paint_noise() {
     bytes pixels(size_t{SIDE} * SIDE * 3);
     uint32_t state = 1;
@@ -265,13 +265,13 @@ TEST_F(Images, small_capture_that_fits_the_buffer_still_notices_a_full_device) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "saveImageToPNG: cannot write file:/dev/full\n");
 }
 
-// The same on a disk: files may not grow beyond a limit here, which fails as a full disk does.
+// The same on a disk: a limit on file sizes fails as a full disk does.
 TEST_F(Images, capture_that_outgrows_the_disk_is_one_line_and_leaves_no_file) {
     paint_noise();
     rlimit before = {};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto handler = signal(SIGXFSZ, SIG_IGN);
-    for (const rlim_t most : {rlim_t{0}, rlim_t{10000}}) { // it shows when the file is flushed, or in the middle
+    for (const rlim_t most : {rlim_t{0}, rlim_t{10000}}) { // fails at the flush, or in the middle
         testing::internal::CaptureStderr();
         rlimit small = before;
         small.rlim_cur = most;
@@ -279,7 +279,7 @@ TEST_F(Images, capture_that_outgrows_the_disk_is_one_line_and_leaves_no_file) {
         const unsigned side = most == 0 ? 2 : 512;
         saveImageToPNG(side, side, "a.png");
         setrlimit(RLIMIT_FSIZE, &before);
-        // With no file allowed to grow, the line about it has no room either.
+        // When no file may grow, the line about it cannot be written either.
         const std::string said = testing::internal::GetCapturedStderr();
         EXPECT_EQ(said, most > 0 ? "saveImageToPNG: cannot write file:a.png\n" : "");
         EXPECT_FALSE(exists("a.png"));
@@ -287,7 +287,7 @@ TEST_F(Images, capture_that_outgrows_the_disk_is_one_line_and_leaves_no_file) {
     signal(SIGXFSZ, handler);
 }
 
-TEST_F(Images, capture_leaves_alone_what_is_no_regular_file) {
+TEST_F(Images, capture_does_not_remove_what_is_not_a_regular_file) {
     write("target", "kept");
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     ASSERT_EQ(symlink("target", "link"), 0);
@@ -306,7 +306,7 @@ TEST_F(Images, capture_leaves_alone_what_is_no_regular_file) {
     EXPECT_TRUE(lstat("target", &info) == 0 && info.st_size == 4);
 }
 
-TEST_F(Images, capture_takes_the_place_of_an_older_file_and_of_no_other_name_of_it) {
+TEST_F(Images, capture_replaces_an_older_file_but_not_its_hard_links) {
     write("a.png", "old");
     ASSERT_EQ(link("a.png", "b.png"), 0);
     saveImageToPNG(2, 2, "a.png");
@@ -328,7 +328,7 @@ TEST_F(Images, capture_of_an_impossible_size_is_one_line_and_leaves_no_file) {
     }
 }
 
-// The clock is what names a capture; put back afterwards because other pictures depend on it.
+// A capture is named by the clock, which is put back afterwards because other pictures depend on it.
 class Captures : public Images {
 protected:
     void SetUp() override {
@@ -390,7 +390,7 @@ TEST_F(Captures, home_of_256_bytes_is_used_in_full) {
 }
 
 TEST_F(Captures, refused_capture_still_reports_1) {
-    // A file in place of a home directory passes the test for existence, but nothing can be made in it.
+    // A file instead of a home directory passes the test for existence, but no capture can be made in it.
     write("occupied", "x");
     const std::string occupied = folder + "/occupied";
     const environment at_home("HOME", occupied.c_str());
@@ -468,7 +468,7 @@ TEST_F(Images, ppm_that_is_missing_is_one_line) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "cannot open file:missing.ppm\n");
 }
 
-TEST_F(Images, files_that_are_no_ppm_yield_null_in_silence) {
+TEST_F(Images, files_that_are_not_ppm_yield_null_silently) {
     const std::string rows[] = {
         "",                                            // nothing
         "P",                                           // cut magic
@@ -516,7 +516,7 @@ TEST_F(Images, ppm_that_is_too_short_reads_as_if_the_rest_were_255) {
     EXPECT_EQ(read_ppm("a.ppm").samples, expected);
 }
 
-TEST_F(Images, folder_is_no_ppm) { EXPECT_TRUE(read_ppm(".").refused); }
+TEST_F(Images, folder_is_not_a_ppm) { EXPECT_TRUE(read_ppm(".").refused); }
 
 TEST_F(Images, ppm_from_a_pipe_that_ends_early_is_filled_up) {
     int ends[2] = {};

@@ -1,5 +1,5 @@
-// Strokes painted at once look like strokes painted dot by dot, and strokes that would fill the window many times are
-// bounded.
+// Strokes painted as one batch look like strokes painted dot by dot, and strokes that would fill the window many times
+// are bounded.
 #include "picture/field_fixture.h"
 
 #include "draw/paint.h"
@@ -14,7 +14,7 @@ namespace {
 
 class Ink : public FieldPicture {
 protected:
-    /// A turtle's track at random, to be painted as one mark.
+    /// A random track, to be painted as one mark.
     static turtle_t random_track(std::mt19937& chance, double widest) {
         std::uniform_real_distribution<double> place(-280, 280), step(-90, 90), width(0, widest), level(0, 1);
         turtle_t t{};
@@ -72,16 +72,16 @@ TEST_F(Ink, stroke_is_pixel_for_pixel_what_its_dots_are_one_by_one) {
     EXPECT_GT(with_ink, 120);
 }
 
-TEST_F(Ink, ordinary_widths_are_told_by_what_the_stroke_takes) {
+TEST_F(Ink, only_widths_that_the_stroke_uses_decide_whether_it_is_ordinary) {
     turtle_t t{};
     t.n_painted = 9;
     for (double& w : t.line_width) w = 100;
     EXPECT_FALSE(brush_is_wide(t, 0));
     EXPECT_FALSE(brush_is_wide(t, 1));
-    t.line_width[0] = t.line_width[6] = 4000; // neither is taken
+    t.line_width[0] = t.line_width[6] = 4000; // neither is used
     EXPECT_FALSE(brush_is_wide(t, 0));
     EXPECT_FALSE(brush_is_wide(t, 1));
-    t.line_width[1] = 100.5; // of the last point, which only the end of a stroke reaches
+    t.line_width[1] = 100.5; // of the last point, which only the end of a stroke uses
     EXPECT_FALSE(brush_is_wide(t, 0));
     EXPECT_TRUE(brush_is_wide(t, 1));
     t.line_width[1] = 100;
@@ -105,7 +105,7 @@ TEST_F(Ink, stroke_wider_than_the_window_leaves_its_colour_everywhere) {
 }
 
 TEST_F(Ink, wide_stroke_that_leaves_some_of_the_ground_stays_close_to_all_its_dots) {
-    // Rims are softer and deep ink lets a little through; nothing is missing.
+    // Rims are softer and solid ink lets a little through; nothing is missing.
     for (const double width : {150.0, 300.0, 700.0}) {
         const shot plain = painted(swelling(width), 0, 1);
         const shot bounded = painted(swelling(width), 0, 0);
@@ -117,8 +117,8 @@ TEST_F(Ink, wide_stroke_that_leaves_some_of_the_ground_stays_close_to_all_its_do
 }
 
 TEST_F(Ink, strokes_wider_than_the_window_cost_no_more_than_ordinary_ones) {
-    // What it costs is counted on the processor of this thread, which does all the drawing: nine strokes that would
-    // fill the window 2000 times against nine that fill it 60 times. Without the bound the ratio was about 45.
+    // Cost is processor time of this thread, which does all the drawing: nine strokes that would fill the window 2000
+    // times against nine that fill it 60 times. Without the bound the ratio was about 45.
     const auto cost = [](double width) {
         std::array<mark_t, 9> marks{};
         for (mark_t& m : marks)

@@ -91,7 +91,7 @@ TEST_F(Overlays, warning_shows_its_red_whatever_was_drawn_before) {
     EXPECT_EQ(pixels_of(s, {0, 0, 0}, 0), SIDE * SIDE - red);
 }
 
-TEST_F(Overlays, warning_leaves_red_and_no_glow) {
+TEST_F(Overlays, warning_leaves_the_material_red_without_emission) {
     drawWarning();
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0.0F, 0.0F, 0.0F, 1.0F}));
     EXPECT_EQ(front_material(GL_AMBIENT), (std::vector<float>{1.0F, 0.1F, 0.0F, 1.0F}));
@@ -113,7 +113,7 @@ TEST_F(Overlays, overlays_touch_the_front_material_only) {
     }
 }
 
-TEST_F(Overlays, help_leaves_orange_red_no_glow_and_nothing_switched_on) {
+TEST_F(Overlays, help_leaves_the_material_orange_red_without_emission_and_resets_gl_state) {
     drawHelp();
     EXPECT_EQ(front_material(GL_EMISSION), (std::vector<float>{0.0F, 0.0F, 0.0F, 1.0F}));
     EXPECT_EQ(front_material(GL_DIFFUSE), (std::vector<float>{1.0F, 0.2F, 0.1F, 0.9F}));
@@ -164,8 +164,7 @@ TEST_F(Overlays, help_makes_the_stone_texture_when_it_is_missing_and_only_that) 
 }
 
 TEST_F(Overlays, help_panel_is_translucent_by_a_tenth) {
-    // The right margin of the panel, where no text is: the ground shines through with weight 1 - 0.9 * the stone's own
-    // alpha.
+    // The right margin of the panel, without text: the background shows with weight 1 - 0.9 * the stone's own alpha.
     glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE); // as icons and cards leave it
     glColor4d(0.0, 1.0, 0.0, 0.5);
     clear(0.0, 0.0, 0.0);
@@ -200,7 +199,7 @@ TEST_F(Overlays, both_overlays_in_one_frame_are_both_drawn) {
     const shot help = read_window();
     drawWarning();
     const shot both = read_window();
-    // Left of the panel nothing but the warning's first letters can be.
+    // Left of the panel only the warning's first letters can be.
     int letters = 0;
     for (int y = 50; y < 140; ++y)
         for (int x = -231; x < -206; ++x) {
@@ -226,7 +225,7 @@ TEST_F(Overlays, help_covers_what_stands_on_the_field) {
     const shot both = read_window();
     EXPECT_GT(pixels_of(before, {255, 255, 255}, 0), 100);
     EXPECT_EQ(pixels_of(both, {255, 255, 255}, 0), 0);
-    // Only the panel's translucence tells them apart: the stone may let more through where it is not opaque itself.
+    // Only the panel's translucence makes a difference: the stone may let more through where it is not opaque itself.
     EXPECT_LT(differing_pixels(help, both, 30), 20);
 }
 

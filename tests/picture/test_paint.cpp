@@ -1,5 +1,5 @@
-// A turtle's track on the canvas: when a segment is painted, with which colours and widths, and the printed texts.
-// Places are pixels of the flat view; lines run along pixel centres (.5), so that their pixels are certain.
+// A turtle's track on the canvas: when a segment is painted, in which colours and widths, and the printed texts. Places
+// are pixels of the flat view; lines run along pixel centres (.5), so that their pixels are exact.
 #include "picture/field_fixture.h"
 
 #include "draw/paint.h"
@@ -207,14 +207,14 @@ TEST_F(Paint, corners_of_a_polygon_have_the_colours_one_step_older) {
 
 // --- ink ---
 
-TEST_F(Paint, brush_gets_the_points_that_its_place_in_the_track_asks_for) {
+TEST_F(Paint, brush_gets_the_points_for_its_place_in_the_track) {
     stamp_dot = record_dot;
     turtle_t& t = put_track({{90, 5}, {70, 10}, {50, 0}, {30, 8}, {10, 0}, {-10, 3}, {-30, 0}}, 0);
     for (int k = 0; k < TRACK_MAX; ++k) {
         t.line_width[k] = 10 + k;
         t.color[k] = {k / 10.0, 0, 1};
     }
-    // P(k) has the place k and the width k + 1.
+    // P(k) has the place of entry k and the width of entry k + 1.
     struct row_t {
         int final, n;
         void (*stroke)();
@@ -270,7 +270,7 @@ TEST_F(Paint, brush_holds_three_segments_back_and_paints_with_the_fourth) {
         EXPECT_EQ(ttl[0].n_painted, step);
         EXPECT_EQ(dots.empty(), step <= 3) << step;
         EXPECT_EQ(field_is_painted, step <= 3 ? 0 : 1) << step;
-        // The turtle stands at 20 * step; the ink ends two segments behind it, and starts one before that.
+        // The turtle stands at 20 * step; the ink ends two segments behind it and starts one before that.
         for (const dot_t& d : dots) {
             EXPECT_GE(d.x, 20 * (step - 3) - NEAR) << step;
             EXPECT_LE(d.x, 20 * (step - 2) + NEAR) << step;
@@ -346,7 +346,7 @@ TEST_F(Paint, painting_changes_no_flag_but_its_own) {
                              row_t{TTL_PEN_DOWN | TTL_POINT_MODE, TTL_PEN_DOWN | TTL_POINT_MODE | TTL_SEG_PAINTED, 4},
                              row_t{TTL_PEN_DOWN | TTL_BRUSH, TTL_PEN_DOWN | TTL_BRUSH | TTL_SEG_PAINTED, 0},
                              row_t{TTL_PEN_DOWN | TTL_BRUSH, TTL_PEN_DOWN | TTL_BRUSH | TTL_SEG_PAINTED, 7},
-                             // A new segment comes first: the lift waits for the next frame.
+                             // A new segment is painted first; the lift waits for the next frame.
                              row_t{TTL_PEN_DOWN | TTL_PEN_LIFTED | TTL_BRUSH,
                                    TTL_PEN_DOWN | TTL_PEN_LIFTED | TTL_BRUSH | TTL_SEG_PAINTED, 0},
                              row_t{TTL_PEN_LIFTED | TTL_BRUSH, TTL_BRUSH | TTL_SEG_PAINTED, 7},
@@ -375,7 +375,7 @@ TEST_F(Paint, stones_and_robots_paint_when_their_pen_is_down) {
     }
 }
 
-TEST_F(Paint, slot_not_in_use_is_left_alone_material_and_all) {
+TEST_F(Paint, slot_not_in_use_changes_neither_turtle_nor_material) {
     turtle_t& t = put_track({{50, 10}, {-50, 10}}, 0);
     t.flags &= ~TTL_ALIVE;
     bounded_copy(t.message, "hidden", TEXT_BYTES);

@@ -38,7 +38,7 @@ TEST_F(Primitives, first_shape_of_any_kind_fills_the_tables) {
     }
 }
 
-// The rim as the rule states it: centre plus half-axis times cosine and sine of k * 30 degrees.
+// The rim: centre plus half-axis times cosine and sine of k * 30 degrees.
 void expect_outline(const std::vector<piece>& lines, double x, double y, double z, double rx, double ry) {
     ASSERT_EQ(lines.size(), 12u);
     for (size_t k = 0; k < 12; ++k) {
@@ -107,8 +107,8 @@ TEST_F(Primitives, filled_circle_covers_its_area) {
     glDisable(GL_LIGHTING);
     fillCircle(0.0, 0.0, 0.0, 100.0);
     // A regular twelve-sided polygon of radius r has the area 3 r^2. A rim pixel counts when its centre is inside, so
-    // the count is off by less than a pixel per unit of rim, 12 * 2 * 100 * sin(15 degrees) = 621; the errors of both
-    // sides cancel but for a small part.
+    // the count is off by less than a pixel per unit of rim, 12 * 2 * 100 * sin(15 degrees) = 621; errors of opposite
+    // sides mostly cancel.
     EXPECT_NEAR(pixels_of(read_window(), {255, 255, 255}, 0), 30000, 150);
 }
 
@@ -145,7 +145,7 @@ TEST_F(Primitives, glyphs_follow_one_another_by_their_widths) {
     for (const vertex& v : first) EXPECT_TRUE(find_vertex(both, v.x + advance, v.y, 1.0));
 }
 
-// The font's own calls under the same transformation, one by one.
+// The font's own calls with the same transformation, one by one.
 void use_reference_path(const char* text, double x, double y, double z) {
     glPushMatrix();
     glTranslated(x, y, z);

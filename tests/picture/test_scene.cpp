@@ -1,4 +1,4 @@
-// Walls, sensor lines and turtles as drawn, and the rules that drawing a turtle drives, in their order.
+// Walls, sensor lines and turtles as drawn, and the order of the rules that come with drawing a turtle.
 #include "picture/field_fixture.h"
 
 #include "draw/primitives.h"
@@ -25,7 +25,7 @@ protected:
         return read_window();
     }
 
-    // Pixels that are not black in the rectangle of field points, right and upper ends excluded.
+    // Non-black pixels in the rectangle of field points, right and upper ends excluded.
     static int inked(const shot& s, int left, int bottom, int right, int top) {
         int n = 0;
         for (int y = bottom; y < top; ++y)
@@ -80,7 +80,7 @@ TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
         nwall = 0;
         setup_wall(0, 100, 50, -100, 50, 0, -1);
         setup_wall(WALL_BACKFACE, 80, -50, -80, -50, 0, -1);
-        // Laid back by 90 degrees, so that the faces are seen from above: (x, y, z) lies at (x, z, -y).
+        // Tilted by 90 degrees, so that the faces are seen from above: (x, y, z) appears at (x, z, -y).
         const std::vector<vertex> v = flat(vertices_of([] {
             glPushMatrix();
             glRotated(-90, 1, 0, 0);
@@ -97,7 +97,7 @@ TEST_F(Scene, face_of_a_wall_stands_one_unit_in_front_of_its_line_top_or_none) {
 TEST_F(Scene, walls_beyond_the_count_are_not_drawn) {
     setup_wall(0, -100, 50, 100, 50, 0, 1);
     setup_wall(0, -100, -50, 100, -50, 0, 1);
-    --nwall; // as it is after the walls were reset: old records stay behind
+    --nwall; // as after a reset of the walls: old records stay behind
     for (const int plainly : {0, 1}) {
         use_reference_path = plainly;
         const std::vector<vertex> v = flat(vertices_of(draw_walls));
@@ -181,7 +181,7 @@ TEST_F(Scene, body_has_its_head_ahead_and_its_tail_behind) {
     // Head 11.5 + 2.5 ahead, tail 8 + 6 behind (a tip), legs 8 + 2 to both sides.
     const box east = ink(body(0, 0), BLACK, 0);
     EXPECT_NEAR(east.right - 255, 14, 1);
-    EXPECT_GE(256 - east.left, 11); // from here on the tail is narrower than a pixel
+    EXPECT_GE(256 - east.left, 11); // beyond this the tail is narrower than a pixel
     EXPECT_LE(256 - east.left, 14);
     EXPECT_NEAR(east.top - 255, 10, 1);
     EXPECT_NEAR(256 - east.bottom, 10, 1);
@@ -191,7 +191,7 @@ TEST_F(Scene, body_has_its_head_ahead_and_its_tail_behind) {
     EXPECT_GT(inked(s, -3, 12, 3, 13), 2);
 }
 
-// The top of a sphere is a vertex of it: it tells where the sphere stands.
+// The top of a sphere is one of its vertices and shows where the sphere is.
 TEST_F(Scene, solids_stand_where_the_gait_puts_them) {
     put_turtle(0, 0, 0);
     for (const int plainly : {0, 1}) {
@@ -353,7 +353,7 @@ TEST_F(Scene, objects_have_no_labels) {
     }
 }
 
-TEST_F(Scene, score_leaves_opaque_emission_and_name_a_clear_one) {
+TEST_F(Scene, score_leaves_opaque_emission_and_name_a_transparent_one) {
     put_turtle(0, 0, 0);
     modes.disp_score = 1;
     draw_turtle(take_turn(0));
@@ -383,7 +383,7 @@ TEST_F(Scene, beam_is_a_ball_where_it_was_and_flies_without_its_turtle) {
     EXPECT_NEAR(t.beam_y, 2, NEAR);
 }
 
-TEST_F(Scene, beam_that_strikes_a_wall_bursts_there_and_fades_one_step_short) {
+TEST_F(Scene, beam_that_hits_a_wall_explodes_there_and_fades_one_step_short) {
     turtle_t& t = put_turtle(0, -200, -200);
     t.flags |= TTL_FIRING;
     t.beam_x = 100;
@@ -392,7 +392,7 @@ TEST_F(Scene, beam_that_strikes_a_wall_bursts_there_and_fades_one_step_short) {
     put_wall_to_the_right(105);
     draw_turtle(take_turn(0)); // 102 is 3 from the wall
     shot s = read_window();
-    EXPECT_GT(s.on_field(115, 0).r, 50); // 13 from the strike, 15 from the beam's last place
+    EXPECT_GT(s.on_field(115, 0).r, 50); // 13 from the impact, 15 from the beam's last place
     EXPECT_EQ(t.fire_wait, 24);          // the explosion has begun in the same frame
     EXPECT_FALSE(glIsEnabled(GL_BLEND));
     clear(0, 0, 0);
@@ -442,7 +442,7 @@ TEST_F(Scene, dying_turtle_glows_red_fifteen_frames_and_is_gone_after_fifty) {
     EXPECT_EQ(ink(read_window(), BLACK, 0).right, -1);
 }
 
-// The top of each sphere tells its height, its alpha how much shows through.
+// The top of each sphere shows its height, its alpha the transparency.
 TEST_F(Scene, beams_glows_and_explosions_are_spheres_three_units_up) {
     turtle_t& t = put_turtle(0, 0, 0);
     t.flags |= TTL_FIRING;
@@ -493,7 +493,7 @@ TEST_F(Scene, glow_shows_the_field_through_even_around_carried_coins) {
     }
 }
 
-TEST_F(Scene, no_turtle_leaves_anything_switched_on) {
+TEST_F(Scene, drawing_any_turtle_resets_gl_state) {
     modes.disp_name = modes.disp_score = modes.battle_mode = 1;
     put_turtle(1, 50, 50);
     for (const int dying : {0, 1, 36, 50}) {

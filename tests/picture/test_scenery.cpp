@@ -1,5 +1,5 @@
-// The kept picture of walls, coins and cards: it looks like the drawn one, it hides what the drawn one hides, and it is
-// given up in the very frame in which something of it changes.
+// The cached picture of walls, coins and cards: it looks like the drawn one, hides what the drawn one hides, and is
+// dropped in the very frame in which any of them changes.
 
 #include "picture/field_fixture.h"
 
@@ -22,13 +22,14 @@ using namespace picture;
 
 namespace {
 
-// Texels and edges that fall on the middle of a pixel may round to either side, coins' edges blend in two steps.
+// Texels and edges that fall on the middle of a pixel may round either way; the edges of coins blend in two steps.
 constexpr int HANDFUL = 60;  // of 262144 pixels
 constexpr int TOLERANCE = 4; // of 255
 
 class Scenery : public FieldPicture {
 protected:
-    // More than a window full: many cards, coins on and beside them, walls, and turtles under, on and before them.
+    // More than fills the window: many cards, coins on and beside them, walls, and turtles under, on and in front of
+    // them.
     static void furnish() {
         reset_tables(5);
         reset_wall();
@@ -45,14 +46,14 @@ protected:
         signals.wipe_requested = true;
     }
 
-    // Frames until a picture is kept and shown.
+    // Frames until a picture is cached and shown.
     static shot settled() {
         for (int k = 0; k < 3; ++k) draw_frame();
         return frame();
     }
 
     static bool picture_is_kept() { return restore_scenery_depth(); }
-    // Without framebuffer objects all is drawn every time, and looks the same.
+    // Without framebuffer objects everything is drawn every time and looks the same.
     static bool can_keep() { return glutExtensionSupported("GL_ARB_framebuffer_object") != 0; }
 
     static shot plain_frame() {
@@ -78,7 +79,7 @@ void look(const view_t& v) {
 
 } // namespace
 
-TEST_F(Scenery, kept_picture_looks_like_the_drawn_one) {
+TEST_F(Scenery, cached_picture_looks_like_the_drawn_one) {
     for (const view_t& view : VIEWS) {
         furnish();
         look(view);
@@ -91,8 +92,8 @@ TEST_F(Scenery, kept_picture_looks_like_the_drawn_one) {
     }
 }
 
-TEST_F(Scenery, whatever_lies_wherever_looks_the_same_kept_and_drawn) {
-    // Places on pixels, between them and on their edges, where texels and outlines round.
+TEST_F(Scenery, random_scenes_look_the_same_cached_and_drawn) {
+    // Places on pixels, between them and on their edges, where texels and outlines are rounded.
     std::mt19937 chance(15);
     int kept = 0, beyond_rims = 0, without_coins = 0;
     for (int frames = 0; frames < 1000;) {
@@ -133,14 +134,14 @@ TEST_F(Scenery, whatever_lies_wherever_looks_the_same_kept_and_drawn) {
         }
     }
     EXPECT_EQ(without_coins, 0);
-    // The soft rim of a coin on the bare floor is blended in two steps and may round otherwise in each.
+    // The soft rim of a coin on bare floor is blended in two steps, each of which may round differently.
     EXPECT_EQ(beyond_rims, 0);
     if (can_keep()) {
         EXPECT_GT(kept, 900);
     }
 }
 
-TEST_F(Scenery, canvas_lives_on_under_the_kept_picture) {
+TEST_F(Scenery, canvas_keeps_changing_under_the_cached_picture) {
     for (const view_t& view : VIEWS) {
         furnish();
         look(view);
@@ -209,7 +210,7 @@ TEST_F(Scenery, every_change_shows_in_its_own_frame) {
     }
 }
 
-TEST_F(Scenery, what_moves_every_time_is_drawn_every_time) {
+TEST_F(Scenery, scenery_that_changes_every_frame_is_drawn_every_frame) {
     furnish();
     settled();
     for (int k = 0; k < 4; ++k) {
@@ -220,7 +221,7 @@ TEST_F(Scenery, what_moves_every_time_is_drawn_every_time) {
     }
 }
 
-TEST_F(Scenery, place_that_is_no_number_is_drawn_every_time) {
+TEST_F(Scenery, scenery_with_a_nan_place_is_drawn_every_frame) {
     furnish();
     coins[0].x = std::numeric_limits<double>::quiet_NaN();
     const shot plain = plain_frame();
@@ -228,7 +229,7 @@ TEST_F(Scenery, place_that_is_no_number_is_drawn_every_time) {
     EXPECT_FALSE(picture_is_kept());
 }
 
-TEST_F(Scenery, few_things_are_not_worth_a_picture) {
+TEST_F(Scenery, sparse_scenery_is_not_cached) {
     furnish();
     reset_card();
     for (int k = 1; k <= 25; ++k) field_set_card(k, 9.0 * k - 250, 0);
@@ -236,7 +237,7 @@ TEST_F(Scenery, few_things_are_not_worth_a_picture) {
     EXPECT_FALSE(picture_is_kept());
 }
 
-TEST_F(Scenery, window_of_another_size_ends_the_picture) {
+TEST_F(Scenery, resized_window_drops_the_picture) {
     furnish();
     settled();
     EXPECT_EQ(picture_is_kept(), can_keep());
@@ -244,7 +245,7 @@ TEST_F(Scenery, window_of_another_size_ends_the_picture) {
     EXPECT_FALSE(picture_is_kept());
 }
 
-TEST_F(Scenery, plain_way_neither_keeps_nor_shows_a_picture) {
+TEST_F(Scenery, reference_path_neither_caches_nor_shows_a_picture) {
     furnish();
     use_reference_path = true;
     settled();
@@ -256,7 +257,7 @@ TEST_F(Scenery, plain_way_neither_keeps_nor_shows_a_picture) {
     EXPECT_FALSE(picture_is_kept());
 }
 
-TEST_F(Scenery, frame_with_a_kept_picture_is_left_tidy) {
+TEST_F(Scenery, frame_with_a_cached_picture_resets_gl_state) {
     furnish();
     settled();
     ASSERT_EQ(picture_is_kept(), can_keep());

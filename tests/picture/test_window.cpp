@@ -1,5 +1,5 @@
-// What the window asks of GLUT: menu entries, redraws, timers, titles and sizes. The toolkit's own functions are
-// replaced by recorders in this program, so nothing here waits for an event loop.
+// What the window asks of GLUT: menu entries, redraws, timers, titles and sizes. This program replaces the toolkit's
+// functions with recorders, so nothing here waits for an event loop.
 #include "picture/field_fixture.h"
 
 #include "display/loop.h"
@@ -25,7 +25,7 @@ struct record_t {
 };
 record_t asked;
 
-const char* fake_host = nullptr; // what gethostname tells, null for the truth
+const char* fake_host = nullptr; // what gethostname returns; null = the real name
 int host_status = 0;
 
 class Window : public FieldPicture {
@@ -40,7 +40,7 @@ protected:
         FieldPicture::TearDown();
     }
 
-    /// Milliseconds after which a tick on the present field asks for the next one.
+    /// Milliseconds after which the present field's tick asks for the next one.
     static unsigned next_tick() { return static_cast<unsigned>(on_tick() / 1'000'000); }
 };
 
@@ -168,19 +168,19 @@ TEST_F(Window, tick_counts_redraws_and_asks_for_the_next) {
     EXPECT_EQ(next_tick(), 80U);
     EXPECT_EQ(signals.elapsed_time, 0x100000000U);
     EXPECT_EQ(asked.redraws, 1);
-    EXPECT_EQ(asked.timers, 0); // GLUT's count whole milliseconds of a clock that can be set
+    EXPECT_EQ(asked.timers, 0); // GLUT's timers count whole milliseconds of a clock that can be set
     EXPECT_TRUE(asked.titles.empty());
 }
 
 TEST_F(Window, tick_draws_its_frame_where_glut_draws_none) {
-    // GLUT draws nothing in this program's window, as it does not in one that is covered.
+    // GLUT does not draw in this program's window, nor in one that is covered.
     put_turtle(0, 0, 0).fire_wait = 25;
     client_tab[0].frame_cmd_count = 3;
     const uint64_t before = frames_drawn;
     EXPECT_EQ(tick_and_draw(on_tick), 8'000'000);
     EXPECT_EQ(frames_drawn, before + 1);
     EXPECT_EQ(ttl[0].fire_wait, 24);              // a step of the game
-    EXPECT_EQ(client_tab[0].frame_cmd_count, 0U); // and pacing lets go
+    EXPECT_EQ(client_tab[0].frame_cmd_count, 0U); // and clients may send pacing commands again
 }
 
 TEST_F(Window, field_ticks_every_8_ms_while_anything_can_move_and_every_80_otherwise) {

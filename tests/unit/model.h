@@ -1,7 +1,6 @@
-// The rules a second time: a deliberately plain computation, written on its own and by other formulas, of what a
-// command and a frame make of the field. It works on a copy of the tables and draws from the same random stream by
-// `replay`. What lies within rounding of a limit is noted as a close call, which the test does not compare: the exact
-// limits have tests of their own.
+// The rules computed a second time, independently and by other formulas: what a command and a frame do to the field.
+// Works on a copy of the tables and draws from the same random stream by `replay`. Values within rounding of a limit
+// are counted as close calls, which the test does not compare; the exact limits have tests of their own.
 #pragma once
 
 #include "field/kinds.h"
@@ -62,7 +61,7 @@ struct model {
     double noisy = 0;  // the radar's angle, compared as a number
     bool has_noisy = false;
 
-    bool below(double a, double b) { // a < b, noting a close call
+    bool below(double a, double b) { // a < b; counts a close call
         if (std::abs(a - b) < HAIR) close_call = true;
         return a < b;
     }
@@ -98,7 +97,7 @@ struct model {
         }
         return best;
     }
-    // Collisions look only at walls that a step of `reach` could touch: a face whose line the disc overlaps beyond the
+    // Motion looks only at walls that a step of `reach` could touch: a face whose line the disc overlaps beyond the
     // wall's end counts for the sensors but not for motion.
     double to_any_face(int i, double degrees, double reach = FLT_MAX) {
         const point_t p = w.t[i].pos[0];
@@ -112,7 +111,7 @@ struct model {
         return best;
     }
 
-    // Walls of this field are upright or level: the distance to a box without width.
+    // This field's walls are vertical or horizontal, so this is the distance to a box without width.
     static double to_nearest_wall(double x, double y) {
         double best = FLT_MAX;
         for (int k = 0; k < nwall; ++k) {
@@ -292,7 +291,7 @@ struct model {
         return status;
     }
 
-    // Coins nearer than 20, nearest first; coins in one place in the order in which they were laid.
+    // Coins nearer than 20, nearest first; coins in one place in the order of placement.
     std::vector<int> reachable(int i) {
         std::vector<int> found;
         const point_t p = w.t[i].pos[0];
@@ -415,7 +414,7 @@ struct model {
         ++w.t[i].n_doughnut;
         return 0;
     }
-    // "c" and what follows: always a step in the end, of the number that the second word may be.
+    // "c" and its sub-letters: always ends in a step, by the number in the second word.
     int clear(int i, int slot, char what, double number) {
         turtle_t& t = w.t[i];
         if (what == 'a')
@@ -590,7 +589,7 @@ struct model {
         turtle_t& t = w.t[i];
         if (t.flags & TTL_FIRING) fly(i);
         if (!(t.flags & TTL_ALIVE)) return;
-        if (w.battle) t.finder_target = t.radar_target = -1; // what was found is shown once
+        if (w.battle) t.finder_target = t.radar_target = -1; // a find is shown once
         if (t.dying_count > 0 && --t.dying_count == 0) {
             t.flags &= ~TTL_ALIVE;
             if (t.client_id >= 0 && client_tab[t.client_id].turtle_id == i) w.leaving |= 1u << t.client_id;
@@ -599,7 +598,7 @@ struct model {
         if (t.flags & TTL_ROBOT) wander(i);
     }
 
-    // What goes onto the canvas is counted and forgotten.
+    // Counts what goes onto the canvas and drops it.
     void paint(turtle_t& t) {
         if (!(t.flags & TTL_ALIVE)) return;
         t.message[0] = '\0';

@@ -1,5 +1,5 @@
 // The embedded artwork: sizes, layouts and the properties that drawing relies on. No window, one thread.
-// The pictures themselves are free; what is asserted here is what code or eye would trip over.
+// The pictures themselves are free; these are the properties that code or viewers depend on.
 
 #include <gtest/gtest.h>
 
@@ -28,10 +28,10 @@ const unsigned char* icon_pixel(const unsigned char* image, int x, int y) { retu
 struct decoded_t {
     std::vector<unsigned char> pixels;
     size_t consumed;  // bytes of code read
-    bool well_formed; // no empty stretch, nothing past either end
+    bool well_formed; // no empty packet, nothing past either end
 };
 
-// Count byte below 128: so many literal pixels; else one pixel repeated count - 128 times.
+// A count byte below 128 is followed by that many literal pixels; otherwise one pixel is repeated count - 128 times.
 decoded_t decode_sheet() {
     const unsigned char* code = gimp_cards_image + 12;
     const size_t length = sizeof gimp_cards_image - 12;
@@ -175,7 +175,7 @@ TEST(assets, dot_is_white_and_fades_from_the_centre_outwards) {
     for (int y = 0; y < ICON; ++y)
         for (int x = 0; x < ICON; ++x)
             for (int s = 0; s < 3; ++s) ASSERT_EQ(icon_pixel(ten_image32x32, x, y)[s], 255);
-    // Along the row and the diagonal next to the centre: never rising, strong inside, nothing at the rim.
+    // Along the row and the diagonal from the centre: never rising, strong inside, nothing at the rim.
     for (int x = 17; x < ICON; ++x) {
         EXPECT_LE(icon_pixel(ten_image32x32, x, 16)[3], icon_pixel(ten_image32x32, x - 1, 16)[3]);
         EXPECT_LE(icon_pixel(ten_image32x32, x, x)[3], icon_pixel(ten_image32x32, x - 1, x - 1)[3]);
@@ -193,8 +193,8 @@ TEST(assets, dot_is_the_same_in_all_directions) {
         }
 }
 
-// Twenty dots a width: what stays uncovered on the middle line is the product of (1 - alpha) over the dots that reach
-// it.
+// Twenty dots a width: the share left uncovered on the middle line is the product of (1 - alpha) over the dots that
+// reach it.
 TEST(assets, dots_of_a_stroke_add_up_to_solid_ink_with_a_soft_rim) {
     auto cover = [](int y) {
         double clear = 1;
@@ -203,12 +203,12 @@ TEST(assets, dots_of_a_stroke_add_up_to_solid_ink_with_a_soft_rim) {
     };
     EXPECT_GT(cover(16), 0.99);
     EXPECT_GT(cover(5), 0.95); // two thirds of the way out: still ink
-    EXPECT_LT(cover(0), 0.3);  // the rim: a breath
+    EXPECT_LT(cover(0), 0.3);  // the rim: almost nothing
     EXPECT_GT(cover(2), cover(0));
 }
 
 TEST(assets, ground_continues_over_its_edges) {
-    // Any step across an edge must be one that also happens between neighbours inside.
+    // Every step across an edge must also occur between neighbours inside.
     int inside_rows = 0;
     int inside_columns = 0;
     for (int i = 1; i < GROUND; ++i) {
@@ -217,7 +217,7 @@ TEST(assets, ground_continues_over_its_edges) {
     }
     EXPECT_LE(ground_step(true, GROUND - 1, 0), inside_rows);
     EXPECT_LE(ground_step(false, GROUND - 1, 0), inside_columns);
-    EXPECT_LT(inside_rows, 40); // and those are small: nothing on it competes with a turtle
+    EXPECT_LT(inside_rows, 40); // and those are small, so that turtles stand out
     EXPECT_LT(inside_columns, 40);
 }
 
@@ -266,8 +266,8 @@ TEST(assets, every_card_has_a_face_of_its_own) {
     EXPECT_EQ(faces.size(), 53u);
 }
 
-// Rows 0 and 2 are black suits, 1 and 3 red ones: the 12 x 24 pixels of the index in the upper left corner
-// hold the suit's ink, a twelfth of them (24) at least in full colour, and none of the other.
+// Rows 0 and 2 are black suits, 1 and 3 red ones: the 12 x 24 pixels of the index in the upper left corner hold the
+// suit's colour, at least a twelfth of them (24) at full strength, and none of the other.
 TEST(assets, suits_alternate_black_and_red) {
     ASSERT_EQ(sheet().pixels.size(), SHEET_BYTES);
     for (int card = 0; card < 52; ++card) {

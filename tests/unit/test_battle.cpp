@@ -20,7 +20,7 @@ struct Battle : FieldTest {
     static bool is_firing(int i) { return has_any(ttl[static_cast<size_t>(i)].flags, TTL_FIRING); }
 };
 
-// The stream's value number `n` (from 0) after srandom(seed), as drand gives it; leaves the stream at its beginning.
+// Number `n` (from 0) of the stream after srandom(seed), as drand returns it; leaves the stream restarted.
 double draw_number(unsigned seed, int n) {
     srandom(seed);
     for (int k = 0; k < n; ++k) (void)random();
@@ -91,7 +91,7 @@ TEST_F(Battle, coin_events_look_at_all_thirty_slots) {
 
 // --- who can be hit ---
 
-TEST_F(Battle, hit_reaches_ten_units_not_included) {
+TEST_F(Battle, hit_needs_less_than_ten_units) {
     put_turtle(0, 0, 0);
     EXPECT_EQ(is_hit_by_bullet(0, 9.999, 0), 1);
     EXPECT_EQ(is_hit_by_bullet(0, 10, 0), 0);
@@ -123,7 +123,7 @@ TEST_F(Battle, every_kind_in_use_can_be_hit_unless_dying) {
     }
 }
 
-TEST_F(Battle, beam_from_nowhere_hits_nobody) {
+TEST_F(Battle, beam_at_a_nan_place_hits_nobody) {
     put_turtle(0, 0, 0);
     EXPECT_EQ(is_hit_by_bullet(0, NOT_A_NUMBER, 0), 0);
     EXPECT_EQ(is_hit_by_bullet(0, INF, 0), 0);
@@ -133,7 +133,7 @@ TEST_F(Battle, beam_from_nowhere_hits_nobody) {
 
 TEST_F(Battle, beam_flies_two_units_along_its_own_heading) {
     turtle_t& t = put_shooter(50);
-    t.dir = 77; // the turtle has turned since: no matter
+    t.dir = 77; // the turtle has turned since, which does not matter
     t.beam_dir = 90;
     t.beam_y = 10;
     const beam_view_t view = step_beam(0);
@@ -185,10 +185,10 @@ TEST_F(Battle, beam_meets_a_wall_nearer_than_five) {
     EXPECT_EQ(t.beam_x, 95);
 }
 
-TEST_F(Battle, beam_at_a_wall_still_hits_who_stands_there) {
+TEST_F(Battle, beam_at_a_wall_still_hits_a_turtle_there) {
     put_wall_to_the_right(100);
     turtle_t& t = put_shooter(95);
-    put_turtle(1, 106, 0); // 9 from the strike at 97
+    put_turtle(1, 106, 0); // 9 from the impact at 97
     const beam_view_t view = step_beam(0);
     EXPECT_EQ(view.struck, 1);
     EXPECT_EQ(t.score, 111);
@@ -240,7 +240,7 @@ TEST_F(Battle, hits_and_coins_add_to_what_is_pending_already) {
     victim.pos[0].x = -200;
     update_coin_event();
     EXPECT_EQ(victim.flags, FLAGS);
-    EXPECT_EQ(victim.event, EVENT_WALL | EVENT_MESSAGE | EVENT_HIT | EVENT_COIN); // what is pending stays
+    EXPECT_EQ(victim.event, EVENT_WALL | EVENT_MESSAGE | EVENT_HIT | EVENT_COIN); // pending events stay
 }
 
 TEST_F(Battle, points_have_no_upper_limit) {
@@ -253,7 +253,7 @@ TEST_F(Battle, points_have_no_upper_limit) {
 TEST_F(Battle, lowest_slot_within_reach_is_the_victim) {
     put_shooter(80, 3);
     put_turtle(0, 91, 0); // 9 away
-    put_turtle(1, 82, 0); // right there
+    put_turtle(1, 82, 0); // exactly there
     put_turtle(2, 82, 0);
     (void)step_beam(3);
     EXPECT_EQ(ttl[0].score, 70);
@@ -301,7 +301,7 @@ TEST_F(Battle, zombies_and_robots_are_hit_like_others) {
     }
 }
 
-TEST_F(Battle, stone_takes_every_beam_and_never_dies) {
+TEST_F(Battle, stone_absorbs_every_beam_and_never_dies) {
     put_object(1, TTL_STONE, 82, 0);
     for (int shot = 0; shot < 5; ++shot) {
         put_shooter(80);
@@ -335,7 +335,7 @@ TEST_F(Battle, doughnut_pays_only_below_forty) {
 }
 
 TEST_F(Battle, doughnut_shot_by_a_turtle_that_has_gone_pays_nothing) {
-    // Two turtles of which one is not in use have no distance.
+    // The distance is undefined when one of the two turtles is not in use.
     put_shooter(28).flags = TTL_FIRING;
     put_object(1, TTL_DOUGHNUT, 30, 0);
     (void)step_beam(0);
@@ -361,7 +361,7 @@ TEST_F(Battle, beam_flies_on_through_a_dying_turtle) {
     EXPECT_EQ(ttl[1].dying_count, 50);
 }
 
-TEST_F(Battle, beam_without_a_direction_ends_nowhere_but_harms_nobody) {
+TEST_F(Battle, beam_with_a_nan_direction_never_ends_and_hits_nobody) {
     put_shooter(80).beam_dir = NOT_A_NUMBER;
     put_turtle(1, 82, 0);
     for (int frame = 0; frame < 3; ++frame) (void)step_beam(0);
@@ -507,7 +507,7 @@ TEST_F(Battle, blocked_robot_steps_back_along_its_heading) {
     update_robot(0);
     EXPECT_NEAR(t.pos[0].x, 30, NEAR);
     EXPECT_NEAR(t.pos[0].y, 40 - 0.15, NEAR);
-    EXPECT_EQ(t.pos[1].x, -1); // no step of the track
+    EXPECT_EQ(t.pos[1].x, -1); // not a step of the track
     EXPECT_EQ(t.pos[1].y, -2);
 }
 
@@ -519,7 +519,7 @@ TEST_F(Battle, blocked_robot_steps_back_and_turns_about) {
         update_robot(0);
     });
     EXPECT_EQ(drawn, 2);
-    EXPECT_NEAR(ttl[0].pos[0].x, -0.15, NEAR); // it never went forward, but back it goes
+    EXPECT_NEAR(ttl[0].pos[0].x, -0.15, NEAR); // it did not go forward, but does step back
     EXPECT_NEAR(ttl[0].dir, turn, NEAR);
 }
 
@@ -541,7 +541,7 @@ TEST_F(Battle, doughnut_never_walks_and_draws_nothing) {
 }
 
 TEST_F(Battle, robot_fires_when_its_draw_is_below_one_in_five_hundred) {
-    // One seed whose first number is below 0.002 and one whose first number is just not.
+    // A seed whose first number is below 0.002 and one whose first number is just not.
     unsigned firing = 0;
     unsigned quiet = 0;
     for (unsigned seed = 1; firing == 0 || quiet == 0; ++seed) {
@@ -557,7 +557,7 @@ TEST_F(Battle, robot_fires_when_its_draw_is_below_one_in_five_hundred) {
     update_robot(0);
     EXPECT_TRUE(is_firing(0));
     EXPECT_EQ(ttl[0].score, 99);
-    EXPECT_NEAR(ttl[0].beam_x, 0.30, NEAR); // from where it has walked to
+    EXPECT_NEAR(ttl[0].beam_x, 0.30, NEAR); // from the place after its walk
 }
 
 TEST_F(Battle, robots_draw_in_the_order_in_which_they_are_served) {

@@ -1,4 +1,4 @@
-// The brush's law: style of a stroke, width factor and sideways offset along it.
+// Stroke profiles of the ink brush: style of a stroke, width factor and sideways offset along it.
 #include "brush/model.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ TEST(thickness, of_style_1_is_waisted) {
     EXPECT_NEAR(thickness(1, 0.0), 0.86, ROUNDING);  // 1 - 1 * 0.7 * 0.2
     EXPECT_NEAR(thickness(1, 0.4), 0.748, ROUNDING); // 1 - 0.6 * 0.7 * 0.6
     EXPECT_NEAR(thickness(1, 1.0), 1.0, ROUNDING);   // 1 - 0
-    // (1 - t)(t + 0.2) has its maximum at t = 0.4: the waist is wider on both sides of it.
+    // (1 - t)(t + 0.2) has its maximum at t = 0.4, so the stroke is wider on both sides of it.
     EXPECT_GT(thickness(1, 0.35), thickness(1, 0.4));
     EXPECT_GT(thickness(1, 0.45), thickness(1, 0.4));
 }
@@ -90,10 +90,10 @@ TEST(stroke_style, inside_a_track_is_waisted_only_when_long_and_nearly_level_to_
     EXPECT_EQ(strokeStyle(0, 1000, 20, -45), 0);
 }
 
-TEST(stroke_style, inside_a_track_survives_a_width_of_zero_or_less) {
+TEST(stroke_style, inside_a_track_accepts_a_width_of_zero_or_less) {
     EXPECT_EQ(strokeStyle(0, 100, 0, 10), 1);   // infinitely many widths long
     EXPECT_EQ(strokeStyle(0, 100, -20, 10), 0); // -5 is not above 4
-    EXPECT_EQ(strokeStyle(0, 0, 0, 10), 0);     // not a number is not above 4
+    EXPECT_EQ(strokeStyle(0, 0, 0, 10), 0);     // NaN is not above 4
 }
 
 TEST(stroke_style, of_a_last_stroke_follows_its_direction) {
@@ -111,7 +111,7 @@ TEST(stroke_style, of_a_last_stroke_follows_its_direction) {
     EXPECT_EQ(strokeStyle(1, 50, 10, -179), 5);
 }
 
-TEST(stroke_style, of_a_last_stroke_asks_neither_length_nor_width) {
+TEST(stroke_style, of_a_last_stroke_uses_neither_length_nor_width) {
     for (const double width : {0.0, -5.0, 1.0, 1000.0, NOT_A_NUMBER})
         for (const double length : {0.0, 1.0, 1e9, INFINITE, NOT_A_NUMBER}) {
             EXPECT_EQ(strokeStyle(1, length, width, 10), 7);

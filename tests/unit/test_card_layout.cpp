@@ -1,4 +1,4 @@
-// The cards on the field as text for other programs.
+// The cards on the field as JSON.
 #include "cards/layout.h"
 #include "support.h"
 
@@ -35,7 +35,7 @@ TEST_F(CardLayout, lowest_card_comes_first) {
                       "{\"card\":1,\"x\":3.000000,\"y\":4.000000,\"u\":15,\"v\":10}]}\n");
 }
 
-TEST_F(CardLayout, card_nowhere_is_left_out) {
+TEST_F(CardLayout, card_without_a_finite_place_is_left_out) {
     field_set_card(2, INF, 0);
     field_set_card(3, 0, NOT_A_NUMBER);
     field_set_card(4, 0, 0);
@@ -59,14 +59,14 @@ TEST_F(CardLayout, text_that_does_not_fit_is_cut) {
     EXPECT_EQ(write_cards_json(now(), {}), 0);
 }
 
-TEST_F(CardLayout, order_with_strange_entries_is_read_past_them) {
+TEST_F(CardLayout, invalid_entries_of_the_order_are_skipped) {
     field_set_card(1, 0, 0);
     card_list[40] = -1;
     card_list[41] = CARD_MAX;
     EXPECT_NE(text().find("\"card\":1,"), std::string::npos);
 }
 
-TEST_F(CardLayout, only_what_shows_makes_a_difference) {
+TEST_F(CardLayout, only_visible_changes_make_a_difference) {
     field_set_card(1, 0, 0);
     field_set_card(2, 5, 5);
     const card_layout_t before = now();

@@ -1,4 +1,4 @@
-// The client table: free slots, closing, requests to close, the door, and the handshake with the frame.
+// The client table: free slots, closing, requests to close, private mode, and the handshake with the frame.
 #include "field/clients.h"
 
 #include "net/server.h"
@@ -49,7 +49,7 @@ TEST_F(ClientTable, freeing_puts_every_field_into_its_free_state) {
     expect_free(client_tab[4]);
 }
 
-TEST_F(ClientTable, disconnecting_closes_says_so_and_frees) {
+TEST_F(ClientTable, disconnecting_closes_logs_and_frees) {
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
     put_turtle(6, 1, 2, 0, 4);
@@ -88,7 +88,7 @@ TEST_F(ClientTable, request_marks_only_the_slot_that_still_drives_the_turtle) {
     EXPECT_EQ(client_tab[4].sockfd, 1000); // marked, not closed
 }
 
-TEST_F(ClientTable, door_flips_and_tells_its_new_state) {
+TEST_F(ClientTable, toggle_of_private_mode_returns_the_new_state) {
     EXPECT_EQ(toggle_localhost_mode(), 0);
     EXPECT_EQ(signals.accept_only_localhost, 0);
     EXPECT_EQ(toggle_localhost_mode(), 1);

@@ -1,4 +1,4 @@
-// The grid over the coins: cells, lists in order of arrival, reach, ties, and places outside the field.
+// The grid over the coins: cells, lists in order of insertion, reach, ties, and places outside the field.
 #include "field/coin_map.h"
 
 #include "support.h"
@@ -32,7 +32,7 @@ TEST_F(CoinMap, place_gives_column_and_row_of_32) {
     EXPECT_EQ(cell(8, 15), List({4}));
 }
 
-TEST_F(CoinMap, list_keeps_the_order_of_arrival_when_the_middle_goes) {
+TEST_F(CoinMap, list_keeps_its_order_when_the_middle_coin_is_removed) {
     for (const int n : {5, 2, 9}) lay_coin(n, 1, 1);
     EXPECT_EQ(cell(8, 8), List({5, 2, 9}));
     remove_coin_from_map(2);
@@ -42,7 +42,7 @@ TEST_F(CoinMap, list_keeps_the_order_of_arrival_when_the_middle_goes) {
     EXPECT_EQ(cell(8, 8), List({5, 9, 2}));
 }
 
-TEST_F(CoinMap, first_and_last_of_a_list_can_go) {
+TEST_F(CoinMap, first_and_last_of_a_list_can_be_removed) {
     for (const int n : {0, 1, 2}) lay_coin(n, 1, 1);
     remove_coin_from_map(0);
     EXPECT_EQ(cell(8, 8), List({1, 2}));
@@ -121,7 +121,7 @@ TEST_F(CoinMap, border_cells_have_fewer_neighbours) {
     EXPECT_EQ(nearest, 1);
 }
 
-TEST_F(CoinMap, coin_outside_the_field_hangs_in_the_border_cell_and_is_found_again) {
+TEST_F(CoinMap, coin_outside_the_field_is_listed_in_the_border_cell_and_found_again) {
     int nearest;
     const double places[][2] = {{300, 0}, {-300, 0}, {0, 1000}, {0, -1000}, {1e308, -1e308}, {-1e300, 5}};
     int n = 0;
@@ -143,7 +143,7 @@ TEST_F(CoinMap, far_edge_itself_belongs_to_the_last_cell) {
     EXPECT_EQ(cell(0, 15), List({2}));
 }
 
-TEST_F(CoinMap, places_that_are_no_numbers_stay_in_the_grid) {
+TEST_F(CoinMap, nan_places_stay_in_the_grid) {
     int nearest;
     lay_coin(0, NOT_A_NUMBER, NOT_A_NUMBER);
     EXPECT_EQ(cell(0, 0), List({0}));

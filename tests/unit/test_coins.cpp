@@ -1,4 +1,4 @@
-// Coins in a turtle's hands and the doughnuts it makes: limits of bank and table, dense ranks, conservation.
+// Coins that a turtle carries and doughnuts it makes: limits of bank and table, dense ranks, conservation.
 #include "turtle/coins.h"
 
 #include "game/furnish.h"
@@ -58,7 +58,7 @@ TEST_F(Coins, dropping_lays_a_coin_where_the_turtle_stands) {
     EXPECT_EQ(count_neighbor_coin_in_map(0, nearest), 1);
 }
 
-TEST_F(Coins, three_dropped_coins_rank_in_order_and_close_up_behind_a_picked_one) {
+TEST_F(Coins, three_dropped_coins_rank_in_order_and_close_the_gap_of_a_picked_one) {
     put_turtle(0, 0, 0);
     ttl[0].n_coin = 4;
     turtle_drop_coin(0); // an older coin elsewhere

@@ -1,4 +1,4 @@
-// The command language: every row of its table with what it does, returns and paces, and lines nobody should send.
+// The command language: every row of its table with its effect, result and pacing, and malformed lines.
 #include "net/command.h"
 
 #include "support.h"
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string_view>
 
-// Slot 3 drives turtle 1; turtle 0 is somebody else's, far away.
+// Slot 3 drives turtle 1; turtle 0 belongs to another client, far away.
 struct Command : FieldTest {
     void SetUp() override {
         FieldTest::SetUp();
@@ -26,7 +26,7 @@ struct Command : FieldTest {
         return testing::internal::GetCapturedStderr();
     }
     static uint32_t paced() { return client_tab[3].frame_cmd_count; }
-    // Runs one line; expects this selector and as many more pacing counts.
+    // Runs one line; expects this selector and this many further pacing counts.
     static void expect(const std::string& line, int selector, uint32_t pacing) {
         const uint32_t before = paced();
         EXPECT_EQ(run(line), selector) << line;
@@ -161,7 +161,7 @@ TEST_F(Command, turns_have_sub_letters) {
         expect(r.line, 0, 1);
         EXPECT_EQ(me().dir, r.dir);
     }
-    expect("t x 90", -1, 1); // refused, and paced all the same
+    expect("t x 90", -1, 1); // refused, but still paces
     expect("t", -1, 1);
     expect("t 90", -1, 1);
     EXPECT_EQ(me().dir, 0);
@@ -262,7 +262,7 @@ TEST_F(Command, s_prints_hex_text) {
 TEST_F(Command, blanks_before_hex_text_are_steps_of_its_decoder) {
     std::string pairs;
     for (int k = 0; k < 200; ++k) pairs += "41";
-    expect("n " + pairs, 0, 0); // the blank is a step: 127 bytes are left
+    expect("n " + pairs, 0, 0); // the blank takes one of the 128 steps
     EXPECT_EQ(std::string(me().name, 128), std::string(127, 'A') + '\0');
     expect("n   " + pairs, 0, 0); // three
     EXPECT_EQ(std::string(me().name, 128), std::string(125, 'A') + std::string(3, '\0'));
@@ -520,7 +520,7 @@ TEST_F(Command, leading_blanks_do_not_matter) {
 TEST_F(Command, word_is_cut_at_511_bytes) {
     expect("w " + std::string(509, '0') + "12", 0, 0); // 511 digits: whole
     EXPECT_EQ(me().line_width[0], 12);
-    expect("w " + std::string(510, '0') + "12", 0, 0); // the last digit is cut off (to a word of its own)
+    expect("w " + std::string(510, '0') + "12", 0, 0); // the last digit is cut off (into a word of its own)
     EXPECT_EQ(me().line_width[0], 1);
 }
 
@@ -546,7 +546,7 @@ TEST_F(Command, pacing_counts_add_up_and_belong_to_the_slot) {
     for (const int slot : {0, 1, 2, 4, 9}) EXPECT_EQ(client_tab[static_cast<size_t>(slot)].frame_cmd_count, 0u);
 }
 
-TEST_F(Command, random_lines_leave_the_tables_sound) {
+TEST_F(Command, random_lines_keep_the_invariants) {
     static const char alphabet[] = "fbcgjtplwkhsnuieodxyzrqFQ!.az 0123456789+-.e; \x80\xff\x01";
     testing::internal::CaptureStderr();
     srandom(77);

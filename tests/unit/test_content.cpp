@@ -23,7 +23,7 @@ thread_local int news_left = -1;
 
 } // namespace
 
-// All of the test program goes through these, and only a test that says so runs out of memory. Not inlined: the
+// All allocations of the test program go through these; memory runs out only where a test says so. Not inlined: the
 // compiler would take the pair of free and new for a mistake.
 [[gnu::noinline]] void* operator new(std::size_t size) {
     if (news_left == 0) throw std::bad_alloc();
@@ -157,7 +157,7 @@ TEST_F(Content, doughnut_is_type_2_and_stone_type_3) {
     place(2, "", 0, 0, 0);
     ttl[0].flags |= TTL_DOUGHNUT;
     ttl[1].flags |= TTL_STONE;
-    ttl[2].flags |= TTL_OBJECT; // doughnut is asked first
+    ttl[2].flags |= TTL_OBJECT; // the doughnut's bit is tested first
     const std::string json = fetch("turtle");
     EXPECT_NE(json.find("\"tid\":0,\"time\":0,\"type\":2,"), std::string::npos);
     EXPECT_NE(json.find("\"tid\":1,\"time\":0,\"type\":3,"), std::string::npos);
@@ -176,7 +176,7 @@ TEST_F(Content, each_event_bit_raises_its_own_flag) {
     };
     for (const auto& row : rows) {
         ttl[0].event = row.bit;
-        ttl[0].event_mask = 0; // the viewer sees what is pending, wanted or not
+        ttl[0].event_mask = 0; // the page shows pending events whether wanted or not
         const std::string json = fetch("turtle");
         for (const char* key : {"got_hit", "collide", "detected", "got_msg"}) {
             const std::string want = std::string("\"") + key + "\":" + (strcmp(key, row.key) == 0 ? "true" : "false");
@@ -228,8 +228,8 @@ TEST_F(Content, extreme_coordinates_keep_every_list_whole) {
 }
 
 TEST_F(Content, numbers_are_written_as_printf_writes_them) {
-    // Ties at the seventh digit that a double holds exactly (odd multiples of 2^-7), results that round to nothing,
-    // infinities, and any pattern of bits.
+    // Ties at the seventh digit that a double holds exactly (odd multiples of 2^-7), results that round to zero,
+    // infinities, and random bit patterns.
     std::vector<double> numbers = {0.0,        -0.0,      5e-7,      4.9999e-7, -4e-7,    0.0078125,         0.0234375,
                                    -1.0078125, 1e15,      1e22,      0.1,       -256.0,   DBL_MIN,           DBL_MAX,
                                    INFINITY,   -INFINITY, 1e100,     1.0 / 3,   123456.5, 999999999999.9999, 1e12,
@@ -305,13 +305,13 @@ TEST_F(Content, img_segment_gives_icons) {
     EXPECT_EQ(fetch("x/IMG/5"), fetch("img/5"));
 }
 
-TEST_F(Content, target_is_looked_at_for_1024_bytes) {
+TEST_F(Content, only_1024_bytes_of_the_target_are_read) {
     // "x/" 508 times and "turtle" 1022 bytes in: at 1016 + 6 the word still fits; at 1020 + 4 it is cut to "turt".
     std::string lead;
     for (int i = 0; i < 508; ++i) lead += "x/";
     EXPECT_EQ(fetch(lead + "turtle"), "[]");
     EXPECT_EQ(fetch(lead + "a/b/turtle"), page());
-    // The cut may also uncover a word.
+    // The cut may also expose a word.
     EXPECT_EQ(fetch(lead + "x/turtle" + "zzz"), fetch("turtle"));
 }
 
@@ -332,7 +332,7 @@ TEST_F(Content, turtle_named_camera_has_the_plain_camera) {
     EXPECT_EQ(fetch("camera").substr(0, 14), "{\"x0\":1.000000");
 }
 
-TEST_F(Content, camera_of_a_freed_slot_still_stands_there) {
+TEST_F(Content, camera_of_a_freed_slot_keeps_its_place) {
     place(0, "", 3, 0, 0);
     ttl[0].flags = 0;
     EXPECT_EQ(take(generate_json_for_camera(0)).text.substr(0, 14), "{\"x0\":3.000000");
@@ -369,7 +369,7 @@ TEST_F(Content, turtle_is_found_by_its_name_in_the_lowest_slot) {
     EXPECT_EQ(find_turtle_by_name(""), -1);
     EXPECT_EQ(find_turtle_by_name(nullptr), -1);
     EXPECT_EQ(fetch("$x/camera"), fetch("$1/camera"));
-    ntmax = 2; // slots beyond are no turtles
+    ntmax = 2; // slots beyond the counter are not searched
     EXPECT_EQ(find_turtle_by_name("free"), -1);
 }
 
@@ -439,7 +439,7 @@ TEST_F(Content, separators_alone_leave_the_default_scripts) {
     EXPECT_NE(page().find(tag("http://localhost:2281/kelmora/script/kelmora.js")), std::string::npos);
 }
 
-TEST_F(Content, script_option_is_looked_at_for_2048_bytes) {
+TEST_F(Content, only_2048_bytes_of_the_script_option_are_read) {
     scripts((std::string(2046, 'u') + ";abc").c_str());
     ASSERT_EQ(n_jscript, 2);
     EXPECT_STREQ(msg_jscript_srcp[1], "a");

@@ -13,7 +13,7 @@ TEST(Descriptors, those_in_use_count_against_the_limit) {
     few.rlim_cur = 64;
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
     const int at_first = free_descriptors();
-    // Exactly so many can be opened.
+    // Exactly that many can be opened.
     int opened[64] = {};
     int count = 0;
     while (count < 64 && (opened[count] = open("/dev/null", O_RDONLY | O_CLOEXEC)) >= 0) ++count;

@@ -8,7 +8,7 @@
 
 using Field = FieldTest;
 
-// Runs `action` and returns what it said on standard error.
+// Runs `action` and returns what it wrote to standard error.
 template <class Action> static std::string said(Action action) {
     testing::internal::CaptureStderr();
     action();
@@ -80,7 +80,7 @@ TEST_F(Field, scatter_draws_x_then_y_for_each_coin) {
 TEST_F(Field, scatter_fills_holes_first_with_ranks_above_all) {
     put_turtle(0, 1e6, 0);
     field_scatter_coin(4);
-    coins[1].flags = 0; // a hole, as picking leaves it
+    coins[1].flags = 0; // a hole, as left by picking a coin
     coins[1].ord = -1;
     coins[2].ord = 1;
     coins[3].ord = 2;
@@ -186,7 +186,7 @@ TEST_F(Field, card_queries_stop_at_52) {
     EXPECT_EQ(x, 3);
     EXPECT_EQ(y, 4);
     field_set_card(-52, 0, 0);
-    EXPECT_EQ(qf_pos_card(52, x, y), 0); // hidden as well
+    EXPECT_EQ(qf_pos_card(52, x, y), 0); // also for hidden cards
     EXPECT_EQ(x, 3);
     for (const int k : {53, 0, -1, 54, 2147483647, -2147483647 - 1}) {
         EXPECT_EQ(qf_stat_card(k, shown), -1) << k;
@@ -194,7 +194,7 @@ TEST_F(Field, card_queries_stop_at_52) {
     }
 }
 
-TEST_F(Field, turtle_counts_leave_out_what_they_should) {
+TEST_F(Field, turtle_counts_leave_out_stones_and_what_cannot_move) {
     int n = -1;
     EXPECT_EQ(qf_n_turtle(n), 0);
     EXPECT_EQ(n, 0);
@@ -261,7 +261,7 @@ static void fill_for_kill_all() {
 }
 
 TEST_F(Field, kill_all_frees_everything_and_asks_owners_to_go) {
-    field_kill_all_turtles(); // whatever ran before, the next call is not the first
+    field_kill_all_turtles(); // so that the next call is not the first
     fill_for_kill_all();
     ttl[29].client_id = 5;
     ttl[29].pos[0] = {7, 7};
@@ -283,7 +283,7 @@ TEST_F(Field, kill_all_frees_everything_and_asks_owners_to_go) {
 }
 
 TEST_F(Field, first_kill_all_of_a_process_asks_no_client) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own, in which nothing was killed yet
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a new process, in which nothing has been killed yet
     EXPECT_EXIT(
         {
             fill_for_kill_all();
@@ -321,7 +321,7 @@ TEST_F(Field, toggles_flip_between_0_and_1) {
     EXPECT_EQ(modes.disp_help, 1);
 }
 
-TEST_F(Field, setters_tell_whether_they_changed_anything) {
+TEST_F(Field, setters_return_whether_they_changed_anything) {
     struct row {
         int (*set)(int);
         bool* flag;
@@ -391,7 +391,7 @@ TEST_F(Field, maze_brings_battle_walls_and_doughnuts) {
     EXPECT_EQ(nwall, 8);
 }
 
-TEST_F(Field, privacy_moves_with_the_door) {
+TEST_F(Field, private_mode_follows_the_access_rule) {
     EXPECT_EQ(said([] { EXPECT_EQ(field_toggle_private_mode(), 0); }), "entering public mode...\n");
     EXPECT_EQ(signals.private_mode, 0);
     EXPECT_EQ(signals.accept_only_localhost, 0);
@@ -410,7 +410,7 @@ TEST_F(Field, socket_error_is_remembered) {
     EXPECT_EQ(signals.socket_error_occurred, 1);
 }
 
-TEST_F(Field, bounded_texts_never_look_beyond_their_field) {
+TEST_F(Field, bounded_texts_never_read_beyond_their_field) {
     const char full[4] = {'a', 'b', 'c', 'd'};
     EXPECT_EQ(bounded_length(full, 4), 4);
     EXPECT_EQ(bounded_length("ab", 4), 2);

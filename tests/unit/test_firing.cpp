@@ -1,4 +1,4 @@
-// Firing a beam: who may, what it costs, and where the beam starts.
+// Firing a beam: who may fire, what it costs, and where the beam starts.
 #include "game/firing.h"
 
 #include "support.h"
@@ -25,7 +25,7 @@ TEST_F(Firing, mode_does_not_matter) {
     }
 }
 
-TEST_F(Firing, second_fire_is_silently_none) {
+TEST_F(Firing, second_fire_has_no_effect_and_no_error) {
     put_turtle(0, 0, 0);
     turtle_fire(0);
     ttl[0].dir = 90;
@@ -34,7 +34,7 @@ TEST_F(Firing, second_fire_is_silently_none) {
     EXPECT_EQ(ttl[0].beam_dir, 0);
 }
 
-TEST_F(Firing, waiting_gun_is_silently_none) {
+TEST_F(Firing, firing_during_the_pause_has_no_effect_and_no_error) {
     for (const int wait : {25, 1, -1}) {
         put_turtle(0, 0, 0).fire_wait = wait;
         EXPECT_EQ(turtle_fire(0), 0);

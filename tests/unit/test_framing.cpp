@@ -31,7 +31,7 @@ struct Framing : FieldTest {
         for (client_t& c : client_tab) free_client_slot(c);
         nclient = 0;
     }
-    // Sends the bytes in pieces of `piece`, serving the slot after each until it has read everything.
+    // Sends the bytes in pieces of `piece` and serves the slot after each until it has read everything.
     void send_in_pieces(const std::string& bytes, size_t piece) {
         for (size_t at = 0; at < bytes.size(); at += piece) {
             const size_t n = std::min(piece, bytes.size() - at);
@@ -53,7 +53,7 @@ struct Framing : FieldTest {
         char buf[4096];
         for (ssize_t n; (n = recv(peer, buf, sizeof buf, 0)) > 0;) heard.append(buf, static_cast<size_t>(n));
     }
-    // All that came back since the last call.
+    // All replies since the last call.
     std::string replies() {
         listen_in();
         return std::exchange(heard, "");
@@ -108,7 +108,7 @@ TEST_F(Framing, leading_blanks_are_skipped_and_inner_ones_kept) {
     EXPECT_STREQ(teams[0].message, "two  blanks ");
 }
 
-TEST_F(Framing, lines_of_nothing_get_no_reply) {
+TEST_F(Framing, empty_lines_get_no_reply) {
     EXPECT_EQ(talk("\n\n;;;\r\n   \n \t \n;\t\r;\x01\x7f\n").size(), OK_LINE.size() + 1); // 0x7f is printable: one ERR
     EXPECT_EQ(talk("\n \n\r\n\t\n;;"), "");
 }
@@ -146,7 +146,7 @@ TEST_F(Framing, all_commands_of_one_packet_run_although_they_pace) {
 }
 
 TEST_F(Framing, receive_reports_closed_and_waiting_peers) {
-    EXPECT_LT(receive_client_packet(0), 0); // nothing there: an error of a socket that does not block
+    EXPECT_LT(receive_client_packet(0), 0); // nothing there: the non-blocking socket returns an error
     send(peer, "abc", 3, 0);
     EXPECT_EQ(receive_client_packet(0), 3);
     EXPECT_STREQ(client_tab[0].recv_buf, "abc");
@@ -198,7 +198,7 @@ TEST_F(Framing, longer_line_keeps_its_first_511_bytes_and_runs_once) {
             const std::string line = step_line(511, "7") + std::string(more, '9');
             EXPECT_EQ(talk(line + "\n", piece), OK_LINE) << piece << " " << more;
             EXPECT_EQ(x(), 7) << piece << " " << more;
-            EXPECT_EQ(talk("f 1;", piece), OK_LINE); // the next line is not hurt
+            EXPECT_EQ(talk("f 1;", piece), OK_LINE); // the next line is intact
             EXPECT_EQ(x(), 8);
         }
 }
@@ -218,12 +218,12 @@ TEST_F(Framing, dropped_bytes_cannot_fill_the_buffer) {
     }
 }
 
-TEST_F(Framing, dropped_bytes_inside_a_line_cannot_wedge_it) {
+TEST_F(Framing, dropped_bytes_inside_a_line_cannot_block_it) {
     EXPECT_EQ(talk("f 1" + std::string(5000, '\t') + "0\n"), OK_LINE);
-    EXPECT_EQ(talk("f 1\n").substr(0, 3), "OK "); // served on
+    EXPECT_EQ(talk("f 1\n").substr(0, 3), "OK "); // is still served
 }
 
-TEST_F(Framing, random_bytes_leave_the_buffer_sound) {
+TEST_F(Framing, random_bytes_keep_the_buffer_consistent) {
     srandom(3);
     testing::internal::CaptureStderr();
     for (int k = 0; k < 300; ++k) {
@@ -239,7 +239,7 @@ TEST_F(Framing, random_bytes_leave_the_buffer_sound) {
     testing::internal::GetCapturedStderr();
 }
 
-TEST_F(Framing, peer_that_does_not_read_is_ended_and_never_waited_for) {
+TEST_F(Framing, peer_that_does_not_read_is_disconnected_and_never_waited_for) {
     int served = 0;
     for (; served < 100000 && client_tab[0].send_failed == 0; ++served) {
         ASSERT_EQ(send(peer, "f 1\n", 4, 0), 4);
@@ -247,7 +247,7 @@ TEST_F(Framing, peer_that_does_not_read_is_ended_and_never_waited_for) {
         try_to_exec(0);
     }
     EXPECT_EQ(client_tab[0].send_failed, 1); // the replies filled the socket's buffer
-    EXPECT_EQ(x(), served);                  // the command was executed all the same
+    EXPECT_EQ(x(), served);                  // the command was executed nevertheless
     EXPECT_LT(receive_client_packet(0), 1);  // which ends the client
     std::string got = replies();
     ASSERT_FALSE(got.empty());

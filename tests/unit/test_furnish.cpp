@@ -89,7 +89,7 @@ TEST_F(Furnish, stone_wants_25_to_turtles_and_walls) {
     }
 }
 
-TEST_F(Furnish, stone_is_offered_at_its_tenth_point_after_ten_failures) {
+TEST_F(Furnish, stone_tries_its_tenth_point_after_ten_failures) {
     put_grating(-270, 270); // no point is 25 from a wall
     EXPECT_EQ(draws_of(13, [] { EXPECT_EQ(scatter_stone(1), 1); }), 20);
     srandom(13);
@@ -144,7 +144,7 @@ static int plain_maze(stick* sticks, int* rejected) {
     return n;
 }
 
-TEST_F(Furnish, maze_falls_stick_by_stick_as_the_stream_says) {
+TEST_F(Furnish, maze_is_built_wall_by_wall_from_the_stream) {
     int rejected = 0;
     for (unsigned seed = 1; seed <= 30; ++seed) {
         reset_tables(seed);
@@ -163,7 +163,7 @@ TEST_F(Furnish, maze_falls_stick_by_stick_as_the_stream_says) {
             expect_wall(2 * k + 1, WALL_BACKFACE, x2, y2, x1, y1, s.dy, -s.dx);
         }
     }
-    EXPECT_GT(rejected, 0); // the rule was at work
+    EXPECT_GT(rejected, 0); // some were rejected
 }
 
 TEST_F(Furnish, maze_ends_with_four_doughnuts_round_the_centre) {

@@ -97,7 +97,7 @@ TEST(Hex, encoder_cuts_after_128_bytes) {
     EXPECT_EQ(encoded(std::string(5000, '\xff'), 128).size(), 1024u);
 }
 
-TEST(Hex, whatever_bytes_come_the_result_is_bounded) {
+TEST(Hex, result_is_bounded_for_any_bytes) {
     srandom(1);
     for (int k = 0; k < 2000; ++k) {
         std::string bytes(static_cast<size_t>(random() % 600), '\0');

@@ -38,7 +38,7 @@ struct pair_t {
     void write(const std::string& bytes) const {
         ASSERT_EQ(send(client, bytes.data(), bytes.size(), MSG_NOSIGNAL), static_cast<ssize_t>(bytes.size()));
     }
-    // All that has arrived.
+    // Everything received so far.
     std::string read() const {
         std::string all;
         char piece[4096];
@@ -102,7 +102,7 @@ TEST_F(Http, body_longer_than_a_piece_arrives_whole) {
     EXPECT_EQ(body_of(icon).size(), 11961u); // 11 pieces of 1024 and one of 697
 }
 
-TEST_F(Http, methods_are_told_by_their_first_letters) {
+TEST_F(Http, methods_are_recognised_by_their_first_letters) {
     EXPECT_EQ(get_method("GET / HTTP/1.1"), 0);
     EXPECT_EQ(get_method("get"), 0);
     EXPECT_EQ(get_method("GETTER /"), 0);
@@ -145,7 +145,7 @@ TEST_F(Http, connection_close_is_answered_and_ends_the_connection) {
         {"Connection: close\r\n", -1},
         {"Connection: close\n", -1},
         {"Connection: closed by me\r\n", -1}, // only the beginning counts
-        {"connection: close\r\n", 1},         // with case
+        {"connection: close\r\n", 1},         // case-sensitive
         {"Connection: Close\r\n", 1},
         {"Connection:close\r\n", 1},
         {"Connection: keep-alive\r\n", 1},
@@ -154,7 +154,7 @@ TEST_F(Http, connection_close_is_answered_and_ends_the_connection) {
         {"Connection: keep-alive\r\nConnection: close\r\n", -1},
         {"Connection: close", 1},                                    // no line without its line feed
         {"\r\nConnection: close\r\n", -1},                           // also beyond the blank line
-        {"\r\nGET /wall HTTP/1.1\r\nConnection: close\r\n\r\n", -1}, // a second request of the packet is only lines
+        {"\r\nGET /wall HTTP/1.1\r\nConnection: close\r\n\r\n", -1}, // a second request in the packet is only lines
     };
     for (const auto& row : rows) {
         const answer_t answer = ask(std::string("GET /turtle HTTP/1.1\r\n") + row.headers);
@@ -211,7 +211,7 @@ TEST_F(Http, request_line_is_scanned_for_1001_characters) {
     line.resize(1001 - 7, '/');
     EXPECT_EQ(target_body(line + "/turtle HTTP/1.1"), "[]");
     EXPECT_EQ(target_body(line + "//turtle HTTP/1.1"), "page");
-    EXPECT_EQ(target_body(line + "/turtlezzz HTTP/1.1"), "[]"); // what lies beyond is not seen
+    EXPECT_EQ(target_body(line + "/turtlezzz HTTP/1.1"), "[]"); // what lies beyond is not read
 }
 
 TEST_F(Http, media_types_have_their_numbers) {
@@ -290,7 +290,7 @@ void* serve(void* arg) {
 }
 
 TEST_F(Http, budget_is_not_renewed_by_a_request) {
-    // Each request arrives 100 ms after the answer before it. A budget that every request renewed would never end.
+    // Each request arrives 100 ms after the previous answer. A budget renewed by every request would never run out.
     const pair_t pair;
     server_thread_t job{pair.server, 350ms};
     pthread_t thread;

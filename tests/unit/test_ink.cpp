@@ -50,7 +50,7 @@ TEST(Ink, stroke_within_its_bound_keeps_every_dot) {
 }
 
 TEST(Ink, dots_wholly_outside_the_window_are_left_out) {
-    // Half of 10 beyond the edge at 256, on each side; exactly at the edge no pixel is touched.
+    // Dots of 10 (5 to each side) beyond the edge at 256, on each side; exactly at the edge they touch no pixel.
     const std::vector<ink_dot_t> outside{{261, 0, 10}, {-261, 0, 10}, {0, 261, 10}, {0, -261, 10}, {1e9, 1e9, 100}};
     EXPECT_TRUE(bounded(outside, UNBOUNDED).dots.empty());
     const std::vector<ink_dot_t> inside{
@@ -58,7 +58,7 @@ TEST(Ink, dots_wholly_outside_the_window_are_left_out) {
     EXPECT_EQ(bounded(inside, UNBOUNDED).dots.size(), 5U);
 }
 
-TEST(Ink, stroke_beyond_its_bound_stands_wider_apart_and_keeps_its_end) {
+TEST(Ink, stroke_beyond_its_bound_spaces_its_dots_wider_and_keeps_its_end) {
     std::vector<ink_dot_t> row;
     for (int k = 0; k < 100; ++k) row.push_back({2.0 * k - 100, 0, 40});
     const result_t r = bounded(row, 40000); // a quarter of 160000
@@ -81,7 +81,7 @@ TEST(Ink, three_layers_of_solid_ink_fill_the_window) {
     const ink_dot_t solid{0, 0, 1610}, nearly{0, 0, 1608}, small{10, 10, 5};
     EXPECT_TRUE(bounded({small, solid, solid, small, solid, small}, UNBOUNDED).fills_all);
     EXPECT_FALSE(bounded({small, solid, solid, nearly, small}, UNBOUNDED).fills_all);
-    // Beside the centre it takes more: from (100, 0) the far corners are hypot(356, 256) = 438.5 away, so 1949.
+    // Off centre it takes more: from (100, 0) the far corners are hypot(356, 256) = 438.5 away, so 1949.
     EXPECT_TRUE(bounded({{100, 0, 1950}, {-100, 0, 1950}, {0, 100, 1950}}, UNBOUNDED).fills_all);
     EXPECT_FALSE(bounded({{100, 0, 1948}, {-100, 0, 1948}, {0, 100, 1948}}, UNBOUNDED).fills_all);
 }
@@ -102,7 +102,7 @@ TEST(Ink, no_stroke_fills_more_than_its_bound_and_one_dot) {
     }
 }
 
-TEST(Ink, nothing_stays_nothing) {
+TEST(Ink, empty_row_stays_empty) {
     const result_t r = bounded({}, 0.0);
     EXPECT_TRUE(r.dots.empty());
     EXPECT_FALSE(r.fills_all);

@@ -1,5 +1,5 @@
-// What holds of the tables: a field that was played on by its own operations is whole; each kind of damage is named;
-// and coins that leave with a turtle are accounted for where they leave.
+// The invariants of the tables: they hold after any sequence of regular operations; each kind of damage is named; and
+// coins that leave with a turtle are counted where they leave.
 #include "game/invariants.h"
 
 #include "game/furnish.h"
@@ -19,7 +19,7 @@ struct Invariants : FieldTest {
         FieldTest::SetUp();
         reset_wall();
     }
-    // A client in slot `slot` with a turtle of its own, as an accepted connection has it.
+    // A client in slot `slot` with its own turtle, like an accepted connection.
     static int seat(int slot) {
         const int turtle = generate_turtle(slot, 0);
         client_tab[static_cast<size_t>(slot)].sockfd = 1000 + slot;
@@ -230,7 +230,7 @@ TEST_F(Invariants, name_damage_to_the_turtle_and_wall_tables) {
     EXPECT_STREQ(first_broken_invariant(), nullptr);
 }
 
-// In a process of its own, as a broken table ends it. A release build goes on and answers.
+// In a new process, because a broken table ends it. A release build goes on and answers.
 TEST_F(Invariants, command_that_leaves_a_broken_table_ends_a_checked_build_only) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto execute_on_broken_tables = [] {
@@ -250,14 +250,14 @@ TEST_F(Invariants, command_that_leaves_a_broken_table_ends_a_checked_build_only)
     }
 }
 
-TEST_F(Invariants, nothing_is_demanded_of_tables_that_are_not_watched) {
+TEST_F(Invariants, unwatched_tables_are_not_checked) {
     furnish();
     ++stock_of_coin;
     abort_if_broken();
     EXPECT_NE(first_broken_invariant(), nullptr);
 }
 
-// Every command that a client can send, against a field with everything on it.
+// Every command that a client can send, on a field that has everything.
 TEST_F(Invariants, hold_after_every_command) {
     static const char* const LINES[] = {
         "f 10",    "b 5",      "c a",  "c f", "c h",     "c",       "g 1 2", "j 20 20", "t l 30",

@@ -1,4 +1,4 @@
-// The one table of kinds, and the palette.
+// The table of kinds, and the palette.
 #include "field/kinds.h"
 
 #include "field/palette.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(Kinds, flags_tell_the_kind_whatever_other_bits_are_set) {
+TEST(Kinds, flags_determine_the_kind_whatever_other_bits_are_set) {
     EXPECT_EQ(kind_of(TTL_ALIVE | TTL_PEN_DOWN | TTL_ZOMBIE).kind, kind_t::turtle);
     EXPECT_EQ(kind_of(TTL_ALIVE | TTL_ROBOT).kind, kind_t::robot);
     EXPECT_EQ(kind_of(TTL_ALIVE | TTL_ROBOT | TTL_DOUGHNUT).kind, kind_t::doughnut); // ownerless ones are robots, too

@@ -1,4 +1,5 @@
-// Finding a slot and a place: the random stream replayed draw by draw, the distances at their limits, reset and home.
+// Finding a slot and a place: the random stream replayed number by number, the distances at their limits, reset and
+// home.
 #include "turtle/lifecycle.h"
 
 #include "game/furnish.h"
@@ -55,7 +56,7 @@ TEST_F(Lifecycle, zombie_keeps_its_slot) {
 }
 
 TEST_F(Lifecycle, turtle_at_exactly_twenty_does_not_spoil_the_place) {
-    // The first point of the stream, and a neighbour at a distance that squares and roots back to 20 exactly.
+    // The first point of the stream, and a neighbour whose computed distance is exactly 20.
     srandom(4);
     const double x = (replay() - 0.5) * 491.0, y = (replay() - 0.5) * 491.0;
     struct row {
@@ -84,13 +85,13 @@ TEST_F(Lifecycle, wall_nearer_than_twenty_spoils_the_place) {
     }
 }
 
-TEST_F(Lifecycle, hopeless_field_draws_21_points_and_no_heading) {
+TEST_F(Lifecycle, field_without_room_draws_21_points_and_no_heading) {
     put_grating(-270, 270);
     EXPECT_EQ(draws_of(11, [] { EXPECT_EQ(generate_turtle(0, 0), -1); }), 42);
     EXPECT_EQ(ntmax, 0);
     EXPECT_EQ(ttl[0].flags, 0u);
     modes.maze_mode = 1;
-    // In the maze 10 is enough, and the grating leaves 15: the first point in the middle of two faces does.
+    // In the maze 10 is enough, and the grating leaves 15: the first point midway between two faces will do.
     EXPECT_EQ(generate_turtle(0, 0), 0);
 }
 
@@ -170,7 +171,7 @@ TEST_F(Lifecycle, corner_follows_the_bounds) {
     EXPECT_EQ(ttl[0].pos[0].y, 100 + replay() * 32.0);
 }
 
-TEST_F(Lifecycle, object_wants_strictly_more_than_twenty) {
+TEST_F(Lifecycle, object_needs_strictly_more_than_twenty) {
     put_turtle(0, 0, 0);
     EXPECT_EQ(set_object_at(TTL_STONE, 20, 0), -1);
     EXPECT_EQ(ntmax, 1);
@@ -179,7 +180,7 @@ TEST_F(Lifecycle, object_wants_strictly_more_than_twenty) {
     EXPECT_EQ(set_object_at(TTL_STONE, 0, -20.001), 0);
 }
 
-TEST_F(Lifecycle, object_does_not_mind_walls_and_draws_nothing) {
+TEST_F(Lifecycle, object_ignores_walls_and_draws_no_numbers) {
     put_wall_to_the_right(100);
     EXPECT_EQ(draws_of(2, [] { EXPECT_EQ(set_object_at(TTL_STONE, 100, 0), 0); }), 0);
 }
@@ -210,7 +211,7 @@ TEST_F(Lifecycle, object_sets_its_fields_and_leaves_four_as_they_were) {
         EXPECT_EQ(t.color[k].b, 0.5);
         EXPECT_EQ(t.line_width[k], k == 0 ? 9 : 1.0);
     }
-    EXPECT_EQ(t.flags, TTL_STONE | TTL_ALIVE); // nobody's, yet no robot
+    EXPECT_EQ(t.flags, TTL_STONE | TTL_ALIVE); // ownerless, but not a robot
     EXPECT_EQ(t.score, 0);
     EXPECT_EQ(t.team, 0);
     EXPECT_EQ(t.n_coin + t.n_doughnut + t.n_painted + t.dying_count + t.fire_wait, 0);

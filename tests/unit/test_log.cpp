@@ -1,4 +1,4 @@
-// The log: what goes out, what is left out and told of, and that nobody waits for a reader.
+// The log: which lines go out, which are left out and counted, and that no writer waits for a reader.
 #include "base/log.h"
 
 #include <fcntl.h>
@@ -16,7 +16,7 @@ using steady = std::chrono::steady_clock;
 
 constexpr auto PATIENCE = 60s; // only bounds a hang
 
-// Standard error as a pipe that nobody reads until the test does.
+// Standard error as a pipe that is read only when the test does.
 struct error_pipe {
     int saved, read_end, size;
     std::string text;
@@ -41,7 +41,7 @@ struct error_pipe {
         char piece[4096];
         for (ssize_t n = 0; (n = read(read_end, piece, sizeof piece)) > 0;) text.append(piece, static_cast<size_t>(n));
     }
-    // Reads until the text holds `wanted`.
+    // Reads until the text contains `wanted`.
     bool read_until(const std::string& wanted) {
         const auto end = steady::now() + PATIENCE;
         while (text.find(wanted) == std::string::npos && steady::now() < end) {
@@ -58,12 +58,12 @@ size_t count_of(const std::string& text, const std::string& piece) {
     return count;
 }
 
-// Seconds begun since `start`: on a slow machine even a short loop may reach into the next one.
+// Seconds begun since `start`: on a slow machine even a short loop may reach the next one.
 size_t seconds_since(steady::time_point start) {
     return static_cast<size_t>(std::chrono::ceil<std::chrono::seconds>(steady::now() - start).count());
 }
 
-// How many lines that match `example` the text tells to be left out.
+// Number of lines like `example` that the text reports as left out.
 size_t left_out(const std::string& text, const std::string& example) {
     size_t told = 0;
     const std::regex line("(\\d+) more lines left out like: " + example + "\n");
@@ -108,7 +108,7 @@ TEST(Log, a_line_is_cut_and_still_ends) {
     EXPECT_EQ(count_of(said, "\n"), 1U);
 }
 
-TEST(Log, a_flood_is_counted_and_told_of_once_while_other_kinds_go_on) {
+TEST(Log, a_flood_is_counted_and_reported_once_while_other_kinds_go_on) {
     constexpr size_t FLOOD = 5000;
     error_pipe pipe;
     const auto start = steady::now();
@@ -158,7 +158,7 @@ TEST(Log, what_only_the_operator_causes_is_never_left_out) {
     EXPECT_EQ(count_of(pipe.text, "a key was pressed\n"), 100U);
 }
 
-TEST(Log, a_full_pipe_holds_nobody_and_keeps_the_lines_for_a_late_reader) {
+TEST(Log, a_full_pipe_blocks_nobody_and_lines_wait_for_a_late_reader) {
     error_pipe pipe;
     // 18 lines of 1000 bytes: more than this pipe holds, less than the backlog does.
     const std::string filler(990, 'x');
@@ -184,7 +184,7 @@ TEST(Log, lines_beyond_the_backlog_are_counted) {
     EXPECT_GE(shown * (filler.size() + 8), LOG_BACKLOG - LOG_LINE_MAX);
 }
 
-TEST(Log, a_closed_stream_is_borne) {
+TEST(Log, a_closed_stream_is_harmless) {
     const int saved = dup(STDERR_FILENO);
     close(STDERR_FILENO);
     log_line("into nothing");

@@ -1,6 +1,6 @@
-// Random commands and frames against the plain second computation of the rules in model.h: it predicts the whole field
-// and the answer after each. Bounded in time; KELMORA_MODEL_SECONDS=N runs it longer, KELMORA_MODEL_SEED=N begins at
-// another seed. A failure names its seed and its command.
+// Random commands and frames compared with the independent rules in model.h, which predict the whole field and the
+// answer after each. Bounded in time; KELMORA_MODEL_SECONDS=N runs it longer, KELMORA_MODEL_SEED=N begins at another
+// seed. A failure names its seed and its command.
 
 #include "model.h"
 
@@ -254,7 +254,7 @@ struct Model : FieldTest {
         }
     }
 
-    // One random command: its line, and what the model makes of it.
+    // One random command: its line, and the model's prediction.
     std::string command(model& m, int i, int slot) {
         switch (pick(10)) {
         case 0:
@@ -276,7 +276,7 @@ struct Model : FieldTest {
         }
     }
 
-    // What the reply does: the events go out, then the query runs.
+    // The reply's effects: the events are fetched, then the query runs.
     static std::string reply(model& m, int i) {
         turtle_t& t = m.w.t[static_cast<size_t>(i)];
         const uint32_t event = t.event & t.event_mask;
@@ -386,7 +386,7 @@ struct Model : FieldTest {
         }
     }
 
-    // What the test changes on its own, so that rare states come up.
+    // Changes that the test makes on its own, so that rare states occur.
     void stir(int i) {
         turtle_t& t = ttl[static_cast<size_t>(i)];
         if (pick(60) == 0) modes.battle_mode = 1 - modes.battle_mode;

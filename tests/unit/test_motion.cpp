@@ -1,4 +1,4 @@
-// Motion: steps, jumps, turns and headings in every mode, the track history, and events that are told once.
+// Motion: steps, jumps, turns and headings in every mode, the track history, and events that are reported once.
 #include "turtle/motion.h"
 
 #include "field/kinds.h"
@@ -35,7 +35,7 @@ TEST_F(Motion, step_shifts_all_three_histories_and_asks_for_painting) {
         EXPECT_FALSE(has_any(self().flags, TTL_SEG_PAINTED));
     }
     for (int k = 0; k < 7; ++k) EXPECT_EQ(self().pos[k].x, 8 - k);
-    // Step k pushed its own pen into entry 1 and kept it in entry 0.
+    // Step k pushed its own pen into entry 1 and left it in entry 0.
     EXPECT_EQ(self().line_width[0], 7);
     for (int k = 1; k < 7; ++k) EXPECT_EQ(self().line_width[k], 8 - k);
     for (int k = 1; k < 7; ++k) EXPECT_EQ(self().color[k].r, 0.1 * (8 - k));
@@ -90,7 +90,7 @@ TEST_F(Motion, battle_stops_a_turtle_without_points) {
     EXPECT_EQ(turtle_step_forward(0, 10), 0); // points count in battle only
 }
 
-TEST_F(Motion, blocked_turtle_stays_exactly_where_it_was_and_is_told_once) {
+TEST_F(Motion, blocked_turtle_stays_exactly_where_it_was_and_is_notified_once) {
     struct row {
         uint32_t kind, event, latch;
     };
@@ -112,7 +112,7 @@ TEST_F(Motion, blocked_turtle_stays_exactly_where_it_was_and_is_told_once) {
         EXPECT_EQ(turtle_turn(0, 1), 0);
         EXPECT_EQ(turtle_step_forward(0, 15), -1);
         EXPECT_EQ(self().event, r.event);
-        EXPECT_EQ(ttl[1].event, 0u); // the obstacle is not told
+        EXPECT_EQ(ttl[1].event, 0u); // the obstacle gets no event
     }
 }
 
@@ -154,7 +154,7 @@ TEST_F(Motion, blocked_step_keeps_the_wall_latch) {
     EXPECT_EQ(self().flags, TTL_ALIVE | TTL_LATCH_WALL | TTL_LATCH_STONE | TTL_LATCH_TURTLE);
 }
 
-TEST_F(Motion, wall_stops_in_a_bounded_area_and_is_told_once) {
+TEST_F(Motion, wall_stops_in_a_bounded_area_and_is_notified_once) {
     modes.bounded_area_mode = 1;
     put_wall_to_the_right(15);
     put_turtle(0, 0, 0);
@@ -219,7 +219,7 @@ TEST_F(Motion, jump_onto_a_stone_is_allowed) {
     EXPECT_EQ(turtle_jump(0, 100, 0), 0);
 }
 
-TEST_F(Motion, jump_is_refused_when_hemmed_in_at_the_start) {
+TEST_F(Motion, jump_is_refused_when_a_body_is_too_close_at_the_start) {
     put_turtle(0, 0, 0);
     put_turtle(1, 15, 0);
     EXPECT_EQ(turtle_jump(0, 200, 200), -1);

@@ -1,4 +1,4 @@
-// When ticks are due: on the beat, without catching up, and after the clock that nobody sets.
+// When ticks are due: on the beat, without catching up, and by the monotonic clock.
 #include "game/pacer.h"
 #include "support.h"
 
@@ -26,7 +26,7 @@ TEST(Pacer, tick_a_period_late_starts_the_beat_anew_and_owes_nothing) {
 TEST(Pacer, second_of_prompt_ticks_holds_125_of_them) {
     int64_t due = 0;
     int ticks = 0;
-    // Each begins 60 us after it was due: what a wait by whole milliseconds would round up to 9 ms.
+    // Each begins 60 us late, which a wait in whole milliseconds would round up to 9 ms.
     while (due < 1000 * MS) {
         due = due_after(due, due + MS * 6 / 100, BUSY_TICK);
         ++ticks;
@@ -35,7 +35,7 @@ TEST(Pacer, second_of_prompt_ticks_holds_125_of_them) {
 }
 
 TEST(Pacer, long_and_short_frames_keep_the_beat_when_they_do_on_average) {
-    // Frames of 3 and of 12 ms in turns: 7.5 ms on average, so the beat is kept, and every tick comes within its
+    // Frames of 3 and of 12 ms alternate: 7.5 ms on average, so the beat is kept, and every tick comes within its
     // period.
     int64_t due = 0, now = 0;
     for (int tick = 0; tick < 1000; ++tick) {

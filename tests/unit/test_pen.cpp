@@ -126,11 +126,11 @@ TEST_F(Pen, finder_range_is_stored_and_refused_to_a_zombie) {
     EXPECT_EQ(ttl[0].finder_range, -12.5);
 }
 
-TEST_F(Pen, broadcast_tells_every_other_member_of_the_team) {
+TEST_F(Pen, broadcast_notifies_every_other_member_of_the_team) {
     for (int i = 0; i < 6; ++i) put_turtle(i, 100.0 * i, 0);
     for (const int i : {0, 1, 3, 4}) ttl[static_cast<size_t>(i)].team = 2;
     ttl[2].team = 3;
-    ttl[3].flags |= TTL_ZOMBIE; // alive all the same
+    ttl[3].flags |= TTL_ZOMBIE; // still alive
     ttl[4].flags = 0;           // not alive
     signals.elapsed_time = (1ull << 32) + 77;
     EXPECT_EQ(turtle_broadcast_message(0, "hello; all"), 0);

@@ -1,4 +1,4 @@
-// Games without a window: JSON texts, what a reader of a record works out, one member of a record.
+// Games without a window: JSON texts, the predictions of a record's reader, one member of a record.
 
 #include "play/gzip_member.h"
 #include "play/json.h"
@@ -16,7 +16,7 @@ std::string json_string(std::string_view bytes) {
     return json;
 }
 
-TEST(PlayJson, what_is_no_utf8_becomes_a_replacement_byte_by_byte) {
+TEST(PlayJson, invalid_utf8_is_replaced_byte_by_byte) {
     EXPECT_EQ(json_string("a\"b\\c\n"), "\"a\\\"b\\\\c\\u000a\"");
     EXPECT_EQ(json_string("\xC3\xA4\xE2\x82\xAC\xF0\x9F\x90\xA2"), "\"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x90\xA2\"");
     const std::string replacement = "\xEF\xBF\xBD";

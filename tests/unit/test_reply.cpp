@@ -54,7 +54,7 @@ TEST_F(Reply, turtle_queries_give_their_values) {
     EXPECT_EQ(reply(16), "7 OK @ 1532 0\n");
 }
 
-TEST_F(Reply, finder_and_sonar_tell_what_is_ahead) {
+TEST_F(Reply, finder_and_sonar_report_what_is_ahead) {
     ttl[1].dir = 0;
     put_object(0, TTL_STONE, 35, -4.5).team = 3; // 25 ahead
     EXPECT_EQ(reply(4), "3 3 OK @ 1532 0\n");
@@ -100,7 +100,7 @@ TEST_F(Reply, team_that_never_broadcast_gives_two_blanks) {
 }
 
 TEST_F(Reply, longest_team_message_comes_whole_and_no_byte_more) {
-    for (char& c : teams[0].message) c = '#'; // what lies behind the 128 bytes must not leak
+    for (char& c : teams[0].message) c = '#'; // bytes after the 128 must not leak
     turtle_broadcast_message(1, std::string(128, 'm').c_str());
     EXPECT_EQ(reply(17), "1532 " + std::string(128, 'm') + " OK @ 1532 0\n");
     turtle_broadcast_message(1, std::string(500, 'n').c_str());
@@ -142,7 +142,7 @@ TEST_F(Reply, unwanted_events_are_discarded_by_the_reply) {
 }
 
 TEST_F(Reply, events_are_fetched_before_the_query_runs) {
-    // The radar clears its asker's mark, but the reply has taken it already.
+    // The radar clears its asker's mark, but the reply has fetched it already.
     ttl[1].event = EVENT_SEEN | EVENT_FOUND;
     EXPECT_NE(reply(5).find("ERR @ 1532 192\n"), std::string::npos);
 }
@@ -173,7 +173,7 @@ TEST_F(Reply, value_too_long_is_cut_and_the_rest_follows) {
     EXPECT_EQ(r.find('\n'), r.size() - 1);
 }
 
-TEST_F(Reply, values_that_are_no_numbers_are_printed) {
+TEST_F(Reply, nan_and_infinity_are_printed) {
     ttl[1].pos[0] = {INF, -INF};
     EXPECT_EQ(reply(1), "inf -inf OK @ 1532 0\n");
     ttl[1].dir = -INF;

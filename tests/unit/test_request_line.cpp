@@ -38,7 +38,7 @@ TEST(RequestLine, anything_else_is_a_command) {
     }
 }
 
-TEST(RequestLine, it_is_told_only_when_nothing_else_is_possible) {
+TEST(RequestLine, it_is_decided_only_when_nothing_else_is_possible) {
     const std::string request = "OPTIONS /;f%2010;! HTTP/1.1\r\n";
     for (size_t length = 0; length < request.size(); ++length) {
         EXPECT_FALSE(is_told(state_after(request.substr(0, length)))) << length;
@@ -46,7 +46,7 @@ TEST(RequestLine, it_is_told_only_when_nothing_else_is_possible) {
     EXPECT_EQ(state_after(request), first_line_state::http_request);
 }
 
-TEST(RequestLine, what_was_told_stays) {
+TEST(RequestLine, decision_is_final) {
     EXPECT_EQ(state_after("f 10\nGET / HTTP/1.1\n"), first_line_state::command);
     EXPECT_EQ(state_after("GET / HTTP/1.1\nf 10\n"), first_line_state::http_request);
 }

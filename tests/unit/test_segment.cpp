@@ -1,5 +1,5 @@
-// The four functions of plane geometry: both sides of each limit, degenerate directions, one-sidedness, and what an
-// overlapping disc is told.
+// The four functions of plane geometry: both sides of each limit, degenerate directions, one-sidedness, and the results
+// for an overlapping disc.
 #include "geometry/segment.h"
 
 #include "support.h"
@@ -83,7 +83,7 @@ TEST(Segment, ray_that_starts_behind_the_segment_misses) {
 
 TEST(Segment, disc_facing_a_long_wall_stops_its_radius_before_it) {
     EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -1000, 30, 1000, -1, 0), 20); // 30 ahead, radius 10
-    EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -1000, 30, 1000, -7, 0), 20); // the normal is made one long
+    EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -1000, 30, 1000, -7, 0), 20); // the normal is normalised
 }
 
 TEST(Segment, slanting_approach_loses_the_radius_over_the_cosine) {
@@ -121,7 +121,7 @@ TEST(Segment, disc_that_only_grazes_an_end_is_free) {
     EXPECT_NEAR(net_dist_to_lineseg(0, 0, 0, 30, 9.9, 30, 100, -1, 0), 30 - std::sqrt(100 - 9.9 * 9.9), NEAR);
 }
 
-TEST(Segment, disc_overlapping_an_end_is_told_where_it_leaves_its_circle) {
+TEST(Segment, disc_overlapping_an_end_gets_the_distance_to_leaving_its_circle) {
     // 5 before and 5 below the end: leaves the circle 5 + sqrt(75) on.
     EXPECT_NEAR(net_dist_to_lineseg(25, 0, 0, 30, 5, 30, 100, -1, 0), 5 + std::sqrt(75.0), NEAR);
 }

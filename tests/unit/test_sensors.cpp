@@ -1,4 +1,4 @@
-// Distances between turtles, finder, sonar, angular radar, and the plain questions about oneself.
+// Distances between turtles, finder, sonar, angular radar, and the plain queries about oneself.
 #include "turtle/sensors.h"
 
 #include "game/modes.h"
@@ -33,7 +33,7 @@ TEST_F(Sensors, finder_reaches_as_far_as_the_bodies_would_meet) {
     EXPECT_EQ(ttl[0].finder_target, 1);
 }
 
-TEST_F(Sensors, finder_tells_kind_and_team) {
+TEST_F(Sensors, finder_returns_kind_and_team) {
     struct row {
         uint32_t kind;
         int code;
@@ -128,12 +128,12 @@ static void expect_sonar(int left, int front, int right, const char* what) {
     EXPECT_EQ(ttl[0].dir, dir);
 }
 
-TEST_F(Sensors, sonar_is_silent_in_the_open) {
+TEST_F(Sensors, sonar_finds_nothing_in_the_open) {
     put_turtle(0, 0, 0, 123.456);
     expect_sonar(0, 0, 0, "open");
 }
 
-TEST_F(Sensors, sonar_hears_a_body_within_twenty_of_travel) {
+TEST_F(Sensors, sonar_finds_a_body_within_twenty_of_travel) {
     put_turtle(0, 0, 0);
     put_turtle(1, 40, 0); // touched after exactly 20 straight ahead; 28 beside the slanting paths
     expect_sonar(0, 1, 0, "at 20");
@@ -155,7 +155,7 @@ TEST_F(Sensors, body_to_the_front_left_blocks_left_and_front) {
     expect_sonar(1, 0, 0, "front left, farther");
 }
 
-TEST_F(Sensors, sonar_hears_walls_nearer_than_ten_in_every_mode) {
+TEST_F(Sensors, sonar_finds_walls_nearer_than_ten_in_every_mode) {
     for (const int mode : {0, 1}) {
         modes.bounded_area_mode = mode;
         nwall = 0;
@@ -203,7 +203,7 @@ TEST_F(Sensors, radar_ranks_by_distance) {
         EXPECT_EQ(ttl[0].radar_target, expected[rank]);
         EXPECT_EQ(radar_team, expected[rank] % 4 + 1);
     }
-    EXPECT_EQ(ttl[7].event, 0u); // sixth and farther are never told
+    EXPECT_EQ(ttl[7].event, 0u); // the sixth and farther ones are not notified
     EXPECT_EQ(ttl[1].event, 0u);
 }
 
@@ -278,7 +278,7 @@ TEST_F(Sensors, radar_counts_live_slots_below_the_counter) {
     EXPECT_EQ(ttl[3].event, 0u);
 }
 
-TEST_F(Sensors, radar_rank_outside_the_list_is_refused_without_a_trace) {
+TEST_F(Sensors, radar_rank_outside_the_list_is_refused_without_side_effects) {
     put_turtle(0, 0, 0).event = EVENT_SEEN;
     put_turtle(1, 30, 0).team = 2;
     for (const int rank : {-1, 5, 2147483647, -2147483647 - 1}) {
@@ -330,7 +330,7 @@ TEST_F(Sensors, radar_of_a_hostile_heading_stays_within_its_table) {
 TEST_F(Sensors, nearest_distance_without_others_is_the_root_of_the_largest) {
     put_turtle(0, 0, 0);
     EXPECT_EQ(dist_to_nn(0), 1.8446743523953730e19);
-    EXPECT_EQ(dist_to_nn_from(-1, 3, 4), 5); // nobody is left out
+    EXPECT_EQ(dist_to_nn_from(-1, 3, 4), 5); // nobody is excluded
     EXPECT_EQ(dist_to_nn_from(0, 3, 4), 1.8446743523953730e19);
 }
 
@@ -346,7 +346,7 @@ TEST_F(Sensors, nearest_distance_counts_live_slots_below_the_counter) {
 }
 
 TEST_F(Sensors, distance_of_two_turtles_wants_both_alive) {
-    // 30 and 40 apart where they stand now; where they stood before does not matter.
+    // 30 and 40 apart by their current places; earlier places do not matter.
     put_turtle(0, 7, -11).pos[1] = {500, 500};
     put_turtle(1, 37, 29).pos[1] = {-500, -500};
     EXPECT_EQ(dist_t2t(0, 1), 50);
@@ -406,7 +406,7 @@ TEST_F(Sensors, free_slot_has_no_place_heading_or_points) {
     EXPECT_EQ(qt_score(0, score), 0);
     EXPECT_EQ(score, 0);
     EXPECT_EQ(qt_my_team(0, team), 0);
-    EXPECT_EQ(team, 2); // answers for whatever the slot holds
+    EXPECT_EQ(team, 2); // answers for any slot
     EXPECT_EQ(qt_my_coin(0, mine), 0);
     EXPECT_EQ(mine, 3);
 }

@@ -1,4 +1,4 @@
-// The server's side of a socket that cannot be used. What a usable one does is tested over real connections.
+// How the server treats a socket it cannot use. Usable ones are tested over real connections.
 #include "net/server.h"
 #include "support.h"
 

@@ -1,4 +1,4 @@
-// The card sheet: its run-length code, sound and damaged, and where each card is cut from.
+// The card sheet: its run-length code, intact and damaged, and where each card is cut from.
 #include "cards/sheet.h"
 
 #include "images.h"
@@ -13,10 +13,10 @@ namespace {
 
 using bytes = std::vector<unsigned char>;
 
-// Decodes into `pixels` pixels that start out as 0xEE, with a guard behind them that must stay as it was.
+// Decodes into `pixels` pixels of 0xEE, with a guard behind them that must stay unchanged.
 bytes decoded(const bytes& coded, int pixels, int expected_bytes) {
     bytes out(pixels * PIXEL_BYTES + 16, 0xEE);
-    // A copy of exactly the coded size, so that an address sanitizer sees a read past the end.
+    // A copy of exactly the coded size, so that the address sanitizer notices a read past the end.
     const bytes exact(coded);
     EXPECT_EQ(decode_runs(exact, std::span(out).first(pixels * PIXEL_BYTES)), expected_bytes);
     for (int i = 0; i < 16; ++i) EXPECT_EQ(out[pixels * PIXEL_BYTES + i], 0xEE) << "written past the picture";
@@ -41,7 +41,7 @@ TEST(sheet_code, longest_packets_are_127_pixels) {
 }
 
 TEST(sheet_code, empty_packets_produce_nothing) {
-    // A count of 0 is followed by no pixel; one of 128 by a pixel that is used no times.
+    // A count of 0 is followed by no pixel; one of 128 by a pixel that is used zero times.
     EXPECT_EQ(decoded({0, 128, 5, 5, 5, 5, 0, 129, 1, 2, 3, 4}, 1, 4), (bytes{1, 2, 3, 4}));
 }
 
@@ -90,8 +90,7 @@ TEST(card_sheet, is_decoded_once_and_kept) {
     EXPECT_EQ(cards_image, first);
 }
 
-// Paints each pixel of the sheet with its own coordinates for the time of a test, so that a crop tells where it is
-// from.
+// During a test each pixel of the sheet holds its own coordinates, so that a crop shows where it comes from.
 class card_cells : public testing::Test {
 protected:
     void SetUp() override {

@@ -1,6 +1,6 @@
 // Strokes as lists of dots: what each routine stamps, in which order, where and how wide.
-// Most strokes here are thin against their length, so that they have 512 steps: 1/512 is exact in binary, the running
-// sum meets 1 exactly, dot k lies at t = k / 512, and there are 513 dots.
+// Most strokes here are thin for their length, so that they have 512 steps: 1/512 is exact in binary, the running sum
+// meets 1 exactly, dot k lies at t = k / 512, and there are 513 dots.
 #include "brush/model.h"
 #include "brush/strokes.h"
 
@@ -47,7 +47,7 @@ struct pt {
     double x, y, w;
 };
 
-// Shorter calls; the colour is told apart from everything else by its three values.
+// Shorter calls; the three values of the colour differ from all other numbers here.
 row line(int last, pt a, pt b) {
     return dots_of([&] { brushLine(last, a.x, a.y, a.w, b.x, b.y, b.w, 0.25, 0.5, 0.75); });
 }
@@ -126,7 +126,7 @@ TEST(dot_spacing, of_length_10_and_width_10_has_twenty_steps) {
 
 TEST(dot_spacing, running_sum_may_end_short_of_the_end_or_leave_the_last_dot_out) {
     // Ten steps: trunc(10 / (21.01 / 20)) + 1 = 9 + 1. Ten times 0.1 adds up to 0.9999999999999999 in doubles, so the
-    // eleventh dot is there, a hair before the end.
+    // eleventh dot exists, just before the end.
     const row ten = line(0, {0, 0, 21}, {10, 0, 21});
     ASSERT_EQ(ten.size(), 11u);
     EXPECT_EQ(ten.back().x, 10 * 0.9999999999999999);
@@ -141,8 +141,8 @@ TEST(dot_spacing, running_sum_may_end_short_of_the_end_or_leave_the_last_dot_out
         for (int i = 0; i < n; ++i) t += 1.0 / n;
         if (t <= 1.0) continue;
         overshoots = true;
-        // Width 19.99 makes the spacing 1: length n - 0.5 takes trunc(n - 0.5) + 1 = n steps. Downward, as a row that
-        // is rightward and long would be waisted.
+        // Width 19.99 makes the spacing 1: length n - 0.5 takes trunc(n - 0.5) + 1 = n steps. Downward, because a long
+        // row to the right would be waisted.
         const row dots = line(0, {0, 0, 19.99}, {0, -(n - 0.5), 19.99});
         EXPECT_EQ(dots.size(), static_cast<std::size_t>(n));
         EXPECT_NEAR(dots.back().y, -(n - 0.5) * (n - 1) / n, ROUNDING);
@@ -194,7 +194,7 @@ TEST(hostile_values, dots_without_a_finite_place_or_size_are_left_out) {
         EXPECT_EQ(line(0, {0, 0, v}, {100, 0, v}), row{});
         EXPECT_EQ(line(0, {0, 0, v}, {0.5, 0, 5}), row{}); // a single dot too
     }
-    // An endless width at the far end alone: at t = 0 it is 0 * infinity, not a number, and beyond it infinite.
+    // An infinite width at the far end only: at t = 0 it is 0 * infinity, which is NaN, and beyond that infinite.
     EXPECT_EQ(line(0, {0, 0, 5}, {100, 0, INFINITE}), row{});
 }
 
@@ -215,7 +215,7 @@ TEST(hostile_values, every_routine_ends_with_at_most_513_finite_dots_a_row) {
             }
 }
 
-TEST(hostile_values, an_endless_length_still_ends) {
+TEST(hostile_values, an_infinite_length_still_ends) {
     // The length overflows to infinity; the places themselves are finite.
     const row dots = line(0, {0, 0, 1}, {1e200, 0, 1});
     EXPECT_EQ(dots.size(), 513u);
@@ -326,7 +326,7 @@ TEST(curve3, last_width_is_not_used) {
 }
 
 TEST(curve3, spacing_follows_the_first_width_and_the_drawn_length) {
-    // 50 / (20 / 20) = 50: 51 steps, whatever the other width and the other segment. Before the neighbour at a slant.
+    // 50 / (20 / 20) = 50: 51 steps, whatever the other width and segment. Before a neighbour at a slant.
     const row dots = curve3({0, 0, 19.99}, {50, 0, 500}, {999, 999, 1});
     EXPECT_GE(dots.size(), 51u);
     EXPECT_LE(dots.size(), 52u);
@@ -439,7 +439,7 @@ TEST(curve4, spacing_follows_the_width_at_its_start) {
 }
 
 TEST(curves, beside_a_segment_of_length_zero_stay_within_their_points) {
-    // A still turtle leaves equal neighbours in its track. Whatever remains to be drawn lies between the points.
+    // A turtle that stands still leaves equal neighbours in its track. What is drawn must lie between the points.
     const pt a{10, 10, 4}, b{60, 30, 4}, c{90, 90, 4};
     const pt same[][4] = {{a, a, b, c}, {a, b, b, c}, {a, b, c, c}, {a, a, a, b}, {a, a, b, b},
                           {a, b, b, b}, {a, a, a, a}, {a, b, a, a}, {a, a, b, a}, {a, b, b, a}};

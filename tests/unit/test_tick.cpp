@@ -1,4 +1,4 @@
-// One step of the game: the order of its rules, and what it tells of them.
+// One step of the game: the order of its rules, and the views it returns.
 #include "game/tick.h"
 
 #include "game/furnish.h"
@@ -28,7 +28,7 @@ TEST_F(Tick, doughnuts_and_stones_take_their_turn_before_all_others) {
     EXPECT_EQ(view.turns[3].slot, 2);
 }
 
-TEST_F(Tick, a_turn_tells_the_turtle_as_it_was_after_its_beam_and_before_its_robot_moved) {
+TEST_F(Tick, a_turn_returns_the_turtle_as_it_was_after_its_beam_and_before_its_robot_moved) {
     // The robot shoots the turtle 20 ahead: its beam is 12 short of it and flies 2, which is 10 off: no hit. One tick
     // later it is 8 off.
     turtle_t& robot = put_turtle(0, 0, 0);
@@ -67,7 +67,7 @@ TEST_F(Tick, the_beam_of_a_turtle_that_has_gone_flies_on) {
     EXPECT_EQ(ttl[0].beam_x, BEAM_STEP);
 }
 
-TEST_F(Tick, a_find_is_shown_once_and_only_in_battle) {
+TEST_F(Tick, a_sensor_line_is_shown_once_and_only_in_battle) {
     put_turtle(0, 0, 0).finder_target = 1;
     put_turtle(1, 50, 60);
     tick(view);

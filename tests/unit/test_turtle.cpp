@@ -1,4 +1,4 @@
-// One turtle record: a fresh turtle's every field, team, name and the event word.
+// One turtle record: every field of a fresh turtle, team, name and the event word.
 #include "field/turtles.h"
 
 #include "field/kinds.h"
@@ -57,7 +57,7 @@ TEST_F(Turtle, index_outside_the_table_is_ignored) {
     for (const turtle_t& t : ttl) EXPECT_EQ(t.flags, 0u);
     init_turtle(29, 0, 1, 1, 1);
     EXPECT_EQ(ttl[29].flags, TTL_ALIVE);
-    EXPECT_EQ(ntmax, 0); // the counter is the callers'
+    EXPECT_EQ(ntmax, 0); // callers maintain the counter
 }
 
 TEST_F(Turtle, flag_bits_have_their_fixed_values) {

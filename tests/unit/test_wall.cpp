@@ -80,10 +80,10 @@ TEST_F(Wall, overlapping_turtle_collides_even_with_a_step_of_zero) {
     EXPECT_EQ(is_colliding_to_wall(0, 0), 1); // 0 > -5
 }
 
-// A turtle 9 above the line of a wall that lies 40 behind it, heading almost along that line but down to it: its disc
-// overlaps the line, and it would have touched the wall 40 units ago, so the free travel is -40. Only the bound keeps
-// such a wall from stopping a short step. Half length 17 and distance to the middle 41 = hypot(40, 9): the wall is
-// looked at when the step is longer than 41 - (17 + 10) = 14.
+// A turtle 9 above the line of a wall that lies 40 behind it, heading almost along that line but slightly down to it:
+// its disc overlaps the line, and it would have touched the wall 40 units ago, so the free travel is -40. Only the
+// bound keeps such a wall from stopping a short step. Half length 17 and distance to the middle 41 = hypot(40, 9): the
+// wall is checked when the step is longer than 41 - (17 + 10) = 14.
 class WallBehind : public Wall {
 protected:
     void SetUp() override {
@@ -100,7 +100,7 @@ TEST_F(WallBehind, cheap_bound_keeps_it_from_stopping_a_short_step) {
     EXPECT_EQ(is_colliding_to_wall(0, 13.9), 0);
 }
 
-TEST_F(WallBehind, cheap_bound_looks_at_a_wall_beyond_its_limit_only) {
+TEST_F(WallBehind, cheap_bound_lets_it_stop_a_step_beyond_the_limit) {
     EXPECT_EQ(is_colliding_to_wall(0, 14), 0);
     EXPECT_EQ(is_colliding_to_wall(0, 14.001), 1);
 }
@@ -112,7 +112,7 @@ TEST_F(Wall, step_stops_at_a_wall_ahead_however_short_the_wall) {
     EXPECT_EQ(is_colliding_to_wall(0, 90.1), 1);
 }
 
-TEST_F(Wall, front_distance_asks_only_for_the_sign_of_the_step) {
+TEST_F(Wall, front_distance_uses_only_the_sign_of_the_step) {
     put_wall_to_the_right(30);
     put_wall_to_the_left(-50);
     put_turtle(0, 0, 0);
@@ -186,7 +186,7 @@ TEST_F(Wall, step_that_ends_at_contact_with_a_body_is_blocked) {
     EXPECT_EQ(Reach(std::nextafter(10.0, 0.0)).code, 0u);
 }
 
-TEST_F(Wall, half_a_unit_of_room_may_be_walked_up_to) {
+TEST_F(Wall, step_may_end_half_a_unit_before_contact) {
     put_turtle(0, 0, 0);
     put_turtle(1, 20.5, 0);
     const Reach within(0.25), beyond(0.75);

@@ -1,4 +1,4 @@
-// The grid over the walls gives the answers of a plain look at every wall, bit for bit.
+// The grid over the walls gives the same answers as a scan of every wall, bit for bit.
 #include "field/wall_map.h"
 
 #include "game/furnish.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-// --- every wall, one after the other ---
+// --- scans of every wall ---
 
 double plain_travel(const pose_t& from, double heading, const wall_t& w) {
     return net_dist_to_lineseg(from.x, from.y, heading, w.x1, w.y1, w.x2, w.y2, w.nx, w.ny);
@@ -78,7 +78,7 @@ protected:
         }
     }
 
-    // On, and a body's radius beside, the lines of the walls as often as anywhere.
+    // Often on the lines of the walls, or a body's radius beside them.
     double coordinate() {
         switch (pick(6)) {
         case 0:
@@ -142,10 +142,10 @@ TEST_F(WallMap, least_travel_below_a_limit_is_that_of_all_walls_bit_for_bit) {
             }
         }
     }
-    EXPECT_GT(far_behind, 100); // the case for which a look at near walls alone would be wrong
+    EXPECT_GT(far_behind, 100); // the case that a scan of near walls alone gets wrong
 }
 
-TEST_F(WallMap, steps_are_stopped_as_by_a_look_at_all_walls) {
+TEST_F(WallMap, steps_are_stopped_as_by_a_scan_of_all_walls) {
     int stopped = 0;
     for (int kind = 0; kind < 12; ++kind) {
         furnish(kind);
@@ -178,7 +178,7 @@ TEST_F(WallMap, a_wall_is_within_a_limit_when_the_nearest_of_all_is) {
     EXPECT_GT(beyond, 1000);
 }
 
-TEST_F(WallMap, places_and_limits_that_are_far_out_or_no_numbers_look_at_all_walls) {
+TEST_F(WallMap, places_and_limits_that_are_far_out_or_nan_scan_all_walls) {
     furnish(0);
     for (const double odd : {NOT_A_NUMBER, INF, -INF, 1e300, -1e300, 1001.0}) {
         EXPECT_EQ(is_wall_within(odd, 0, 20), dist_to_wall_from(odd, 0) < 20) << odd;
@@ -191,7 +191,7 @@ TEST_F(WallMap, places_and_limits_that_are_far_out_or_no_numbers_look_at_all_wal
     }
 }
 
-TEST_F(WallMap, a_table_that_is_laid_anew_forgets_the_walls_before) {
+TEST_F(WallMap, a_reset_table_forgets_the_walls_before) {
     furnish(0);
     nwall = 0;
     EXPECT_FALSE(is_wall_within(0, 0, 1e6));

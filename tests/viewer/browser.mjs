@@ -1,5 +1,5 @@
-// A real browser on the real page: looks at the scene's own objects, the score boxes and the console while turtles
-// move. Run by test_page.py, which starts the field and the script server; asks it over standard input and output.
+// A real browser on the real page: reports the scene's objects, the score boxes and the console while turtles move.
+// test_page.py runs it, starts the field and the script server, and talks to it over standard input and output.
 import { browser, serve } from '../browser/driver.mjs';
 
 const errors = [];
@@ -8,14 +8,14 @@ let page = null;
 const orders = {
   async open({ path, width = 1000, height = 700 }) {
     if (page) await page.close();
-    errors.length = 0; // an earlier page goes on asking when its field has ended
+    errors.length = 0; // an earlier page keeps polling after its field has ended
     page = await browser.newPage({ viewport: { width, height } });
     page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
     page.on('pageerror', (error) => errors.push(String(error)));
     page.on('dialog', (dialog) => { errors.push(`dialog ${dialog.message()}`); dialog.dismiss(); });
     await page.goto(`http://localhost:2280${path}`);
   },
-  // What is on show: places of the bodies, texts of the boxes, whether the field counts as lost.
+  // What the page shows: places of the bodies, texts of the boxes, whether the field counts as lost.
   look: () => page.evaluate(() => {
     const { scene } = globalThis.kelmora;
     return {
@@ -33,7 +33,7 @@ const orders = {
       overflow: document.documentElement.scrollWidth > innerWidth,
     };
   }),
-  // Where a place of the field is seen in the window, in pixels from its upper left corner.
+  // Where a place of the field appears in the window, in pixels from its upper left corner.
   project: ({ x, y, z }) => page.evaluate((at) => {
     const { eye } = globalThis.kelmora.scene;
     const seen = new globalThis.THREE.Vector3(...at).project(eye);

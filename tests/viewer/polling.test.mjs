@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import test from 'node:test';
 import { PATIENCE, SLOW, ask, pauseAfter, poll } from '../../web/src/watch/polling.js';
 
-// A world whose clock is turned by hand.
+// A fake clock and fetch, advanced by the test.
 function makeWorld(answer) {
   const timers = [];
   return {
@@ -18,7 +18,7 @@ function makeWorld(answer) {
 
 const good = (text) => Promise.resolve({ ok: true, text: () => Promise.resolve(text) });
 
-// Lets everything that was promised happen.
+// Lets all pending promises settle.
 async function settle() {
   for (let i = 0; i < 20; ++i) await Promise.resolve();
 }
@@ -31,14 +31,14 @@ test('pause grows with failures up to a second and for a hidden tab', () => {
   assert.equal(pauseAfter(3000, 5, false), 3000);
 });
 
-test('good answer is handed on, anything else is null', async () => {
+test('good answer is passed on, anything else is null', async () => {
   assert.equal(await ask(makeWorld(() => good('x')), '/turtle'), 'x');
   assert.equal(await ask(makeWorld(() => Promise.resolve({ ok: false })), '/turtle'), null);
   assert.equal(await ask(makeWorld(() => Promise.reject(new Error('gone'))), '/turtle'), null);
   assert.equal(await ask(makeWorld(() => Promise.resolve({ ok: true, text: () => Promise.reject(new Error('cut')) })), '/'), null);
 });
 
-test('question without an answer is given up', async () => {
+test('request without an answer is given up', async () => {
   const world = makeWorld((path, { signal }) => new Promise((resolve, reject) => {
     signal.addEventListener('abort', () => reject(new Error('aborted')));
   }));
@@ -48,7 +48,7 @@ test('question without an answer is given up', async () => {
   assert.equal(await asking, null);
 });
 
-test('next question waits for the answer, backs off after nonsense and recovers', async () => {
+test('next request waits for the answer, backs off after nonsense and recovers', async () => {
   let text = 'nonsense';
   const world = makeWorld(() => good(text));
   const heard = [];
@@ -67,7 +67,7 @@ test('next question waits for the answer, backs off after nonsense and recovers'
   assert.deepEqual(heard, ['nonsense', 'nonsense', 'fine', 'fine']);
 });
 
-test('stopped loop asks no more', async () => {
+test('stopped loop sends no more requests', async () => {
   const world = makeWorld(() => good('x'));
   const stop = poll(world, '/turtle', 60, () => true);
   stop();

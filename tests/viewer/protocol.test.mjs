@@ -16,7 +16,7 @@ test('empty list is no error', () => {
   assert.deepEqual(parseCoins('[]'), []);
 });
 
-test('nonsense is told from an empty list', () => {
+test('nonsense is distinguished from an empty list', () => {
   for (const text of ['', '{', '<html>', 'null', '7', '{"a":1}', '[1,2]', '[null]']) assert.equal(parseTurtles(text), null, text);
   for (const text of ['', '[', '{}', 'null']) {
     assert.equal(parseWalls(text), null, text);
@@ -34,13 +34,13 @@ test('name with quotes, angle brackets, backslashes or line feeds spoils only th
   assert.equal(parseTurtles(listText({ name: 'a"b<c>' }))[0].name, 'a"b<c>');
 });
 
-test('name that turns into other JSON is still only a text', () => {
+test('name that contains JSON is still only a text', () => {
   const [turtle] = parseTurtles(listText({ name: '","name":{"a":1},"q":"' }));
   assert.equal(typeof turtle.name, 'string');
   assert.equal(turtle.alive, true);
 });
 
-test('numbers that are not finite hide a turtle and harm nobody', () => {
+test('numbers that are not finite hide the turtle and nothing else', () => {
   const [a, b, c] = parseTurtles(listText({ x: 'nan' }, { y: '-inf' }, { bx: '-nan', head: 'inf' }));
   assert.deepEqual([a.alive, b.alive, c.alive], [false, false, true]);
   assert.deepEqual([c.bx, c.head], [0, 0]);

@@ -1,4 +1,4 @@
-// Makes answers as the field writes them: members in its order, numbers with six decimals, names unescaped.
+// Writes answers like the field's: members in its order, numbers with six decimals, names unescaped.
 export function turtleText(i, given = {}) {
   const t = { time: 1, type: 1, name: '', team: 0, x: '0.000000', y: '0.000000', head: '0.000000', ttl: 0,
     bx: '0.000000', by: '0.000000', bttf: 0, score: 100, ncoin: 0, alive: true, firing: false, got_hit: false,

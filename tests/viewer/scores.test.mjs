@@ -12,12 +12,12 @@ test('turtles in play are ranked by score, equal ones share a rank', () => {
   assert.deepEqual(ranked.map((e) => [e.place, e.turtle.tid]), [[1, 1], [2, 0], [2, 2], [4, 3]]);
 });
 
-test('turtle without a name is called by its number', () => {
+test('turtle without a name is shown by its number', () => {
   const [a, b, c] = turtles({ name: 'ann' }, { name: '' }, { name: ' ' });
   assert.deepEqual([a, b, c].map(title), ['ann', '#1', '#2']);
 });
 
-test('characters that would turn the text around are left out', () => {
+test('characters that reverse the text direction are left out', () => {
   assert.equal(title({ tid: 0, name: '\u202eabc\u0007' }), 'abc');
 });
 
@@ -39,7 +39,7 @@ test('summary says how many are in and who leads', () => {
   assert.equal(summary(rank(turtles({ score: 7 }, { score: 7 }, { score: 1 }))), '3 turtles · 2 lead with 7');
 });
 
-// A stand-in for the page: elements that know texts and children only, so that writing HTML would fail.
+// Fake page elements that know only texts and children, so that writing HTML would fail.
 class Element {
   constructor() { this.children = []; this.textContent = ''; this.hidden = false; }
   appendChild(child) { this.children.push(child); return child; }

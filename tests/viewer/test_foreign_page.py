@@ -44,7 +44,7 @@ const settled = (thing, ...names) => new Promise((done) => names.forEach((name) 
 
 
 class Page:
-    """Serves the page to this machine, on a port that is not the field's, until it says that it is done."""
+    """Serves the page to this machine, on another port than the field's, until the page reports that it is done."""
 
     def __enter__(self):
         self.done = threading.Event()

@@ -39,7 +39,7 @@ class Page(unittest.TestCase):
         cls.addClassCleanup(cls.browser.close)
 
     def setUp(self):
-        # As the script server leaves it: nobody has painted yet.
+        # The file of the paintings as it is before anybody has painted.
         for name in os.listdir(self.canvas):
             os.remove(os.path.join(self.canvas, name))
         with open(os.path.join(self.canvas, "cards.json"), "w") as file:
@@ -65,19 +65,19 @@ class Page(unittest.TestCase):
 
     @staticmethod
     def turtles():
-        """The turtle list, asked of the field beside the page."""
+        """The turtle list, asked of the field directly."""
         with urllib.request.urlopen("http://127.0.0.1:%d/turtle" % VIEWER_PORT, timeout=20) as answer:
             return json.loads(answer.read())
 
     def picture(self):
-        """The page's pixels, as seen in the window."""
+        """The pixels of the page's window."""
         path = os.path.join(harness.Display.get().scratch, "page.png")
         self.browser("shot", file=path)
         with open(path, "rb") as file, Image.open(io.BytesIO(file.read())) as image:
             return image.convert("RGB")
 
     def mean_color(self, x, y, z=8, half=3):
-        """Mean colour of the few pixels that show a place of the field."""
+        """Mean colour of the few pixels around a place of the field."""
         across, down = (round(value) for value in self.browser("project", x=x, y=y, z=z))
         square = self.picture().crop((across - half, down - half, across + half + 1, down + half + 1))
         pixels = list(square.getdata())
@@ -85,7 +85,7 @@ class Page(unittest.TestCase):
 
     @staticmethod
     def expected_boxes(turtles):
-        """What the score boxes have to say about a turtle list: place, name, score, coins, icon."""
+        """What the score boxes must show for a turtle list: place, name, score, coins, icon."""
         players = sorted((t for t in turtles if t["alive"] and t["type"] == 1), key=lambda t: (-t["score"], t["tid"]))
         boxes = []
         for player in players:
@@ -110,8 +110,8 @@ class Page(unittest.TestCase):
                 self.assertTrue(any("ann" in box["text"] for box in view["boxes"]))
                 self.assertTrue(any(hostile in box["text"] for box in view["boxes"]))
                 self.assertEqual(view["images"], 0)
-                # The overview looks straight down, so the window's pixels tell the place: the scale is that of the two
-                # turtles' distance, 220 units across and 130 upwards.
+                # The overview looks straight down, so the window's pixels give the place: the scale follows from the
+                # two turtles' distance, 220 units across and 130 upwards.
                 here, there = (self.browser("project", x=x, y=y, z=0) for x, y in ((100, 50), (-120, -80)))
                 self.assertAlmostEqual((here[0] - there[0]) / (there[1] - here[1]), 220 / 130, delta=0.01)
                 red, green, blue = self.mean_color(100, 50)  # team 3: blue
@@ -135,14 +135,14 @@ class Page(unittest.TestCase):
                     ann.do("j %d %d" % (x, y))
                     view = self.look_until(lambda v: abs(v["eye"][0] - x) < 0.5 and abs(v["eye"][1] - y) < 0.5
                                            and abs(v["eye"][2] - 10) < 0.5, "the field through ann's eyes")
-                    # Her own body would hide everything; the other turtle is there.
+                    # Its own body would hide everything; the other turtle is visible.
                     self.look_until(lambda v: sorted(body["shown"] for body in v["bodies"]) == [False, True], "one body")
                     self.assertFalse(view["overflow"])
-                ann.do("n 6265")  # who is no longer called so is no longer followed
+                ann.do("n 6265")  # a turtle that changes its name is no longer followed
                 self.look_until(lambda v: v["eye"][2] > 400, "the overview")
             self.assertEqual(self.browser("errors"), [])
 
-    def test_battle_goes_on_without_a_complaint(self):
+    def test_battle_leaves_no_console_errors(self):
         with Field():
             clients = [Client() for _ in range(8)]
             try:
@@ -164,10 +164,10 @@ class Page(unittest.TestCase):
                             fired += client.ask("x").status == "OK"
                             client.ask("f 2")
                             client.ask("t l 3")
-                        except Closed:  # the places are a matter of luck: one may be hit until it dies
+                        except Closed:  # places are random: one may be hit until it dies
                             fighters.remove(client)
                 self.assertGreater(fired, 0)
-                # The battle pauses; beams arrive, who is dying is gone, and scores settle.
+                # The battle pauses: beams arrive, dying turtles disappear, and scores settle.
                 wait_until(lambda: not any(turtle["ttl"] for turtle in self.turtles()), 20, "the dying to be over")
                 seen = {}
 
@@ -180,7 +180,7 @@ class Page(unittest.TestCase):
                 self.assertRegex(seen["view"]["result"], r"^%d turtles · .* leads? with %d$" % (len(scores), max(scores)))
 
                 def in_place():
-                    # Asked anew each time: a late beam may take a doughnut away.
+                    # Asked again each time: a late beam may remove a doughnut.
                     seen["turtles"], seen["view"] = self.turtles(), self.browser("look")
                     return all(self.near(seen["view"]["bodies"], turtle["x"], turtle["y"])
                                for turtle in seen["turtles"] if turtle["alive"])
@@ -200,11 +200,11 @@ class Page(unittest.TestCase):
             with Client() as turtle:
                 turtle.do("j 70 70")
                 self.look_until(lambda v: not v["lost"] and self.near(v["bodies"], 70, 70), "the new field")
-        # Refused connections are the only thing that the console may have complained about.
+        # Refused connections are the only errors that the console may show.
         for error in self.browser("errors"):
             self.assertRegex(error, "Failed to load resource")
 
-    def test_field_that_pauses_or_is_emptied_is_borne(self):
+    def test_field_that_pauses_or_is_emptied_is_handled(self):
         with Field() as field:
             with Client() as turtle:
                 turtle.do("j 70 70")
@@ -222,7 +222,7 @@ class Page(unittest.TestCase):
             self.assertEqual(self.browser("errors"), [])
 
     def test_painting_and_cards_lie_on_the_floor(self):
-        """What turtles paint is seen on the page, in both cameras, with its own colours and sharp edges."""
+        """The page shows the painting in both cameras, with its own colours and sharp edges."""
         with Field(args=["-canvas", self.canvas]), Client() as ann:
             ann.do("p u", "j -200 40", "t e", "w 24", "k 0 1 0", "p d", "f 10")
             self.browser("open", path="/")
@@ -234,7 +234,7 @@ class Page(unittest.TestCase):
             began = time.monotonic()
             wait_until(lambda: colour(0, 40) == [5, 0, 0], 60, lambda: "the stroke, not %r" % colour(0, 40), 0.02)
             print("painting seen after %.2f s" % (time.monotonic() - began), file=sys.stderr)
-            # The stroke is 24 wide: 8 above its middle it is red, 20 above it is the ground, and nothing lies between.
+            # The stroke is 24 wide: 8 above its middle is red, 20 above it is background, with nothing in between.
             self.assertEqual(colour(-60, 48), [5, 0, 0])
             self.assertEqual(colour(-60, 60), [0, 0, 0])
             ann.do("z 3 -100 -180")

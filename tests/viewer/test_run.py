@@ -1,6 +1,6 @@
-"""scripts/run: what it starts, what it says, and that it ends all of it. Run inside scripts/in-namespace.
+"""scripts/run: what it starts, what it prints, and that it ends all of it. Run inside scripts/in-namespace.
 
-KELMORA names the program of build/release, which the script runs; it is up to date here, as are the page's scripts.
+KELMORA names the program of build/release, which the script runs; program and scripts of the page are up to date here.
 """
 import os
 import re
@@ -23,7 +23,7 @@ READY = "Ctrl-C here"
 
 
 def listening_addresses(port):
-    """The addresses on which somebody listens at a port."""
+    """The addresses on which a port has listeners."""
     return [found.local.rsplit(":", 1)[0] for found in harness.tcp_sockets("sport = :%d" % port, listening=True)]
 
 

@@ -23,7 +23,7 @@ SCRIPT = "kelmora/script/kelmora.js"
 
 
 class Checkout:
-    """A folder that looks like the project, as far as viewer-serve cares."""
+    """A folder with everything of the project that viewer-serve needs."""
 
     def __init__(self, name="kelmora"):
         self.top = tempfile.mkdtemp(prefix="kelmora-serve-")
@@ -44,7 +44,7 @@ class Checkout:
 
 
 class Serving:
-    """viewer-serve, or what starts it, in a process group of its own, so that what survives it can be ended."""
+    """viewer-serve, or what starts it, in its own process group, so that survivors can be ended."""
 
     def __init__(self, *command, cwd=None):
         self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True, cwd=cwd)
@@ -110,14 +110,14 @@ class Serve(unittest.TestCase):
             wait_until(lambda: not is_listening(SCRIPT_PORT), 60, "the script server's end")
 
     def test_server_ends_with_the_parent_of_the_script_killed_hard(self):
-        # As scripts/run starts it.
+        # The way scripts/run starts it.
         with Checkout() as checkout:
             with Serving("sh", "-c", 'setpriv --pdeathsig TERM "$0" & wait', checkout.script) as serving:
                 serving.process.kill()
                 serving.process.wait(timeout=60)
                 wait_until(lambda: not is_listening(SCRIPT_PORT), 60, "the script server's end")
 
-    def test_script_that_is_ended_leaves_nothing(self):
+    def test_ended_script_leaves_no_process(self):
         with Checkout() as checkout, tempfile.TemporaryDirectory() as scratch:
             with Serving("env", "TMPDIR=" + scratch, checkout.script) as serving:
                 serving.process.terminate()
@@ -126,7 +126,7 @@ class Serve(unittest.TestCase):
 
 
 class VirtualDisplay(unittest.TestCase):
-    """Who may see and drive a virtual display: only its owner's programs that have the authority file."""
+    """Access to a virtual display: only programs of its owner that have the authority file."""
 
     def run_inside(self, script, **options):
         return subprocess.run([os.path.join(ROOT, "scripts", "with-display"), "sh", "-c", script], capture_output=True,
@@ -144,7 +144,7 @@ class VirtualDisplay(unittest.TestCase):
                                "as_other cat \"$XAUTHORITY\" >/dev/null || echo hidden" % other)
         self.assertEqual(done.stdout, "refused\nhidden\n", done.stderr)
 
-    def test_nothing_is_left_of_it(self):
+    def test_display_leaves_no_files(self):
         for how in (signal.SIGTERM, signal.SIGKILL):
             with self.subTest(how=how), tempfile.TemporaryDirectory() as scratch:
                 script = subprocess.Popen([os.path.join(ROOT, "scripts", "with-display"), "sh", "-c", "echo; exec sleep 600"],

@@ -7,7 +7,7 @@ const near = (a, b) => assert.ok(Math.abs(a - b) < 1e-9 * Math.max(1, Math.abs(b
 const OVERVIEW = { x0: 0, y0: 0, z0: 450, x1: 0, y1: 0, z1: 0 };
 const WIDE = roomIn(1280, 720, 300);
 const TALL = roomIn(400, 800, 300);
-const TAN_30 = Math.tan(Math.PI / 6); // of half the overview's angle
+const TAN_30 = Math.tan(Math.PI / 6); // half of the overview's angle
 
 test('overview looks straight down with +y upwards', () => {
   const view = pose(OVERVIEW, newOrbit(), WIDE);
@@ -25,10 +25,10 @@ test('score panel takes a column of a wide window and the foot of a tall one', (
 test('tall picture is taken from farther away', () => {
   // Half of what is shown fills half the width: 400 of 800 pixels, so half the tangent of 30 degrees.
   near(pose(OVERVIEW, newOrbit(), TALL).eye[2], 272 / (TAN_30 / 2));
-  near(pose({ ...OVERVIEW, z0: 2000 }, newOrbit(), TALL).eye[2], 2000); // never nearer than the field says
+  near(pose({ ...OVERVIEW, z0: 2000 }, newOrbit(), TALL).eye[2], 2000); // never nearer than the field's camera
 });
 
-// Where a place of the field lies in the room: -1 to 1 from its left to its right, and from its foot to its top.
+// A place of the field as seen in the room: -1 to 1 from left to right and from bottom to top.
 function inRoom(view, place, room) {
   const minus = (a, b) => a.map((v, i) => v - b[i]);
   const dot = (a, b) => a.reduce((sum, v, i) => sum + v * b[i], 0);
@@ -63,7 +63,7 @@ test('tilted field stands in the middle of its room and fills it one way', () =>
     for (const [turn, up] of [[0, 60], [0, 150], [60, 150], [200, 230]]) {
       const orbit = newOrbit();
       drag(orbit, turn, -up);
-      const view = pose({ ...OVERVIEW, z0: 1 }, orbit, room); // as near as the field fits
+      const view = pose({ ...OVERVIEW, z0: 1 }, orbit, room); // as near as the whole field fits
       const seen = CORNERS.map((corner) => inRoom(view, corner, room));
       const [left, foot] = [0, 1].map((axis) => Math.min(...seen.map((at) => at[axis])));
       const [right, top] = [0, 1].map((axis) => Math.max(...seen.map((at) => at[axis])));

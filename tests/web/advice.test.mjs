@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import test from 'node:test';
 import { RULES, advise, editDistance, nearest } from '../../web/src/edit/advice.js';
 
-// [kind, message as CPython says it, the line it is about, a word of the English sentence]
+// [kind, CPython's message, the line it concerns, a word of the English advice]
 const MISTAKES = [
   ['SyntaxError', "expected ':'", 'for i in range(3)', 'colon'],
   ['SyntaxError', 'invalid syntax', 'while x < 3', 'colon'],
@@ -57,7 +57,7 @@ const MISTAKES = [
   ['RecursionError', 'maximum recursion depth exceeded', 'f()', 'calls itself'],
 ];
 
-test('each of the commonest mistakes gets its advice, in both languages', () => {
+test('each common mistake gets its advice, in both languages', () => {
   assert.ok(MISTAKES.length >= 30);
   for (const [kind, message, source, word] of MISTAKES) {
     const error = { kind, message, source, line: 1, language: 'python' };
@@ -68,17 +68,17 @@ test('each of the commonest mistakes gets its advice, in both languages', () => 
   }
 });
 
-test('what no rule knows gets no advice', () => {
+test('an error that no rule matches gets no advice', () => {
   assert.equal(advise({ kind: 'MemoryError', message: '', source: 'x', line: 1, language: 'python' }, 'en'), null);
   assert.equal(advise({ kind: 'Error', message: 'x', source: '', line: null, language: 'javascript' }, 'en'), null);
 });
 
-test('JavaScript has advice of its own', () => {
+test('JavaScript has its own advice', () => {
   assert.match(advise({ kind: 'ReferenceError', message: 'forwrd is not defined', source: 'forwrd(3)', line: 1, language: 'javascript' }, 'en'), /forward/);
   assert.match(advise({ kind: 'TypeError', message: 'Assignment to constant variable.', source: 'x = 3', line: 1, language: 'javascript' }, 'en'), /let/);
 });
 
-test('advice survives errors without a line, and lines that are not there', () => {
+test('errors without a line or with a missing line still get advice', () => {
   for (const rule of RULES) {
     for (const kind of rule.kinds) {
       advise({ kind, message: '', source: '', line: null, language: rule.language }, 'en');
@@ -87,7 +87,7 @@ test('advice survives errors without a line, and lines that are not there', () =
   }
 });
 
-test('distance between words counts letters put in, left out, replaced and swapped', () => {
+test('distance between words counts inserted, omitted, replaced and swapped letters', () => {
   assert.equal(editDistance('', 'abc'), 3);
   assert.equal(editDistance('forward', 'foward'), 1);
   assert.equal(editDistance('left', 'felt'), 2);

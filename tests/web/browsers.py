@@ -1,7 +1,7 @@
-"""Real browsers behind one small interface: fresh(), tab(name), open(url), run(script), shot(file), close().
+"""Real browsers with one interface: fresh(), tab(name), open(url), run(script), shot(file), close().
 
-Chromium is driven by a node process beside this file; Firefox by its own remote protocol, which is JSON over a socket;
-WebKit by its driver, which speaks HTTP. Every wait has a deadline.
+Chromium is driven by the node process beside this file, Firefox by its remote protocol (JSON over a socket), WebKit by
+its driver (HTTP). Every wait has a deadline.
 """
 import base64
 import json
@@ -23,7 +23,7 @@ from driver import Driver, Failed  # noqa: E402
 ORDER_TIME = 180  # seconds for one order
 
 
-# A script becomes the body of a function that may wait; what it returns, or what it threw, is handed back.
+# A script becomes the body of an async function; its return value or its error is passed back.
 WRAPPER = ("const done = arguments[arguments.length - 1];"
            "(async () => {%s})().then((value) => done(value === undefined ? null : value), (e) => done({__failed: String(e)}));")
 
@@ -89,7 +89,7 @@ class Firefox:
                 time.sleep(0.1)
         self.number = 0
         self.rest = b""
-        self.receive()  # says who it is
+        self.receive()  # the greeting
         self.order("WebDriver:NewSession", {})
         self.order("WebDriver:SetTimeouts", {"script": ORDER_TIME * 1000, "pageLoad": ORDER_TIME * 1000})
         self.tabs = {}
@@ -119,7 +119,7 @@ class Firefox:
         return result.get("value", result) if isinstance(result, dict) else result
 
     def fresh(self, origins=(), **unused):
-        """Forgets what pages have stored. `origins` are those that were visited."""
+        """Clears what pages have stored. `origins` are those that were visited."""
         for name, handle in list(self.tabs.items()):
             if name != "first":
                 self.order("WebDriver:SwitchToWindow", {"handle": handle})
@@ -163,7 +163,7 @@ class Firefox:
 
 
 class WebKit:
-    """MiniBrowser by WebKitWebDriver; wants a display."""
+    """MiniBrowser through WebKitWebDriver; needs a display."""
     name = "webkit"
     PORT = 4444
 

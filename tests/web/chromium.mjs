@@ -1,4 +1,4 @@
-// Chromium, driven over standard input and output by browsers.py: one order a line, one answer a line, both JSON.
+// Drives Chromium for browsers.py over standard input and output: one order a line, one answer a line, both JSON.
 import { browser, serve } from '../browser/driver.mjs';
 
 let context = null;
@@ -8,7 +8,7 @@ let errors = [];
 let asked = new Set();
 
 const orders = {
-  // A person of their own: nothing is left of whoever sat here before.
+  // A fresh profile: nothing of an earlier user remains.
   async fresh({ width = 1280, height = 800, locale = 'en-US', look = 'light' }) {
     if (context) await context.close();
     tabs.clear();

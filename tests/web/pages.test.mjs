@@ -14,7 +14,7 @@ const SOURCES = fileURLToPath(new URL('../../web/src/', import.meta.url));
 const sources = readdirSync(SOURCES, { recursive: true }).filter((name) => name.endsWith('.js'))
   .map((name) => [name, readFileSync(path.join(SOURCES, name), 'utf8')]);
 
-test('every text has two languages and the same gaps in both', () => {
+test('every text has two languages and the same placeholders in both', () => {
   for (const [key, row] of Object.entries(TEXTS)) {
     assert.equal(row.length, 2, key);
     const gaps = row.map((text) => [...new Set(text.match(/\{\d\}/g) || [])].sort().join());
@@ -22,7 +22,7 @@ test('every text has two languages and the same gaps in both', () => {
   }
 });
 
-test('every text that a page asks for is in the table, and every one in it is asked for', () => {
+test('every text that a page uses is in the table, and every one in it is used', () => {
   const all = sources.filter(([name]) => !name.endsWith('texts.js')).map(([, text]) => text).join('\n');
   const asked = [...all.matchAll(/\bt\('([\w.]+)'/g)].map(([, key]) => key);
   assert.ok(asked.length > 100);
@@ -34,7 +34,7 @@ test('every text that a page asks for is in the table, and every one in it is as
   }
 });
 
-test('texts follow the language, fall back to English, and fill their gaps', () => {
+test('texts follow the language, fall back to English, and fill their placeholders', () => {
   chooseLanguage('de-AT');
   assert.equal(t('run'), 'Start');
   assert.equal(t('error.line', 3), 'Zeile 3');
@@ -58,7 +58,7 @@ test('help is found by word, in either language, whatever its accents and capita
   assert.equal(inJavaScript('begin_fill()'), 'beginFill()');
 });
 
-test('a program survives the way through an address', async () => {
+test('a program is the same after passing through an address', async () => {
   const program = { language: 'python', title: 'Zoë’s spiral', text: 'print("ü")\n'.repeat(500) };
   const fragment = await toFragment(program);
   assert.match(fragment, /^p=1[A-Za-z0-9_-]+$/);
@@ -66,14 +66,14 @@ test('a program survives the way through an address', async () => {
   assert.deepEqual(await fromFragment(`#${fragment}`), program);
 });
 
-test('an address that makes no sense holds no program', async () => {
+test('a malformed address gives no program', async () => {
   for (const bad of ['', '#', '#p=', '#p=1!!!', '#p=1AAAA', '#p=0AAAA', '#p=2AAAA', `#p=0${btoa('["cobol","t","x"]')}`, `#p=0${btoa('{"a":1}')}`,
     `#p=0${btoa('["python",1,"x"]')}`, `#p=1${'A'.repeat(300000)}`]) {
     assert.equal(await fromFragment(bad), null, bad.slice(0, 40));
   }
 });
 
-test('a shared program that would unpack without an end is refused', async () => {
+test('a shared program that would unpack to a huge size is refused', async () => {
   const stream = new Blob([new Uint8Array(50_000_000)]).stream().pipeThrough(new CompressionStream('deflate'));
   const packed = Buffer.from(await new Response(stream).arrayBuffer()).toString('base64url');
   assert.ok(packed.length < 100000);
@@ -92,7 +92,7 @@ test('a lesson becomes plain parts', () => {
   ]);
 });
 
-test('cards are read with their places, and nonsense is none', () => {
+test('cards are read with their places, and malformed lists give none', () => {
   const good = { sheet: 'cards.png', width: 75, height: 104, cards: [{ card: 12, x: -34.5, y: 20, u: 15, v: 10 }, { x: 'a' }, null] };
   assert.equal(parseCards(JSON.stringify(good)).cards.length, 1);
   for (const bad of ['', '[]', 'null', '{}', '{"painting":false,"cards":[]}', JSON.stringify({ ...good, sheet: '../secret' }), JSON.stringify({ ...good, width: 0 })]) {
@@ -100,7 +100,7 @@ test('cards are read with their places, and nonsense is none', () => {
   }
 });
 
-test('a file that has not changed is used once, one that is not there is asked for seldom', async () => {
+test('a file that has not changed is used once, a missing one is requested rarely', async () => {
   const pauses = [];
   const answers = [{ ok: true, tag: 'a' }, { ok: true, tag: 'a' }, { ok: true, tag: 'b' }, { ok: false, tag: null }];
   let used = 0;

@@ -1,4 +1,4 @@
-"""What a pupil does at a page, in any browser: presses what is called so, writes a program, looks what it says."""
+"""A pupil's actions on a page, in any browser: presses by name, writes programs, reads what is shown."""
 import json
 import os
 import sys
@@ -9,7 +9,7 @@ from harness import wait_until  # noqa: E402
 
 PATIENCE = 90  # seconds; only bounds a hang
 
-# Finds what is shown under an accessible name: its label, the text of its <label>, or its own text.
+# Finds a visible element by its accessible name: its label, the text of its <label>, or its own text.
 FIND = """
 const nameOf = (e) => (e.getAttribute('aria-label') || (e.labels && e.labels[0] && e.labels[0].innerText)
     || [...e.childNodes].filter((n) => !(n.getAttribute && n.getAttribute('aria-hidden') === 'true'))
@@ -34,11 +34,11 @@ class Pupil:
         self.browser.open(self.origin + path)
 
     def wait(self, condition, what, seconds=PATIENCE):
-        """Until a JavaScript expression is true; returns its value."""
+        """Waits until a JavaScript expression is true; returns its value."""
         def look():
             try:
                 return self.run("return %s;" % condition)
-            except AssertionError:  # while a page is being left
+            except AssertionError:  # while the page is being left
                 return None
         return wait_until(look, seconds, lambda: "%s; the page shows %r" % (what, self.text()[-600:]), 0.1)
 
@@ -61,7 +61,7 @@ class Pupil:
     def is_there(self, name):
         return self.run(FIND + "try { named(%s); return true; } catch { return false; }" % json.dumps(name))
 
-    # joining and the editor
+    # Joining and the editor.
 
     def join(self, code, name):
         self.open("/")

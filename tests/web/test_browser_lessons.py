@@ -1,9 +1,9 @@
-"""Every program of the lessons in a browser: it runs as it stands there, ends, and has done what the lesson says.
+"""Every program of the lessons in a browser: it runs unchanged, ends, and does what the lesson says.
 
-One pupil in Chromium, on the real field through the real class server; what is painted is compared with the lessons' own
-pictures. Programs with several turtles run on the practice canvas, because in a class everybody has one; such as fight
-each other need the field itself, and are left out. Run inside
-scripts/in-namespace after scripts/web-build. LESSONS may name some, by the beginning of their files' names.
+One pupil in Chromium, on the real field through the real class server; the painting is compared with the lessons'
+pictures. Programs with several turtles run on the practice canvas, because in a class each pupil has one turtle; those
+whose turtles fight each other need the field itself and are left out. Run inside scripts/in-namespace after
+scripts/web-build. LESSONS may select some by the beginning of their file names.
 """
 import glob
 import os
@@ -45,7 +45,8 @@ class Lessons(unittest.TestCase):
             teacher.post("/api/desk/rule", {"key": rule["key"], "allowed": True})
 
     def prepare(self, things):
-        """An empty field with what a program needs; the pupil's turtle is gone, too, and comes back with the next run."""
+        """An empty field with what a program needs; the pupil's turtle is removed, too, and returns with the next
+        run."""
         with Client() as client:
             client.do("! u", "h 0 0 0")
         self.field.key("K")

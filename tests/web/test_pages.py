@@ -1,7 +1,7 @@
 """The pages of a class in real browsers: the real class server, the real field, an address that is not loopback.
 
-Run inside scripts/in-namespace after scripts/web-build. KELMORA and KELMORA_CLASS name the programs; BROWSERS may name the
-browsers, separated by blanks, else they are Chromium and Firefox.
+Run inside scripts/in-namespace after scripts/web-build. KELMORA and KELMORA_CLASS name the programs; BROWSERS may name
+the browsers, separated by blanks; the default is Chromium and Firefox.
 """
 import json
 import os
@@ -22,7 +22,7 @@ SQUARE = "from kelmora import *\nfor side in range(4):\n    forward(60)\n    lef
 
 
 class Pages:
-    """The tests of one browser; it is started once for all of them."""
+    """The tests of one browser, which is started once for all of them."""
     make_browser = None
 
     @classmethod
@@ -44,7 +44,8 @@ class Pages:
         return next((t for t in self.room.browser().get("/field/0/turtle").json if t["name"] == name and t["alive"]), None)
 
     def test_a_lesson(self):
-        """Join, write, run, stop, input, sleep, errors, rules: one pupil's lesson, because starting one takes longest."""
+        """Join, write, run, stop, input, sleep, errors, rules: one lesson in one test, because starting takes
+        longest."""
         ann = self.pupil
         self.assertFalse(bool(ann.open("/")))
         self.assertFalse(ann.run("return isSecureContext;"))
@@ -160,7 +161,7 @@ class Pages:
         ann.sit_down(CODE, "Ann")
         ann.start("import time\nprint('begun')\ntime.sleep(600)\n")
         ann.says("begun")
-        ann.open("/edit")  # the page is left in the middle of a run
+        ann.open("/edit")  # leaves the page in the middle of a run
         ann.ready()
         ann.wait("kelmora.session.state && kelmora.session.state.seat", "the seat again")
         self.assertEqual(ann.run("return kelmora.session.state.name;"), "Ann")
@@ -211,14 +212,14 @@ class Pages:
         teacher.press("Remove Anna")
         teacher.run("document.querySelector('dialog .main').click();")
         wait_until(lambda: ann.get("/api/me").status == 401, 60, "Anna to be out")
-        # From another address the desk stays closed.
+        # From another address the desk is refused.
         ann = Pupil(self.browser, self.origin)
         ann.open("/desk")
         ann.see("localhost")
         self.assertFalse(ann.is_there("Pause all"))
 
     def test_starting_program_and_waiting_pupil(self):
-        """Ten sit; the eleventh practises meanwhile, and finds the teacher's program in the editor."""
+        """Ten have seats; the eleventh practises meanwhile, and finds the teacher's program in the editor."""
         for i in range(10):
             self.room.student("Pupil %d" % i)
         teacher = self.room.teacher()
@@ -237,7 +238,7 @@ class Pages:
 
     @staticmethod
     def red_at(pupil, x, y):
-        """True when the practice canvas is red at a place of the field."""
+        """Whether the practice canvas is red at a place of the field."""
         return pupil.run("const c = kelmora.practice.canvas; const p = c.getContext('2d').getImageData((%d + 256) * c.width / 512, "
                          "(256 - %d) * c.height / 512, 1, 1).data; return p[0] > 200 && p[1] < 60;" % (x, y))
 
@@ -302,7 +303,7 @@ class InChromium(Pages, unittest.TestCase):
         ann.wait("document.body.dataset.state === 'running'", "the program to run")
         self.browser.order("key", keys=["Control+."])
         ann.says("stopped")
-        # Escape, then Tab, leaves the editor, in which Tab alone indents.
+        # Tab alone indents in the editor; Escape and then Tab leaves it.
         ann.run(FIND + "named('Program').focus();")
         self.browser.order("key", keys=["Escape", "Tab"])
         self.assertFalse(ann.run("return document.activeElement.closest('.cm-editor') !== null;"))
@@ -317,12 +318,12 @@ class InChromium(Pages, unittest.TestCase):
         ann.ready()
         self.assertEqual(self.browser.order("asked"), [self.origin])
         self.assertEqual(self.browser.order("errors"), [])
-        # The second visit loads nothing heavy: all of it is in the cache.
+        # The second visit loads nothing large: all of it is cached.
         weight = ann.run("return performance.getEntriesByType('resource').reduce((sum, one) => sum + one.transferSize, 0);")
         self.assertLess(weight, 200000)
 
     def test_phone_upright(self):
-        """Nothing is wider than the window, and what is needed is in reach."""
+        """Nothing is wider than the window, and all controls can be reached."""
         self.browser.fresh(width=390, height=844)
         ann = self.pupil
         for path in ("/", "/edit", "/watch"):

@@ -1,4 +1,4 @@
-// The turtle's words of the JavaScript worker, against the practice field and against answers written by hand.
+// The JavaScript worker's turtle words, on the practice field and with hand-written answers.
 import assert from 'node:assert/strict';
 import test from 'node:test';
 import { PracticeField } from '../../web/src/edit/js-practice.js';
@@ -41,7 +41,7 @@ test('lines go over the wire as the other libraries send them', () => {
   assert.deepEqual(turtle.sent, ['f 50\n', 't r 12.5\n', 'p u\n', 't n\n', 's 4869\n', 'n c3a9\n']);
 });
 
-test('after a new colour the pen is set down anew before the next line, once', () => {
+test('after a new colour the pen is lowered again before the next line, once', () => {
   const turtle = practising();
   turtle.pencolor('blue');
   turtle.sent.length = 0;
@@ -50,7 +50,7 @@ test('after a new colour the pen is set down anew before the next line, once', (
   assert.deepEqual(turtle.sent, ['p d\nf 10\n', 'f 10\n']);
 });
 
-test('a number that is none is refused before anything is sent', () => {
+test('NaN is refused before anything is sent', () => {
   const turtle = practising();
   for (const bad of [NaN, Infinity, '10', undefined, null]) assert.throws(() => turtle.forward(bad), { name: 'NotANumber' });
   assert.throws(() => turtle.pencolor('no colour'), { name: 'BadValue' });
@@ -59,7 +59,7 @@ test('a number that is none is refused before anything is sent', () => {
   assert.deepEqual(turtle.sent, []);
 });
 
-test('text cannot smuggle in a command', () => {
+test('text cannot inject a command', () => {
   const turtle = practising();
   turtle.name('x\nc a');
   turtle.ask('q p\nc a;c f');
@@ -95,7 +95,7 @@ test('a filled area is painted as triangles that cover it', () => {
   near(turtle.position()[0], 0);
 });
 
-test('polygons are cut into triangles of the same area, whichever way round and whatever their dents', () => {
+test('polygons are cut into triangles of the same area, whichever way round and convex or not', () => {
   const area = (points) => Math.abs(points.reduce((sum, [x, y], i) => {
     const [nx, ny] = points[(i + 1) % points.length];
     return sum + x * ny - nx * y;
@@ -106,14 +106,14 @@ test('polygons are cut into triangles of the same area, whichever way round and 
   assert.deepEqual(triangles([[0, 0], [1, 1]]), []);
 });
 
-test('answers are read from their end, and garbage is an error', () => {
+test('answers are read from their end, and malformed ones are errors', () => {
   assert.deepEqual(readAnswer('10.0 -4.5 OK @ 15 3'), { values: '10.0 -4.5', ok: true, clock: 15, events: 3 });
   assert.deepEqual(readAnswer('ERR @ 7 0'), { values: '', ok: false, clock: 7, events: 0 });
   assert.equal(readAnswer('5 mail @ home OK @ 9 0').values, '5 mail @ home');
   for (const bad of ['', 'OK', 'OK @ x y', 'hello @ 3 4']) assert.throws(() => readAnswer(bad), { name: 'BadAnswer' });
 });
 
-test('what happened is told once, and listeners hear of it', () => {
+test('events are reported once, and listeners are called', () => {
   const heard = [];
   const answers = ['OK @ 1 0\nOK @ 1 0\n', 'ERR @ 2 16\n', 'OK @ 3 0\n', 'OK @ 4 0\n', 'OK @ 5 0\n'];
   const { words } = makeWords(() => answers.shift(), () => {});
@@ -124,7 +124,7 @@ test('what happened is told once, and listeners hear of it', () => {
   assert.deepEqual(words.events(), []);
 });
 
-test('strict makes a blocked step an error that says by what', () => {
+test('strict makes a blocked step an error that names the obstacle', () => {
   const answers = ['OK @ 1 0\nOK @ 1 0\n', 'ERR @ 2 8\n'];
   const { words } = makeWords(() => answers.shift(), () => {});
   words.strict();

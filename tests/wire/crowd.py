@@ -1,4 +1,4 @@
-"""What players, vandals and operators do at random: shared by the tests of many clients and by the soak."""
+"""Random input of players, vandals and operators, shared by the tests of many clients and by the soak test."""
 import threading
 
 import harness
@@ -7,10 +7,10 @@ COMMANDS = ["f %d", "b %d", "g %d %d", "j %d %d", "t l %d", "t r %d", "t e", "t 
             "w %d", "k 1 %d 0", "h 0 0 %d", "s 4142%d", "n 43%d", "u text %d", "i %d", "e %d", "o", "o b", "o s", "o x",
             "d", "x", "y + %d", "y - %d", "z %d %d %d", "!", "! u", ".", "q p", "q d", "q m", "q f", "q r", "q r 5", "q w",
             "q a", "q s", "q t", "q n", "q c", "q o", "q b", "q z s %d", "q z p %d", "c a", "c f", "c h", "c", "r"]
-# Numbers that are none, words that are cut, letters without a meaning.
+# Malformed numbers, truncated words, unknown letters.
 NONSENSE = ["f nan", "j inf 1e308", "w -1", "e 1e999", "zz top", "q", "q r 9", "~", "t", "i 99999999999999999999", "z 9e9",
             "u " + "x" * 300, "n " + "4" * 400, "f " + "1" * 480]
-# Keys that leave the program running and admit the same clients as before.
+# Keys that keep the program running and the same clients admitted.
 KEYS = ["exclam", "plus", "minus", "comma", "period", "3", "b", "c", "h", "Escape", "K", "M", "n", "o", "s", "z"]
 
 
@@ -26,8 +26,8 @@ def random_lines(source, most, words=None):
 
 
 def random_bytes(source):
-    """A packet as a vandal sends it: noise, letters of the language without its order, one byte over and over, or
-    thousands of commands at once."""
+    """A packet of a vandal: noise, letters of the language in random order, one byte repeated, or thousands of commands
+        at once."""
     size = source.choice((1, 3, 511, 512, 513, 700, 4000))
     kind = source.random()
     if kind < 0.4:
@@ -40,9 +40,9 @@ def random_bytes(source):
 
 
 def vandalize(source, packets, harmless=False):
-    """One vandal's visit: up to so many packets, then it vanishes in mid-line, with a reset or without.
+    """One vandal's visit: up to `packets` packets, then it disconnects in mid-line, with a reset or without.
 
-    A harmless one sends nothing that could hurt another turtle: no beams, no robots, no battle mode.
+        A harmless one sends nothing that could hurt another turtle: no beams, no robots, no battle mode.
     """
     try:
         client = harness.Client(greet=False)
@@ -59,14 +59,14 @@ def vandalize(source, packets, harmless=False):
 
 
 def together(jobs, seconds):
-    """Runs the jobs on threads of their own and raises the first failure of any; the jobs end by themselves within so
-    many seconds."""
+    """Runs the jobs in threads and raises the first failure of any; the jobs end by themselves within that many
+        seconds."""
     failures = []
 
     def guarded(job):
         try:
             job()
-        except BaseException as failure:                    # handed to the thread that waits
+        except BaseException as failure:                    # passed to the thread that waits
             failures.append(failure)
     threads = [threading.Thread(target=guarded, args=(job,)) for job in jobs]
     for thread in threads:

@@ -1,9 +1,9 @@
 """Starts the real program on a virtual display of its own and talks to it over real sockets.
 
 Every wait has a deadline and ends on a condition. Everything started here is ended by its process id, and a program
-that died, or that printed a sanitizer report, fails the test that used it. KELMORA names the program, KELMORA_SLOW
-stretches all deadlines (default: found from how long the program takes to start).
-Run inside scripts/in-namespace: the ports are fixed, and 127.0.0.2 plays the other host.
+that died or printed a sanitizer report fails the test that used it. KELMORA names the program, KELMORA_SLOW
+stretches all deadlines (default: derived from the time the program takes to start).
+Run inside scripts/in-namespace: the ports are fixed, and 127.0.0.2 stands for another host.
 """
 import atexit
 import collections
@@ -38,12 +38,12 @@ slow = float(os.environ.get("KELMORA_SLOW", "0"))
 
 
 def patience(seconds):
-    """A deadline of so many seconds on an ordinary build, stretched on a slow one."""
+    """A deadline of that many seconds on an ordinary build, stretched on a slow one."""
     return seconds * max(slow, 1.0)
 
 
 def wait_until(condition, seconds=10.0, what="condition", pause=0.01):
-    """Polls until the condition gives something true, and hands that back."""
+    """Polls until the condition returns something true, and returns that."""
     end = time.monotonic() + patience(seconds)
     while True:
         value = condition()
@@ -55,7 +55,7 @@ def wait_until(condition, seconds=10.0, what="condition", pause=0.01):
 
 
 def instrumented():
-    """True when the program carries the address or the thread sanitizer."""
+    """True when the program is built with the address or the thread sanitizer."""
     return bool(sanitizer_library())
 
 
@@ -72,7 +72,7 @@ def build_name():
 
 
 def swap16(port):
-    """The port as the log shows it: the stored network-order field, read as a number of this host."""
+    """The port as logged: the stored network-order field, read as a host-order number."""
     return struct.unpack("=H", struct.pack("!H", port))[0]
 
 
@@ -80,11 +80,11 @@ TcpSocket = collections.namedtuple("TcpSocket", "state unread unsent local peer"
 
 
 def tcp_sockets(expression, listening=False):
-    """The TCP sockets of this network namespace that match an expression of ss(8); closed ones are none."""
+    """The TCP sockets of this network namespace that match an expression of ss(8), without closed ones."""
     kind = ["listening"] if listening else ["established", "state", "close-wait"]
     listing = subprocess.run(["ss", "-Hnt", "state", *kind, expression], capture_output=True, text=True, check=True,
                              timeout=patience(60)).stdout
-    # One state alone has no column of its own.
+    # When only one state is listed, its column is missing.
     rows = [(["LISTEN"] if listening else []) + line.split() for line in listing.splitlines()]
     return [TcpSocket(row[0], int(row[1]), int(row[2]), row[3], row[4]) for row in rows]
 
@@ -94,7 +94,7 @@ def is_listening(port):
 
 
 def served_connections():
-    """Connections to the client port that the field has not closed at its end."""
+    """Connections to the client port that the field has not closed on its side."""
     return len(tcp_sockets("sport = :%d" % CLIENT_PORT))
 
 
@@ -106,12 +106,12 @@ class Display:
         self.scratch = tempfile.mkdtemp(prefix="kelmora-wire-")
         read_end, write_end = os.pipe()
         self.log = open(os.path.join(self.scratch, "xvfb.log"), "wb")
-        # Only who can read this file gets in, not every user of the machine. The server takes the cookie whatever
-        # display the entry is for; programs look for the number, not known yet.
+        # Only a program that can read this file gets access, not every user of the machine. The server accepts the
+        # cookie whatever display the entry names; programs look for the number, which is not known yet.
         self.authority = os.path.join(self.scratch, "authority")
         cookie = secrets.token_hex(16)
         with open(self.authority, "xb"):
-            pass                                            # xauth says a word about a file that is not there
+            pass                                            # xauth prints a note about a missing file
         self.authorize(":0", cookie)
         self.process = subprocess.Popen(
             ["Xvfb", "-displayfd", str(write_end), "-auth", self.authority, "-screen", "0", "1024x768x24",
@@ -217,7 +217,7 @@ class Client:
         return parse_reply(self.read_line(seconds))
 
     def ask(self, line):
-        """Sends one line and gives its reply."""
+        """Sends one line and returns its reply."""
         try:
             self.send(line + "\n" if isinstance(line, str) else line + b"\n")
         except ConnectionError as error:
@@ -225,7 +225,7 @@ class Client:
         return self.reply()
 
     def ask_all(self, lines):
-        """Sends all lines in one packet and gives their replies."""
+        """Sends all lines in one packet and returns their replies."""
         lines = list(lines)
         try:
             self.send("".join(line + "\n" for line in lines))
@@ -234,7 +234,7 @@ class Client:
         return [self.reply() for _ in lines]
 
     def do(self, *lines):
-        """Each line in a packet of its own; every one has to succeed."""
+        """Sends each line in its own packet; every one must succeed."""
         for line in lines:
             answer = self.ask(line)
             if answer.status != "OK":
@@ -248,12 +248,12 @@ class Client:
         return tuple(self.numbers("q p"))
 
     def wait_ticks(self, count):
-        """Lets so many ticks of the field's clock pass."""
+        """Waits for that many ticks of the field's clock."""
         start = self.ask(".").clock
         return wait_until(lambda: self.ask(".").clock >= start + count, 5 + count * 0.1, "%d ticks" % count, 0.002)
 
     def wait_closed(self, seconds=10.0):
-        """Reads and drops until the field has ended the connection."""
+        """Reads and discards until the field has closed the connection."""
         end = time.monotonic() + patience(seconds)
         while True:
             self.sock.settimeout(max(0.01, end - time.monotonic()))
@@ -266,7 +266,7 @@ class Client:
                 return True
 
     def abort(self):
-        """Vanishes with a reset instead of an orderly end."""
+        """Disconnects with a reset instead of an orderly close."""
         self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
         self.sock.close()
 
@@ -278,13 +278,13 @@ MENU_GREY = 178  # of freeglut's menus
 
 
 class Field:
-    """The running program, from the start of the process to its end."""
+    """The running program, from start to end of its process."""
 
     def __init__(self, args=(), env=None, without=(), start_second=None, cwd=None, argv0=None, servers=True,
                  inherited=(), log_unread=False, closed=()):
         self.args, self.argv0, self.inherited = list(args), argv0, list(inherited)
         self.servers = servers
-        self.closed = closed                                # standard streams that the program is started without
+        self.closed = closed                                # standard streams that are closed at the start
         self.log_unread = log_unread                        # until read_log() is called
         self.display = Display.get()
         self.cwd = cwd or self.display.scratch
@@ -295,7 +295,7 @@ class Field:
         if os.path.exists(suppressions):
             self.environment.setdefault("TSAN_OPTIONS", "suppressions=" + os.path.abspath(suppressions))
         if start_second is not None:
-            # A stamp with "@" lets the clock move on from there; without it the program would wait for ever.
+            # With "@" the clock moves on from the given time; without it the program would wait for ever.
             self.environment.update(
                 LD_PRELOAD="/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1", TZ="UTC",
                 FAKETIME=time.strftime("@%Y-%m-%d %H:%M:%S", time.gmtime(start_second)),
@@ -327,7 +327,8 @@ class Field:
         if is_listening(CLIENT_PORT) and self.servers:
             raise RuntimeError("port %d is taken: run this inside scripts/in-namespace" % CLIENT_PORT)
         others = set(self.windows())
-        # A capture is named by the field's clock, which begins anew: an older one must not bear the name of a new one.
+        # A capture is named by the field's clock, which restarts: remove older ones, so that no new one has the name of
+        # an old one.
         for name in captures_in(self.display.home):
             os.unlink(os.path.join(self.display.home, name))
         self.earliest_second = int(time.time())
@@ -350,11 +351,11 @@ class Field:
             os.close(number)
 
     def windows(self):
-        """Every field's visible window on the display, another program's too."""
+        """Visible windows of all fields on the display, including other programs'."""
         return self.xdotool("search", "--onlyvisible", "--name", "Kelmora @", check=False).split()
 
     def is_up(self, others):
-        """Whether the program serves and shows a window of its own: none of the others, which were there before."""
+        """Whether the program serves and shows a new window, not one of `others`."""
         if self.process.poll() is not None:
             raise AssertionError("the program ended with %d; it said %r" % (self.process.returncode, self.lines))
         if self.servers and not is_listening(CLIENT_PORT):
@@ -368,15 +369,15 @@ class Field:
                 self.lines.append(raw.decode("latin-1").rstrip("\n"))
                 self.news.notify_all()
 
-    # what the program says
+    # Standard error and output.
 
     def read_log(self):
-        """Begins to read the log of a program that was started with `log_unread`."""
+        """Starts to read the log of a program started with `log_unread`."""
         self.log_unread = False
         self.reader.start()
 
     def mark(self):
-        """A place in the log to look from."""
+        """A position in the log to search from."""
         with self.news:
             return len(self.lines)
 
@@ -385,11 +386,11 @@ class Field:
             return self.lines[start:]
 
     def wait_line(self, text, start=0, seconds=10.0, count=1):
-        """Waits until the log holds a line of exactly this text so many times from the mark on."""
+        """Waits until the log holds exactly this line `count` times after the mark."""
         wait_until(lambda: self.said(start).count(text) >= count, seconds,
                    lambda: "the line %r in %r" % (text, self.said(start)))
 
-    # the window
+    # The window.
 
     def xdotool(self, *words, check=True):
         result = subprocess.run(["xdotool"] + [str(word) for word in words], env=self.environment_of_tools(),
@@ -405,26 +406,27 @@ class Field:
         return self.xdotool("getwindowname", self.window).rstrip("\n")
 
     def key(self, *names, last=False):
-        """Presses keys (X names) in the window. Events are in the program's queue when this returns.
+        """Presses keys (X names) in the window. The events are in the program's queue when this returns.
 
-        With `last` the window may be gone before the key is released.
+                With `last` the window may close before the key is released.
         """
         self.xdotool("key", "--window", self.window, "--delay", "2", *names, check=not last)
 
     def settle(self):
-        """Waits until all keys pressed before have been acted on: two presses that cancel each other are announced."""
+        """Waits until all earlier key presses have been handled: presses two keys that cancel each other and are
+        logged."""
         start = self.mark()
         self.key("at", "at")
         wait_until(lambda: len([line for line in self.said(start) if re.match("entering p(rivate|ublic) mode", line)]) >= 2,
                    10, "two changes of private mode")
 
     def menus(self):
-        """Visible windows beside the field's own (a menu is one)."""
+        """Visible windows other than the field's own (a menu is one)."""
         found = self.xdotool("search", "--onlyvisible", "--name", ".*", check=False).split()
         return [window for window in found if window != self.window]
 
     def choose(self, entry):
-        """Picks the entry (1 = first) of the pop-up menu with the right mouse button."""
+        """Picks entry number `entry` (from 1) of the pop-up menu with the right mouse button."""
         before = set(self.menus())
         self.xdotool("mousemove", "--window", self.window, 100, 100, "mousedown", 3)
         wait_until(lambda: set(self.menus()) - before, 10, "the menu")
@@ -436,7 +438,7 @@ class Field:
             wait_until(lambda: not set(self.menus()) - before, 10, "the menu to close")
 
     def is_marked(self, menu):
-        """Whether the menu marks the entry under the pointer, the one that a release picks: with a ground of white."""
+        """Whether the menu highlights, with a white background, the entry under the pointer, which a release picks."""
         def row(*words):
             return int(re.search(r"^Y=(-?\d+)$", self.xdotool(*words), re.M)[1])
         y = row("getmouselocation", "--shell") - row("getwindowgeometry", "--shell", menu)
@@ -452,7 +454,7 @@ class Field:
             return numpy.asarray(image.convert("RGB")).astype(int)
 
     def wait_picture(self, good, seconds=10.0, what="the expected picture"):
-        """Waits for a picture that satisfies the condition and gives it back."""
+        """Waits for a picture that meets the condition and returns it."""
         kept = []
 
         def look():
@@ -462,7 +464,7 @@ class Field:
         return kept[0]
 
     def capture(self):
-        """Presses the capture key and gives the path of the one file that this has made, once it is complete."""
+        """Presses the capture key and returns the path of the one new file once it is complete."""
         home = self.environment["HOME"]
         before = captures_in(home)
         self.key("p")
@@ -475,7 +477,7 @@ class Field:
         return path
 
     def captured(self):
-        """The next frame's pixels, as picture() gives them, but out of the program itself: never an older frame."""
+        """The next frame's pixels like picture(), but from the program itself: never of an older frame."""
         path = self.capture()
         try:
             with Image.open(path) as image:
@@ -483,21 +485,21 @@ class Field:
         finally:
             os.unlink(path)
 
-    # the end
+    # The end.
 
     def wait_exit(self, seconds=20.0):
-        """Waits for the program to end by itself and gives its exit status."""
+        """Waits for the program to end by itself and returns its exit status."""
         self.process.wait(timeout=patience(seconds))
         self.ended = True
         return self.process.returncode
 
     def stop(self):
-        """Ends the program; gives a text when it had crashed or a sanitizer has spoken, else nothing."""
+        """Ends the program; returns a text when it had crashed or a sanitizer has reported, else nothing."""
         if self.process is None:
             return ""
         trouble = ""
         if self.process.poll() is None and self.window and instrumented():
-            # The operator's way out, on which the address sanitizer looks for leaks.
+            # The operator's way to quit, at which the address sanitizer checks for leaks.
             self.key("Q", last=True)
             try:
                 self.wait_exit(30)
@@ -526,7 +528,7 @@ class Field:
 
 
 def captures_in(folder):
-    """Names of the screen captures in a folder."""
+    """File names of the screen captures in a folder."""
     return {name for name in os.listdir(folder) if re.fullmatch(r"kelmora-capture-\d+\.png", name)}
 
 
@@ -536,7 +538,8 @@ def pixel(x, y):
 
 
 class FieldTest(unittest.TestCase):
-    """One program for all tests of a class that leave no trace; `client()` gives a fresh turtle out of the way."""
+    """One program for all tests of a class; the tests must undo what they change. `client()` gives a fresh turtle at
+    the side."""
     field_options = {}
 
     @classmethod
@@ -554,8 +557,8 @@ class FieldTest(unittest.TestCase):
         return made
 
     def fresh(self, count=1):
-        """An empty field in graphics mode, black and with all coins in the bank, with so many new clients on it."""
-        # Connections are accepted in order: when this one is answered or refused, none that came before still waits.
+        """An empty field in graphics mode, black and with all coins in the bank, with that many new clients."""
+        # Connections are accepted in order: when this one is answered or refused, no earlier one still waits.
         with Client(greet=False) as last:
             try:
                 last.ask(".")
@@ -566,7 +569,7 @@ class FieldTest(unittest.TestCase):
         wait_until(lambda: served_connections() == 0, 10, "all clients to be dropped")
         made = [self.client() for _ in range(count)]
         made[0].do("! u", "h 0 0 0")
-        # Newcomers stand where chance puts them; who stands too near to another cannot leave its place.
+        # Newcomers appear at random places; one that is too near to another turtle cannot jump away.
         places = [complex(*map(float, client.ask("q p").values.split())) for client in made]
         if any(abs(places[i] - places[j]) <= 20 for i in range(count) for j in range(i)):
             return self.fresh(count)

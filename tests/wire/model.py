@@ -1,4 +1,4 @@
-"""A plain second computation of where things come to stand, from the same C library random numbers."""
+"""An independent computation of the turtles' places from the same random numbers of the C library."""
 import ctypes
 import math
 
@@ -23,7 +23,7 @@ def distance_to_segment(x, y, wall):
 class Model:
     def __init__(self, seed):
         LIBC.srandom(ctypes.c_uint(seed & 0xFFFFFFFF))
-        self.bodies = []                    # x, y, heading of all that live
+        self.bodies = []                    # x, y, heading of every live turtle
         self.maze_mode = False
         self.clear_walls()
 
@@ -42,7 +42,7 @@ class Model:
         return min(distance_to_segment(x, y, wall) for wall in self.walls)
 
     def generate(self, free=False):
-        """A new turtle (or, with free, a doughnut): x, y, heading; or a lone None when no place was found."""
+        """A new turtle (or, with free, a doughnut): x, y, heading; a single None when no place was found."""
         corner = self.maze_mode and not free
         room = 10.0 if corner else 20.0
         for attempt in range(21):
@@ -74,7 +74,7 @@ class Model:
             self.bodies.append((x, y, 0.0))
 
     def radar(self, asker, rank):
-        """Relative bearing of the rank-th nearest (0 = nearest) with its noise."""
+        """Relative bearing of the rank-th nearest (0 = nearest), noise included."""
         x, y, heading = self.bodies[asker]
         others = sorted((math.hypot(bx - x, by - y), i) for i, (bx, by, _) in enumerate(self.bodies) if i != asker)
         bx, by, _ = self.bodies[others[rank][1]]
@@ -83,7 +83,8 @@ class Model:
         return relative + (drand() - 0.5) * 40.0
 
     def maze(self):
-        """Sticks that fall over at the inner vertices of a 16 x 16 grid; four doughnuts around the middle."""
+        """One wall from each inner vertex of a 16 x 16 grid, in a random direction; four doughnuts around the
+        middle."""
         self.clear_walls()
         self.maze_mode = True
         ends = [[0] * 17 for _ in range(17)]

@@ -1,6 +1,6 @@
-"""A soak test: players, vandals, clients that never read, web viewers and an operator pressing keys, all at once, for as many
-minutes as asked (first argument), against the program in KELMORA. Watches the clock, descriptors, threads and memory,
-and ends with its figures and a verdict; the exit status is 0 when it is good. Run by scripts/soak.
+"""A soak test: players, vandals, clients that never read, web viewers and an operator pressing keys, all at once, for
+the minutes given as first argument, on the program in KELMORA. Watches the clock, descriptors, threads and memory, and
+ends with its figures and a verdict; the exit status is 0 when all is well. Run by scripts/soak.
 """
 import os
 import random
@@ -14,7 +14,7 @@ import crowd
 import harness
 from harness import Client, Closed, Field
 
-MINUTES = 1.0              # changed by the command line and by the short form among the tests
+MINUTES = 1.0              # set by the command line, and by the short form among the tests
 SEED = int(time.time())
 SPAN = 5.0                 # seconds of one sample
 TARGETS = ["/", "/turtle", "/wall", "/coin", "/camera", "/img/0", "/img/7", "/img/99", "/nothing", "/" + "x" * 3000]
@@ -26,7 +26,7 @@ class Day:
         self.end = time.monotonic() + MINUTES * 60
         self.clock, self.served, self.pages, self.connections = 0, 0, 0, 0
         self.count_lock = threading.Lock()
-        self.faults = []                                    # what went wrong on the threads
+        self.faults = []                                    # failures in the threads
 
     def running(self):
         return time.monotonic() < self.end and self.field.process.poll() is None
@@ -34,7 +34,7 @@ class Day:
     def spend(self, job, source):
         try:
             job(source)
-        except Exception as failure:                        # told with the verdict
+        except Exception as failure:                        # reported with the verdict
             self.faults.append("%s: %s" % (job.__name__, failure))
 
     def connected(self):
@@ -42,7 +42,7 @@ class Day:
             self.connections += 1
 
     def player(self, source):
-        """Asks at random, as fast as it is answered; now and then a line is nonsense."""
+        """Asks at random, as fast as answers come; now and then a line is malformed."""
         while self.running():
             try:
                 with Client() as turtle:
@@ -56,17 +56,17 @@ class Day:
                         if not self.running():
                             break
             except (Closed, OSError):
-                time.sleep(0.02)                            # killed or no room: somebody else has the slot
+                time.sleep(0.02)                            # killed or no room: another client has the slot
 
     def vandal(self, source):
-        """Sends bytes of any kind and vanishes in the middle, with or without a reset."""
+        """Sends random bytes and disconnects in the middle, with or without a reset."""
         while self.running():
             self.connected()
             crowd.vandalize(source, 7)
             time.sleep(0.05)
 
     def deaf(self, source):
-        """Asks and never reads until the field gives it up."""
+        """Asks and never reads until the field closes the connection."""
         while self.running():
             try:
                 with Client(receive_buffer=4096, greet=False) as turtle:
@@ -82,14 +82,14 @@ class Day:
             time.sleep(source.uniform(0.1, 1.0))
 
     def viewer(self, source):
-        """Polls the web server as a viewer page does; one in ten is slow, idle or leaves early."""
+        """Polls the web server like a viewer page; one in ten is slow, idle or leaves early."""
         while self.running():
             try:
                 with socket.create_connection(("127.0.0.1", harness.VIEWER_PORT), timeout=10) as sock:
                     self.connected()
                     kind = source.random()
                     if kind < 0.03:
-                        time.sleep(source.uniform(0.5, 3))  # an idle connection, which is what this one is for
+                        time.sleep(source.uniform(0.5, 3))  # an idle connection
                     elif kind < 0.06:
                         for byte in b"GET /turtle HT":
                             sock.sendall(bytes([byte]))
@@ -104,7 +104,7 @@ class Day:
                                 self.pages += 1
             except OSError:
                 pass
-            time.sleep(source.uniform(0.05, 0.3))           # a page polls, it does not hammer
+            time.sleep(source.uniform(0.05, 0.3))           # a page polls at intervals
 
     def operator(self, source):
         while self.running():
@@ -129,8 +129,8 @@ def named(path):
 
 
 def resources(pid):
-    """Descriptors, threads and resident megabytes of the process. Threads that the graphics driver starts when it likes
-    have names of their own and do not count."""
+    """Descriptors, threads and resident megabytes of the process. The graphics driver's threads, which come at any
+    time, have their own names and are not counted."""
     own = named("/proc/%d/comm" % pid)
     tasks = os.listdir("/proc/%d/task" % pid)
     with open("/proc/%d/statm" % pid) as statm:
@@ -139,7 +139,7 @@ def resources(pid):
 
 
 def soak():
-    """Gives the list of what went wrong."""
+    """Returns the list of failures."""
     faults = []
     with Field() as field:
         harness.wait_until(lambda: harness.is_listening(harness.VIEWER_PORT), 20, "the web server")
@@ -160,7 +160,7 @@ def soak():
                 break
             now, clock = time.monotonic(), day.clock
             rate = (clock - last_clock) / (now - last_time)
-            if samples and now - last_time > SPAN / 2:      # not the first, in which all still connect, nor a short last
+            if samples and now - last_time > SPAN / 2:      # without the first one and a short last one
                 rates.append(rate)
             last_clock, last_time = clock, now
             samples.append(resources(pid))
@@ -173,22 +173,22 @@ def soak():
         if any(thread.is_alive() for thread in threads):
             faults.append("a client did not come to its end")
         faults += day.faults
-        # Players tell the clock; a stretch in which the operator kills often and the maze has no room shows fewer ticks
-        # than there were. Standing still is a fault, and so is a field that crawls over the whole soak.
+        # The clock is read by players; while the operator kills often or the maze has no room, fewer ticks are seen
+        # than there were. A clock that stands still is a fault, and so is a slow field over the whole soak.
         mean = day.clock / (MINUTES * 60)
         slowest, usual = min(rates, default=mean), statistics.median(rates or [mean])
         if mean < 4 or slowest <= 0:
             faults.append("the field ticked %.1f times a second, %.1f at its slowest" % (mean, slowest))
         if not day.served or not day.pages:
             faults.append("%d commands, %d pages" % (day.served, day.pages))
-        # Everybody has gone: what was opened for them has to be given back.
+        # All have left: everything opened for them must be given back.
         try:
             # Slow and idle viewers are cut off after a minute.
             harness.wait_until(lambda: resources(pid)[0] <= base[0] + 1 and resources(pid)[1] <= base[1], 30,
                                lambda: "descriptors and threads to return from %r to %r" % (resources(pid), base), 0.2)
         except AssertionError as failure:
             faults.append(str(failure))
-        # After the first quarter everything has been seen once; from there on memory may breathe, not grow.
+        # After the first quarter everything has happened once; from then on memory may fluctuate but not grow.
         settled = [memory for _, _, memory in samples[len(samples) // 4:]]
         if len(settled) >= 8:
             early, late = max(settled[:len(settled) // 2]), max(settled[len(settled) // 2:])
@@ -208,7 +208,7 @@ def soak():
               "  %d commands answered, %d connections, %d pages"
               % (slowest, usual, mean, base[0], most[0], last[0], base[1], most[1], last[1], base[2], most[2], last[2],
                  day.served, day.connections, day.pages))
-        # The same as a row of the table in docs/robustness.md.
+        # In the form of a row of the table in docs/robustness.md.
         print("  | %s | %g min | %.0f / %.0f | %d / %d / %d | %d / %d / %d | %.0f / %.0f / %.0f | %d | %d |"
               % (harness.build_name(), MINUTES, slowest, usual, base[0], most[0], last[0], base[1], most[1], last[1],
                  base[2], most[2], last[2], day.served, day.connections))

@@ -6,11 +6,11 @@ import harness
 from harness import Client, Closed, FieldTest, wait_until
 
 RELOAD_TICKS = 60          # more than a beam's way over 60 units (30 frames) and the 25 frames of its explosion
-TURN = 3.0                 # degrees that one command turns in battle mode
+TURN = 3.0                 # largest turn of a command in battle mode, degrees
 
 
 def parts(total, most):
-    """The total cut into pieces that battle mode allows."""
+    """The total, cut into pieces that battle mode allows."""
     count = math.ceil(abs(total) / most - 1e-9)
     return [math.copysign(most, total)] * (count - 1) + [total - math.copysign(most, total) * (count - 1)] if count else []
 
@@ -25,7 +25,7 @@ class Fighter:
         return int(self.client.ask("q s").values)
 
     def turn_by(self, angle):
-        """Turns by any angle in one pass: a packet may hold many small turns."""
+        """Turns by any angle in one pass: one packet may hold many small turns."""
         self.client.ask_all("t l %.9f" % piece for piece in parts(angle, TURN))
 
     def face(self, x, y):
@@ -35,14 +35,14 @@ class Fighter:
         self.turn_by((angle + 180.0) % 360.0 - 180.0)
 
     def shoot(self, ticks=RELOAD_TICKS):
-        """Fires once and waits until the shot has come to its end."""
+        """Fires once and waits until the shot is over."""
         answer = self.client.ask("x")
         self.client.wait_ticks(ticks)
         return answer
 
 
 class Battle(FieldTest):
-    # Two triangles, 60 units from shooter to victim, far from each other's lines of fire.
+    # Two triangles, 60 units from shooter to victim, out of each other's lines of fire.
     PLACES = [(-150, 150), (-90, 150), (150, 150), (150, 90), (-150, -150), (150, -150)]
 
     def setUp(self):
@@ -80,7 +80,7 @@ class Battle(FieldTest):
             self.assertEqual(victim.client.ask("q s").event, 0)
             self.assertEqual(shooter.score(), 100 + 10 * hit)       # a shot costs 1, a hit gives 11
         fired = shooter.client.ask("x").clock
-        # 60 units less the radius 10 at 2 a frame: 25 frames of flight or so, then 50 of dying.
+        # 60 units less the radius 10 at 2 a frame: about 25 frames of flight, then 50 of dying.
         self.assertTrue(victim.client.wait_closed(30))
         gone = shooter.client.ask("q n")
         self.assertGreaterEqual(gone.clock - fired, 50 + 20)
@@ -130,7 +130,7 @@ class Battle(FieldTest):
         self.assertEqual(shooter.client.ask("q n").values, "6")
 
     def approach(self, hunter, seconds=60):
-        """Walks towards the nearest turtle until it stands in the way. The radar's noise of 20 degrees averages out."""
+        """Walks towards the nearest turtle until it is in the way. The radar's noise of 20 degrees averages out."""
         end = time.monotonic() + harness.patience(seconds)
         while True:
             answers = hunter.client.ask_all(["q r 1"] * 80)
@@ -140,7 +140,7 @@ class Battle(FieldTest):
             hunter.turn_by(math.degrees(math.atan2(sum(map(math.sin, bearings)), sum(map(math.cos, bearings)))))
             steps = hunter.client.ask_all(["f 2"] * 12)
             if steps[-1].status == "ERR" and (hunter.client.ask("q f").values[0] in "123" or hunter.score() < 1):
-                return True                                         # there, or shot down to 0: no step is left
+                return True                                         # there, or shot down to 0: no step is possible
             self.assertLess(time.monotonic(), end, "the hunt takes too long")
 
     def test_battle_runs_to_its_end(self):
@@ -149,13 +149,13 @@ class Battle(FieldTest):
         self.assertEqual([answer.status for answer in answers], ["OK"] * 4)
         self.assertEqual(first.client.ask("q n").values, "10")
         first.client.do("!")
-        # One leaves and one vanishes: zombies, which can be hit like everybody.
+        # One leaves and one disconnects: both become zombies, which can be hit like others.
         self.fighters[2].client.close()
         self.fighters[3].client.abort()
         wait_until(lambda: self.closing_lines() == 2, 10, "two zombies")
         self.assertGreaterEqual(int(first.client.ask("q n").values), 9)
-        # The others hunt whatever is nearest; who dies is disconnected, and who has no point left leaves. In the end one
-        # is alone on the field, or nobody is left.
+        # The others hunt whatever is nearest; a dead turtle is disconnected, and one without points leaves. In the end
+        # one or none is left on the field.
         alive = [self.fighters[i] for i in (0, 1, 4, 5)]
         winner, end = None, time.monotonic() + harness.patience(240)
         while alive and not winner:
@@ -165,10 +165,10 @@ class Battle(FieldTest):
                     if not self.approach(fighter):
                         winner = fighter
                         break
-                    # While its shot flies and its explosion lasts, the others have their turns.
+                    # While its shot flies and its explosion lasts, the others act.
                     fighter.client.ask("x")
                     if fighter.score() < 1:
-                        fighter.client.close()                      # spent: becomes a target
+                        fighter.client.close()                      # without points: becomes a target
                         alive.remove(fighter)
                 except Closed:
                     alive.remove(fighter)

@@ -1,4 +1,4 @@
-"""The painting and the cards as files: what they show, when they are written, and that a reader never sees half of one."""
+"""The painting and the cards as files: contents, when they are written, and that a reader never sees a partial one."""
 import json
 import os
 import tempfile
@@ -33,7 +33,7 @@ class CanvasFiles(unittest.TestCase):
             return json.load(file)
 
     def serial(self, name="canvas.png"):
-        """Tells one writing of a file from another: each is a file of its own."""
+        """A value that differs for each writing of a file: every one is a new file."""
         status = os.stat(self.path(name))
         return status.st_ino, status.st_mtime_ns
 
@@ -48,7 +48,7 @@ class CanvasFiles(unittest.TestCase):
             turtle.do("h 0 0 0.4", "j -200 -150", "t e", "w 9", "k 1 0.5 0", "p d", "f 300", "t n", "k 0 1 0", "f 90",
                       "u " + "Painted".encode().hex(), "p u", OFF_FIELD)
             turtle.wait_ticks(3)
-            shown = field.captured()                        # nothing but the canvas is in sight
+            shown = field.captured()                        # only the canvas is visible
             wait_until(lambda: (self.picture() == shown).all(), 10, "the picture in the file")
             turtle.do("z 12 -34.5 20", "z 53 10 20.25", "z 1 0 0", "z -1")
             place = {12: (979, 10), 53: (15, 480)}          # columns 87.7 apart from 15 on, rows 117.5 from 10 on
@@ -56,7 +56,7 @@ class CanvasFiles(unittest.TestCase):
                         for n, x, y in ((12, -34.5, 20), (53, 10, 20.25))]
             wait_until(lambda: self.cards()["cards"] == expected, 10, lambda: "the cards, %r" % self.cards())
             self.assertTrue((self.picture() == shown).all())    # cards are not painted
-            # The sheet holds what the field shows: card 12 from above, pixel for pixel where it is opaque.
+            # The sheet shows what the field shows: card 12 from above, pixel for pixel where it is opaque.
             turtle.do("z -53", "z 12 -100 0")
             turtle.wait_ticks(3)
             field_picture = field.captured()[256 - 104:256, 156:156 + 75]
@@ -101,13 +101,13 @@ class CanvasFiles(unittest.TestCase):
             wait_until(lambda: self.serial() != before[0], 10, "the next canvas")
             self.assertEqual(self.serial("cards.json"), before[1])
 
-    def test_field_goes_on_where_nothing_can_be_written(self):
+    def test_field_goes_on_when_nothing_can_be_written(self):
         missing = self.path("missing")
         with Field(["-canvas", missing]) as field, Client() as turtle:
             wait_until(lambda: len([line for line in field.said() if line.startswith("canvas: ")]) >= 3, 10, "the failures")
             turtle.do("p d", *["f 3"] * 30)
             turtle.wait_ticks(100)
-            # Each file's failure is told once, until it has gone well again.
+            # Each file's failure is logged once, until a write has succeeded again.
             self.assertEqual(sorted(line for line in field.said() if line.startswith("canvas: ")),
                              sorted("canvas: cannot write %s/%s: No such file or directory" % (missing, name)
                                     for name in ("canvas.png", "cards.json", "cards.png")))

@@ -19,7 +19,7 @@ OFF_FIELD = "j 3000 3000"
 
 
 def chunks_of(path):
-    """Type and data of every chunk, each with its checksum verified."""
+    """Type and data of every chunk; checks the checksums."""
     with open(path, "rb") as file:
         data = file.read()
     if data[:8] != b"\x89PNG\r\n\x1a\n":
@@ -42,7 +42,7 @@ def texts_of(path):
     for kind, body in chunks_of(path):
         if kind == b"zTXt":
             key, rest = body.split(b"\0", 1)
-            assert rest[0] == 0                             # the one compression there is
+            assert rest[0] == 0                             # the only compression method
             found.append((key, zlib.decompress(rest[1:])))
         elif kind == b"tEXt":
             found.append(tuple(body.split(b"\0", 1)))
@@ -63,7 +63,7 @@ class Captures(FieldTest):
         self.home = self.field.display.home
 
     def paint(self):
-        """Something without symmetry, and the turtle out of sight."""
+        """Paints something asymmetric and moves the turtle out of sight."""
         self.turtle.do("w 9", "k 0 1 0", "j -200 100", "p d", "f 200", "k 0 0 1", "t n", "f 90", "k 1 0 0", "t w", "f 40",
                        "p u", OFF_FIELD)
         self.turtle.wait_ticks(3)
@@ -92,13 +92,13 @@ class Captures(FieldTest):
         self.assertIn(texts[3][1].decode(), [time.ctime(second) for second in range(earliest, latest + 1)])
 
     def assertShown(self, pixels):
-        """The window gets to show exactly these pixels."""
+        """Waits until the window shows exactly these pixels."""
         self.field.wait_picture(lambda p: (p == pixels).all(), 10, "the window to look like its capture")
 
     def test_pixels_are_those_of_the_window_with_the_top_row_first(self):
         self.paint()
         captured = pixels_of(self.field.capture())
-        self.assertTrue(captured[:128].any() and not captured[256:].any())      # it would show when turned or mirrored
+        self.assertTrue(captured[:128].any() and not captured[256:].any())      # would show turning or mirroring
         self.assertShown(captured)
 
     def test_overlay_and_tilted_view_are_in_the_picture(self):
@@ -107,7 +107,7 @@ class Captures(FieldTest):
         plain = self.field.captured()
         for keys in (("h",), ("3",), ("Escape",)):
             self.field.key(*keys)
-            captured = self.field.captured()                # the keys come in order
+            captured = self.field.captured()                # keys are handled in order
             self.assertGreater(int((captured != plain).any(axis=2).sum()), 5000)
             self.assertShown(captured)
         self.field.key("3")
@@ -126,7 +126,7 @@ class Captures(FieldTest):
         self.turtle.wait_ticks(30)
         self.assertEqual(len(captures_in(self.home) - before), 1)
 
-    def test_capture_says_nothing(self):
+    def test_capture_prints_nothing(self):
         start = self.field.mark()
         self.field.capture()
         self.turtle.wait_ticks(3)
@@ -154,7 +154,7 @@ class Surroundings(unittest.TestCase):
 
     def test_pipe_under_the_name_of_a_capture_does_not_hold_the_field(self):
         with tempfile.TemporaryDirectory() as home, Field(env={"HOME": home}) as field, Client() as client:
-            # The name tells the clock of a frame to come, so there is one for each of the next seconds.
+            # The name contains the clock of a coming frame, so there is a pipe for each of the next seconds.
             clock = client.ask(".").clock
             names = [os.path.join(home, "kelmora-capture-%d.png" % tick) for tick in range(clock, clock + 5000)]
             for name in names:
@@ -168,7 +168,7 @@ class Surroundings(unittest.TestCase):
             self.assertTrue(all(stat.S_ISFIFO(os.lstat(name).st_mode) for name in names))
 
     def test_home_that_takes_no_files_is_one_line_and_the_field_goes_on(self):
-        # It exists, which is all that is asked of it, but nobody can make a file there.
+        # It exists, which is the only check, but no file can be made in it.
         with Field(env={"HOME": "/proc"}) as field, Client() as client:
             client.wait_ticks(3)
             start = field.mark()

@@ -1,4 +1,4 @@
-"""A drawing made over TCP and read back from the window: each pixel where it belongs, and the canvas stays as it is."""
+"""A drawing made over TCP and read back from the window: each pixel in its place, and a canvas that stays as it is."""
 import math
 
 import numpy
@@ -74,7 +74,7 @@ class Drawing(FieldTest):
         self.turtle.do("p u", "l", "j 3000 3000")
 
     def assertSquare(self, picture):
-        """Four lines through pixel centres: one pixel wide, whole, and nothing beside them."""
+        """Four lines through pixel centres: one pixel wide, complete, and nothing beside them."""
         x, y, side = self.SIDE
         left, bottom = pixel(math.floor(x), math.floor(y))
         right, top = left + side, bottom - side
@@ -82,7 +82,7 @@ class Drawing(FieldTest):
         expected = numpy.zeros_like(found)
         expected[[bottom, top], left:right + 1] = True
         expected[top:bottom + 1, [left, right]] = True
-        # A segment's last pixel may be left out by the rules of lines; the next segment starts there, but for rounding.
+        # The rasterisation rules may omit a segment's last pixel; the next segment starts there, up to rounding.
         wrong = numpy.argwhere(found != expected)
         corners = {(r, c) for r in (top, bottom) for c in (left, right)}
         self.assertTrue(all(tuple(where) in corners for where in wrong), wrong[:10])
@@ -93,7 +93,7 @@ class Drawing(FieldTest):
         found = mask(picture, YELLOW)
         clear = edge_distance(points, CENTRE_X, CENTRE_Y) > 1.0
         shape = inside(points, CENTRE_X, CENTRE_Y)
-        self.assertGreater(int((shape & clear).sum()), 7000)    # the star's area is some 10000
+        self.assertGreater(int((shape & clear).sum()), 7000)    # the star's area is about 10000
         self.assertTrue(found[shape & clear].all())
         self.assertFalse(found[~shape & clear].any())
 
@@ -116,20 +116,20 @@ class Drawing(FieldTest):
         self.assertStar(before)
         self.assertRow(before)
         colours = sum(mask(before, colour).sum() for colour in (GREEN, YELLOW, BLUE))
-        self.assertEqual(int(before.any(axis=2).sum()), int(colours))   # no other ink anywhere
+        self.assertEqual(int(before.any(axis=2).sum()), int(colours))   # no other paint anywhere
         self.turtle.wait_ticks(500)
         after = self.field.picture()
         self.assertEqual(int((before != after).sum()), 0)
 
     def test_line_blends_from_the_older_colour_to_the_newer(self):
-        # Position k goes with colour k + 1. Pen down makes all history red; the step puts blue at entries 0 and 1, red
-        # stays at entry 2, where the segment's older end looks. The next segment finds blue at both.
+        # Position k goes with colour k + 1. Pen down makes the whole history red; the step puts blue at entries 0 and
+        # 1, red stays at entry 2, which colours the segment's older end. The next segment has blue at both ends.
         self.turtle.do("k 1 0 0", "w 3", "j -128 0", "p d", "k 0 0 1", "f 100", "f 100", "p u", "j 3000 3000")
         self.turtle.wait_ticks(3)
         row = self.field.picture()[HALF - 2:HALF + 2].max(axis=0)
         self.assertGreater(row[HALF - 126, 0], 240)
         self.assertLess(row[HALF - 126, 2], 15)
-        middle = row[HALF - 78]                             # half and half, within a few pixels' share of 2.55 each
+        middle = row[HALF - 78]                             # half of each, within a few pixels' share of 2.55
         self.assertTrue(abs(middle[0] - 127) < 10 and abs(middle[2] - 127) < 10, middle)
         self.assertTrue((row[HALF - 26:HALF + 70] == BLUE).all())
 
@@ -143,7 +143,8 @@ class Drawing(FieldTest):
         self.turtle.wait_ticks(3)
         ink = self.field.picture().any(axis=2)
         rows, columns = ink.any(axis=1).nonzero()[0], ink.any(axis=0).nonzero()[0]
-        # The stroke font stands 119.05 units tall and descends 33.33, at a tenth: within 13 above and 4 below the line.
+        # The stroke font is 119.05 units tall and descends 33.33, scaled by a tenth: within 13 above and 4 below the
+        # line.
         self.assertGreater(ink.sum(), 60)
         self.assertTrue(HALF - 1 - 13 <= rows.min() and rows.max() <= HALF - 1 + 4, (rows.min(), rows.max()))
         self.assertTrue(HALF - 51 <= columns.min() <= HALF - 45, columns.min())

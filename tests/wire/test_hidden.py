@@ -1,4 +1,4 @@
-"""A window that nobody sees, and a clock that somebody sets: the field goes on, its programs and captures with it."""
+"""A window that is not visible, and a system clock that is changed: field, programs and captures go on."""
 import os
 import tempfile
 import unittest
@@ -32,7 +32,7 @@ class Hidden(harness.FieldTest):
         self.addCleanup(self.field.xdotool, "windowmap", "--sync", self.field.window)
         self.assertNotIn(self.field.window, self.field.windows())
         self.walk_and_draw(turtle)
-        self.field.key("exclam", "exclam")              # keys act, and their frames wipe the painting
+        self.field.key("exclam", "exclam")              # keys are handled, and their frames wipe the painting
         turtle.wait_ticks(3)
         self.assertEqual(blue_pixels(self.field.captured()), 0)
         self.walk_and_draw(turtle)
@@ -41,7 +41,7 @@ class Hidden(harness.FieldTest):
 
     def test_covered_field_goes_on(self):
         turtle = self.fresh()
-        # Another field opens its window on the very same place.
+        # Another field opens its window in the very same place.
         with Field(servers=False):
             wait_until(lambda: self.field.window in self.field.windows(), 10, "the covered window to be there still")
             for _ in range(3):
@@ -62,7 +62,7 @@ class Hidden(harness.FieldTest):
 
 @unittest.skipIf(harness.PROGRAM and harness.instrumented(), "a sanitizer wants to be the first library loaded")
 class SetClock(unittest.TestCase):
-    def test_field_ticks_on_whatever_the_clock_of_the_day_says(self):
+    def test_field_ticks_on_whatever_the_system_clock_says(self):
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.join(folder, "offset")
 
@@ -78,14 +78,14 @@ class SetClock(unittest.TestCase):
                     turtle.wait_ticks(60)               # each reply is the clock's at that moment
                     for _ in range(10):
                         turtle.do("f 1", "b 1")
-                # The clock that was set is the one that the program sees: it stamps its captures.
+                # The program does see the changed clock: it stamps its captures.
                 set_clock("-86400")
                 turtle.wait_ticks(3)
                 self.assertTrue(field.captured().shape == (512, 512, 3))
 
 
 class Driver(unittest.TestCase):
-    """Mesa's software renderer is asked to draw in the window's own thread, unless the user says otherwise."""
+    """Mesa's software renderer draws in the window's own thread unless the user sets otherwise."""
 
     def threads(self, **options):
         with Field(**options) as field, Client() as turtle:

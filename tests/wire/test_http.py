@@ -15,12 +15,12 @@ from harness import VIEWER_PORT, Client, Closed, Field, FieldTest, patience, swa
 
 OVERVIEW = ('{"x0":0.000000,"y0":0.000000,"z0":450.000000,'
             '"x1":0.000000,"y1":0.000000,"z1":0.000000}')
-IDLE_BUDGET = 60.0  # seconds that a connection may wait altogether
+IDLE_BUDGET = 60.0  # seconds that a connection may wait in all
 CONNECTION_MAX = 256
 
 
 class Viewer:
-    """One raw connection to the viewer's port."""
+    """One raw connection to the web port."""
 
     def __init__(self, source="127.0.0.1", receive_buffer=0):
         self.sock = socket.socket(socket.AF_INET, socket.SOCK_STREAM)
@@ -52,7 +52,7 @@ class Viewer:
         self.pending += piece
 
     def answer(self, body=True):
-        """The next response: its head, blank line included, and its body."""
+        """The next response: its head, including the blank line, and its body."""
         while b"\r\n\r\n" not in self.pending:
             self.more()
         head, self.pending = self.pending.split(b"\r\n\r\n", 1)
@@ -68,7 +68,7 @@ class Viewer:
         return self.answer()
 
     def ended(self):
-        """Everything up to the end of the stream that was not read before."""
+        """Everything up to the end of the stream that has not been read yet."""
         rest = self.pending
         while True:
             try:
@@ -90,13 +90,13 @@ def get_json(path):
 
 
 def field_end(viewer):
-    """The field's end of a connection as the kernel lists it: state and bytes not taken yet; None when it is closed."""
+    """The field's end of a connection as the kernel lists it: state and unsent bytes; None when it is closed."""
     found = harness.tcp_sockets("sport = :%d and dport = :%d" % (VIEWER_PORT, viewer.port))
     return (found[0].state, found[0].unread) if found else None
 
 
 def stuck_viewer():
-    """A connection that asks and does not read, until the field's thread for it waits in a send."""
+    """A connection that sends requests and does not read, until the field's thread blocks in a send."""
     viewer = Viewer(receive_buffer=4096)
     for _ in range(5000):  # 12 kB each: more than any buffer
         viewer.send("GET /img/7 HTTP/1.1\r\n\r\n")
@@ -147,7 +147,7 @@ class Requests(FieldTest):
             viewer.send("GET /cam")
             self.assertEqual(viewer.ended(), b"")  # a packet without a line feed holds no request
         with Viewer() as viewer:
-            viewer.send("GET /camera HTTP/1.1\r\n")  # a whole line is a request, the header line comes too late
+            viewer.send("GET /camera HTTP/1.1\r\n")  # a whole line is a request; the header line comes too late
             self.assertEqual(viewer.answer()[1].decode(), OVERVIEW)
             viewer.send("Connection: close\r\n\r\n")  # read as the next request, which has no known method
             self.assertEqual(viewer.ended(), b"")
@@ -179,7 +179,7 @@ class Requests(FieldTest):
             self.assertEqual(get(path)[1], icons[n], path)
 
     def test_median_answer_on_a_kept_connection_takes_less_than_10_ms(self):
-        # A delayed acknowledgement would hold every answer up for 40 ms.
+        # A delayed acknowledgement would delay every answer by 40 ms.
         times = []
         with Viewer() as viewer:
             for _ in range(51):
@@ -206,12 +206,12 @@ class Requests(FieldTest):
             wait_until(lambda: any(re.fullmatch(r"http connected from 127\.0\.0\.1 \d+", line)
                                    for line in self.field.said(start)), 10, "the line about the connection")
 
-    def test_reader_that_never_reads_holds_up_nobody(self):
+    def test_client_that_never_reads_delays_nobody(self):
         with stuck_viewer():
             for _ in range(20):
                 self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
-    def test_hostile_requests_leave_the_server_standing(self):
+    def test_hostile_requests_leave_the_server_running(self):
         for request in (b"\0" * 2048, b"\n" * 2048, b"GET " + b"/" * 4000 + b"\n", b"GET /" + b"\xff" * 900 + b" \n",
                         b"GET /img/" + b"9" * 900 + b" H\n", b"GET /$" + b"9" * 900 + b"/camera H\n",
                         b"GET /%n%s%p%d H\n", b"HEAD\n", b"GET\n", b" \n"):
@@ -220,7 +220,7 @@ class Requests(FieldTest):
                     viewer.send(request)
                     viewer.sock.shutdown(socket.SHUT_WR)
                 except OSError:
-                    pass  # the server has ended the connection already
+                    pass  # the server has closed the connection already
                 viewer.ended()
         self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
@@ -269,7 +269,7 @@ class Turtles(FieldTest):
         wait_until(lambda: get("/turtle")[1] == b"[]", 10, "an empty turtle list")
         self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
-    def test_asking_the_sonar_turns_no_turtle_even_for_a_moment(self):
+    def test_sonar_never_shows_a_turned_turtle(self):
         clients = self.fresh(6)
         headings = {}
         for number, client in enumerate(clients):
@@ -297,7 +297,8 @@ class Turtles(FieldTest):
             self.assertAlmostEqual(heading, headings[name], places=5)
 
     def test_lists_stay_whole_while_everything_changes(self):
-        # Turtles move, are renamed and come and go; coins, cards, doughnuts and walls change; four viewers read it all.
+        # Turtles move, are renamed, come and go; coins, cards, doughnuts and walls change; four viewers read
+        # everything.
         turtles = self.fresh(8)
         stop = threading.Event()
         failures = []
@@ -307,7 +308,7 @@ class Turtles(FieldTest):
                 try:
                     while not stop.is_set():
                         work()
-                except Exception as error:  # handed to the test, whose thread this is not
+                except Exception as error:  # passed to the test's own thread
                     failures.append("%s: %r" % (work, error))
             return run
 
@@ -398,7 +399,7 @@ class Limits(unittest.TestCase):
                                 start)
             self.assertEqual(kept.get("/camera")[1].decode(), OVERVIEW)
             start = field.mark()
-            with Viewer() as late:  # the kernel still takes the connection, nobody serves it
+            with Viewer() as late:  # the kernel still accepts the connection, but nobody serves it
                 late.send("GET /camera HTTP/1.1\r\n\r\n")
                 for _ in range(20):
                     kept.get("/camera")
@@ -441,7 +442,7 @@ class Limits(unittest.TestCase):
                 kept.get("/camera")
                 limits = resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE)
                 resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE, (3, limits[1]))  # no further socket
-                # The waiting call may have its socket's number already; the next one has none.
+                # The blocked accept may have reserved its descriptor already; the next one gets none.
                 with Viewer():
                     field.wait_line("cannot accept connection")
                     resource.prlimit(field.process.pid, resource.RLIMIT_NOFILE, limits)
@@ -481,7 +482,7 @@ class Limits(unittest.TestCase):
                 idle.sock.settimeout(patience(20))
                 self.assertEqual(idle.ended(), b"")
                 self.assertLess(time.monotonic() - start, patience(IDLE_BUDGET + 20))
-                # A send that has made no progress for as long ends its connection, too.
+                # A send without progress for that long ends its connection, too.
                 wait_until(lambda: field_end(stuck) is None, 20, "the end of the connection that nobody reads")
                 field.wait_line("error sending data to client")
 

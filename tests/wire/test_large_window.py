@@ -1,4 +1,5 @@
-"""A window manager that gives the window the whole screen: the field is its lower left square, the rest is background."""
+"""A window manager that enlarges the window to the whole screen: the field is its lower left square, the rest
+background."""
 import os
 import subprocess
 import unittest
@@ -24,7 +25,7 @@ class LargeWindow(unittest.TestCase):
         self.manager.wait(timeout=harness.patience(20))
 
     def assertSquareAndBackground(self, field, turtle, colour, square_is_still=True):
-        """The picture of the whole window once it shows a frame of now."""
+        """The picture of the whole window once it shows a current frame."""
         def good(shown):
             self.assertGreater(shown.shape[0], SIDE)
             self.assertGreater(shown.shape[1], SIDE)
@@ -53,13 +54,13 @@ class LargeWindow(unittest.TestCase):
             field.key("3")                                  # bird's-eye view
             self.assertSquareAndBackground(field, turtle, colour)
             field.key("3")
-            field.key("exclam")                             # battle mode lays tiles, which begin inside the square
+            field.key("exclam")                             # battle mode draws tiles, which begin inside the square
             turtle.wait_ticks(3)
             battle = self.assertSquareAndBackground(field, turtle, colour)
             self.assertFalse((battle == drawn).all())
             turtle.do("h 0 0.2 0")
             self.assertSquareAndBackground(field, turtle, (0, 51, 0))
-            # A turtle that walks and lines that end beyond the square leave nothing there.
+            # A turtle that walks, and lines that end beyond the square, leave nothing there.
             field.key("exclam")
             turtle.do("c", "w 60", "k 1 0 0", "j 200 200", "p d", "f 10", "j 256 256", "j 256 -256", "t n", "f 5")
             self.assertSquareAndBackground(field, turtle, (0, 51, 0), square_is_still=False)

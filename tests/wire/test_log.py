@@ -1,4 +1,4 @@
-"""The log of the running program: a flood is limited, a slow trickle is not, and a log that nobody reads stops nobody."""
+"""The log of the running program: floods are limited, a slow trickle is not, and an unread log blocks nobody."""
 import os
 import re
 import time
@@ -13,7 +13,7 @@ BATTLE = "entering battle mode..."
 
 
 def left_out(lines, example):
-    """How many lines like the example the log says it has left out."""
+    """Number of lines like the example that the log reports as left out."""
     told = [re.fullmatch(r"(\d+) more lines left out like: (.*)", line) for line in lines]
     return sum(int(found[1]) for found in told if found and found[2] == example)
 
@@ -31,7 +31,7 @@ class Flood(FieldTest):
         said = self.field.said(start)
         self.assertLessEqual(said.count(BATTLE), RATE * (int(span) + 1))
         self.assertGreaterEqual(said.count(BATTLE), RATE)
-        self.assertLessEqual(len(said) - said.count(BATTLE), span + 2)      # one count a second
+        self.assertLessEqual(len(said) - said.count(BATTLE), span + 2)      # one report a second
         # Slower than the limit: every line is there.
         turtle.wait_ticks(150)
         start = self.field.mark()
@@ -42,7 +42,7 @@ class Flood(FieldTest):
         self.field.wait_line(BATTLE, start, count=40)
         self.assertEqual(self.field.said(start), [BATTLE] * 40)
 
-    def test_two_kinds_do_not_take_each_others_room(self):
+    def test_kinds_are_limited_separately(self):
         turtle = self.fresh()
         turtle.ask_all(["!"] * 100)
         start = self.field.mark()
@@ -51,7 +51,7 @@ class Flood(FieldTest):
 
 
 class Unread(unittest.TestCase):
-    def test_log_that_nobody_reads_stops_nobody_and_is_kept(self):
+    def test_unread_log_blocks_nobody_and_is_kept(self):
         with Field(log_unread=True) as field, Client() as turtle:
             fill(field.process.stderr.fileno())
             turtle.do("!", "! u", "f 1")
@@ -69,7 +69,7 @@ class Unread(unittest.TestCase):
 
 
 def fill(pipe):
-    """Leaves no room in a pipe of which this process has the reading end."""
+    """Fills a pipe whose reading end this process holds."""
     with open("/proc/self/fd/%d" % pipe, "wb", buffering=0, opener=lambda path, flags: os.open(path, os.O_WRONLY |
               os.O_NONBLOCK)) as end:
         while end.write(b"\n" * 4096):

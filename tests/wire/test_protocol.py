@@ -1,4 +1,4 @@
-"""The command language as a client sees it: every letter, its reply's exact shape, and how bytes become lines."""
+"""The command language as clients see it: every letter, the exact form of its reply, and how bytes become lines."""
 import json
 import random
 import re
@@ -33,7 +33,7 @@ class Commands(FieldTest):
             self.plain(line)
         self.values("q p", "40.000000 0.000000")
 
-    def test_steps_and_jumps_move_by_what_they_say(self):
+    def test_steps_and_jumps_move_by_their_distances(self):
         self.plain("j 10 -20")
         self.values("q p", "10.000000 -20.000000")
         self.plain("f 10")
@@ -84,7 +84,7 @@ class Commands(FieldTest):
         for line in ("p d", "p D", "p +", "p u", "p U", "p -", "p x", "p", "l s", "l S", "l +", "l b", "l B", "l p",
                      "l P", "l", "l x", "w 3", "w", "w -1", "k 1 0.5 0", "k", "h 0 0 0.5", "h"):
             self.plain(line)
-        # What they succeeded in shows: a lowered pen leaves white, a lifted one does not.
+        # The effects are visible: a lowered pen leaves white, a lifted one does not.
         self.turtle.do("c f", "k 1 1 1", "w 3", "j -100 100", "p u", "f 50")
         before = self.ink()
         self.turtle.do("p d", "f 50")
@@ -98,7 +98,7 @@ class Commands(FieldTest):
             before = self.wait_more_ink(before)
             self.turtle.do("g 0 20")
         self.plain("s")
-        # The blank behind the command is one of the decoder's 128 steps: 127 bytes are left, which always fit.
+        # The blank after the command is one of the decoder's 128 steps, which leaves 127 bytes; these always fit.
         self.plain("s " + "41" * 128)
         self.wait_more_ink(before)
         self.plain("c f")
@@ -120,7 +120,7 @@ class Commands(FieldTest):
 
     @staticmethod
     def listed():
-        """The turtles as the viewer's port lists them."""
+        """The turtles as the web port lists them."""
         with urllib.request.urlopen("http://127.0.0.1:%d/turtle" % harness.VIEWER_PORT, timeout=20) as answer:
             return [turtle for turtle in json.load(answer) if turtle["alive"]]
 
@@ -160,7 +160,7 @@ class Commands(FieldTest):
         # 15 * sqrt(2) - 10 * sqrt(2) = 7.07: all three below 10.
         self.turtle.do("j 241 0")
         self.values("q w", "1 1 1")
-        # 8 units ahead are still below 10, 8 * sqrt(2) = 11.3 at 45 degrees are not.
+        # 8 units ahead are still below 10; 8 * sqrt(2) = 11.3 at 45 degrees are not.
         self.turtle.do("j 238 0")
         self.values("q w", "0 1 0")
 
@@ -185,7 +185,7 @@ class Commands(FieldTest):
 
     def test_coins_are_borrowed_dropped_counted_and_picked(self):
         self.plain("o s", "ERR")                            # carries none
-        self.plain("o")                                     # nothing to pick is no error
+        self.plain("o")                                     # nothing to pick is not an error
         self.plain("o b")
         self.values("q o", "10")
         self.plain("o s")
@@ -296,7 +296,7 @@ class Commands(FieldTest):
             self.plain(line)
             self.values("q p", "%d.000000 0.000000" % x)
 
-    def test_numbers_that_are_not_finite_do_no_harm(self):
+    def test_numbers_that_are_not_finite_are_harmless(self):
         for number in ("nan", "inf", "-inf", "1e308", "-1e308", "1e999", "9" * 400, "0x1p1023"):
             for line in ("f %s", "b %s", "g %s %s", "j %s %s", "t l %s", "t r %s", "c", "w %s", "k %s %s %s", "e %s",
                          "h %s %s %s", "q f", "q w", "q r", "q p", "q d", "q c", "o b", "o s", "o", "z 5 %s %s", "q z p 5",
@@ -304,7 +304,7 @@ class Commands(FieldTest):
                          "f %s", "f 1", "f 1", "f %s", "f 1", "p u", "s 41", "d", "x"):
                 self.turtle.ask(line.replace("%s", number))
             self.turtle.do("l", "w 1", "k 1 0 0", "z 0", "h 0 0 0")
-            self.turtle.ask("c")  # a doughnut made by chance in the middle refuses even its step of 0
+            self.turtle.ask("c")  # a doughnut that happens to be in the middle blocks even its step of 0
         self.values("q p", "0.000000 0.000000")
         self.values("q a", "1")
 
@@ -312,12 +312,12 @@ class Commands(FieldTest):
 class Meetings(FieldTest):
     def setUp(self):
         self.one, self.two = self.fresh(2)
-        self.one.do("j 3000 0")                             # out of the way of the other's reset
+        self.one.do("j 3000 0")                             # away from the other one's reset
         self.two.do("c", "j 100 0")
         self.one.do("c", "j -100 0")
 
     def place(self, distance):
-        # The jump is refused when somebody stands within 20 of its start, so both come from far away.
+        # The jump is refused when a turtle is within 20 of its start, so both come from far away.
         self.one.do("j 0 0")
         self.two.do("j %d 0" % distance)
 
@@ -335,17 +335,17 @@ class Meetings(FieldTest):
         self.one.do("f 9")
         self.assertEqual(self.one.position(), (9.0, 0.0))
 
-    def test_hemmed_in_turtle_cannot_jump(self):
+    def test_turtle_with_a_neighbour_in_contact_cannot_jump(self):
         self.place(30)
         self.one.do("f 9.9", "t l 1", "t r 1")
         self.two.do("t w", "f 0.05")
         self.assertEqual(self.one.ask("j 200 200").status, "OK")    # 20.05 apart
         self.one.do("j 0 0")
-        self.two.do("j 25 0", "j 15 0")                     # the crowding test looks at the start only
+        self.two.do("j 25 0", "j 15 0")                     # only the distance at the start of a jump matters
         self.assertEqual(self.one.ask("j 200 200").status, "ERR")
         self.assertEqual(self.one.ask("g 0 0").status, "ERR")
 
-    def test_finder_names_the_turtle_and_its_team_and_tells_it(self):
+    def test_finder_returns_kind_and_team_and_notifies_the_target(self):
         self.place(60)
         self.two.do("i 3")
         self.assertEqual(self.one.ask("q f").values, "0 0")         # 40 of free travel, range 20
@@ -355,7 +355,7 @@ class Meetings(FieldTest):
         self.assertEqual(self.two.ask(".").event, harness.EVENT_FINDER)
         self.assertEqual(self.two.ask(".").event, 0)
 
-    def test_radar_gives_the_bearing_within_its_noise_and_tells_the_seen(self):
+    def test_radar_gives_the_bearing_within_its_noise_and_notifies_the_target(self):
         self.place(60)
         self.two.do("i 2")
         self.one.do("t n")
@@ -369,7 +369,7 @@ class Meetings(FieldTest):
 
     def test_sonar_looks_left_ahead_and_right(self):
         self.place(30)
-        # At 45 degrees the way passes 30 * sin(45) = 21.2 from the other's centre: free.
+        # At 45 degrees the path passes 30 * sin(45) = 21.2 from the other's centre: free.
         self.assertEqual(self.one.ask("q w").values, "0 1 0")
         self.one.do("t l 45")
         self.assertEqual(self.one.ask("q w").values, "0 0 1")
@@ -395,7 +395,7 @@ class Framing(FieldTest):
         self.turtle.do("c")
 
     def count_replies(self, data):
-        """Sends raw bytes and then a line of its own; gives what was answered before that line's reply."""
+        """Sends raw bytes and then a line of its own; returns the answers before that line's reply."""
         self.turtle.send(data)
         self.turtle.send(b"z 52 987654 1\nq z p 52\n")
         found = []
@@ -403,7 +403,7 @@ class Framing(FieldTest):
             answer = self.turtle.reply(60)
             if answer.values.startswith("987654."):
                 self.turtle.do("z 0")
-                return found[:-1]                           # without the reply to the marking command
+                return found[:-1]                           # without the reply to the marker
             found.append(answer)
 
     def values(self, data):
@@ -417,7 +417,7 @@ class Framing(FieldTest):
         other = self.client()
         for piece in ("q", " ", "a", "\r"):
             self.turtle.send(piece)
-            # Both clients are served in the same passes: after two answers to the other the piece has been read.
+            # Both clients are served in the same passes: after two answers to the other one the piece has been read.
             other.ask(".")
             other.ask(".")
             self.turtle.sock.setblocking(False)
@@ -437,7 +437,7 @@ class Framing(FieldTest):
     def test_empty_lines_get_no_reply(self):
         self.assertEqual(self.values(b"\n;\n;;;\n   \n \t \r\n\x80\xff\n   ;  ;q a\n"), ["1"])
 
-    def test_high_bytes_separate_nothing_and_say_nothing(self):
+    def test_high_bytes_are_dropped_without_a_reply(self):
         self.assertEqual(self.values(b"f \xe91\xff0\nq\x80 p\n"), ["", "10.000000 0.000000"])
 
     def test_flood_of_bare_line_feeds_is_swallowed(self):
@@ -451,7 +451,7 @@ class Framing(FieldTest):
 
     def test_over_long_line_keeps_its_beginning(self):
         self.assertEqual(self.values(b"f 10" + b" " * 600 + b"99\nq p\n"), ["", "10.000000 0.000000"])
-        # A number pushed behind the first 511 bytes is lost: a step of 0.
+        # A digit beyond the first 511 bytes is lost: a step of 0.
         self.assertEqual(self.values(b"f" + b" " * 600 + b"99\nq p\n"), ["", "10.000000 0.000000"])
 
     def test_long_words_are_bounded(self):
@@ -472,14 +472,14 @@ class Framing(FieldTest):
         print("seed %d" % seed)
         source = random.Random(seed)
         for _ in range(30):
-            # Without fire and robots, so that nobody dies, and without digits, so that cards stay apart.
+            # Without fire and robots, so that no turtle dies, and without digits, so that cards stay apart.
             alphabet = [b for b in range(256) if chr(b) not in "xXrR!0123456789zZ"] + [10, 59, 32] * 20
             data = bytes(source.choice(alphabet) for _ in range(source.randrange(1, 3000))) + b"\n"
             self.assertEqual(len(self.count_replies(data)), lines_in(data), "seed %d" % seed)
 
 
 def lines_in(data):
-    """How many replies the bytes ask for: ends of lines that hold something printable beside leading blanks."""
+    """Number of replies that the bytes cause: line ends after something printable other than leading blanks."""
     count, length = 0, 0
     for byte in data:
         if 32 <= byte < 128 and byte != ord(";"):
@@ -500,7 +500,7 @@ class Pacing(FieldTest):
         self.turtle.do("c")
 
     def ticks_of(self, line, rounds):
-        """Ticks that so many commands take, each sent when the one before is answered."""
+        """Ticks that `rounds` commands take, each sent after the answer to the one before."""
         first = self.turtle.ask(line).clock
         for _ in range(rounds - 1):
             last = self.turtle.ask(line).clock
@@ -508,23 +508,23 @@ class Pacing(FieldTest):
 
     def test_paced_commands_take_a_frame_each(self):
         for line in self.PACED:
-            # n commands have n - 1 frames between them, and every frame follows a tick of its own; the first frame's
-            # tick may lie before the first reply, and the window may be redrawn once without a tick.
+            # n commands have n - 1 frames between them, and every frame follows its own tick; the first frame's
+            # tick may come before the first reply, and the window may be redrawn once without a tick.
             self.assertGreaterEqual(self.ticks_of(line, self.ROUNDS), self.ROUNDS - 3, line)
 
     def test_other_commands_do_not_wait_for_frames(self):
         # The server wakes at least every 5 ms and a frame takes at least 8, so unpaced commands need no more than about
-        # 25 ticks for 40 rounds; a loaded machine may need several attempts to show it.
+        # 25 ticks for 40 rounds; a loaded machine may need several attempts.
         for line in self.FREE:
-            # A lowered pen paints in every frame, which the thread sanitizer stretches to most of a tick; commands then
-            # wait for the frame's lock, paced or not. There "d" is left to the test of the table without a window.
+            # A lowered pen paints in every frame, which the thread sanitizer slows to most of a tick; commands then
+            # wait for the frame's lock, paced or not. "d" is then left to the unit test of the table.
             if line == "d" and "tsan" in sanitizer_library():
                 continue
             self.turtle.do("p u")
             wait_until(lambda: self.ticks_of(line, self.ROUNDS) < self.ROUNDS - 5, 20, "%r to go unpaced" % line)
 
     def test_one_packet_runs_in_one_pass(self):
-        # The clock may tick in the middle of a pass, but a pass is far shorter than a tick.
+        # The clock may tick during a pass, but a pass is far shorter than a tick.
         same = 0
         for _ in range(20):
             answers = self.turtle.ask_all(["f 1", "b 1"] * 10)

@@ -1,4 +1,4 @@
-"""What stands on the field, seen in the window of the running program: bodies, beams, walls, coins, cards, help, views."""
+"""The objects on the field as seen in the program's window: bodies, beams, walls, coins, cards, help, views."""
 import json
 import math
 import urllib.request
@@ -13,12 +13,12 @@ BLACK = (0, 0, 0)
 
 
 def near(picture, colour, tolerance):
-    """Mask of the pixels that are within the tolerance of a colour."""
+    """Mask of the pixels within the tolerance of a colour."""
     return (abs(picture - numpy.array(colour)) <= tolerance).all(axis=2)
 
 
 def extent(mask):
-    """Left, bottom, right and top field units of what the mask covers: the outer edges of its pixels."""
+    """Left, bottom, right and top field units of the mask: the outer edges of its pixels."""
     rows, columns = mask.any(axis=1).nonzero()[0], mask.any(axis=0).nonzero()[0]
     return columns[0] - HALF, HALF - 1 - rows[-1], columns[-1] + 1 - HALF, HALF - rows[0]
 
@@ -35,23 +35,23 @@ class Scene(FieldTest):
         self.turtle.do("c")
 
     def shown(self):
-        """A frame that is drawn after all that was done, painted segments included."""
+        """A frame drawn after everything so far, painted segments included."""
         return self.field.captured()
 
     def test_body_has_its_teams_colour_at_the_top_of_the_shell(self):
         self.turtle.do("j 0 0", "t e")
-        # Lit from straight above: all of the colour and, of the ambient light, a fifth of 0.6 of it. A fresh turtle has no
-        # team, which is number 0.
+        # Lit from straight above: all of the colour plus, from the ambient light, a fifth of 0.6 of it. A fresh turtle
+        # has no team, which is number 0.
         for team, colour in ((0, (0.2, 1.0, 0.1)), (1, (0.7, 0.3, 1.0)), (2, (0.5, 0.9, 0.9)), (3, (0.1, 0.1, 1.0)),
                              (4, (0.8, 0.9, 0.0))):
             self.turtle.do("i %d" % team)
             expected = [min(255, round(255 * 1.12 * c)) for c in colour]
             shown = at(self.shown(), 0, 0)
-            # The facets around the top of the shell lean a little: up to a sixteenth darker than flat ones.
+            # The facets around the top of the shell are tilted a little: up to a sixteenth darker than level ones.
             self.assertTrue((abs(shown - expected) <= 16).all(), (team, shown, expected))
 
     def test_beam_flies_as_a_ball_along_the_heading(self):
-        # East along y = 0 from the left: 2 units a frame, two seconds on the way. The field is in graphics mode.
+        # East along y = 0 from the left: 2 units a frame, two seconds of flight. The field is in graphics mode.
         self.turtle.do("j -225 0", "t e")
         self.turtle.ask("x")
         self.turtle.do("j 0 200")
@@ -63,7 +63,7 @@ class Scene(FieldTest):
             ball[:] = extent(lit) if lit.any() else ()
             return ball
         self.field.wait_picture(look, 10, "the ball")
-        # A sphere of radius 5; its rim is darker than the tolerance lets pass.
+        # A sphere of radius 5; its rim is darker than the tolerance allows.
         left, bottom, right, top = first = list(ball)
         self.assertTrue(-5 <= bottom <= -2 and 2 <= top <= 5 and 4 <= right - left <= 10, first)
         self.field.wait_picture(lambda p: not look(p) or ball[0] > first[0], 10, "the ball farther right")
@@ -71,7 +71,7 @@ class Scene(FieldTest):
             self.assertEqual((ball[1], ball[3]), (bottom, top))
         self.field.wait_picture(lambda p: not look(p), 20, "the end of the flight")
 
-    def test_beam_bursts_one_step_short_of_the_edge_and_fades(self):
+    def test_beam_explodes_one_step_short_of_the_edge_and_fades(self):
         # From x = 200 in steps of 2; within 5 of the edge at 256 is first 252, so that the explosion stays at 250.
         for _ in range(20):
             self.turtle.do("j 200 100", "t e")
@@ -82,7 +82,7 @@ class Scene(FieldTest):
             def look(picture):
                 lit = picture.any(axis=2)
                 lit[HALF:] = False
-                # The ball of the flight is 10 high, the burst 30.
+                # The flying ball is 10 high, the explosion 30.
                 if lit.any() and extent(lit)[3] - extent(lit)[1] > 20:
                     seen.append(extent(lit))
                 return seen or (self.turtle.ask(".").clock > gone)
@@ -92,7 +92,7 @@ class Scene(FieldTest):
                 break
         self.assertTrue(seen, "twenty shots and no burst")
         left, bottom, right, top = seen[0]
-        # In its first frame there is another one at 252 beside it.
+        # In its first frame there is another one at 252.
         self.assertTrue(235 <= left <= 239 and right >= 252, seen)
         self.assertTrue(85 <= bottom <= 88 and 112 <= top <= 115, seen)
         self.field.wait_picture(lambda p: not p[:HALF].any(), 10, "the end of the explosion")
@@ -106,7 +106,7 @@ class Scene(FieldTest):
             shooter.ask("x")
             harness.wait_until(lambda: victim.ask("q s").values == score, 10, "a hit")
             shooter.wait_ticks(40)                          # the pause after a hit
-        # With both clients gone nothing on the field can move: a tick takes 80 ms, and the beam flies on all the same.
+        # With both clients gone nothing on the field can move: a tick takes 80 ms, but the beam still flies.
         start = self.field.mark()
         victim.close()
         harness.wait_until(lambda: any(line.startswith("closing") for line in self.field.said(start)), 10, "a zombie")
@@ -134,8 +134,8 @@ class Scene(FieldTest):
         with self.client() as turtle:
             with urllib.request.urlopen("http://127.0.0.1:%d/wall" % VIEWER_PORT, timeout=harness.patience(20)) as answer:
                 walls = json.loads(answer.read())
-            # 0.5 and a fifth of 0.45, 0.3 and a fifth of 0.27: that of the top, which lies between 1 before the line
-            # and 2 behind it.
+            # 0.5 and a fifth of 0.45, 0.3 and a fifth of 0.27: the colour of the top, which lies between 1 in front of
+            # the line and 2 behind it.
             top = (150, 150, 90)
 
             def tops(picture):
@@ -149,7 +149,7 @@ class Scene(FieldTest):
             inner = sum(max(abs(w["x1"] + w["x2"]), abs(w["y1"] + w["y2"])) < 500 for w in walls)
             self.assertGreater(inner, 50)
             battle = self.shown()
-            # A turtle in its corner or a doughnut in the middle may stand before one.
+            # A turtle in its corner or a doughnut in the middle may cover one.
             self.assertGreaterEqual(tops(battle), inner - 8)
             turtle.do("! u")
             plain = self.shown()
@@ -163,7 +163,7 @@ class Scene(FieldTest):
         self.turtle.do("j -200 0", "!")
 
         def floor():
-            """Right of the turtle and its labels, without the walls around the field."""
+            """The floor to the right of the turtle and its labels, without the walls around the field."""
             return self.shown()[20:-20, HALF - 150:-20]
         try:
             clean = floor()
@@ -187,7 +187,7 @@ class Scene(FieldTest):
             around = numpy.zeros_like(picture)
             around[row - 15:row + 16, column - 15:column + 16] = True
             left, bottom, right, top = extent(picture & around)
-            # From 10 before to 9 behind, less the transparent rim of the image.
+            # From -10 to +9 around the place, less the transparent rim of the image.
             self.assertTrue(x - 10 <= left <= x - 8 and x + 7 <= right <= x + 9, (left, right))
             self.assertTrue(y - 10 <= bottom <= y - 8 and y + 7 <= top <= y + 9, (bottom, top))
             picture = picture & ~around
@@ -270,13 +270,14 @@ class Scene(FieldTest):
         finally:
             self.field.key("3")
             self.field.settle()
-        # The eye is 512 south of and 512 above the centre, the field of view 55 degrees: tan 27.5 deg = 0.520567. The near
-        # edge is (256 + 512) / sqrt 2 = 543.06 away and 181.02 below the middle, the far one 905.10 away and as much above.
-        # In units of 256: 256 / (543.06 * 0.520567) = 0.90554, 181.02 / 282.70 = 0.64032, 181.02 / 471.17 = 0.38419.
+        # The eye is 512 south of and 512 above the centre, the field of view 55 degrees: tan 27.5 deg = 0.520567. The
+        # near edge is (256 + 512) / sqrt 2 = 543.06 away and 181.02 below the middle, the far one 905.10 away and as
+        # much above. In units of 256: 256 / (543.06 * 0.520567) = 0.90554, 181.02 / 282.70 = 0.64032, 181.02 / 471.17 =
+        # 0.38419.
         self.assertTrue(abs(left + 231.8) <= 1 and abs(right - 231.8) <= 1, (left, right))
         self.assertTrue(abs(bottom + 163.9) <= 1 and abs(top - 98.4) <= 1, (bottom, top))
 
-    def test_places_that_are_no_places_show_nothing(self):
+    def test_objects_at_nan_places_are_not_drawn(self):
         for value in ("nan", "inf", "-inf", "1e300", "-1e39"):
             self.turtle.do("z 0", "z 3 %s 0" % value, "z 4 0 %s" % value, OFF_FIELD)
             self.assertFalse(self.shown().any(), value)

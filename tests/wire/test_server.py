@@ -1,4 +1,4 @@
-"""Connections: who is let in, what the log says, what becomes of clients that leave, vanish or never read."""
+"""Connections: admission, the log, and clients that leave, disconnect or never read."""
 import os
 import resource
 import socket
@@ -15,7 +15,7 @@ class Connections(FieldTest):
         self.start = self.field.mark()
 
     def log_line(self, text, client, address="127.0.0.1"):
-        """Waits for a line that ends with the client's address and port as they are logged."""
+        """Waits for a line that ends with the client's address and port as logged."""
         self.field.wait_line("%s from %s %d" % (text, address, swap16(client.port)), self.start)
 
     def test_log_names_address_and_unconverted_port(self):
@@ -73,7 +73,7 @@ class Connections(FieldTest):
             self.assertTrue(stranger.wait_closed())
             self.field.wait_line("accept_connection(): reject connection from %s %d" % (source, swap16(stranger.port)),
                                  self.start)
-        # The same machine through a mapped address is still 127.0.0.1 at the field's end.
+        # From a mapped address this machine is still 127.0.0.1 at the field's end.
         with socket.socket(socket.AF_INET6, socket.SOCK_STREAM) as mapped:
             mapped.settimeout(harness.patience(10))
             mapped.connect(("::ffff:127.0.0.1", harness.CLIENT_PORT))
@@ -92,7 +92,7 @@ class Connections(FieldTest):
         self.log_line("handling client", guest, "127.0.0.2")
         self.field.key("at")
         self.field.wait_line("entering private mode...", self.start)
-        self.assertEqual(guest.ask("q a").values, "1")              # who is in stays in
+        self.assertEqual(guest.ask("q a").values, "1")              # connected clients stay connected
         late = Client(source="127.0.0.2", greet=False)
         self.addCleanup(late.close)
         self.assertTrue(late.wait_closed())
@@ -114,7 +114,7 @@ class Connections(FieldTest):
         self.log_line("closing connection", other)
         self.assertEqual(self.turtle.ask("q n").values, "2")
 
-    def test_closing_right_after_a_flood_of_commands_harms_nobody(self):
+    def test_closing_right_after_a_flood_of_commands_is_harmless(self):
         for _ in range(5):
             other = self.client()
             other.send("q p\nf 1\n" * 500)
@@ -127,8 +127,8 @@ class Connections(FieldTest):
         self.addCleanup(quiet.close)
         wait_until(lambda: self.turtle.ask("q n").values == "2", 10, "the quiet client's turtle")
 
-    def test_client_that_never_reads_stops_nobody_and_becomes_a_zombie(self):
-        # Each "q b" asks for a reply of 140 bytes and more, so the socket's buffers fill soon.
+    def test_client_that_never_reads_blocks_nobody_and_becomes_a_zombie(self):
+        # Each "q b" causes a reply of 140 bytes or more, so the socket's buffers fill soon.
         deaf = Client(receive_buffer=4096, greet=False)
         self.addCleanup(deaf.close)
         deaf.send("u %s\n" % ("x" * 127))
@@ -163,9 +163,9 @@ class Connections(FieldTest):
             self.assertEqual(self.turtle.reply().values, "")
             self.assertEqual(self.turtle.reply().values, "%d.000000 0.000000" % n)
 
-    def test_client_that_has_said_its_last_still_gets_all_replies(self):
-        # The end of the stream is read only after the frame that the steps wait for, and ends the client then.
-        self.turtle.do("j 3000 0")                                  # not where chance may put the other
+    def test_client_that_shuts_down_its_side_still_gets_all_replies(self):
+        # The end of the stream is read only after the frame that the steps wait for, and then ends the client.
+        self.turtle.do("j 3000 0")                                  # away from the other one's random place
         other = self.client()
         other.do("c", "j 0 100")
         other.send("f 5\nf 5\nq p\n")
@@ -175,7 +175,7 @@ class Connections(FieldTest):
         self.log_line("closing connection", other)
         self.assertEqual(self.turtle.ask("q n").values, "2")        # a zombie is left
 
-    def test_urgent_bytes_are_no_part_of_a_line_and_stop_nobody(self):
+    def test_urgent_bytes_are_no_part_of_a_line_and_block_nobody(self):
         other = self.client()
         other.sock.send(b"X", socket.MSG_OOB)
         self.assertEqual(self.turtle.ask("q a").values, "1")
@@ -221,7 +221,7 @@ class Connections(FieldTest):
             for _ in range(10):
                 try:
                     guest = self.client()
-                except Closed:                                      # twenty draws may all be too near a wall
+                except Closed:                                      # all twenty places may be too near a wall
                     continue
                 x, y = guest.position()
                 self.assertTrue(-246.0 <= x <= -224.0 and -246.0 <= y <= -224.0, (x, y))
@@ -246,7 +246,7 @@ class Connections(FieldTest):
 
     def test_ten_commands_in_one_packet_are_answered_without_a_stall(self):
         # One pass of the server: far below the 40 ms that a reply would wait for the acknowledgement of the one before.
-        # Moving commands, too: those of one packet run together, before a frame holds the client back.
+        # Moving commands, too: those of one packet run together, before a frame makes the client wait.
         lines = ["f 1", "b 1", "t l 9", "q p", "q d", "p d", "q w", "k 1 0 0", "n 4869", "."]
 
         def quick():
@@ -254,7 +254,7 @@ class Connections(FieldTest):
             answers = self.turtle.ask_all(lines)
             span = time.monotonic() - began
             self.assertEqual([answer.status for answer in answers], ["OK"] * 10)
-            # The timer ticks when it likes, but no frame comes in between: none waits for one.
+            # The clock may tick at any time, but no frame comes in between: none waits for one.
             self.assertLessEqual(answers[-1].clock - answers[0].clock, 1)
             self.turtle.wait_ticks(2)
             return span < harness.patience(0.04)
@@ -262,7 +262,7 @@ class Connections(FieldTest):
 
 
 class ManyFiles(unittest.TestCase):
-    LAST = 1023                                                     # the last descriptor that select can wait for
+    LAST = 1023                                                     # the highest descriptor that select accepts
 
     def test_client_beyond_the_last_descriptor_of_select_is_refused_and_the_others_are_served(self):
         soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
@@ -270,7 +270,7 @@ class ManyFiles(unittest.TestCase):
             self.skipTest("not enough descriptors allowed")
         resource.setrlimit(resource.RLIMIT_NOFILE, (max(soft, 2 * self.LAST), hard))
         self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
-        # The program inherits all numbers up to 980, so that its window and its servers still get good ones.
+        # The program inherits all numbers up to 980, so that its window and its servers still get usable ones.
         taken = [os.open("/dev/null", os.O_RDONLY)]
         self.addCleanup(lambda: [os.close(number) for number in taken])
         while taken[-1] < 980:
@@ -278,7 +278,7 @@ class ManyFiles(unittest.TestCase):
         with harness.Field(inherited=taken) as field, Client() as turtle:
             viewers = [socket.create_connection(("127.0.0.1", harness.VIEWER_PORT)) for _ in range(50)]
             try:
-                # Connections are accepted in order: once the last viewer is served, all of them have a number.
+                # Connections are accepted in order: once the last viewer is served, all of them have a descriptor.
                 viewers[-1].sendall(b"HEAD /camera HTTP/1.1\r\n\r\n")
                 viewers[-1].settimeout(harness.patience(20))
                 self.assertTrue(viewers[-1].recv(100))
@@ -318,7 +318,7 @@ class PortTaken(FieldTest):
 
     def test_warning_is_logged_and_shown_and_the_field_runs(self):
         self.field.wait_line("init_socket(): cannot bind to port 2222")
-        # Four bright red lines of text, the lowest at y = 51.2, the highest at 128 and some 15 units tall.
+        # Four bright red lines of text, the lowest at y = 51.2, the highest at 128 and about 15 units tall.
         picture = self.field.wait_picture(lambda p: bright_red(p).sum() > 500, 20, "the red warning")
         rows = bright_red(picture).any(axis=1).nonzero()[0]
         self.assertGreaterEqual(rows.min(), harness.HALF - 1 - 150)

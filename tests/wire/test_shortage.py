@@ -1,4 +1,4 @@
-"""Peers that vanish without a word, and a process that may open few files."""
+"""Peers that disappear without closing, and a process with few descriptors."""
 import resource
 import socket
 import subprocess
@@ -12,7 +12,7 @@ WATCH = 35  # seconds until a silent peer is given up
 
 
 def get_camera(viewer):
-    """Asks for the camera and gives the status line; nothing when the field ends the connection."""
+    """Requests the camera and returns the status line; an empty string when the field closes the connection."""
     try:
         viewer.sendall(b"GET /camera HTTP/1.1\r\n\r\n")
         return viewer.recv(4096)[:12]
@@ -31,10 +31,10 @@ class Vanished(unittest.TestCase):
         subprocess.run(["ip", "link", "set", "lo", state], check=True, timeout=60)
 
     def test_peers_behind_a_dead_link_are_given_up(self):
-        # The test's network is its own, so that it can be cut as a cable is: nobody gets another packet.
+        # The test has its own network, so that the link can be cut like a cable: nobody receives another packet.
         with Field() as field, Client() as quiet, Client(receive_buffer=4096) as deaf, connect(VIEWER_PORT) as viewer:
             self.assertEqual(get_camera(viewer), b"HTTP/1.1 200")
-            deaf.send("q p\n" * 3000)                               # what it does not read is on its way still
+            deaf.send("q p\n" * 3000)                               # what it does not read is still on its way
             wait_until(lambda: [end for end in tcp_sockets("sport = :%d" % CLIENT_PORT) if end.unsent], 20, "unsent bytes")
             quiet.do(".")
             start, began = field.mark(), time.monotonic()
@@ -54,7 +54,7 @@ class FewDescriptors(unittest.TestCase):
     FEW = 64
 
     def limit(self, soft):
-        """Lowers the limit of this process, which a program that it starts inherits."""
+        """Lowers the limit of this process, which the program it starts inherits."""
         before = resource.getrlimit(resource.RLIMIT_NOFILE)
         resource.setrlimit(resource.RLIMIT_NOFILE, (soft, before[1]))
         return before
@@ -99,7 +99,7 @@ class FewDescriptors(unittest.TestCase):
             try:
                 answers = 0
                 while time.monotonic() < began + 3:
-                    answers += turtle.ask("q a").values == "1"      # who is in is served as ever
+                    answers += turtle.ask("q a").values == "1"      # connected clients are still served
                 tries = field.said(start).count("accept_connection(): accept() failure")
                 span = time.monotonic() - began
                 self.assertTrue(2 <= tries <= span * 10 + 2, (tries, span))

@@ -1,4 +1,4 @@
-"""The soak's short form: a minute of everything at once with each sanitizer, half of that in an ordinary build."""
+"""The short form of the soak test: a minute with each sanitizer, half a minute in an ordinary build."""
 import unittest
 
 import harness

@@ -1,4 +1,5 @@
-"""The command line, the banners, the window's title, start-up in odd surroundings, and where turtles come to stand."""
+"""The command line, the banners, the window's title, start-up in unusual environments, and the random placement of
+turtles."""
 import math
 import os
 import socket
@@ -15,7 +16,7 @@ HELP = ["options:", ' -js "URL1;URL2;..."']
 
 
 def run(*arguments, argv0=None, env=None):
-    """Runs the program to its end without a display and gives its status and its lines."""
+    """Runs the program to its end without a display; returns its status and its lines."""
     environment = dict(os.environ)
     environment.pop("DISPLAY", None)
     environment.update(env or {})
@@ -106,7 +107,7 @@ class Start(unittest.TestCase):
                 for number in closed:
                     self.assertEqual(os.readlink("/proc/%d/fd/%d" % (field.process.pid, number)), "/dev/null")
                 with Client() as turtle, Client() as other:
-                    turtle.ask_all(["!", "! u"] * 5)        # all of these have their lines in the log
+                    turtle.ask_all(["!", "! u"] * 5)        # each of these is logged
                     other.close()
                     with urllib.request.urlopen("http://127.0.0.1:2280/camera", timeout=20) as answer:
                         self.assertTrue(answer.read().endswith(b"}"))
@@ -124,7 +125,7 @@ class Placement(unittest.TestCase):
     """The random stream is the C library's, seeded with the second of the start, and drawn from in a fixed order."""
 
     def play(self, field):
-        """What happens on the field, as a list of names and numbers; the model plays the same."""
+        """The events on the field as a list of names and numbers; the model computes the same list."""
         seen = []
         clients = []
         try:
@@ -143,8 +144,8 @@ class Placement(unittest.TestCase):
             angle = clients[0].numbers("q r 2")[0]
             seen.append(("radar", angle))
             arrive()
-            clients[0].ask("c")                             # resets without a draw
-            field.key("M")                                  # drops all, builds a maze
+            clients[0].ask("c")                             # resets without drawing a number
+            field.key("M")                                  # disconnects all, builds a maze
             field.wait_line("entering maze mode...")
             wait_until(lambda: harness.served_connections() == 0, 10, "all clients to be dropped")
             for _ in range(4):
@@ -211,7 +212,7 @@ class Placement(unittest.TestCase):
 
 
 def same(a, b):
-    """Equal but for the six decimals that a reply shows."""
+    """Equal up to the six decimals of a reply."""
     if a[0] != b[0] or len(a) != len(b):
         return False
     return all(x == y or (x is not None and y is not None and math.isclose(x, y, abs_tol=1.1e-6))

@@ -1,4 +1,4 @@
-"""Many clients at once, for 5 seconds, or a minute when KELMORA_LONG is set: nobody waits, nothing breaks."""
+"""Many clients at once, for 5 seconds, or a minute when KELMORA_LONG is set: nobody is blocked, nothing breaks."""
 import os
 import random
 import time
@@ -39,7 +39,7 @@ class Crowd(FieldTest):
                 rounds[index] += 1
         together([lambda index=index: walk(index) for index in range(10)], SPAN)
         print("rounds per client: %s" % rounds)
-        # Paced: at most one round a frame; everybody is served in every pass, so nobody gets much less than another.
+        # Paced: at most one round a frame; all are served in every pass, so nobody gets much less than another.
         self.assertGreater(min(rounds), max(rounds) * 0.5)
         self.assertGreater(min(rounds), SPAN * 2 / max(harness.slow / 4, 1.0))
         self.assertEqual(clients[0].ask("q a").values, "1")
@@ -54,7 +54,7 @@ class Crowd(FieldTest):
                 return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
 
         def ticks_with(widths, seconds=2.0):
-            """Ticks a second while nine turtles step forth and back with brushes of these widths in turns."""
+            """Ticks a second while nine turtles step back and forth, with brushes of these widths in turn."""
             end = time.monotonic() + seconds
 
             def paint(turtle):
@@ -71,7 +71,7 @@ class Crowd(FieldTest):
         before = resident()
         ordinary, wide = ticks_with((4, 4)), ticks_with((0.01, 4000))
         print("%.0f ticks/s with ordinary brushes, %.0f with such that cover the window" % (ordinary, wide))
-        # A machine that does nothing else keeps 60 % and more; without the bound it was less than 1 %.
+        # An otherwise idle machine keeps 60 % and more; without the bound it was less than 1 %.
         self.assertGreater(wide, 0.3 * ordinary)
         self.assertLess(resident(), before + (200 if harness.instrumented() else 30))
 
@@ -88,7 +88,7 @@ class Crowd(FieldTest):
                             if time.monotonic() > end:
                                 break
                 except Closed:
-                    # Killed, or no place was left: begin again.
+                    # Killed, or no place was free: start again.
                     pass
 
         def operate():
@@ -96,7 +96,7 @@ class Crowd(FieldTest):
             while time.monotonic() < end:
                 self.field.key(*[source.choice(crowd.KEYS) for _ in range(5)])
         together([lambda index=index: play(index) for index in range(8)] + [operate], SPAN)
-        # Leave maze mode if it is on: its next toggle says which it was.
+        # Leave maze mode if it is on: its next toggle logs which it was.
         mark = self.field.mark()
         self.field.key("M")
         self.field.settle()
@@ -111,7 +111,7 @@ class Crowd(FieldTest):
         def vandal(index):
             source = random.Random(self.seed + index)
             while time.monotonic() < end:
-                crowd.vandalize(source, 9, harmless=True)  # so that the honest turtle lives
+                crowd.vandalize(source, 9, harmless=True)  # so that the honest turtle survives
 
         slowest = [0.0]
 

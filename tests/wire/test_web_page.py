@@ -1,4 +1,4 @@
-"""A web page that makes a browser connect to the clients' port: turned away before any of it is executed."""
+"""A web page that makes a browser connect to the clients' port: disconnected before anything of it is executed."""
 import harness
 from harness import Client, FieldTest, swap16, wait_until
 
@@ -36,7 +36,7 @@ class WebPage(FieldTest):
         return client
 
     def answered(self, client):
-        """All that the field sends until it ends the connection."""
+        """Everything that the field sends until it closes the connection."""
         got = b""
         while True:
             try:
@@ -72,13 +72,13 @@ class WebPage(FieldTest):
             client = self.connect()
             for byte in request[:-1]:
                 client.send(byte)
-                self.turtle.ask(".")                            # it has been received meanwhile, or soon will be
+                self.turtle.ask(".")                            # it has been received by now, or soon will be
             client.send(request[-1])
             self.assertTurnedAway(client)
         self.assertNothingHappened()
 
     def test_places_are_free_again(self):
-        for _ in range(35):                                     # more than there are turtles, and slots
+        for _ in range(35):                                     # more than there are turtles or slots
             client = self.connect()
             client.send("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n")
             self.assertEqual(self.answered(client), b"")
@@ -94,9 +94,9 @@ class WebPage(FieldTest):
         self.turtle.wait_ticks(20)
         said = self.field.said(self.start)
         self.assertEqual(len([line for line in said if "HTTP" in line]), 1, said)
-        self.assertEqual(len(said), 3, said)                    # it came, it was one, it went
+        self.assertEqual(len(said), 3, said)                    # connected, recognised as a request, disconnected
 
-    def test_lines_that_merely_begin_so_are_commands_as_ever(self):
+    def test_lines_that_only_begin_like_a_request_are_commands(self):
         for line, status in (("GET", "OK"), ("GET 5 5", "OK"), ("GET /", "OK"), ("GET / HTTP", "OK"), ("GET / HTTP/", "OK"),
                              ("GET / HTTP/x", "OK"), ("GET / HTTP/1.1 x", "OK"), ("GET a b HTTP/1.1", "OK"), ("GETS / HTTP/1.1", "OK"),
                              ("POST / HTCP/1.1", "OK"), ("HEAD", "OK"), ("OPTIONS x HTTPS/1.1", "OK"),
@@ -111,7 +111,7 @@ class WebPage(FieldTest):
                 wait_until(lambda: harness.served_connections() == 1, 10, "the client to be gone")
                 self.turtle.do("c a")
 
-    def test_first_line_of_several_commands_is_executed_when_it_is_none(self):
+    def test_first_line_of_several_commands_is_executed_when_it_is_no_request(self):
         for lines, answers in (("GET;q a;", 2), ("GET 5;q a;", 2), ("GET /x ;q a;", 2), ("GET /x;q a;q a\n", 3),
                                ("GET /;\n", 1), ("POST /a;b;c d\n", 3)):
             for pieces in ([lines], list(lines)):               # whole, and byte by byte
@@ -132,7 +132,7 @@ class WebPage(FieldTest):
         self.assertEqual(client.ask("q a").values, "1")
         self.turtle.do("! u")
 
-    def test_unfinished_request_line_holds_nobody_else(self):
+    def test_unfinished_request_line_delays_nobody_else(self):
         client = self.connect()
         client.send("GET /;!;")
         for _ in range(10):

@@ -1,4 +1,4 @@
-"""What the operator does at the window, keys and menu, and the clock that drives the field."""
+"""The operator's keys and menu, and the clock that drives the field."""
 import os
 import time
 import unittest
@@ -12,7 +12,7 @@ OFF_FIELD = "j 3000 3000"
 
 
 def paint_pattern(turtle):
-    """Something without symmetry on the canvas, and the turtle out of sight."""
+    """Paints something asymmetric and moves the turtle out of sight."""
     turtle.do("c", "w 9", "k 0 1 0", "p d", "f 200", "k 0 0 1", "t n", "f 90", "k 1 0 0", "t w", "f 40", "p u", OFF_FIELD)
     turtle.wait_ticks(3)
 
@@ -23,7 +23,7 @@ class Keys(FieldTest):
         self.turtle.do("c")
 
     def shown(self):
-        """The picture after all that was done has been drawn."""
+        """The picture after everything so far has been drawn."""
         self.turtle.wait_ticks(3)
         return self.field.picture()
 
@@ -98,7 +98,7 @@ class Keys(FieldTest):
         self.assertSame(self.after("greater"), once)
         half = self.after(*["period"] * 71)                 # 72 * 2.5 = 180 degrees, which stays
         self.assertDifferent(half, start)
-        self.assertSame(self.after("period", "comma"), half)    # over the wrap and back: -177.5, then -180
+        self.assertSame(self.after("period", "comma"), half)    # past the wrap and back: -177.5, then -180
         self.assertSame(self.after(*["greater"] * 72), start)   # 144 steps of 2.5: exactly once around
         back = self.after(*["comma"] * 73)                  # -182.5 becomes 177.5
         self.assertSame(self.after(*["less"] * 71), start)
@@ -141,8 +141,8 @@ class Keys(FieldTest):
         self.assertFalse(self.after("Escape").any())        # Esc only closes
 
     def test_names_and_scores_are_toggled(self):
-        # Legs and head move with the clock, so the labels are looked for beside the body: the score starts at 12 left
-        # of and 10 above the centre, the name at 22 below it.
+        # Legs and head move with the clock, so the labels are looked for beside the body: the score starts 12 left of
+        # and 10 above the centre, the name 22 below it.
         self.turtle.do("n " + "Name".encode().hex(), "j 0 0")
         name_rows, score_rows = slice(255 + 15, 255 + 30), slice(255 - 24, 255 - 11)
         columns = slice(240, 300)
@@ -277,7 +277,7 @@ class Clock(unittest.TestCase):
     SPAN = 3.0                                              # seconds of measurement
 
     def ticks_while(self, busy):
-        """Ticks and seconds of a stretch in which one client, or only zombies, are on the field."""
+        """Ticks and seconds of a span with one client, or only zombies, on the field."""
         with Field() as field:
             start = field.mark()
             turtle = Client()
@@ -302,7 +302,7 @@ class Clock(unittest.TestCase):
 
     def test_field_without_movers_ticks_ten_times_less(self):
         ticks, seconds = self.ticks_while(busy=False)
-        # Twelve and a half a second, and a few fast ones at either end while a client is there.
+        # Twelve and a half a second, plus a few fast ones at either end while a client is there.
         self.assertLessEqual(ticks, seconds / 0.08 + 15)
         self.assertGreaterEqual(ticks, 6 * seconds / max(harness.slow, 1.0))
 

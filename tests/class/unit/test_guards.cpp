@@ -1,4 +1,4 @@
-// What stands between the class and the rest of the world: hosts, origins, codes, limits, paths, names, files.
+// What protects the class server: hosts, origins, codes, limits, paths, names, files.
 #include "class/archive.h"
 #include "class/codes.h"
 #include "class/guards.h"
@@ -115,7 +115,7 @@ TEST(Guesses, cost_ever_more_after_the_free_ones) {
 TEST(Guesses, are_remembered_for_so_many_addresses) {
     guess_guard g;
     for (uint32_t a = 0; a < 3 * GUESSERS; ++a) g.wrong(a, a);
-    SUCCEED(); // bounded memory is what the sanitizers and the soak see; it must only not grow without end or crash
+    SUCCEED(); // The sanitizers and the soak test check the memory; here it must only not crash.
     for (int k = 0; k < 10; ++k) g.wrong(5, 3 * GUESSERS);
     EXPECT_GT(g.wait(5, 3 * GUESSERS), 0);
 }
@@ -124,7 +124,7 @@ TEST(Names, are_what_people_are_called) {
     EXPECT_EQ(clean_name("Ann"), "Ann");
     EXPECT_EQ(clean_name("  Zoë   O'Brien "), "Zoë O'Brien");
     EXPECT_EQ(clean_name("李小龙"), "李小龙");
-    EXPECT_EQ(clean_name("<b>\"&'\\"), "<b>\"&'\\"); // text is text; who shows it has to see to that
+    EXPECT_EQ(clean_name("<b>\"&'\\"), "<b>\"&'\\"); // kept as it is: whoever displays it must escape it
     EXPECT_EQ(clean_name(std::string(24, 'x')), std::string(24, 'x'));
     EXPECT_FALSE(clean_name(std::string(25, 'x')));
     for (const char* bad : {"", "   ", "a\nb", "a\x1b[31m", "a\x7f", "\xff", "a\xc3", "\xed\xa0\x80", "\xc0\xaf",
@@ -201,7 +201,7 @@ TEST_F(Store, serves_files_and_sees_changes) {
     const auto first = files.find("a.txt");
     ASSERT_TRUE(first);
     EXPECT_EQ(*first->bytes, "one");
-    EXPECT_EQ(files.find("a.txt")->bytes, first->bytes); // kept, not read again
+    EXPECT_EQ(files.find("a.txt")->bytes, first->bytes); // from the cache, not read again
     put("b.txt", "three");
     ASSERT_EQ(rename((folder + "/b.txt").c_str(), (folder + "/a.txt").c_str()), 0);
     const auto second = files.find("a.txt");
@@ -257,7 +257,7 @@ TEST(Turtles, names_of_any_bytes_become_valid_text) {
     }
 }
 
-TEST(Turtles, numbers_that_are_none_become_zero) {
+TEST(Turtles, values_that_are_not_numbers_become_zero) {
     for (const char* x : {"nan", "-nan", "inf", "-inf"}) {
         const json list = json::parse(repair_turtles('[' + record_of(0, "Ann", x) + ']'));
         ASSERT_EQ(list.size(), 1U) << x;

@@ -1,4 +1,4 @@
-// People of the class: names, tokens, runs, going away and coming back. Times are seconds.
+// Students of the class: names, tokens, runs, going away and coming back. Times are seconds.
 #include "class/room.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +35,7 @@ TEST(Room, names_are_unique_in_whatever_case) {
     session* third = r.join("Bob", -1, 0, 0);
     EXPECT_EQ(r.rename(*third, "ANN"), "ANN 3");
     EXPECT_EQ(r.rename(*third, "Bob"), "Bob");
-    EXPECT_EQ(r.rename(*third, "bob"), "bob"); // nobody is in his own way
+    EXPECT_EQ(r.rename(*third, "bob"), "bob"); // a student may keep their own name
 }
 
 TEST(Room, tokens_are_different_and_tell_people_apart) {

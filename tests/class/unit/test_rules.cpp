@@ -1,4 +1,4 @@
-// Lines and rules of the class server against the field's own framing and commands: what the field would make of them.
+// Lines and rules of the class server, compared with the field's own framing and commands.
 #include "class/rules.h"
 
 #include "net/command.h"
@@ -23,7 +23,7 @@ std::string verdict(std::string_view line) {
     return rule < 0 ? "" : std::string(RULES[static_cast<size_t>(rule)].key);
 }
 
-// The lines that the field cuts from the bytes, an ending line feed added.
+// The lines that the field cuts from the bytes after a line feed is added.
 std::vector<std::string> field_lines(const std::string& bytes) {
     client_t& c = client_tab[0];
     std::vector<std::string> lines;

@@ -62,7 +62,7 @@ TEST(Seating, the_eleventh_waits_and_moves_up) {
     EXPECT_EQ(s.queue_place(11), 1);
     EXPECT_EQ(s.queue_place(12), 2);
     EXPECT_FALSE(s.seat_of(11));
-    EXPECT_FALSE(s.expected_wait(11, 0)); // without turns nobody knows
+    EXPECT_FALSE(s.expected_wait(11, 0)); // unknown without turns
     s.leave(3);
     s.tick(1);
     EXPECT_EQ(s.seat_of(11), (seat{0, 2}));
@@ -142,7 +142,7 @@ TEST(Seating, everybody_gets_the_same_time_in_the_long_run) {
         EXPECT_EQ(s.taken(0), PLACES);
         for (uint32_t who = 1; who <= 15; ++who) seconds[who] += s.seat_of(who) ? 1 : 0;
     }
-    // Ten of fifteen places' worth each, within two turns.
+    // Each gets ten fifteenths of the time, within two turns.
     for (int who = 1; who <= 15; ++who)
         EXPECT_NEAR(seconds[static_cast<size_t>(who)], hours * 3600 * 10 / 15, 120) << who;
 }

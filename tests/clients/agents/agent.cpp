@@ -1,4 +1,4 @@
-// Calls the words of kelmora.hpp as it is told on standard input, and tells as JSON what they return, raise and call
+// Calls the words of kelmora.hpp on request from standard input and reports as JSON what they return, raise and call
 // back. Requests and answers: tests/clients/agents.py.
 #include <kelmora.hpp>
 
@@ -10,7 +10,7 @@ namespace {
 
 using kelmora::Turtle;
 
-// One argument: a letter that tells its kind, and its text.
+// One argument: a letter for its kind, then its text.
 struct Argument {
     char kind = 'z';
     std::string text;

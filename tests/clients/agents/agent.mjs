@@ -1,4 +1,4 @@
-// Calls the words of the JavaScript library as it is told on standard input, and tells as JSON what they return, raise
+// Calls the words of the JavaScript library on request from standard input and reports as JSON what they return, raise
 // and call back. Requests and answers: tests/clients/agents.py. KELMORA_JS names the module.
 import { createInterface } from "node:readline";
 import { pathToFileURL } from "node:url";

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Calls the words of kelmora.sh as it is told on standard input, and tells as JSON what status they have, what they print
-# and what they call back. Requests and answers: tests/clients/agents.py. KELMORA_SH names the library.
+# Calls the words of kelmora.sh on request from standard input and reports as JSON their status, their output and their
+# callbacks. Requests and answers: tests/clients/agents.py. KELMORA_SH names the library.
 set -u
 # shellcheck source=clients/shell/kelmora.sh
 . "$KELMORA_SH"

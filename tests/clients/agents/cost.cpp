@@ -1,5 +1,5 @@
-// What a word of kelmora.hpp costs: memory that it takes, which is counted, and processor time. A child process plays
-// the field. Prints one line for each word, `WORD ALLOCATIONS`, and then `measured: ...`.
+// Cost of each word of kelmora.hpp: allocations, which are counted, and processor time. A child process plays the
+// field. Prints one line for each word, `WORD ALLOCATIONS`, then `measured: ...`.
 #include <kelmora.hpp>
 
 #include <csignal>
@@ -7,7 +7,7 @@
 #include <sys/resource.h>
 #include <sys/wait.h>
 
-// Everything that the process takes comes by here, the C++ library's too.
+// Every allocation of the process passes here, the C++ library's too.
 static unsigned long taken = 0;
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* malloc(std::size_t size) {
@@ -15,7 +15,7 @@ extern "C" void* malloc(std::size_t size) {
     return __libc_malloc(size);
 }
 
-// Answers each line as the field would, without its rules.
+// Answers each line as the field would, without applying any rules.
 static void play_field(int listener) {
     const int fd = accept(listener, nullptr, nullptr);
     const int on = 1;
@@ -117,7 +117,7 @@ int main() {
         count("fire", [&](int) { turtle.fire(); });
         count("mute", [&](int) { turtle.mute("seen", "found"); });
         count("batch",
-              [&](int) { turtle.batch([&] { turtle.forward(1); }); }); // the one that may: it shows that this counts
+              [&](int) { turtle.batch([&] { turtle.forward(1); }); }); // may allocate: shows that the counter works
         std::printf("heard %d\n", heard >= 100 ? 0 : 1);
 
         constexpr int COMMANDS = 50000;

@@ -1,5 +1,5 @@
-// What a word of the JavaScript library costs of the program's processor time. A child process plays the field.
-// KELMORA_JS names the module.
+// Processor time that a word of the JavaScript library costs its program. A child process plays the field. KELMORA_JS
+// names the module.
 import { fork } from "node:child_process";
 import net from "node:net";
 import { pathToFileURL } from "node:url";

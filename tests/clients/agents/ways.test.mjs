@@ -1,5 +1,5 @@
-// What is the JavaScript library's own: WebSockets, other transports, promises that nobody awaits, callbacks.
-// KELMORA_JS names the module. A scripted field answers each line as the functions here say.
+// What only the JavaScript library has: WebSockets, other transports, promises that nobody awaits, callbacks.
+// KELMORA_JS names the module. A scripted field answers each line as the functions here return.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import net from "node:net";
@@ -8,7 +8,7 @@ import { pathToFileURL } from "node:url";
 
 const { connect, BadValue, Lost, NoAnswer, NoField, NotAdmitted, NotANumber, Silence } = await import(pathToFileURL(process.env.KELMORA_JS).href);
 
-/** A field that answers with what answer(line) says, and keeps the packets that came. */
+/** A field that replies answer(line) to each line and keeps the packets it received. */
 async function field(t, answer = () => "OK @ 10 0") {
   const packets = [];
   const sockets = new Set();
@@ -29,7 +29,7 @@ async function field(t, answer = () => "OK @ 10 0") {
   return { packets, port: server.address().port, host: "127.0.0.1" };
 }
 
-/** A WebSocket as the library sees it, which passes its messages on to a field over TCP. */
+/** A WebSocket as the library sees it; passes its messages on to a field over TCP. */
 class BridgedSocket extends EventTarget {
   readyState = 0;
   url = "ws://bridge";
@@ -125,7 +125,7 @@ test("a word that fails leaves those after it their turn", async (t) => {
   assert.equal(await right, true);
 });
 
-test("a callback may use the turtle; what that brings about comes after it", async (t) => {
+test("a callback may use the turtle; events that this causes come after it", async (t) => {
   const at = await field(t, (line) => ({ "f 1": "ERR @ 10 8", "t l 90": "OK @ 11 32" })[line] ?? "OK @ 10 0");
   const turtle = await connect(at);
   const told = [];
