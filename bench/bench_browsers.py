@@ -1,9 +1,10 @@
 #!/usr/bin/python3
-"""What greedy browsers cost the field: ticks a second in a maze while so many connections ask for /wall as fast as they
+"""What aggressive browsers cost the field: ticks a second in a maze while that many connections request /wall as fast
+as they
 are answered, as a share of the ticks without any, measured before and after. CSV lines on standard output.
 
 usage: KELMORA=build/release/kelmora scripts/in-namespace /usr/bin/python3 -B bench/bench_browsers.py [CONNECTIONS...]
-The connections are driven by two processes on the same machine, which take their part of the processors.
+The connections are driven by two processes on the same machine, which use part of its processor time.
 """
 import os
 import selectors
@@ -21,7 +22,7 @@ REQUEST = b"GET /wall HTTP/1.1\r\n\r\n"
 
 
 def ask_for_ever(count):
-    """Drives so many connections; says "go" once all of them stand."""
+    """Opens that many connections; prints "go" once all are connected."""
     chosen = selectors.DefaultSelector()
     for _ in range(count):
         sock = socket.create_connection(("127.0.0.1", VIEWER_PORT), timeout=60)
@@ -31,7 +32,7 @@ def ask_for_ever(count):
         key.fileobj.sendall(REQUEST)
     while True:
         for key, _ in chosen.select():
-            # An answer has come in full when it ends as the list does.
+            # An answer is complete when it ends like the list.
             piece = key.fileobj.recv(1 << 20)
             if not piece:
                 return
@@ -40,7 +41,7 @@ def ask_for_ever(count):
 
 
 def newcomer():
-    """A turtle in the maze: its entrance has room for one, if luck will have it so."""
+    """A turtle in the maze: the entrance has room for one, depending on chance."""
     while True:
         try:
             return Client()

@@ -1,9 +1,11 @@
-"""What the class server costs: ten busy students on one field, as their workers and pages ask, beside ten plain programs.
+"""What the class server costs: ten busy students on one field, with the requests of their workers and pages, beside ten
+plain programs.
 
-Each student steps as fast as the field lets it, asks ten times a second for Stop and ten times a second for the turtles,
-and gives a sign of life each second. One CSV line each for the plain programs and the students: steps a second of one
-of them, median and 99th percentile of a step in milliseconds, processor share of the class server in percent of one core
-and its microseconds a step, all told. Then its memory at the start and at the end.
+Each student steps as fast as the field allows, polls Stop and the turtles ten times a second each, and sends a sign of
+life each second. One CSV line each for the plain programs and the students: steps a second of one of them, median and
+99th percentile of a step in milliseconds, the class server's processor share in percent of one core and its
+microseconds
+a step. Then its memory at the start and at the end.
 Run inside scripts/in-namespace; KELMORA and KELMORA_CLASS name the programs, SECONDS how long (10).
 """
 import multiprocessing

@@ -1,9 +1,9 @@
 // Cost of a frame on a full field: 30 turtles with names and scores, a full maze, 300 coins, 53 cards, 30 new segments
-// and the help screen, in both views, off the timer. Beside it the frame of an empty field, the same field drawn the
-// plain way, with a coin that is moved before every frame, and without the help screen. One CSV line each, in ms: wall
-// time's median, 99th percentile and minimum, and the processor time of all threads per frame, which a busy machine
-// changes least. usage: kelmora_bench_frame [frames per row, 10 to 100000; 200 when left out] [scene, all when left
-// out] [top | bird]
+// and the help screen, in both views, without the timer. For comparison the frame of an empty field, and the same field
+// by the reference path, with a coin that moves before every frame, and without the help screen. One CSV line each, in
+// ms: median, 99th percentile and minimum of wall time, and the processor time of all threads per frame, which load
+// affects least. usage: kelmora_bench_frame [frames per row, 10 to 100000; default 200] [scene; default all] [top |
+// bird]
 
 #include "display/frame.h"
 #include "display/window.h"
@@ -35,11 +35,11 @@ constexpr int WARM_UP = 30; // frames in which the driver compiles its shaders
 
 struct row_t {
     const char* name;
-    int full;  // 1: everything; 0: nothing but canvas and floor
-    int plain; // 1: drawn the plain way
+    int full;  // 1: everything; 0: only canvas and floor
+    int plain; // 1: by the reference path
     int help;  // 1: with the help screen
     int bird;  // 1: bird's-eye view
-    int stir;  // 1: a coin moves in every frame, so that no picture of what lies there can be kept
+    int stir;  // 1: a coin moves in every frame, so that no picture of the scenery can be cached
 };
 
 void furnish_fully() {
@@ -87,7 +87,7 @@ double milliseconds_of_a_frame(int frame, int stir) {
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
 }
 
-// Of all threads, the driver's own included.
+// Of all threads, the driver's included.
 double processor_milliseconds() {
     timespec t{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);

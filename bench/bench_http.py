@@ -2,10 +2,10 @@
 """Requests per second for /turtle with ten turtles on the field, beside nginx serving the same bytes as a static file.
 
 Usage: bench/bench_http.py [PROGRAM], by default build/release/kelmora; needs the Debian packages nginx-light and wrk
-beside those of the tests. Both servers run the whole time, and one load generator asks them in turns over kept
-connections, so that whatever else the machine does weighs on both. Prints one CSV line for each round, then medians:
-requests per second of either, their ratio, and the latency of one client that asks again and again.
-Everything runs in a network namespace with nothing but loopback, and ends by process id.
+besides those of the tests. Both servers run the whole time, and one load generator alternates between them over kept
+connections, so that other load affects both. Prints one CSV line for each round, then medians:
+requests per second of each, their ratio, and the latency of one client that requests repeatedly.
+Everything runs in a network namespace with only loopback, and is ended by process id.
 """
 import os
 import re
@@ -25,7 +25,7 @@ NGINX_PORT = 8080
 FIELD_URL = "http://127.0.0.1:2280/turtle"
 NGINX_URL = "http://127.0.0.1:%d/turtle" % NGINX_PORT
 
-# One worker for each core and no log, as nginx is fastest; everything else is its default.
+# One worker for each core and no log, nginx's fastest setting; everything else is default.
 NGINX_CONF = """
 daemon off;
 worker_processes auto;
@@ -91,7 +91,7 @@ def load(url, connections):
 
 
 def inside():
-    # Here, because it wants the program's name at import and is of no use to the outer half of this script.
+    # Imported here, because it needs the program's name at import and only the inner half of this script uses it.
     sys.path.insert(0, os.path.join(ROOT, "tests", "wire"))
     from harness import Client, Field, is_listening, wait_until
     import urllib.request

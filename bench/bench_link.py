@@ -2,8 +2,8 @@
 """What the link to programs costs, measured on the running program through its port: CSV lines on standard output.
 
 usage: KELMORA=build/release/kelmora scripts/in-namespace /usr/bin/python3 -B bench/bench_link.py [PART...]
-PARTS: startup idle ping ten replies ticks hour (all of them when none is named). Each part starts a program of its own.
-Clients are threads of this one process, so a slow machine shows their cost, too.
+PARTS: startup idle ping ten replies ticks hour (default: all). Each part starts its own program.
+Clients are threads of this process, so a slow machine shows their cost, too.
 """
 import os
 import statistics
@@ -35,7 +35,7 @@ def spread(part, what, values, unit):
 
 
 class Quick(Field):
-    """Counts as started as soon as somebody is served, window or not."""
+    """Counts as started as soon as a client is served, window or not."""
 
     def is_up(self, others):
         if self.process.poll() is not None:
@@ -47,7 +47,7 @@ class Quick(Field):
 
 
 def measured(kind=Field):
-    """The program as people run it."""
+    """The program as users run it."""
     return kind()
 
 
@@ -81,7 +81,7 @@ def idle():
         with Client() as turtle:
             warm_up(turtle)
             turtle.do("c")
-        field.key("K")                                      # nothing left on the field
+        field.key("K")                                      # an empty field
         field.settle()
         row("idle", "memory at rest", resident_mb(field.process.pid), "MB")
         began, used = time.monotonic(), processor_seconds(field.process.pid)
@@ -137,8 +137,9 @@ def ten():
 
 
 def flood(turtles, packet, answers, enough):
-    """All clients send the packet and read its answers, over and over until `enough` says so. Gives each one's rounds and
-    the last clock that was told."""
+    """All clients send the packet and read its answers repeatedly until `enough` returns true. Returns each one's
+    rounds and
+        the last clock value."""
     rounds, last = [0] * len(turtles), [b""] * len(turtles)
 
     def run(index):

@@ -1,8 +1,7 @@
-// The two ends of an exchange of lines, for bench_headless.py.
-//   bench_peer bot PORT LINE...    sends the lines, one after each answer, again and again until the other end hangs up
-//   bench_peer echo N              waits for N bots on a free port, which it prints, and answers each line with a line
-//   of
-//                                  a reply's length: what the exchange costs where nothing has to be worked out
+// The two ends of a line exchange, for bench_headless.py.
+//   bench_peer bot PORT LINE...    sends the lines in turn, each after an answer, until the other end closes
+//   bench_peer echo N              waits for N bots on a free port, which it prints, and answers each line with one of
+//                                  a reply's length: the cost of the exchange without any computation
 #include <array>
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// What the rules cost without a picture, in a maze with 26 turtles and its four doughnuts: questions that ask the
-// walls, beside a look at every wall in the same run, and one tick. Prints google-benchmark's table; see --help.
+// What the rules cost without a picture, in a maze with 26 turtles and its four doughnuts: queries that ask the walls,
+// compared with a scan of every wall in the same run, and one tick. Prints google-benchmark's table; see --help.
 #include "field/clients.h"
 #include "game/furnish.h"
 #include "game/invariants.h"
@@ -27,13 +27,13 @@ void furnish_maze(int robots) {
     field_set_battle_mode();
     modes.maze_mode = 1;
     for (int k = 0; k < robots; ++k) {
-        const int i = 4 + k; // behind the doughnuts
+        const int i = 4 + k; // after the doughnuts
         init_turtle(i, -1, (k % 6) * 64.0 - 176.0, (k / 6) * 64.0 - 112.0, 17.0 * k);
         ntmax = i + 1;
     }
 }
 
-// A doughnut asked for where every place is too near to a wall: 21 draws.
+// A doughnut where every place is too near to a wall: 21 random places.
 void doughnut_in_a_full_maze(benchmark::State& state) {
     furnish_maze(10);
     for (auto _ : state) {
@@ -43,8 +43,8 @@ void doughnut_in_a_full_maze(benchmark::State& state) {
 }
 BENCHMARK(doughnut_in_a_full_maze);
 
-// The same draws, each compared with the nearest of all walls.
-void doughnut_by_a_look_at_every_wall(benchmark::State& state) {
+// The same places, each compared with all walls.
+void doughnut_by_a_scan_of_every_wall(benchmark::State& state) {
     furnish_maze(10);
     for (auto _ : state) {
         for (int draw = 0; draw < 21; ++draw) {
@@ -54,7 +54,7 @@ void doughnut_by_a_look_at_every_wall(benchmark::State& state) {
         }
     }
 }
-BENCHMARK(doughnut_by_a_look_at_every_wall);
+BENCHMARK(doughnut_by_a_scan_of_every_wall);
 
 void sonar(benchmark::State& state) {
     furnish_maze(10);
@@ -66,7 +66,7 @@ void sonar(benchmark::State& state) {
 }
 BENCHMARK(sonar);
 
-void sonar_by_a_look_at_every_wall(benchmark::State& state) {
+void sonar_by_a_scan_of_every_wall(benchmark::State& state) {
     furnish_maze(10);
     double left = 0, front = 0, right = 0;
     int i = 4;
@@ -76,7 +76,7 @@ void sonar_by_a_look_at_every_wall(benchmark::State& state) {
         i = i == 13 ? 4 : i + 1;
     }
 }
-BENCHMARK(sonar_by_a_look_at_every_wall);
+BENCHMARK(sonar_by_a_scan_of_every_wall);
 
 void finder(benchmark::State& state) {
     furnish_maze(10);
@@ -101,7 +101,7 @@ void tick_of_robots(benchmark::State& state) {
     furnish_maze(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         tick();
-        for (int i = 4; i < ntmax; ++i) { // nobody dies, so that each tick has the same robots
+        for (int i = 4; i < ntmax; ++i) { // no turtle dies, so that each tick has the same robots
             ttl[i].score = 100;
             ttl[i].dying_count = 0;
         }
@@ -112,7 +112,7 @@ BENCHMARK(tick_of_robots)->Arg(1)->Arg(10)->Arg(26);
 } // namespace
 
 int main(int argc, char** argv) {
-    if (freopen("/dev/null", "w", stderr) == nullptr) return 1; // the modes announce themselves there
+    if (freopen("/dev/null", "w", stderr) == nullptr) return 1; // the modes log their changes there
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

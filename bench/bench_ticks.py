@@ -75,7 +75,7 @@ def drive(clients, seconds):
 def main():
     seconds = float(sys.argv[1]) if len(sys.argv) > 1 else 10.0
     print("scene,view,ticks_per_second")
-    # With all the threads that the software renderer wants, as people run it.
+    # With as many threads as the software renderer starts by default, as users run it.
     with Field() as field:
         clients = furnish(field)
         for view in ("top", "bird"):

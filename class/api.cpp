@@ -1,4 +1,4 @@
-// What the pages of students and their workers ask; the routes of the whole API stand here, too.
+// The API for students' pages and workers, and the routes of the whole API.
 #include "class/server.h"
 
 #include "class/text.h"
@@ -28,7 +28,7 @@ bool is_plain_reset(std::string_view line) {
     return word == std::string_view::npos || std::string_view("aAfFhH").find(line[word]) == std::string_view::npos;
 }
 
-// The last of some whole lines, without its line feed.
+// The last of several whole lines, without its line feed.
 std::string last_line(std::string_view lines) {
     if (lines.ends_with('\n')) lines.remove_suffix(1);
     const size_t before = lines.rfind('\n');
@@ -182,7 +182,7 @@ json server::state_of(const session& s) {
     return state;
 }
 
-// A fresh start for the turtle, and its name. Nothing is left of the run before, so no zombie either.
+// Resets the turtle and sets its name. Nothing of the run before remains, so there is no zombie either.
 void server::begin(call& c) {
     session& s = *c.who;
     live_.try_emplace(s.id);
@@ -195,13 +195,13 @@ void server::begin(call& c) {
     if (!where) return c.reply(error_answer(409, "no_seat", "You have no place on a field yet."));
     if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
     const uint32_t run = room_.begin_run(s, false);
-    settle(); // ends what was held by the run before
+    settle(); // ends what the run before still held
     live_[s.id].answer.reset();
     const std::string old_name = valid_utf8(s.turtle);
     s.turtle = s.name;
-    // std::function wants to be copied, a responder does not.
+    // std::function needs a copyable target, which a responder is not.
     auto shared = std::make_shared<responder>(std::move(c.reply));
-    // What the run before has sent is done first, so that nobody else waits for it.
+    // Lines of the run before are carried out first, so that no other request waits for them.
     link_at(*where).exchange("q t\n", 1, [=, self = shared_from_this(), who = s.id, at = *where](auto, const auto&) {
         self->start_in_turn(at.field, [=] {
             const auto reply = [self, shared, at](outgoing what) {
@@ -215,8 +215,8 @@ void server::begin(call& c) {
     });
 }
 
-// `c` puts the turtle into the middle. While somebody stands there it could neither step nor jump away: then it goes to
-// a place of its own first, and gets pen, colour, width, lines and heading as `c` would give them.
+// `c` puts the turtle into the middle. If another turtle is there, it could neither step nor jump away: then it first
+// goes to a place of its own, and gets pen, colour, width, lines and heading as `c` would set them.
 void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
                           const std::function<void(outgoing)>& reply) {
     const session* const s = room_.find(who);
@@ -288,7 +288,7 @@ void server::lines(call& c) {
     });
 }
 
-// Sends on what waits in live.lines_waiting, or holds it while the class is paused.
+// Sends the lines in live.lines_waiting, or keeps them while the class is paused.
 void server::forward_lines(person_id who) {
     const auto found = live_.find(who);
     session* const s = room_.find(who);
@@ -311,7 +311,7 @@ void server::forward_lines(person_id who) {
         keep.push_back(true);
         std::string name;
         if (read_name_command(line, name)) s->turtle = cut_text(name, 127);
-        // A fresh start takes the name away, by which everybody tells the turtles apart: it is given again.
+        // A reset removes the name, by which the class tells turtles apart, so it is set again.
         if (is_plain_reset(line)) {
             out += "n " + to_hex(s->turtle) + '\n';
             keep.push_back(false);
@@ -356,7 +356,7 @@ void server::answer_lines(person_id who, outgoing what) {
     reply(std::move(what));
 }
 
-// Asked ten times a second by every running program: no JSON, one character.
+// Requested ten times a second by every running program: one character instead of JSON.
 void server::ask_stop(call& c) {
     const session& s = *c.who;
     const auto run = run_number(c);

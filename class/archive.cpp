@@ -26,7 +26,7 @@ std::nullopt_t failed(const char* what) {
     return std::nullopt;
 }
 
-// "Ann.py" becomes "Ann (2).py" when there is one already, in whatever case.
+// "Ann.py" becomes "Ann (2).py" when the name is taken, in whatever case.
 std::string unique_in(std::set<std::string>& used, const std::string& wish) {
     const size_t dot = wish.rfind('.');
     std::string name = wish;
@@ -84,7 +84,7 @@ std::optional<std::string> make_zip(const std::vector<file_in_archive>& files) {
     }
     auto bytes = read_all(target);
     zip_source_free(target);
-    // An archive without files is no file at all for the library; this is what an empty one looks like.
+    // libzip writes no file for an archive without entries; this is an empty one.
     if (files.empty()) return std::string("PK\5\6", 4) + std::string(18, '\0');
     return bytes;
 }

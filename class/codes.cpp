@@ -15,11 +15,11 @@ namespace {
 
 // Without 0 and O, 1, I and L, 2 and Z, 5 and S.
 constexpr std::string_view LETTERS = "ABCDEFGHJKMNPQRTUVWXY346789";
-// A byte at or past this would make the first letters likelier than the others.
+// Bytes from here on are rejected: they would make the first letters more likely.
 constexpr size_t FAIR = 256 / LETTERS.size() * LETTERS.size();
 
 void fill_random(std::span<unsigned char> bytes) {
-    // Without randomness there are no secrets, and going on would be worse than ending. Requests this small are whole.
+    // Without randomness there are no secrets, so the process ends. Requests this small are never partial.
     if (getrandom(bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size())) return;
     fputs("kelmora-class: the system gives no random numbers\n", stderr);
     abort();

@@ -233,7 +233,7 @@ void server::desk_start(call& c) {
     c.reply(json_answer(200, empty_object()));
 }
 
-// Commands go through a connection that stands; where none does, one is made, and its turtle goes out of sight again.
+// Commands use a connection that exists; otherwise one is made, and its turtle is parked out of sight again.
 void server::desk_field(call& c) {
     const std::string name = text_in(c.body, "do");
     const auto* const found =

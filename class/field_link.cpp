@@ -27,7 +27,7 @@ void field_link::connect() {
     socket_.open(tcp::v4(), failure);
     const uint32_t mine = ++generation_;
     if (failure) {
-        // Not at once: the caller does not expect to be called back before it has returned.
+        // Posted: the caller does not expect a callback before it has returned.
         net::post(socket_.get_executor(), [self = shared_from_this()] { self->fail(outcome::lost); });
         return;
     }
@@ -44,13 +44,13 @@ void field_link::connect() {
     });
 }
 
-// Reads all the time, also between exchanges: so the end of a connection is seen when it comes.
+// Reads all the time, also between exchanges, so that the end of a connection is noticed at once.
 void field_link::read() {
     socket_.async_read_some(
         net::buffer(piece_), [self = shared_from_this(), mine = generation_](error_code error, size_t n) {
             if (mine != self->generation_) return;
             if (error) return self->fail(outcome::lost);
-            // A field answers what it was asked; more than that is none.
+            // More answers than requested: the peer is not a field.
             if (!self->sending_) return self->fail(outcome::lost);
             self->lines_ += static_cast<size_t>(std::count(self->piece_.data(), self->piece_.data() + n, '\n'));
             self->answers_.append(self->piece_.data(), n);
@@ -78,7 +78,7 @@ void field_link::send_next() {
     if (!ready_ || sending_ || orders_.empty()) return;
     sending_ = true;
     start_timer(FIELD_ANSWER_LIMIT, outcome::silent);
-    // The order may be answered, and gone, before the write has been reported: the bytes belong to the write.
+    // The order may be answered and removed before the write completes, so the write owns its bytes.
     auto lines = std::make_shared<const std::string>(std::move(orders_.front().lines));
     net::async_write(socket_, net::buffer(*lines),
                      [self = shared_from_this(), lines, mine = generation_](error_code error, size_t) {

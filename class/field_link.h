@@ -26,10 +26,10 @@ public:
 
     field_link(net::io_context& io, tcp::endpoint field) : socket_(io), timer_(io), field_(field) {}
 
-    /// The connection stands, or is being made.
+    /// The connection exists or is being made.
     [[nodiscard]] bool connected() const { return socket_.is_open(); }
-    /// Sends `lines`, each of which ends with a line feed and brings one answer, `count` in all (1 or more); connects
-    /// first where that is needed. `done` is called once, later.
+    /// Sends `lines`, each of which ends with a line feed and causes one answer, `count` in all (1 or more); connects
+    /// first if needed. `done` is called once, later.
     void exchange(std::string lines, size_t count, done_t done);
     /// Ends the connection; exchanges under way end as lost.
     void close();

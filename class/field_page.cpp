@@ -45,7 +45,7 @@ void field_page::fetch(const std::string& what, done_t done) {
 void field_page::fetch_anew(const std::string& what, done_t done) {
     const auto found = copies_.find(what);
     if (found == copies_.end() || found->second.waiting.empty()) return enqueue(what, std::move(done));
-    // One is under way, and may have been answered already.
+    // A fetch is under way, and may have been answered already.
     enqueue(what,
             [self = shared_from_this(), what, done = std::move(done)](const copy&) { self->enqueue(what, done); });
 }
@@ -76,7 +76,7 @@ void field_page::send(bool fresh) {
             if (error) return self->finish(false);
             error_code ignored;
             self->stream_->socket().set_option(tcp::no_delay(true), ignored);
-            self->retried_ = true; // a connection just made gives no reason to try another
+            self->retried_ = true; // on a new connection a retry would be pointless
             self->send(false);
         });
         return;
@@ -101,7 +101,7 @@ void field_page::receive() {
 void field_page::finish(bool good) {
     if (!good) {
         stream_.reset();
-        // The page server ends connections that have lived for a minute: that is no failure yet.
+        // The page server closes connections after a minute: that is not yet a failure.
         if (!std::exchange(retried_, true)) return send(true);
     }
     ok_ = good;

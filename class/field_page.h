@@ -1,5 +1,5 @@
-// What a field's own page server says, fetched for the class: one connection to it, copies that are kept for a moment,
-// so that thirty browsers cost the field no more than one.
+// Fetches a field's own web answers for the class: one connection to it, and copies that are kept for a moment, so that
+// thirty browsers cost the field no more than one.
 #pragma once
 
 #include "class/http.h"
@@ -24,7 +24,7 @@ inline constexpr double COPY_S = 0.025;                  // how old a copy may b
 inline constexpr std::chrono::seconds PAGE_LIMIT{5};     // for one fetch
 inline constexpr size_t PAGE_BYTES = size_t{512} * 1024; // of one body
 inline constexpr size_t COPIES = 64;
-inline constexpr size_t FETCHES_WAITING = 256; // all askers of one field together
+inline constexpr size_t FETCHES_WAITING = 256; // all waiting requests for one field together
 
 class field_page : public std::enable_shared_from_this<field_page> {
 public:
@@ -39,9 +39,9 @@ public:
 
     /// @param what  one of the paths that is_allowed admits; `done` is called once, at once when a fresh copy is there
     void fetch(const std::string& what, done_t done);
-    /// The same without copies: what the page server says to a request that has not been sent yet.
+    /// The same without a cached copy: what the page server answers to a new request.
     void fetch_anew(const std::string& what, done_t done);
-    /// After `io` has ended: lets go of all who wait.
+    /// After `io` has ended: releases all who wait.
     void forget() {
         copies_.clear();
         queue_.clear();
@@ -49,7 +49,7 @@ public:
     /// The last fetch succeeded; true before the first one.
     [[nodiscard]] bool ok() const { return ok_; }
 
-    /// turtle, wall, coin, camera, NAME/camera, img/N: what the page server answers that is no page.
+    /// turtle, wall, coin, camera, NAME/camera, img/N: everything the page server answers other than its page.
     [[nodiscard]] static bool is_allowed(std::string_view what);
 
 private:

@@ -46,8 +46,8 @@ outgoing text_answer(unsigned status, std::string body, std::string_view type) {
     return answer;
 }
 
-// One connection: waits for a request's first byte, reads it in one time limit, waits where the peer asks too often,
-// has it answered, writes the answer, and so on.
+// One connection: waits for a request's first byte, reads it within a time limit, waits if the peer asks too often,
+// passes it to the handler, writes the answer, and so on.
 class connection : public std::enable_shared_from_this<connection> {
 public:
     connection(std::shared_ptr<http_server> server, tcp::socket socket, uint32_t address)
@@ -65,7 +65,7 @@ public:
         write();
     }
 
-    // Nobody will answer the request any more.
+    // The request will not be answered.
     void forget() {
         if (!answered_) close();
     }
@@ -108,7 +108,7 @@ private:
         });
     }
 
-    // A malformed or oversized request is answered where that can be, and ends the connection.
+    // A malformed or oversized request is answered if possible, and ends the connection.
     void refuse(error_code error) {
         const bool too_big = error == http::error::body_limit || error == http::error::header_limit;
         if (!too_big && (error == beast::error::timeout ||
@@ -179,7 +179,7 @@ private:
         write_some();
     }
 
-    // The time limit is one for each piece that the peer takes, so a slow network may take its time with a large file.
+    // The time limit applies to each piece that the peer takes, so a slow network may take long for a large file.
     void write_some() {
         stream_.expires_after(WRITE_LIMIT);
         http::async_write_some(stream_, *serializer_, [self = shared_from_this()](error_code error, size_t) {
@@ -200,7 +200,7 @@ private:
         drain(0);
     }
 
-    // Takes what the peer still sends: closing on unread bytes would take the answer from it.
+    // Reads what the peer still sends: closing with unread bytes would discard the answer.
     void drain(size_t taken) {
         if (taken > DRAIN_BYTES) return close();
         buffer_.clear();

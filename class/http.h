@@ -1,5 +1,5 @@
-// HTTP/1.1 on the port of the pages, by Boost.Beast: connections with their time-outs and bounds, one request at a time
-// each. What the requests mean is the handler's business. One thread runs all of it.
+// HTTP/1.1 on the port of the pages, by Boost.Beast: connections with time-outs and bounds, one request at a time each.
+// The handler interprets the requests. One thread runs all of it.
 #pragma once
 
 #include "class/limits.h"
@@ -26,7 +26,7 @@ using tcp = net::ip::tcp;
 
 inline constexpr std::chrono::seconds IDLE_LIMIT{75};    // a connection without a request
 inline constexpr std::chrono::seconds REQUEST_LIMIT{10}; // from a request's first byte to its last
-inline constexpr std::chrono::seconds WRITE_LIMIT{30};   // without a byte of an answer taken
+inline constexpr std::chrono::seconds WRITE_LIMIT{30};   // without progress of an answer
 inline constexpr unsigned HEADER_BYTES = 8192;
 inline constexpr size_t BODY_BYTES = 16384;
 inline constexpr size_t PROGRAM_BODY_BYTES = 160 * 1024; // a program of 64 KiB as JSON, every second character escaped
@@ -64,7 +64,7 @@ struct outgoing {
 
 class connection;
 
-/// The way to answer one request: once, now or later. Whoever drops it unanswered ends the connection.
+/// Answers one request: once, now or later. Dropping it unanswered closes the connection.
 class responder {
 public:
     explicit responder(std::shared_ptr<connection> c) : connection_(std::move(c)) {}

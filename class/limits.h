@@ -1,5 +1,5 @@
-// How much one peer may ask, and how often it may guess the code. Times are seconds of a monotonic clock, given by the
-// caller; no clock is read here.
+// Limits on one peer's requests and on its guesses of the code. Times are seconds of a monotonic clock, passed in by
+// the caller; no clock is read here.
 #pragma once
 
 #include <cstddef>
@@ -8,21 +8,21 @@
 
 namespace classroom {
 
-inline constexpr double LINES_A_SECOND = 2000;            // of one student; an honest program comes to some 120
+inline constexpr double LINES_A_SECOND = 2000;            // of one student; an ordinary program sends about 120
 inline constexpr double REQUESTS_A_SECOND = 400;          // of one connection
 inline constexpr double ADDRESS_REQUESTS_A_SECOND = 3000; // of all connections of one address
 inline constexpr int CONNECTIONS = 2048;                  // in all
 inline constexpr int ADDRESS_CONNECTIONS = 256;           // of one address
-inline constexpr int FREE_GUESSES = 5;                    // wrong codes that cost nothing but half a second each
+inline constexpr int FREE_GUESSES = 5;                    // wrong codes that cost only half a second each
 inline constexpr double LONGEST_PAUSE_S = 60;             // between two guesses, however many were wrong
 inline constexpr double GUESSES_FORGOTTEN_S = 600;
 inline constexpr size_t GUESSERS = 4096; // addresses remembered
 
-/// Lets `rate` things a second pass, `burst` of them at once.
+/// Token bucket: `rate` things a second, `burst` of them at once.
 class token_bucket {
 public:
     token_bucket(double rate, double burst) : rate_(rate), burst_(burst), level_(burst) {}
-    /// Takes n (1 or more), in advance where needed. @return seconds to wait before going on, 0 for none
+    /// Takes n (1 or more), on credit if needed. @return seconds to wait before going on, 0 for none
     double take(double n, double now);
 
 private:
@@ -32,7 +32,7 @@ private:
     double last_ = 0;
 };
 
-/// Slows down who tries codes: after FREE_GUESSES wrong ones each further one costs a pause that doubles.
+/// Slows down guessing: after FREE_GUESSES wrong codes each further one costs a pause that doubles.
 class guess_guard {
 public:
     /// @return seconds until the address may try again, 0 when it may now

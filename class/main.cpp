@@ -1,4 +1,4 @@
-// kelmora-class: a class in a browser. Reads the options, says where the class is, and serves until it is ended.
+// kelmora-class: a class in browsers. Reads the options, prints the class's address, and serves until it is ended.
 #include "class/options.h"
 #include "class/qr.h"
 #include "class/server.h"

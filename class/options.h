@@ -21,13 +21,13 @@ struct options {
     std::string code;               // empty: a random one
     std::string root;               // empty: beside the program
     std::vector<std::string> names; // further names of this machine, in lower case
-    std::string address;            // that others reach this machine by; empty: found
+    std::string address;            // by which others reach this machine; empty: detected
     bool show_qr = true;
 };
 
 enum class parsed { run, help, wrong };
 
-/// @param error  one line for people when the result is parsed::wrong
+/// @param error  one readable line when the result is parsed::wrong
 [[nodiscard]] parsed parse_options(int argc, char** argv, options& out, std::string& error);
 
 [[nodiscard]] const char* help_text();

@@ -1,5 +1,5 @@
-// Where turtles start. Two turtles that stand on each other can neither step nor jump, so nobody is put where somebody
-// else stands. Pure functions; field units.
+// Where turtles start. Two overlapping turtles can neither step nor jump, so no turtle is put where another one is.
+// Pure functions; field units.
 #pragma once
 
 #include <span>
@@ -15,13 +15,13 @@ struct spot {
 };
 
 inline constexpr double CROWDED = 20;    // closer than this to another body nothing moves
-inline constexpr double ELBOW_ROOM = 45; // between a start and whoever is there already
+inline constexpr double ELBOW_ROOM = 45; // between a start and any other turtle
 inline constexpr double RING_RADIUS = 180;
 
-/// Bodies on the field, from the repaired list of turtles, without the first one that bears the name `self`.
+/// Bodies on the field, from the repaired list of turtles, without the first one named `self`.
 [[nodiscard]] std::vector<spot> other_bodies(std::string_view list, std::string_view self);
 
-/// Nobody is so near the middle that a turtle there could not move.
+/// Nothing is so near the middle that a turtle there could not move.
 [[nodiscard]] bool middle_is_free(std::span<const spot> others);
 
 /// A start apart from all others: the place's own one on a ring, else another place of the ring or of a smaller one;

@@ -7,7 +7,7 @@ namespace classroom {
 
 namespace {
 
-constexpr int MARGIN = 4; // modules; readers want as many
+constexpr int MARGIN = 4; // modules; required by readers
 
 using code_ptr = std::unique_ptr<QRcode, decltype(&QRcode_free)>;
 
@@ -15,7 +15,7 @@ code_ptr encode(const std::string& text) {
     return {QRcode_encodeString8bit(text.c_str(), 0, QR_ECLEVEL_M), QRcode_free};
 }
 
-// Whether the module is dark; those of the margin are not.
+// Whether the module is dark; the margin is light.
 bool dark(const QRcode& code, int x, int y) {
     if (x < 0 || y < 0 || x >= code.width || y >= code.width) return false;
     return (code.data[y * code.width + x] & 1) != 0;

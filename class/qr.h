@@ -5,11 +5,11 @@
 
 namespace classroom {
 
-/// An SVG picture, black on white with the margin that readers need; empty when the text is too long for a code.
+/// An SVG picture, black on white with the required margin; empty when the text is too long for a code.
 [[nodiscard]] std::string qr_svg(const std::string& text);
 
-/// Half blocks in lines of text, light on dark terminals and dark on light ones alike (it sets both colours); empty
-/// when it would be wider than `columns` or taller than `rows`.
+/// Lines of half-block characters that set both colours, so that they read the same on dark and light terminals; empty
+/// when wider than `columns` or taller than `rows`.
 [[nodiscard]] std::string qr_terminal(const std::string& text, int columns, int rows);
 
 } // namespace classroom

@@ -12,14 +12,14 @@ namespace classroom {
 
 namespace {
 
-// Takes `word` from the front of `text`. @return whether it stood there
+// Removes `word` from the front of `text`. @return whether it was there
 bool take(std::string_view& text, std::string_view word) {
     if (!text.starts_with(word)) return false;
     text.remove_prefix(word.size());
     return true;
 }
 
-// As JSON wants it: no leading zero before another digit, a digit on both sides of the point, no exponent.
+// The form that JSON requires: no leading zero before another digit, a digit on both sides of the point, no exponent.
 bool is_json_number(std::string_view number) {
     if (number.starts_with('-')) number.remove_prefix(1);
     const auto digits = [&number] {
@@ -35,7 +35,7 @@ bool is_json_number(std::string_view number) {
     return digits() > 0 && number.empty();
 }
 
-// Takes a number, or the words that stand for what is none. @return false when there is neither
+// Reads a number, or nan or inf. @return false when there is neither
 bool take_number(std::string_view& text, double& value, std::string& out) {
     const size_t length = std::min(text.find_first_not_of("+-.0123456789naif"), text.size());
     const std::string_view number = text.substr(0, length);
@@ -63,7 +63,7 @@ struct record {
     bool alive = false;
 };
 
-// What stands before and after the name.
+// The text before and after the name.
 constexpr std::array<std::string_view, 3> HEAD = {"\"tid\":", ",\"time\":", ",\"type\":"};
 constexpr std::array<std::string_view, 10> NUMBERS = {
     ",\"team\":", ",\"x\":",  ",\"y\":",    ",\"head\":",  ",\"ttl\":",
@@ -71,7 +71,7 @@ constexpr std::array<std::string_view, 10> NUMBERS = {
 constexpr std::array<std::string_view, 6> FLAGS = {
     ",\"alive\":", ",\"firing\":", ",\"got_hit\":", ",\"collide\":", ",\"detected\":", ",\"got_msg\":"};
 
-// Takes all that follows a name and its quote, up to the closing brace.
+// Reads everything after a name and its quote, up to the closing brace.
 bool take_rest(std::string_view& text, record& r) {
     for (const std::string_view key : NUMBERS) {
         double value = 0;

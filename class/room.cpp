@@ -36,7 +36,7 @@ bool room::code_is(std::string_view text) const { return equal_secret(normal_cod
 
 session* room::join(std::string_view name, int wish, uint32_t address, double now) {
     if (sessions_.size() >= SESSIONS) {
-        // Who has been away longest gives room.
+        // The one away longest is removed to make room.
         person_id oldest = 0;
         double seen = now;
         for (const auto& [id, s] : sessions_) {
@@ -148,7 +148,7 @@ std::string room::unique_name(std::string_view name, person_id self) const {
     return wish;
 }
 
-// Tells of each place that changed hands; who lost one in the middle of a run loses the run as well.
+// Reports each place that changed hands; whoever loses one in the middle of a run loses the run as well.
 void room::follow_seats() {
     for (const seat_change& c : seats_.take_changes()) {
         session* s = find(c.who);

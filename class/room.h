@@ -1,5 +1,5 @@
-// The class: who is here, under which name, with which program, in which run. The one place that knows people; it knows
-// no sockets. Times are seconds of a monotonic clock, given by the caller. One thread.
+// The class: its people with names, programs and runs. The only module that knows people; it knows no sockets. Times
+// are seconds of a monotonic clock, passed in by the caller. One thread.
 #pragma once
 
 #include "class/limits.h"
@@ -18,12 +18,12 @@
 namespace classroom {
 
 inline constexpr size_t SESSIONS = 300;
-inline constexpr double GONE_S = 60;           // without a sign of life, and the seat is free
+inline constexpr double GONE_S = 60;           // without a sign of life until the seat is freed
 inline constexpr double BEAT_S = 10;           // how often a page gives a sign
 inline constexpr size_t PROGRAM_BYTES = 65536; // text of a program
 inline constexpr size_t TITLE_BYTES = 120;
 inline constexpr size_t SAID_BYTES = 800;    // of the last output, for the desk
-inline constexpr size_t LEFT_PROGRAMS = 300; // of people who have gone, for the zip
+inline constexpr size_t LEFT_PROGRAMS = 300; // of people who have left, for the zip
 
 struct program {
     std::string language; // python, javascript, blocks
@@ -39,7 +39,7 @@ struct run {
     uint32_t id = 0; // 0: there was none yet
     ending over = ending::ended;
     bool practice = false; // without a field
-    char note = '0';       // what the page tells the worker beside Stop
+    char note = '0';       // passed to the worker with the answer about Stop
 };
 
 struct session {
@@ -58,9 +58,9 @@ struct session {
     token_bucket lines{LINES_A_SECOND, LINES_A_SECOND};
 };
 
-/// What has to be done about fields and held requests after the room has changed.
+/// What must be done about fields and held requests after the room has changed.
 struct room_change {
-    enum class kind { seated, unseated, ended, left } what; // left: the session is about to vanish
+    enum class kind { seated, unseated, ended, left } what; // left: the session is about to be deleted
     person_id who;
     seat where; // of seated and unseated
 };
@@ -73,15 +73,15 @@ public:
     [[nodiscard]] bool code_is(std::string_view text) const;
     /// @param name  clean; made unique @return the new session, null when SESSIONS are here and all of them alive
     session* join(std::string_view name, int wish, uint32_t address, double now);
-    /// @return the session of a token, null for an unknown one. A sign of life: brings who was away back.
+    /// @return the session of a token, null for an unknown one. Counts as a sign of life, which ends an absence.
     session* by_token(std::string_view token, double now);
     session* find(person_id id);
     /// Ends a session; its program is kept for the zip.
     void remove(person_id id, ending why);
     void remove_all(ending why);
-    /// @return the name that the person bears now, which may differ from the one wished for
+    /// @return the person's name now, which may differ from the requested one
     std::string rename(session& s, std::string_view name);
-    /// Once or twice a second: frees the seats of those who have gone, hands seats on.
+    /// Once or twice a second: frees the seats of absent people, passes seats on.
     void tick(double now);
     [[nodiscard]] std::vector<room_change> take_changes();
 
@@ -94,7 +94,7 @@ public:
     [[nodiscard]] static bool is_running(const session& s, uint32_t id) {
         return s.current.id == id && s.current.over == ending::running;
     }
-    /// Why run `id`, which is not on, is over.
+    /// Why run `id`, which is not on, ended.
     [[nodiscard]] static ending why_over(const session& s, uint32_t id);
 
     [[nodiscard]] const std::map<person_id, session>& sessions() const { return sessions_; }
@@ -103,7 +103,7 @@ public:
     [[nodiscard]] const std::string& code() const { return code_; }
     void set_code(std::string code) { code_ = std::move(code); }
 
-    // What the teacher has set.
+    // The teacher's settings.
     rule_set rules;
     bool paused = false;
     bool apart = false; // runs start at places of their own

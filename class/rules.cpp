@@ -10,7 +10,7 @@ bool ends_line(char c) { return c == '\n' || c == ';'; }
 
 bool belongs_to_line(char c) { return static_cast<signed char>(c) >= ' '; }
 
-// First character in lower case of the word number k, 0 for a missing one. Only blanks are left as separators.
+// First character of word number k in lower case, 0 for a missing one. Only blanks are left as separators.
 char letter_of_word(std::string_view line, int k) {
     size_t p = 0;
     for (int word = 0;; ++word) {

@@ -1,5 +1,5 @@
-// What a student's lines ask of the field. Lines are cut exactly as the field cuts them, so that nothing that the field
-// would carry out slips past a rule. Pure functions and one small table; no sockets, no clock.
+// Rules on students' lines. Lines are cut exactly as the field cuts them, so that no command slips past a rule. Pure
+// functions and one small table; no sockets, no clock.
 #pragma once
 
 #include <array>
@@ -13,10 +13,10 @@ namespace classroom {
 inline constexpr size_t LINE_CHARACTERS = 511; // the field drops what is beyond
 inline constexpr size_t LINES_A_REQUEST = 256; // commands in one request
 
-/// The commands in `body`, as the field would carry them out: ended by a line feed or ";", without the bytes that the
+/// The commands in `body` as the field would execute them: ended by a line feed or ";", without the bytes that the
 /// field drops (control characters and those from 128 up) and without leading blanks, cut at LINE_CHARACTERS. Lines
-/// that are empty then are none. The end of the body ends the last line.
-/// @param most  cuts at most so many lines, so that a hostile body costs no more; the result then has that size
+/// that are then empty are dropped. The end of the body ends the last line.
+/// @param most  cuts at most this many lines, so that a hostile body costs no more; the result then has that size
 [[nodiscard]] std::vector<std::string> split_lines(std::string_view body, size_t most);
 
 struct rule {
@@ -62,7 +62,7 @@ struct rule_set {
 /// @return index in RULES of the rule with that key, -1 when there is none
 [[nodiscard]] int find_rule(std::string_view key);
 
-/// The text of a name command (`n HEX`) as the field reads it. @return false when the line is no name command
+/// The text of a name command (`n HEX`) as the field decodes it. @return false when the line is not a name command
 [[nodiscard]] bool read_name_command(std::string_view line, std::string& name);
 
 } // namespace classroom

@@ -23,8 +23,8 @@ void seating::leave(person_id who) {
 void seating::tick(double now) {
     fill(now);
     if (turn_ <= 0) return;
-    // The k-th oldest holder faces the k-th in the queue. Who hands on goes to the end of the queue, so the numbers of
-    // this round are fixed before it begins.
+    // The k-th oldest holder is matched with the k-th in the queue. A holder who hands on goes to the end of the queue,
+    // so this round's numbers are fixed before it begins.
     const std::vector<size_t> holders = by_age();
     std::vector<size_t> over;
     const size_t pairs = std::min(holders.size(), queue_.size());
@@ -74,13 +74,13 @@ std::optional<double> seating::expected_wait(person_id who, double now) const {
     const std::vector<size_t> holders = by_age();
     if (place == 0 || turn_ <= 0 || holders.empty()) return std::nullopt;
     const size_t k = static_cast<size_t>(place) - 1;
-    const size_t rounds = k / holders.size(); // whole turns of everybody that come first
+    const size_t rounds = k / holders.size(); // whole rounds of turns before this one
     const size_t holder_rank = k % holders.size();
     const double first = handed_on_at(holders[holder_rank], queue_[holder_rank]);
     return std::max(0.0, first - now) + static_cast<double>(rounds) * turn_;
 }
 
-// A free place of the wished field, else of the emptiest one. @return index in places_, -1 when all are taken
+// A free place of the preferred field, else of the emptiest one. @return index in places_, -1 when all are taken
 int seating::free_place(int wish) const {
     int best = -1;
     for (int f = 0; f < fields(); ++f) {
@@ -109,9 +109,9 @@ std::vector<size_t> seating::by_age() const {
     return order;
 }
 
-// When a place is handed on: its holder has had a turn, and the one who claims it has waited for a fair share of one.
-// In the long run S seats and q who wait give each person turn * q / S of waiting for each turn of sitting; a claim
-// before that would push people out and back in at once.
+// When a place is handed on: its holder has had a turn, and the person who claims it has waited for a fair share of
+// one. In the long run S seats and q waiting give each person turn * q / S of waiting for each turn of sitting; an
+// earlier claim would push people out and back in at once.
 double seating::handed_on_at(size_t holder_index, const waiter& claimant) const {
     const double share = static_cast<double>(queue_.size()) / static_cast<double>(places_.size());
     return std::max(places_[holder_index].since + turn_, claimant.since + turn_ * std::min(1.0, share));

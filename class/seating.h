@@ -1,5 +1,5 @@
-// Who sits where, who waits, and for how long: places on fields, a queue, turns. Knows people by a number only. Times
-// are seconds of a monotonic clock, given by the caller.
+// Who has which place, who waits, and for how long: places on fields, a queue, turns. Knows people by number only.
+// Times are seconds of a monotonic clock, passed in by the caller.
 #pragma once
 
 #include <cstdint>
@@ -31,7 +31,7 @@ public:
     /// @param turn  seconds after which a place is handed on when people wait; 0: never
     seating(int fields, double turn) : places_(static_cast<size_t>(fields) * PLACES), turn_(turn) {}
 
-    /// Asks for a place; does nothing for someone who sits or waits. `wish` is a field to prefer, -1 for none.
+    /// Requests a place; does nothing for someone who has one or waits. `wish` is a preferred field, -1 for none.
     /// Places are given in changes(), at the latest at the next tick.
     void arrive(person_id who, int wish, double now);
     /// Gives up the place, or the wait.
@@ -47,9 +47,9 @@ public:
     [[nodiscard]] int queue_place(person_id who) const;
     [[nodiscard]] int waiting() const { return static_cast<int>(queue_.size()); }
     [[nodiscard]] int taken(int field) const;
-    /// Seconds until the seated one must hand the place on; nothing while nobody claims it.
+    /// Seconds until the person must hand the place on; nothing while nobody claims it.
     [[nodiscard]] std::optional<double> turn_left(person_id who, double now) const;
-    /// Seconds that a waiting one can expect to wait; nothing without turns, or for who does not wait.
+    /// Expected waiting time in seconds; nothing without turns, or for someone who does not wait.
     [[nodiscard]] std::optional<double> expected_wait(person_id who, double now) const;
     [[nodiscard]] double turn() const { return turn_; }
     void set_turn(double seconds) { turn_ = seconds; }

@@ -24,7 +24,7 @@ constexpr std::string_view FIELD = "/field/";
 constexpr std::string_view DESK_TEXT = "The desk and the board open on the teacher's machine "
                                        "only:\nhttp://localhost:2288/desk\nhttp://localhost:2288/board\n";
 
-// The address by which others reach this machine: the first that is not a loopback one, a private one before others.
+// The address by which others reach this machine: the first that is not loopback, private ones first.
 std::string own_address() {
     ifaddrs* list = nullptr;
     if (getifaddrs(&list) != 0) return "127.0.0.1";
@@ -77,7 +77,7 @@ outgoing file_answer(const incoming& in, const static_file& file, std::string_vi
     return answer;
 }
 
-// Out of sight, without pen and name. From where the turtle stands: in the middle others might stand.
+// Parks the turtle without pen and name. Jumps from where it is, because others might be in the middle.
 std::string parking_lines(int place) {
     std::array<char, 64> line{};
     snprintf(line.data(), line.size(), "p u\nn\nj %.0f %.0f\n", PARK_X, PARK_Y + PARK_STEP * place);
@@ -239,7 +239,7 @@ void server::handle_field(const incoming& in, responder reply) {
     if (what.ends_with(".png") || what.ends_with(".json")) return handle_canvas(in, std::move(reply), field, what);
     if (!field.page || !field_page::is_allowed(what))
         return reply(error_answer(404, "missing", "The field has no such page."));
-    // std::function wants to be copied, a responder does not.
+    // std::function needs a copyable target, which a responder is not.
     auto shared = std::make_shared<responder>(std::move(reply));
     field.page->fetch(what, [shared](const field_page::copy& copy) {
         if (!copy.ok) return (*shared)(error_answer(502, "field", "The field does not answer."));
@@ -292,7 +292,7 @@ void server::every_tick() {
     });
 }
 
-// A fetch tells whether a field with a page is there; one without is judged by its connections.
+// A successful fetch shows that a field with a page is up; one without a page is judged by its connections.
 void server::look_at_fields() {
     for (class_field& f : fields_) {
         if (f.page) f.page->fetch("turtle", [&f](const field_page::copy& copy) { f.ok = copy.ok; });
@@ -303,7 +303,7 @@ void server::look_at_fields() {
     });
 }
 
-// Has the fields and the held requests follow what happened in the room.
+// Makes the fields and the held requests follow changes in the room.
 void server::settle() {
     for (const room_change& change : room_.take_changes()) {
         switch (change.what) {
@@ -328,7 +328,7 @@ field_link& server::link_at(seat where) {
     return *fields_[static_cast<size_t>(where.field)].places[static_cast<size_t>(where.place)].link;
 }
 
-// Where bodies stand on the field, but for the turtle `self`; none when the field shows no page.
+// Bodies on the field except the turtle `self`; none when the field has no page.
 void server::with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then) {
     const auto& page = fields_[static_cast<size_t>(field)].page;
     if (!page) return then({});
@@ -337,7 +337,7 @@ void server::with_bodies(int field, std::string self, std::function<void(std::ve
     });
 }
 
-// Turtles that have just been put somewhere may not be on the list of turtles yet.
+// Turtles that have just been moved may not be in the list of turtles yet.
 void server::add_given_starts(seat but, std::vector<spot>& others) const {
     const auto& places = fields_[static_cast<size_t>(but.field)].places;
     for (int p = 0; p < PLACES; ++p) {
@@ -346,7 +346,7 @@ void server::add_given_starts(seat but, std::vector<spot>& others) const {
     }
 }
 
-// Runs `start`, which calls next_start when it is done, after all those that were given before.
+// Runs `start`, which calls next_start when it is done, after all earlier ones.
 void server::start_in_turn(int field, std::function<void()> start) {
     class_field& f = fields_[static_cast<size_t>(field)];
     f.starts.push_back(std::move(start));
@@ -367,8 +367,8 @@ void server::give_start(seat where, spot start) {
     place.started = now_s();
 }
 
-// The turtle appears as soon as its child has a seat: a parked one comes back where nobody stands, a new one stands
-// where the field has put it.
+// The turtle appears as soon as its student has a seat: a parked one returns to a free place, a new one stays where the
+// field has put it.
 void server::enter(person_id who, seat where) {
     with_bodies(where.field, "", [self = shared_from_this(), who, where](std::vector<spot> others) {
         const session* s = self->room_.find(who);
@@ -390,7 +390,7 @@ void server::enter(person_id who, seat where) {
     });
 }
 
-// Tried again while it fails and the place is free: a turtle in a crowd cannot jump, nor can one in battle mode.
+// Repeated while it fails and the place is free: a turtle in a crowd cannot jump, nor can one in battle mode.
 void server::park(seat where, int tries) {
     field_link& link = link_at(where);
     if (!link.connected() || room_.seats().at(where) != 0) return;

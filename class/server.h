@@ -1,5 +1,5 @@
-// The class server: what requests do to the room, the fields and the files. All on one thread, the one that runs `io`;
-// nothing here blocks.
+// The class server: effects of requests on the room, the fields and the files. Everything runs on the thread that runs
+// `io`; nothing here blocks.
 #pragma once
 
 #include "class/field_link.h"
@@ -24,20 +24,20 @@
 
 namespace classroom {
 
-inline constexpr std::chrono::seconds HELD_LIMIT{25}; // a held request; then the asker asks again
+inline constexpr std::chrono::seconds HELD_LIMIT{25}; // a held request; the client then asks again
 inline constexpr std::chrono::milliseconds WRONG_CODE_PAUSE{500};
 inline constexpr std::chrono::milliseconds TICK{500}; // of seats and turns
 inline constexpr std::chrono::seconds FIELD_LOOK{5};  // between two looks whether a field is there
 inline constexpr std::chrono::seconds PARK_AGAIN{2};  // when a turtle could not leave
 inline constexpr int PARK_TRIES = 20;
-inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last words to the fields
+inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last lines to the fields
 inline constexpr double START_GIVEN_S = 0.5;                    // longer than a list of turtles can be old
 inline constexpr size_t PROMPT_BYTES = 2048;
 inline constexpr size_t ANSWER_TEXT_BYTES = 4096;
 
 using json = nlohmann::json;
 
-// One place on a field, and its connection: kept when the place is free, since the field would keep a zombie of a
+// One place on a field, and its connection, which is kept when the place is free: the field would keep a zombie of a
 // turtle whose connection ended.
 struct field_place {
     std::shared_ptr<field_link> link;
@@ -52,12 +52,12 @@ struct class_field {
     std::string canvas_folder;          // empty: none
     std::unique_ptr<file_store> canvas; // null: none, or not there yet
     std::array<field_place, PLACES> places;
-    std::deque<std::function<void()>> starts; // one after the other: each looks where the one before has gone
+    std::deque<std::function<void()>> starts; // one after the other, because each must know where the one before went
     bool starting = false;
-    bool ok = true; // as far as the last look tells
+    bool ok = true; // as of the last check
 };
 
-// What of a session is under way.
+// What a session has in progress.
 struct held_request {
     responder reply;
     std::unique_ptr<net::steady_timer> limit;
@@ -71,7 +71,7 @@ struct live_session {
     uint32_t lines_serial = 0;              // which request it is: late answers of the field to others are dropped
 };
 
-// One request to the API with what was found out about it.
+// One request to the API with what was derived from it.
 struct call {
     const incoming& in;
     responder reply;
@@ -86,9 +86,9 @@ public:
            const std::vector<std::optional<tcp::endpoint>>& viewers, const std::string& root);
     /// @return the port, 0 with `error` when it cannot listen
     int start(const options& opts, std::string& error);
-    /// Says good-bye to the fields, so that no turtle stays in sight, then has `io` end.
+    /// Sends the last lines to the fields, so that no turtle stays in sight, then ends `io`.
     void stop();
-    /// After `io` has ended: lets go of all that waits for a field.
+    /// After `io` has ended: releases everything that waits for a field.
     void close();
 
     [[nodiscard]] const std::string& code() const { return room_.code(); }
@@ -106,7 +106,7 @@ private:
     };
     static const std::vector<route>& routes();
 
-    // server.cpp: the ways in, files, fields, seats
+    // server.cpp: entry points, files, fields, seats
     void handle(const incoming& in, responder reply);
     void handle_api(const incoming& in, responder reply);
     void handle_field(const incoming& in, responder reply);
@@ -126,7 +126,7 @@ private:
     void next_start(int field);
     void end_held(person_id who);
 
-    // api.cpp: what pages and workers ask
+    // api.cpp: requests of pages and workers
     void hello(call& c);
     void join(call& c);
     void leave(call& c);
@@ -150,7 +150,7 @@ private:
     void resume_lines();
     void answer_lines(person_id who, outgoing what);
 
-    // desk.cpp: what the teacher asks
+    // desk.cpp: requests of the teacher
     void board(call& c);
     void board_qr(call& c);
     void desk_state(call& c);
@@ -184,7 +184,7 @@ private:
     net::steady_timer parting_;
 };
 
-// Answers that all parts use.
+// Answers shared by all parts.
 [[nodiscard]] outgoing json_answer(unsigned status, const json& value);
 [[nodiscard]] outgoing error_answer(unsigned status, std::string_view word, std::string_view message);
 [[nodiscard]] outgoing run_over(ending why);
@@ -198,7 +198,7 @@ private:
 /// A member that is a whole number from 0 to `most`, nothing otherwise.
 [[nodiscard]] std::optional<unsigned> number_in(const json& object, const char* key, unsigned most);
 [[nodiscard]] json program_json(const program& p);
-/// @return nothing when it is no program that may be kept
+/// @return nothing when the program cannot be kept
 [[nodiscard]] std::optional<program> program_in(const json& object);
 
 } // namespace classroom

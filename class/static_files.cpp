@@ -128,7 +128,7 @@ std::optional<static_file> file_store::find(const std::string& name) {
     size_t done = 0;
     while (done < size) {
         const ssize_t n = read(file.fd, bytes->data() + done, size - done);
-        if (n <= 0) return std::nullopt; // it was cut meanwhile: the next request finds what it is now
+        if (n <= 0) return std::nullopt; // it was truncated meanwhile: the next request reads it again
         done += static_cast<size_t>(n);
     }
     const std::string etag = '"' + std::to_string(size) + '-' + std::to_string(info.st_mtim.tv_sec) + '-' +

@@ -28,16 +28,16 @@ struct static_file {
 /// Files below /v/ never change under their path.
 [[nodiscard]] inline bool never_changes(std::string_view path) { return path.starts_with("/v/"); }
 
-/// A student's JavaScript becomes a function in a worker, and a worker lives by the policy of its own file: so
-/// files named *worker.js or *worker.mjs get one that admits that, and no page does.
+/// A student's JavaScript becomes a function in a worker, and a worker is bound by the policy of its own file: so files
+/// named *worker.js or *worker.mjs get a policy that permits this, and no page does.
 [[nodiscard]] std::string_view content_policy(std::string_view path);
 
 class file_store {
 public:
     explicit file_store(std::string root);
-    /// The root was found, and is a folder.
+    /// The root was found and is a folder.
     [[nodiscard]] bool usable() const { return !root_.empty(); }
-    /// A regular file of at most FILE_BYTES inside the root, links followed only as far as they stay inside.
+    /// A regular file of at most FILE_BYTES inside the root; links are followed only while they stay inside.
     [[nodiscard]] std::optional<static_file> find(const std::string& name);
 
 private:

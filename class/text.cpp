@@ -11,7 +11,7 @@ namespace {
 constexpr size_t LOG_BYTES = 200;
 constexpr char DIGITS[] = "0123456789abcdef";
 
-// One character at the start of `text`; length 0 when the bytes are no valid character.
+// Decodes one character at the start of `text`; length 0 when the bytes are not valid.
 struct decoded {
     char32_t c;
     size_t length;
@@ -37,7 +37,7 @@ bool is_space(char32_t c) {
     return c == ' ' || c == 0xA0 || c == 0x3000 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F;
 }
 
-// Control characters, line and paragraph separators, marks of direction, characters that are not seen, private use.
+// Control characters, line and paragraph separators, direction marks, invisible characters, private use.
 bool is_forbidden(char32_t c) {
     return c < ' ' || (c >= 0x7F && c < 0xA0) || c == 0xAD || c == 0x61C || (c >= 0x200B && c <= 0x200F) ||
            (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF || c == 0xFFFD ||

@@ -79,7 +79,7 @@ for (const page of pages) {
   writeFileSync(file, text);
   writeFileSync(`${file}.gz`, gzipSync(text, { level: 9 }));
 }
-// Put in place as a whole: a server that runs meanwhile never sees half a build.
+// Moved into place as a whole: a server that runs meanwhile never sees a partial build.
 const old = path.join(here, 'dist', 'class.old');
 rmSync(old, { recursive: true, force: true });
 if (existsSync(out)) renameSync(out, old);

@@ -1,5 +1,5 @@
-// Gathers what the editor has at hand: the examples of the client libraries and the lessons, as one JSON object, and the
-// lessons' pictures. Markdown becomes a list of plain parts; the page makes elements of them, never HTML of a text.
+// Collects the editor's examples of the client libraries and the lessons as one JSON object, and the lessons' pictures.
+// Markdown becomes a list of plain parts, from which the page makes elements, never HTML from text.
 import { existsSync, readFileSync, readdirSync } from 'node:fs';
 import path from 'node:path';
 
@@ -16,7 +16,7 @@ function titleOf(text, name) {
 export function lessonParts(markdown) {
   const parts = [];
   let code = null;
-  let open = null; // the paragraph or item that lines go on
+  let open = null; // the paragraph or item being continued
   for (const line of markdown.split('\n')) {
     const fence = /^\s*```\s*(\w*)/.exec(line);
     if (code) {
@@ -38,7 +38,7 @@ export function lessonParts(markdown) {
     else parts.push(open = { kind: 'text', text: line.trim() });
     if (fence || head || picture || line.trim() === '') open = null;
   }
-  // Links lead nowhere offline; their words stay.
+  // Links do not work offline; only their text is kept.
   for (const part of parts) if (part.kind !== 'code' && part.kind !== 'picture') part.text = part.text.replace(/\[([^\]]+)\]\([^)]*\)/g, '$1');
   return parts.map(({ lines, ...part }) => part);
 }

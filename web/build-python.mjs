@@ -1,6 +1,6 @@
-// What the Python worker loads: pyodide's core, its standard library without what no program in a browser can use, and a
-// picture of the interpreter's memory after the usual imports, from which it starts in a second instead of ten.
-// The picture is made by this machine's node without stack switching: one made with it crashes browsers that lack it.
+// The Python worker's files: pyodide's core, its standard library without modules that are useless in a browser, and a
+// snapshot of the interpreter's memory after the usual imports, which reduces the start from ten seconds to one. The
+// snapshot is made by this machine's node without stack switching: one made with it crashes browsers that lack it.
 import { createHash } from 'node:crypto';
 import { existsSync, mkdirSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
@@ -10,12 +10,12 @@ import { fileURLToPath, pathToFileURL } from 'node:url';
 const here = path.dirname(fileURLToPath(import.meta.url));
 const CORE = ['pyodide.mjs', 'pyodide.asm.mjs', 'pyodide.asm.wasm', 'pyodide-lock.json'];
 
-// Imported before the picture is taken: what programs and the kelmora package import.
+// Imported before the snapshot is taken: what programs and the kelmora package import.
 const IMPORTS = 'ast builtins collections colorsys contextlib dataclasses datetime enum functools inspect io itertools ' +
   'json linecache math operator os random re socket string struct sys textwrap threading time traceback types typing warnings xml.sax.saxutils';
 
-// Left out of the standard library: servers, processes, other systems' interfaces, and the codecs
-// of rare encodings: what a page hands over is UTF-8.
+// Removed from the standard library: servers, processes, other systems' interfaces, and codecs of rare encodings, as
+// pages pass UTF-8 only.
 const LEFT_OUT = ['multiprocessing/', '_pyrepl/', 'wsgiref/', 'xmlrpc/', 'imaplib.py', 'smtplib.py', 'ftplib.py',
   'poplib.py', 'mailbox.py', 'ctypes/', 'pydoc_data/', 'idlelib/', 'ensurepip/', 'venv/', 'lib2to3/', 'pickletools.py',
   'socketserver.py', 'webbrowser.py', 'tarfile.py', 'pty.py', 'nturl2path.py', 'http/server.py'];
@@ -48,7 +48,7 @@ async function makeParts(core) {
   worker.runPython(TRIM);
   worker.globals.get('trim')('/old.zip', '/new.zip', worker.toPy(LEFT_OUT), worker.toPy(CODECS_KEPT.split(' ')));
   const library = Buffer.from(worker.FS.readFile('/new.zip'));
-  // The picture remembers where each module lies in the library: it is made with the one that it is served with.
+  // The snapshot stores where each module lies in the library, so it must be made with the library it is served with.
   const file = path.join(mkdtempSync(path.join(tmpdir(), 'kelmora-')), 'python_stdlib.zip');
   writeFileSync(file, library);
   const python = await loadPyodide({ indexURL: core, stdLibURL: file, _makeSnapshot: true });
@@ -87,10 +87,10 @@ export async function pythonParts(core, cache) {
     const { library, snapshot } = await makeParts(core);
     mkdirSync(kept, { recursive: true });
     writeFileSync(path.join(kept, 'python_stdlib.zip'), library);
-    writeFileSync(path.join(kept, 'snapshot.bin'), snapshot); // last: its presence says that all is there
+    writeFileSync(path.join(kept, 'snapshot.bin'), snapshot); // last: its presence marks a complete folder
   }
   const files = new Map(CORE.map((name) => [name, readFileSync(path.join(core, name))]));
-  // The list of packages that could be fetched from elsewhere: none here.
+  // The list of packages that could be downloaded: none.
   const lock = JSON.parse(files.get('pyodide-lock.json').toString('utf8'));
   files.set('pyodide-lock.json', Buffer.from(JSON.stringify({ ...lock, packages: {} })));
   for (const name of ['python_stdlib.zip', 'snapshot.bin']) files.set(name, readFileSync(path.join(kept, name)));

@@ -205,6 +205,12 @@ TEST_F(Http, target_stands_between_the_first_two_blanks) {
     EXPECT_EQ(target_body("GET/turtle HTTP/1.1"), "page");
 }
 
+TEST_F(Http, carriage_return_before_the_line_feed_is_no_part_of_the_line) {
+    for (const char* request : {"GET /turtle\r\n", "GET /turtle\n"})
+        EXPECT_EQ(body_of(ask(request).text), "[]") << request;
+    EXPECT_EQ(body_of(ask("GET /turtle\r\r\n").text).substr(0, 6), "<html>"); // only the last one
+}
+
 TEST_F(Http, request_line_is_scanned_for_1001_characters) {
     // "turtle" ends with the 1001st character in the first line and is cut to "turtl" in the second.
     std::string line = "GET ";

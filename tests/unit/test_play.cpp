@@ -3,6 +3,7 @@
 #include "play/gzip_member.h"
 #include "play/json.h"
 #include "play/predict.h"
+#include "play/setting.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +38,19 @@ TEST(PlayJson, hundredths_have_no_trailing_zeros) {
     EXPECT_EQ(text(-5), "-0.05");
     EXPECT_EQ(text(-700), "-7");
     EXPECT_EQ(text(0), "0");
+}
+
+TEST(PlaySetting, modes_are_found_by_their_names_and_by_nothing_else) {
+    for (const field_mode_t mode : {field_mode_t::drawing, field_mode_t::battle, field_mode_t::maze}) {
+        field_mode_t found = mode == field_mode_t::maze ? field_mode_t::drawing : field_mode_t::maze;
+        EXPECT_TRUE(mode_of_name(mode_name(mode), found));
+        EXPECT_EQ(found, mode) << mode_name(mode);
+    }
+    for (const char* name : {"", "draw", "drawings", "Battle", "no such mode"}) {
+        field_mode_t found = field_mode_t::battle;
+        EXPECT_FALSE(mode_of_name(name, found)) << name;
+        EXPECT_EQ(found, field_mode_t::battle) << name; // as it was
+    }
 }
 
 struct Predict : testing::Test {

@@ -1,4 +1,4 @@
-// The board for the projector: where to go, the code, who is here, and the field.
+// The board for the projector: the address, the code, who is here, and the field.
 import { getJson } from '../common/api.js';
 import { el } from '../common/dom.js';
 import { makeFieldView } from '../common/field-view.js';

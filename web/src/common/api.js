@@ -1,4 +1,4 @@
-// The class server's interface, from the page's side. Answers that refuse become ApiError with the server's own word.
+// The class server's interface for pages. Refusals become ApiError with the server's word.
 const TOKEN = 'kelmora-token';
 const PATIENCE = 15000; // ms
 
@@ -24,7 +24,7 @@ export function setToken(text) {
   try {
     if (text) localStorage.setItem(TOKEN, text);
     else localStorage.removeItem(TOKEN);
-  } catch { /* then the session lasts as long as the page */ }
+  } catch { /* without storage the session ends with the page */ }
 }
 
 async function send(method, path, { body, json, keepalive } = {}) {

@@ -21,7 +21,7 @@ export function el(name, props = {}, ...children) {
 
 export const byId = (id) => document.getElementById(id);
 
-/** Hands `text` to the reader as a file called `name`. */
+/** Offers `text` to the reader as a file named `name`. */
 export function download(name, data, type = 'text/plain;charset=utf-8') {
   const url = URL.createObjectURL(data instanceof Blob ? data : new Blob([data], { type }));
   const link = el('a', { href: url, download: name });
@@ -31,7 +31,7 @@ export function download(name, data, type = 'text/plain;charset=utf-8') {
   setTimeout(() => URL.revokeObjectURL(url), 10000);
 }
 
-/** Lets the reader choose a file; calls `use(text, name)` with what is in it. */
+/** Lets the reader choose a file; calls `use(text, name)` with its content. */
 export function openFile(accept, use) {
   const input = el('input', { type: 'file', accept, hidden: true });
   input.addEventListener('change', async () => {
@@ -43,7 +43,7 @@ export function openFile(accept, use) {
   input.click();
 }
 
-/** Copies text; over plain http the clipboard interface is absent, so the old command does it. @returns done or not */
+/** Copies text; over plain http the clipboard API is missing, so the old command is used. @returns whether it worked */
 export function copyText(text) {
   const active = document.activeElement;
   const area = el('textarea', { value: text, readOnly: true, class: 'only-read' });

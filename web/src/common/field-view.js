@@ -8,7 +8,7 @@ import { el } from './dom.js';
 import { makeFlatScene } from './flat-view.js';
 import { t } from './texts.js';
 
-const KEY_STEP = 24; // pixels of a drag that an arrow key stands for
+const KEY_STEP = 24; // pixels of a drag equal to one arrow key
 const KEYS = { ArrowLeft: [-KEY_STEP, 0], ArrowRight: [KEY_STEP, 0], ArrowUp: [0, -KEY_STEP], ArrowDown: [0, KEY_STEP] };
 
 function letMove(canvas, orbit, changed) {
@@ -50,7 +50,7 @@ function letMove(canvas, orbit, changed) {
   });
 }
 
-/** False where three dimensions are drawn in software or not at all. */
+/** False when three dimensions are missing or drawn in software. */
 export function drawsSolids() {
   try {
     const gl = document.createElement('canvas').getContext('webgl2');
@@ -136,7 +136,7 @@ export function makeFieldView({ field = 0, turtle = '', every = 80, flat = undef
       requestAnimationFrame(frame);
       if (element.offsetParent === null || now - drawn < 30) return;
       lost.hidden = performance.now() - heard < 2 * LOST_AFTER;
-      // Turtles glide for a moment after they were heard of; then nothing is drawn until something happens.
+      // Turtles keep gliding briefly after an update; then nothing is drawn until something changes.
       if (scene.takeChanged() || moved) drawUntil = now + 700;
       moved = false;
       if (now > drawUntil) return;

@@ -1,5 +1,5 @@
-// The field from straight above on a plain canvas: for machines that draw three dimensions in software, where a picture a
-// second would be all they can do. Understands the same calls as the scene in three dimensions.
+// The field from straight above on a plain canvas, for machines that draw three dimensions in software at about a
+// picture a second. Has the same calls as the scene in three dimensions.
 import { DELAY, addSample, newTrack, placeAt } from '../watch/motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from '../watch/protocol.js';
 import { shortTitle } from '../watch/scores.js';

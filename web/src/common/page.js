@@ -1,4 +1,4 @@
-// What every page of a class has: language, look, and the bar at its top.
+// Shared by all class pages: language, colours, and the bar at the top.
 import logo from './logo.svg';
 import { el, store } from './dom.js';
 import { LANGUAGES, chooseLanguage, language, t } from './texts.js';
@@ -14,7 +14,8 @@ export function look() {
   return document.documentElement.dataset.look || 'light';
 }
 
-/** Sets language and look of the page as chosen earlier, or as the browser says; follows the system's look. */
+/** Sets language and colours as chosen earlier, or by the browser's settings; follows the system's light or dark mode.
+*/
 export function setUpPage(titleKey) {
   chooseLanguage(store.get('language') || navigator.language);
   document.documentElement.lang = language();

@@ -1,11 +1,11 @@
-// This browser's session with the class: its state, and the sign of life every ten seconds.
+// This browser's session with the class: its state, and a sign of life every ten seconds.
 import { ApiError, getJson, postJson, setToken, token } from './api.js';
 
 const EVERY = 10000; // ms
 const SOON = 1000; // at most one sign a second
 const RETRY = 3000;
 
-/** Tells `changed(state, online)` with the state, or null when there is no session (any more). */
+/** Calls `changed(state, online)` with the state, or null when there is no session. */
 export class Session {
   constructor(changed) {
     this.changed = changed;
@@ -17,7 +17,7 @@ export class Session {
     this.timer = 0;
   }
 
-  /** Finds the session again after a reload; resolves when the first answer is there. */
+  /** Restores the session after a reload; resolves with the first answer. */
   async start() {
     if (token()) await this.beat();
     else this.changed(null, true);
@@ -49,7 +49,7 @@ export class Session {
     this.changed(this.state, this.online);
   }
 
-  /** What the program does, and what it said last: goes out with the next sign, within a second. */
+  /** What the program does and its last output; sent with the next sign of life, within a second. */
   report(doing, said) {
     const different = doing !== this.doing;
     this.doing = doing;

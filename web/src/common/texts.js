@@ -1,4 +1,4 @@
-// All texts of the pages, in one table: key, English, German. `{0}`, `{1}` stand for what is handed to t().
+// All texts of the pages in one table: key, English, German. `{0}`, `{1}` are replaced by the arguments of t().
 
 export const LANGUAGES = [['en', 'English'], ['de', 'Deutsch']];
 

@@ -8,7 +8,7 @@ const EVERY = 2000; // ms
 setUpPage('desk.title');
 
 let state = null;
-let drawn = {}; // what was shown last, by part, so that only what changed is made anew
+let drawn = {}; // what was shown last, by part, so that only changes are rebuilt
 
 const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
 const told = el('p', { class: 'notice', role: 'status', hidden: true });
@@ -36,7 +36,7 @@ function say(text) {
   say.timer = setTimeout(() => { told.hidden = true; }, 6000);
 }
 
-/** Carries out something, shows at once what it led to, and says what went wrong. */
+/** Performs an action, shows its effect at once, and reports errors. */
 async function act(path, json, done = t('desk.done')) {
   try {
     const answer = await postJson(`/api/desk/${path}`, json);
@@ -109,7 +109,7 @@ function row(session) {
       }))));
 }
 
-/** Makes a part anew only when what it shows has changed: a list under the teacher's finger does not move. */
+/** Rebuilds a part only when its content has changed: a list under the teacher's finger does not move. */
 function part(name, value, make) {
   const text = JSON.stringify(value);
   if (drawn[name] === text) return;

@@ -1,5 +1,5 @@
-// One sentence of advice for the commonest mistakes. Pure: what went wrong in, a sentence out. The rules are tried in
-// order; the first that fits speaks. Texts stand beside their rule, in each language of the page.
+// One sentence of advice for common mistakes. Pure: an error in, a sentence out. Rules are tried in order; the first
+// match wins. Texts are beside their rule, in each language of the page.
 
 const CAPITAL = { Print: 'print', Input: 'input', For: 'for', While: 'while', If: 'if', Else: 'else', Def: 'def', Import: 'import',
   Range: 'range', True_: 'True', From: 'from', Return: 'return' };
@@ -11,13 +11,13 @@ const MODULES = { randint: 'random', choice: 'random', randrange: 'random', shuf
   sin: 'math', cos: 'math', pi: 'math' };
 const MODULE_NAMES = new Set(['random', 'time', 'math', 'turtle', 'kelmora', 'json', 'datetime', 'string', 'itertools', 'sys', 'os', 're']);
 
-/** The text of line `number` (from 1) of the program, without its comment where that is plain to see. */
+/** The text of line `number` (from 1) of the program, without an obvious comment. */
 function lineOf(error) {
   const text = (error.source || '').split('\n')[(error.line || 0) - 1] ?? '';
   return /['"]/.test(text) ? text : text.replace(/#.*$/, '');
 }
 
-/** Steps from one word to another: letters put in, left out, replaced or swapped. */
+/** Edit distance between two words: inserted, omitted, replaced or swapped letters. */
 export function editDistance(a, b) {
   let [before, row] = [[], Array.from({ length: b.length + 1 }, (_, j) => j)];
   for (let i = 1; i <= a.length; ++i) {
@@ -31,7 +31,7 @@ export function editDistance(a, b) {
   return row[b.length];
 }
 
-/** The known word nearest to `word`, when it is near enough to be meant; else null. */
+/** The known word nearest to `word`, when near enough; else null. */
 export function nearest(word, known) {
   let best = null;
   let least = word.length <= 3 ? 2 : word.length <= 6 ? 3 : 4; // strictly less than this
@@ -54,7 +54,7 @@ const javascript = (kinds, test, en, de) => ({ ...python(kinds, test, en, de), l
 const says = (pattern) => (error) => pattern.exec(error.message || '');
 const line = (pattern) => (error) => pattern.exec(lineOf(error));
 
-// Each text gets what its test found: usually the groups of a pattern.
+// Each text gets what its test matched: usually the groups of a pattern.
 export const RULES = [
   /* how a program is written */
   python('SyntaxError', says(/expected ':'/), () => 'Lines that begin with if, for, while, def or else end with a colon ":".',

@@ -1,4 +1,4 @@
-// The block editor: Blockly with the turtle's words, writing Python that is shown beside it. Loaded when first wanted.
+// The block editor: Blockly with the turtle's words; the Python it generates is shown beside it. Loaded on first use.
 import * as Blockly from 'blockly/core';
 import 'blockly/blocks';
 import * as English from 'blockly/msg/en';
@@ -104,7 +104,7 @@ function toolbox(german) {
   ] };
 }
 
-// What a newcomer finds: a square.
+// The first program: a square.
 const FIRST = { blocks: { languageVersion: 0, blocks: [{ type: 'controls_repeat_ext', x: 30, y: 30, inputs: { TIMES: number(4),
   DO: { block: { type: 'k_forward', inputs: { D: number(100) }, next: { block: { type: 'k_left', inputs: { A: number(90) } } } } } } }] } };
 

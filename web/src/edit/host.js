@@ -1,15 +1,15 @@
-// The worker's link to the class server, by synchronous requests: the only way to wait in a page over plain http.
-// Both workers, Python's and JavaScript's, stand on it.
+// The workers' link to the class server, by synchronous requests: the only way to block in a page over plain http. Used
+// by both workers, Python's and JavaScript's.
 
 const STOP_EVERY = 100; // ms between two questions whether Stop was pressed
 const STOP_AT_LEAST = 400; // ms, while the field's answers show that the run goes on
-const BATCH_AFTER = 40; // ms that output is gathered before it goes to the page, once a program says much
+const BATCH_AFTER = 40; // ms that output is collected before it goes to the page, once a program prints much
 const AT_ONCE = 100; // pieces of output a second that go to the page at once
 const BATCH_MOST = 16384; // letters
-const OUTPUT_RATE = 400000; // letters a second; a program that prints for ever is slowed to it
+const OUTPUT_RATE = 400000; // letters a second; faster output is slowed down
 const SLICE = 50; // ms
 
-/** What the class server said when it refused; `word` is one of its error words. */
+/** A refusal of the class server; `word` is one of its error words. */
 export class Refused extends Error {
   constructor(word, message, more = {}) {
     super(message);
@@ -27,7 +27,7 @@ export class Ended extends Error {
 }
 
 let sleeper = null;
-/** Sleeps without turning. Shared memory made by WebAssembly is there where SharedArrayBuffer itself is not. */
+/** Sleeps without busy waiting. WebAssembly's shared memory exists even where SharedArrayBuffer does not. */
 export function sleep(ms) {
   if (ms <= 0) return;
   try {
@@ -43,8 +43,8 @@ export function sleep(ms) {
 export function makeHost(post) {
   let token = '';
   let run = null; // number of the run, or null: no server behind it
-  let askedStop = 0; // when it was last known that the run goes on
-  let polledStop = 0; // when that was last asked for itself, which also tells a new speed
+  let askedStop = 0; // when the run was last known to go on
+  let polledStop = 0; // when that was last polled, which also returns the speed
   let stopped = false;
   let speed = 0; // lines a second, 0: no brake
   let text = '';
@@ -106,7 +106,7 @@ export function makeHost(post) {
     if (allowance < 0) sleep(SLICE);
   }
 
-  /** True when Stop was pressed; asks the server, but not more often than ten times a second. */
+  /** True when Stop was pressed; polls the server at most ten times a second. */
   function isStopped() {
     if (stopped || run === null) return stopped;
     const now = performance.now();

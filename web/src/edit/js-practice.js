@@ -1,5 +1,5 @@
-// A field for one turtle inside the JavaScript worker: understands the protocol's lines as far as one turtle alone can
-// tell, and writes down what is to be painted, in the same words as the Python package's practice field.
+// A field for one turtle inside the JavaScript worker: understands the protocol as far as it concerns a single turtle,
+// and records what to paint in the same form as the Python package's practice field.
 
 const PACE = 1 / 60; // seconds between two steps that move or paint, so that one can watch
 const TEXT_MOST = 127;

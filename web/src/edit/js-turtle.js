@@ -22,7 +22,7 @@ function number(value, what) {
   return value;
 }
 
-// Plain decimals: the field reads no exponents that a reader would not.
+// Plain decimals: the field does not read all forms of exponents.
 const text = (value) => (Number.isInteger(value) ? String(value) : String(Number(value.toFixed(9))));
 const hex = (bytes) => [...bytes].map((byte) => byte.toString(16).padStart(2, '0')).join('');
 const modulo = (a, b) => ((a % b) + b) % b;
@@ -59,7 +59,7 @@ export function makeWords(exchange, brake) {
   let pen = [1, 0, 0];
   let fill = null; // null: the pen's
   let plainLines = true;
-  let colourChanged = false; // a segment blends from the colour before: the pen is set down anew first
+  let colourChanged = false; // a segment blends from the previous colour, so the pen is lowered again first
   let noted = 0; // events since events() was called
   let corners = null; // of an area that is being walked round
   let strictly = false;
@@ -195,7 +195,7 @@ export function makeWords(exchange, brake) {
       const s = number(size ?? Math.max(width + 4, 2 * width), 'the size');
       const before = pen;
       if (c.length > 0) setPen(colour(...c));
-      // A point mode step of no length paints one point.
+      // In point mode a step of length 0 paints one point.
       send('l p', `w ${text(s)}`, 'p d');
       const [x, y] = position();
       send(`j ${text(x)} ${text(y)}`);
@@ -280,7 +280,7 @@ export function makeWords(exchange, brake) {
     strict: (on = true) => { strictly = Boolean(on); },
   };
 
-  // Triangles by cutting ears, each painted in the field's area mode, which takes up to six corners.
+  // Ear clipping; each triangle is painted in the field's area mode, which takes up to six corners.
   function fillArea(area) {
     const [x, y] = position();
     const was = pen;
@@ -305,7 +305,7 @@ export function makeWords(exchange, brake) {
 
 const cross = (o, a, b) => (a[0] - o[0]) * (b[1] - o[1]) - (a[1] - o[1]) * (b[0] - o[0]);
 
-/** Cuts a simple polygon into triangles. A polygon that crosses itself is cut as far as it goes. */
+/** Cuts a simple polygon into triangles. One that crosses itself is cut as far as possible. */
 export function triangles(polygon) {
   const points = polygon.filter((p, i) => i === 0 || Math.hypot(p[0] - polygon[i - 1][0], p[1] - polygon[i - 1][1]) > 1e-6);
   if (points.length > 1 && Math.hypot(points[0][0] - points.at(-1)[0], points[0][1] - points.at(-1)[1]) < 1e-6) points.pop();

@@ -1,5 +1,5 @@
-// The worker in which JavaScript programs run. The turtle's words are there by name, and as methods of `turtle`; each
-// waits for the field by itself, `await` before it does no harm. Stop ends the worker.
+// The worker in which JavaScript programs run. The turtle's words are global functions and methods of `turtle`; each
+// blocks until the field answers, and `await` before it is harmless. Stop ends the worker.
 // Messages as in python-worker.js.
 import { Ended, makeHost } from './host.js';
 import { KelmoraError, makeWords } from './js-turtle.js';
@@ -22,13 +22,13 @@ const show = (value) => {
 };
 const say = (isError) => (...values) => host.out(`${values.map(show).join(' ')}\n`, isError);
 
-// The line of the program in a stack, in the words of each engine. Programs are named by a comment at their end.
+// The program's line in a stack trace, in each engine's format. Programs are named by a comment at their end.
 function lineIn(stack) {
   const found = new RegExp(`${NAME.replace('.', '\\.')}[^\\n]*?:(\\d+)(?::(\\d+))?`).exec(stack || '');
   return found ? Number(found[1]) - FIRST_LINES : null;
 }
 
-// Where the stack names no files (WebKit), an error that comes from no file of ours carries its line itself.
+// Stack traces without file names (WebKit): an error from no file of ours carries its line itself.
 function lineOf(error) {
   return lineIn(error.stack) ?? (typeof error.line === 'number' && !error.sourceURL && !(error instanceof KelmoraError) ? error.line - FIRST_LINES : null);
 }
@@ -74,11 +74,11 @@ async function execute(order) {
       sleep: sleepFor,
       randint: (least, most) => Math.floor(Math.random() * (most - least + 1)) + least,
     };
-    // Programs written for the library import from it; here its words are there already.
+    // Imports of the library are removed, because its words are already there.
     given.connect = async () => turtle;
     given.prompt = given.input;
     given.alert = given.print;
-    // A name that the program declares itself hides ours: each word is an argument of a function around it.
+    // A program's own declaration hides ours: each word is an argument of a function around it.
     const names = Object.keys(given);
     const program = new AsyncFunction(...names, `return (async () => {${withoutImports(order.source)}\n})();\n//# sourceURL=${NAME}`);
     await program(...names.map((name) => given[name]));

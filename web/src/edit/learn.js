@@ -1,10 +1,10 @@
-// Examples and lessons at hand: fetched when they are first wanted, read beside the editor, opened with one press.
+// Examples and lessons: fetched on first use, read beside the editor, opened with one press.
 import { el } from '../common/dom.js';
 import { language as pageLanguage, t } from '../common/texts.js';
 import { makePanel } from './help.js';
 import { newProgram } from './programs.js';
 
-// A text with `code`, **strong** and *stressed* words in it, as nodes; nothing in it is read as HTML.
+// A text with `code`, **strong** and *stressed* words as nodes; no HTML is parsed.
 function inline(text) {
   return text.split(/(`[^`]+`|\*\*[^*]+\*\*|\*[^*\s][^*]*\*)/).filter(Boolean).map((part) => {
     if (part.startsWith('`')) return el('code', { text: part.slice(1, -1) });

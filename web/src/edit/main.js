@@ -1,4 +1,4 @@
-// The editor's page: puts its parts together and runs programs.
+// The editor's page: assembles its parts and runs programs.
 import { ApiError, postJson, postText, putJson, token } from '../common/api.js';
 import { copyText, download, el, openFile, store } from '../common/dom.js';
 import { makeFieldView } from '../common/field-view.js';
@@ -405,7 +405,7 @@ function finish(message) {
     postJson(`/api/run/end?run=${run.number}`, { how: message.how === 'error' ? 'error' : 'done' }).catch(() => {});
   }
   if (message.how !== 'error') editor.mark(null);
-  if (run?.tried && message.how !== 'error') { /* a line that was tried says what it has to itself */
+  if (run?.tried && message.how !== 'error') { /* a tried line shows its own result */
   } else if (message.how === 'done') output.box(el('p', { class: 'end muted small', text: t('end.done') }));
   else if (message.how === 'stopped') {
     const plain = run?.engine === 'javascript' && message.reason === 'stopped';
@@ -418,7 +418,7 @@ function finish(message) {
   sendProgram();
 }
 
-/** Not Stop, but something else ended the run: asks what, and puts it in the place of the note. */
+/** Something other than Stop ended the run: asks for the reason and replaces the note with it. */
 async function tellWhy(number, note) {
   try {
     await postText(`/api/run/lines?run=${number}`, '');
@@ -475,7 +475,7 @@ document.addEventListener('keydown', (event) => {
   event.preventDefault();
 });
 
-/* ---- first of all ---- */
+/* ---- start ---- */
 
 async function openFirst() {
   const shared = await fromFragment(location.hash);

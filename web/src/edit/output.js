@@ -1,11 +1,11 @@
-// What a program says, and the line in which it is answered. Texts only; the oldest are dropped.
+// A program's output, and the input line. Text only; the oldest is dropped.
 import { el } from '../common/dom.js';
 import { t } from '../common/texts.js';
 
 const MOST = 60000; // letters kept
 const LINE_MOST = 4000; // letters of an answer
 
-/** @param submit  gets the line that was typed: an answer while a program asks, else a statement to try */
+/** @param submit  gets the typed line: an answer while a program asks, else a statement to try */
 export function makeOutput(submit) {
   const log = el('div', { class: 'output-log', role: 'log', 'aria-label': t('output'), tabIndex: 0 });
   const prompt = el('span', { class: 'prompt mono', 'aria-hidden': 'true' });
@@ -63,7 +63,7 @@ export function makeOutput(submit) {
   return {
     element: el('section', { class: 'output', 'aria-label': t('output.section') }, log, form),
     write,
-    /** A box of its own: an error, a piece of advice, a note. */
+    /** A separate box: an error, a piece of advice, a note. */
     box(node) {
       last = null;
       append(node, node.textContent.length);

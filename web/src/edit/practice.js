@@ -1,4 +1,4 @@
-// The practice canvas: what a program paints without a field, on a plain square as large as the field.
+// The practice canvas: the painting of a program without a field, on a square as large as the field.
 import { el } from '../common/dom.js';
 import { drawDoughnut, drawLabel, drawTurtle } from '../common/flat-shapes.js';
 import { t } from '../common/texts.js';
@@ -45,7 +45,7 @@ export function makePractice() {
       points.forEach(([x, y], i) => (i === 0 ? pen.moveTo(x, y) : pen.lineTo(x, y)));
       pen.closePath();
       pen.fill();
-      // Neighbouring pieces of one area leave no seam.
+      // Neighbouring pieces of one area must leave no seam.
       pen.strokeStyle = pen.fillStyle;
       pen.lineWidth = 0.6;
       pen.stroke();
@@ -120,7 +120,7 @@ export function makePractice() {
   soon();
   return {
     canvas,
-    /** Carries out what the worker's painter wrote down: a JSON list of [act, arguments...]. */
+    /** Executes what the worker's painter recorded: a JSON list of [act, arguments...]. */
     carryOut(text) {
       for (const [act, ...given] of JSON.parse(text)) if (Object.hasOwn(acts, act)) acts[act](...given);
       soon();

@@ -1,4 +1,4 @@
-// The programs that this browser keeps. A list of {id, title, language, text, changed}, the newest change first.
+// The programs kept in this browser. A list of {id, title, language, text, changed}, the newest change first.
 import { randomName, store } from '../common/dom.js';
 
 const MOST = 60;
@@ -11,7 +11,7 @@ export function listPrograms() {
   return Array.isArray(kept) ? kept.filter(isProgram).sort((a, b) => (b.changed || 0) - (a.changed || 0)) : [];
 }
 
-/** Keeps a program; false when the browser has no room for it. */
+/** Stores a program; false when the browser has no room for it. */
 export function keepProgram(program) {
   const others = listPrograms().filter((other) => other.id !== program.id);
   return store.set('programs', [{ ...program, changed: Date.now() }, ...others].slice(0, MOST));

@@ -1,4 +1,4 @@
-// The worker in which Python runs. It starts from a picture of the interpreter's memory; where that fails, plainly.
+// The worker in which Python runs. It starts from a memory snapshot of the interpreter, or normally when that fails.
 // Messages in: {do: 'load'}, {do: 'run', source, run, token, speed, practice}, {do: 'try', source}.
 // Messages out: progress, loaded, out, ask, asked, line, draw, ended {how, error}, failed {message}.
 import { Ended, Refused, makeHost } from './host.js';
@@ -13,8 +13,8 @@ let running = false;
 let python = null;
 let runner = null;
 
-// The interpreter looks at element 0 now and then; reading it asks the server whether Stop was pressed.
-// It is told once, and again half a second later when the program has caught what it was told with.
+// The interpreter reads element 0 now and then, which asks the server whether Stop was pressed. Stop is reported once,
+// and again half a second later in case the program has caught the interrupt.
 const interrupts = {
   told: -Infinity,
   get 0() {
@@ -87,7 +87,7 @@ async function start() {
   python.setInterruptBuffer(interrupts);
 }
 
-// Python gets refusals as records: an exception of ours would lose its fields on the way.
+// Python gets refusals as records: an exception of ours would lose its fields in between.
 function guarded(act) {
   try {
     const answer = act();
@@ -113,7 +113,7 @@ async function execute(order) {
   try {
     ended = JSON.parse(order.do === 'try' ? runner.try_line(order.source) : runner.run(order.source, Boolean(order.practice)));
   } catch (error) {
-    // The interpreter itself gave up, as it does when a recursion has eaten the browser's stack.
+    // The interpreter itself failed, as when a recursion has exhausted the browser's stack.
     ended = { how: 'crashed', message: String(error) };
     console.warn('Python gave up:', error);
   }

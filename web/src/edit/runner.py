@@ -1,7 +1,7 @@
 """Runs one program at a time inside the page's Python worker.
 
 `host` is the worker's side: out(text, is_error), ask(prompt), wait(ms), line(n), speed(), lines(text), draw(json).
-What a program raises comes back from run() as a JSON text; nothing here is ever shown to a student.
+An exception of a program is returned by run() as JSON; nothing printed here is shown to students.
 """
 import ast
 import builtins
@@ -25,7 +25,7 @@ _globals = {}
 
 
 class _Output(io.TextIOBase):
-    """Standard output or error: text goes to the page as it is written."""
+    """Standard output or error: text goes to the page at once."""
 
     def __init__(self, is_error):
         super().__init__()
@@ -49,7 +49,7 @@ class _Output(io.TextIOBase):
 
 
 class RunEnded(KeyboardInterrupt):
-    """The run is over; `reason` is the class server's word for why."""
+    """The run is over; `reason` is the class server's word for the reason."""
 
     def __init__(self, reason):
         super().__init__(reason)
@@ -57,7 +57,7 @@ class RunEnded(KeyboardInterrupt):
 
 
 class ClassError(Exception):
-    """The class server refused something; `told` is what it said, `word` its word for it."""
+    """The class server refused something; `told` is its answer, `word` its error word."""
 
     def __init__(self, told):
         super().__init__(told.get("message", ""))
@@ -65,7 +65,7 @@ class ClassError(Exception):
 
 
 def answer_of(text):
-    """The worker's answer, or the exception that it stands for."""
+    """The worker's answer; raises the exception it stands for."""
     told = json.loads(text)
     if "ended" in told:
         raise RunEnded(told["ended"])
@@ -104,7 +104,7 @@ def _sleep(seconds):
 
 
 class _SeatTransport:
-    """Carries a turtle's lines to its place on the field, by the class server."""
+    """Sends a turtle's lines to its place on the field through the class server."""
 
     where = "the class"
 
@@ -124,7 +124,7 @@ class _SeatTransport:
 
 
 class _Painter:
-    """Writes down what the practice field paints, and hands the page one frame at a time."""
+    """Records what the practice field paints, and passes it to the page frame by frame."""
 
     def __init__(self):
         self._acts = []
@@ -152,7 +152,7 @@ def _check():
 
 
 def _fresh_kelmora(practice):
-    """Imports the package anew, so that no turtle of the last program is left, and tells it where its field is."""
+    """Imports the package again, so that no turtle of the last program remains, and sets where its field is."""
     for name in [name for name in sys.modules if name == "turtle" or name.split(".")[0] == "kelmora"]:
         del sys.modules[name]
     import kelmora
@@ -160,7 +160,7 @@ def _fresh_kelmora(practice):
 
     hooks.sleep = _sleep
     hooks.check = _check
-    sys.modules["turtle"] = kelmora  # lessons for Python's own turtle run as they are
+    sys.modules["turtle"] = kelmora  # lessons for Python's own turtle run unchanged
     if practice:
         painter = _Painter()
         kelmora.practice(painter=painter, pace=PRACTICE_PACE)
@@ -191,7 +191,7 @@ def _trace(frame, event, _arg):
 
 
 def brake():
-    """Called with every command to a turtle: begins to step when the speed was lowered in the middle of a run."""
+    """Called with every command to a turtle: starts stepping when the speed was lowered during a run."""
     if host.speed() != FULL_SPEED and sys.gettrace() is None:
         frame = sys._getframe(1)
         while frame is not None:
@@ -219,7 +219,7 @@ def _describe(error):
     if isinstance(error, ClassError):
         told["refused"] = error.told
         return _with_place(told, error)
-    # The words "Did you mean" are added when a traceback is printed, not to the exception itself.
+    # "Did you mean" is added when a traceback is printed, and is not part of the exception.
     try:
         last = traceback.TracebackException.from_exception(error)
         told["message"] = "".join(last.format_exception_only()).strip().split(": ", 1)[-1] if str(error) else ""
@@ -260,7 +260,7 @@ _streams = {"stdout": _Output(False), "stderr": _Output(True)}
 
 
 def _forget_modules(before):
-    """A program that was opened under the name of a module must not stay loaded for the next."""
+    """Unloads modules, so that a program opened under a module's name does not stay loaded for the next."""
     for name in [name for name in sys.modules if name not in before]:
         module = sys.modules[name]
         if getattr(module, "__file__", None) == PROGRAM:
@@ -306,6 +306,6 @@ def _execute(source, mode, prepare=None):
 def set_up():
     builtins.input = _input
     time.sleep = _sleep
-    random.seed()  # the picture of the memory holds one state for all
-    sys.setrecursionlimit(600)  # the browser's own stack ends not far behind
+    random.seed()  # the snapshot holds one random state for all
+    sys.setrecursionlimit(600)  # the browser's own stack is only slightly deeper
     _fresh_kelmora(False)  # compiled once, so that the first run need not

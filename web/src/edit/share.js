@@ -36,7 +36,7 @@ export async function toFragment(program) {
   return `p=${VERSION}${toBase64(await through(bytes, new CompressionStream('deflate'), MOST))}`;
 }
 
-/** The program in a fragment, or null when there is none or it makes no sense. */
+/** The program in a fragment, or null when there is none or it is malformed. */
 export async function fromFragment(fragment) {
   const found = /^#?p=([01])([A-Za-z0-9_-]+)$/.exec(fragment);
   if (!found || fragment.length > MOST) return null;

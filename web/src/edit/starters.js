@@ -1,4 +1,4 @@
-// The program that a newcomer finds in the editor.
+// The program that the editor shows to new users.
 const PYTHON_EN = `from kelmora import *
 
 for side in range(4):

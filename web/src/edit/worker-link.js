@@ -1,4 +1,4 @@
-// Starts, feeds, stops and replaces the worker in which programs run.
+// Starts, feeds, stops and replaces the worker that runs programs.
 import { postJson, postText, token } from '../common/api.js';
 
 const STOP_PATIENCE = 2500; // ms until a worker that does not stop is ended; the variables are lost then
@@ -78,7 +78,7 @@ export class WorkerLink {
     return postText(`/api/run/answer?run=${this.run}`, text);
   }
 
-  /** Stops the program; Python keeps its variables unless it hangs where nobody can reach it. */
+  /** Stops the program; Python keeps its variables unless it hangs in code that cannot be interrupted. */
   stop() {
     if (!this.busy) return;
     const loading = this.state === 'loading';

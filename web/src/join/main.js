@@ -1,4 +1,4 @@
-// The page at which one joins: class code and name, or back to where one was.
+// The page for joining: class code and name, or back to an earlier session.
 import { join } from '../common/api.js';
 import { el, store } from '../common/dom.js';
 import { logoMark, pageButtons, setUpPage } from '../common/page.js';
@@ -48,7 +48,7 @@ form.addEventListener('submit', async (event) => {
   }
 });
 
-// Who is in already goes on; the sign of life also keeps the seat while this page is open.
+// Those who have joined already can go on; the sign of life also keeps the seat while this page is open.
 const session = new Session((state) => {
   form.hidden = Boolean(state);
   again.hidden = !state;
@@ -63,5 +63,5 @@ if (codeInput.value && !nameInput.value) nameInput.focus();
 else if (!codeInput.value) codeInput.focus();
 else button.focus();
 
-// What the editor needs is fetched while one types one's name.
+// Preloads the editor while the name is typed.
 import('./preload.js').then(({ preload }) => preload()).catch(() => {});

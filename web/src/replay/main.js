@@ -1,4 +1,4 @@
-// The replay page's entry: loads a record, shows any moment of it in three dimensions with what was painted, and plays.
+// The replay page: loads a record, shows any moment of it in three dimensions with the painting, and plays it.
 import { makeScene } from '../watch/scene.js';
 import { rank, title } from '../watch/scores.js';
 import { drag, newOrbit, wheel } from '../watch/view.js';
@@ -30,7 +30,7 @@ function wipe(color) {
   paint.setTransform(1, 0, 0, 1, 0, 0);
   paint.fillStyle = `#${color}`;
   paint.fillRect(0, 0, CANVAS_SIDE, CANVAS_SIDE);
-  // Textures begin at their foot: y runs up, as on the field.
+  // Texture rows start at the bottom, so y runs up as on the field.
   paint.setTransform(CANVAS_SIDE / 512, 0, 0, CANVAS_SIDE / 512, CANVAS_SIDE / 2, CANVAS_SIDE / 2);
   paint.lineCap = 'round';
 }
@@ -44,7 +44,7 @@ function draw([color, width, x1, y1, x2, y2]) {
   paint.stroke();
 }
 
-// Brings the painting to the frame of the member: on from where it is, or anew from the last wipe.
+// Brings the painting to the member's frame: continues from its present state, or restarts at the last wipe.
 async function paintTo(member, frame) {
   const { state } = (await player.build(member))[frame];
   const forward = painting.member >= 0 && (painting.member < member || (painting.member === member && painting.frame <= frame)) &&
@@ -74,7 +74,7 @@ async function paintTo(member, frame) {
   }
 }
 
-// ---- what is on show
+// ---- current state
 
 const clock = (ticks) => {
   const seconds = Math.floor((ticks * TICK_MS) / 1000);

@@ -1,4 +1,4 @@
-// A record that can be asked for any moment: unpacks the member that is needed and keeps the states of the last few.
+// Random access to a record: unpacks the needed member and caches the states of the last few.
 import { copyState, linesOf, membersOf, newState, takeLine, unpack } from './record.js';
 
 const KEPT = 4; // members whose states are kept
@@ -57,11 +57,11 @@ export async function openRecord(bytes) {
     return k < 0 ? members.length - 1 : k;
   };
 
-  /** Deaths, as ticks with names: those of programs out of the results, else what `scan` has found. */
+  /** Deaths, as ticks with names: from the results if they list them, else as found by `scan`. */
   const deaths = end ? (Array.isArray(end.programs) ? end.programs : []).filter((p) => Number.isFinite(p.death))
     .map((p) => ({ tick: p.death, name: String(p.name || '') })) : [];
 
-  /** Goes through the whole record in the background and finds deaths, where the results do not tell them. */
+  /** Scans the whole record in the background for deaths, when the results do not list them. */
   async function scan(found) {
     if (end) return;
     for (let k = 0; k < members.length; ++k) {

@@ -1,6 +1,6 @@
-// Reading the record of a game: its members, their lines, and what is known of the field after each line. Pure, but for
-// unpacking; docs/recording.md describes the format. Whatever makes no sense is skipped: a cut or damaged record plays as
-// far as it goes.
+// Reads the record of a game: its members, their lines, and the field's state after each line. Pure, but for unpacking;
+// docs/recording.md describes the format. Malformed parts are skipped: a truncated or damaged record plays as far as
+// possible.
 
 export const TICK_MS = 8;
 const MEMBER_HEADER = 24;
@@ -39,12 +39,12 @@ export async function unpack(bytes) {
         text += decoder.decode(value, { stream: true });
       }
     } catch {
-      // The member ends here: what came before it counts.
+      // The member ends here: everything before counts.
     }
   })();
   const writer = stream.writable.getWriter();
   try {
-    // In small pieces: what a piece holds is handed out before the next one can fail.
+    // In small pieces: a piece's output is passed on before the next one can fail.
     for (let at = 0; at < bytes.length; at += 4096) await writer.write(bytes.subarray(at, at + 4096));
     await writer.close();
   } catch {
@@ -54,7 +54,7 @@ export async function unpack(bytes) {
   return text;
 }
 
-/** The lines of a member, parsed; the first one that is broken ends them. */
+/** The lines of a member, parsed; ends at the first malformed one. */
 export function linesOf(text) {
   const lines = [];
   for (const line of text.split('\n')) {
@@ -72,7 +72,7 @@ export function linesOf(text) {
 const list = (value) => (Array.isArray(value) ? value : []);
 const number = (value, otherwise = 0) => (Number.isFinite(value) ? value : otherwise);
 
-// Moves the turtle as the command would if nothing were in the way: what the record's writer expects of its reader.
+// Moves the turtle as the command would without obstacles; the record's writer relies on this prediction.
 function predict(turtle, line, battle) {
   if (battle && turtle.score < 1) return;
   const step = /^([fb]) (.*)$/.exec(line);
@@ -128,7 +128,7 @@ function newTurtle(told) {
     coins: number(told.coins), zombie: told.zombie === true, dying: number(told.dying), dyingSince: 0 };
 }
 
-/** What a reader knows of the field. `tick` is that of the last line; turtles and beams are by slot. */
+/** A reader's state of the field. `tick` is that of the last line; turtles and beams are by slot. */
 export function newState(head) {
   return { tick: 0, order: head.order, battle: head.mode !== 'drawing', texts: [], turtles: new Map(), beams: new Map(),
     bursts: new Map(), coins: new Map(), pens: new Map(), ground: '000000', wiped: 0, pieces: 0 };
@@ -175,7 +175,7 @@ function takePieces(state, line) {
   return pieces;
 }
 
-/** Takes in one line. @returns what it did to the painting: { wipe: colour or null, pieces } */
+/** Applies one line. @returns what it did to the painting: { wipe: colour or null, pieces } */
 export function takeLine(state, line) {
   const tick = number(line.t);
   state.texts.push(...list(line.d).map(String));

@@ -1,4 +1,4 @@
-// The class's page for watchers: one field in three dimensions, with its painting and the scores.
+// The class's page for viewers: one field in three dimensions, with its painting and the scores.
 import { getJson } from '../common/api.js';
 import { el } from '../common/dom.js';
 import { makeFieldView } from '../common/field-view.js';

@@ -1,5 +1,5 @@
-// The page's entry: webGLStart, called when the page has loaded. Sets up the picture, the score boxes and the loops
-// that ask the field; nothing before it touches THREE, whose script comes after this one.
+// The page's entry: webGLStart, called when the page has loaded. Sets up the picture, the score boxes and the polling
+// loops; nothing before it uses THREE, whose script comes after this one.
 import { cameraPath, parseCamera, parseCoins, parseTurtles, parseWalls } from './protocol.js';
 import { followPainting } from './painting.js';
 import { LOST_AFTER, poll } from './polling.js';
@@ -12,7 +12,7 @@ const CAMERA_EVERY = 60;
 const COINS_EVERY = 500;
 const WALLS_EVERY = 3000;
 
-// The field writes its painting beside the scripts, where the script server has it.
+// The field writes its painting beside the scripts, where the script server finds it.
 const PAINTING = new URL('../canvas/', document.currentScript?.src || location.href).href;
 
 const STYLE = `
@@ -40,7 +40,7 @@ function byId(id) {
   return document.getElementById(id) || Object.assign(document.createElement('div'), { id });
 }
 
-// The page's boxes, gathered into one panel. The result box lies inside the last score box and comes out first.
+// Moves the page's boxes into one panel. The result box is inside the last score box and is taken out first.
 function gatherBoxes() {
   const panel = Object.assign(document.createElement('div'), { id: 'panel' });
   const result = byId('result');

@@ -1,5 +1,5 @@
-// Shapes: what a turtle, a stone, a wall looks like. THREE is a global of the page and is there only once the page has
-// loaded, so nothing here touches it before a function is called. Field units, z up, a turtle looks along +x.
+// Models of turtles, stones, walls. THREE is a global that exists only once the page has loaded, so nothing uses it
+// before a function is called. Field units, z up, a turtle looks along +x.
 
 const THREE = () => globalThis.THREE;
 
@@ -71,7 +71,7 @@ export function makeStone() {
   return { body, legs: [], shell: null };
 }
 
-/** A ball of light: a beam in flight, or an explosion. The beam has a halo, to be seen from afar. */
+/** A ball of light: a beam in flight, or an explosion. A beam has a halo, so that it is visible from afar. */
 export function makeGlow(color, halo = false) {
   const T = THREE();
   const ball = (opacity) => new T.Mesh(new T.SphereGeometry(1, 18, 12),
@@ -90,7 +90,7 @@ const WALL_HEIGHT = 16;
 const WALL_WIDTH = 3;
 const COURSE = 8; // height of a course of stones, field units
 
-// Two courses of stones of uneven lightness, made to be repeated.
+// A texture of two courses of stones of uneven lightness, which repeats seamlessly.
 function stoneTexture() {
   const T = THREE();
   const canvas = document.createElement('canvas');
@@ -114,7 +114,7 @@ function stoneTexture() {
   return texture;
 }
 
-/** All walls as one mesh of stone: a box along each wall, its stones of one size however long it is. */
+/** All walls as one mesh: a box along each wall, with stones of one size whatever its length. */
 export function makeWalls(list) {
   const T = THREE();
   const position = [];
@@ -180,7 +180,7 @@ export function sizeLabel(label, height, room, degrees) {
   label.scale.set((size * canvas.width) / canvas.height, size, 1);
 }
 
-/** Moves a label aside where it would pass the window's edge or run under the score panel. */
+/** Moves a label aside where it would cross the window's edge or the score panel. */
 export function keepInside(label, eye, room) {
   const wide = label.scale.x / (Math.tan((eye.fov * Math.PI) / 360) * eye.aspect); // the window is 2 wide
   const half = (label.userData.share * wide) / 2;
@@ -189,7 +189,7 @@ export function keepInside(label, eye, room) {
   label.center.x = 0.5 - (Math.max(Math.min(x, most), half - 1) - x) / wide;
 }
 
-/** Draws the text anew when it has changed. Text on a canvas is never read as HTML. */
+/** Redraws the text when it has changed. Text on a canvas is never parsed as HTML. */
 export function setLabel(label, text) {
   const { canvas } = label.userData;
   if (label.userData.text === text) return;
@@ -209,7 +209,7 @@ export function setLabel(label, text) {
   label.material.map.needsUpdate = true;
 }
 
-/** Gives back what the graphics card holds for an object and all below it. */
+/** Frees the graphics resources of an object and everything below it. */
 export function dispose(object) {
   object.traverse((part) => {
     if (part.geometry) part.geometry.dispose();

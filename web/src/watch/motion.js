@@ -1,5 +1,5 @@
-// Movement between two polls. Pure: each track keeps the last samples of one slot and is asked for a moment slightly in
-// the past, so that there is nearly always a sample on either side of it.
+// Interpolation between two polls. Pure: each track keeps the last samples of one slot and is read slightly in the
+// past, so that there is nearly always a sample on either side.
 
 export const DELAY = 130; // ms behind the newest sample: two polls and a little
 export const JUMP = 60; // field units between two samples beyond which a turtle has jumped and is not moved smoothly
@@ -15,7 +15,7 @@ export function newTrack() {
   return { samples: [] };
 }
 
-/** Adds what was seen at `time` (ms). A slot that was freed or given to another kind starts afresh. */
+/** Adds a sample at `time` (ms). A slot that was freed or given to another kind starts a new track. */
 export function addSample(track, time, turtle) {
   const last = track.samples[track.samples.length - 1];
   if (last && (last.alive !== turtle.alive || last.type !== turtle.type)) track.samples.length = 0;
@@ -24,7 +24,7 @@ export function addSample(track, time, turtle) {
   if (track.samples.length > KEPT) track.samples.shift();
 }
 
-/** Place, heading and beam at `time`; the newest ones when that lies beyond them; null before any sample. */
+/** Place, heading and beam at `time`; the newest ones when it is later than them; null without samples. */
 export function placeAt(track, time) {
   const { samples } = track;
   if (samples.length === 0) return null;

@@ -1,12 +1,12 @@
-// The painting on the floor and the cards that lie on it, fetched where the field writes them. Nothing is shown while
-// nobody writes any. Only the text functions here are pure; THREE is a global of the page.
+// The painting on the floor and the cards on it, fetched from where the field writes them. Nothing is shown while there
+// are none. Only the text functions are pure; THREE is a global of the page.
 
 export const PAINTING_EVERY = 150; // ms
 const ABSENT_EVERY = 5000; // ms, while there is none
 const SIDE = 512; // field units, and pixels of the painting
 const CARDS_MOST = 53;
 
-/** Cards as written by the field: {sheet, width, height, cards: [{x, y, u, v}]}, lowest first; null when it makes no sense. */
+/** Cards as written by the field: {sheet, width, height, cards: [{x, y, u, v}]}, lowest first; null when malformed. */
 export function parseCards(text) {
   let told;
   try {
@@ -60,11 +60,11 @@ function sharpTexture(image) {
   return texture;
 }
 
-// Textures begin at their foot, canvases at their top.
+// Texture rows start at the bottom, canvas rows at the top.
 const decode = (blob, flat) => (flat ? createImageBitmap(blob)
   : createImageBitmap(blob, { imageOrientation: 'flipY', premultiplyAlpha: 'none', colorSpaceConversion: 'none' }));
 
-/** The floor with its painting: `plane` belongs into the scene, `show(image)` puts a picture on it. */
+/** The floor with its painting: add `plane` to the scene; `show(image)` puts a picture on it. */
 export function makePaintedFloor() {
   const T = globalThis.THREE;
   const plane = new T.Mesh(new T.PlaneGeometry(SIDE, SIDE), new T.MeshBasicMaterial({ toneMapped: false }));
@@ -127,7 +127,7 @@ export function followPainting(world, base, scene) {
     }
     return sheets.get(name);
   };
-  // Whoever writes cards writes the painting, too; where nobody does, it is not asked for.
+  // The field writes cards and painting together; without cards the painting is not requested.
   let painting = false;
   const ends = [
     pollChanges(world, `${base}cards.json`, 2 * PAINTING_EVERY, async (answer) => {

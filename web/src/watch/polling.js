@@ -1,18 +1,17 @@
-// Asking the field again and again. One loop per address: the next question is asked when the last was answered or
-// given up, so that a slow field is never flooded; a field that does not answer is asked ever more slowly, down to once
-// a second; a hidden tab asks once a second too.
+// Polls the field. One loop per address: the next request is sent when the last was answered or timed out, so that a
+// slow field is never flooded; after failures the pause grows up to a second, and a hidden tab polls once a second.
 
-export const PATIENCE = 4000; // ms until a question is given up
+export const PATIENCE = 4000; // ms until a request is abandoned
 export const SLOW = 1000; // ms between questions of a hidden tab, and the longest pause after failures
 export const LOST_AFTER = 2000; // ms without any good answer until the field counts as lost
 
-/** The pause after an answer: `every` ms, stretched by failures in a row and for a hidden tab. */
+/** The pause after an answer: `every` ms, longer after failures in a row and for a hidden tab. */
 export function pauseAfter(every, failures, hidden) {
   const stretched = failures > 0 ? Math.min(every * 2 ** Math.min(failures, 10), Math.max(SLOW, every)) : every;
   return hidden ? Math.max(stretched, SLOW) : stretched;
 }
 
-/** One question. @returns the text, or null when there was no good answer in time */
+/** One request. @returns the text, or null without a good answer in time */
 export async function ask(world, path) {
   const abort = new AbortController();
   const timer = world.setTimeout(() => abort.abort(), PATIENCE);

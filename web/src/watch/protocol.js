@@ -1,9 +1,9 @@
-// What the field's answers mean. Pure: text in, plain records out. Every value is checked here, once, because a
-// turtle's name is written into the answers as it is and may hold anything, quotes included.
+// Parses the field's answers. Pure: text in, plain records out. Every value is checked here, once, because a turtle's
+// name is written into the answers unescaped and may hold anything, quotes included.
 
 const NUMBER = '(-?(?:nan|inf|[0-9.]+))';
 const FLAG = '(true|false)';
-// One turtle by the fixed order of its members; the name ends where the team follows, whatever it holds.
+// One turtle by the fixed order of its members; the name ends where the team follows, whatever it contains.
 const TURTLE = new RegExp(
   '\\{"tid":(\\d+),"time":(\\d+),"type":(\\d+),"name":"([\\s\\S]*?)","team":(-?\\d+),' +
     `"x":${NUMBER},"y":${NUMBER},"head":${NUMBER},"ttl":(-?\\d+),"bx":${NUMBER},"by":${NUMBER},` +
@@ -27,7 +27,7 @@ function cleanTurtle(raw, index) {
   for (const key of KEYS) turtle[key] = FLAGS.has(key) ? raw[key] === true : finite(raw[key]);
   turtle.tid = index; // the list has every slot in order
   turtle.name = typeof raw.name === 'string' ? raw.name : '';
-  // A turtle at no finite place cannot be shown.
+  // A turtle without a finite place cannot be shown.
   turtle.alive = turtle.alive && Number.isFinite(raw.x) && Number.isFinite(raw.y);
   return turtle;
 }
@@ -55,7 +55,7 @@ function parseList(text) {
   }
 }
 
-/** The turtle list; null when the answer makes no sense. A list that is no valid JSON is read by its fixed order. */
+/** The turtle list; null when the answer is malformed. A list that is not valid JSON is read by its fixed order. */
 export function parseTurtles(text) {
   const list = parseList(text) || looseTurtles(text);
   if (!list) return null;
@@ -68,18 +68,18 @@ function parseRecords(text, keys) {
   return list && list.filter((item) => item && keys.every((key) => Number.isFinite(item[key])));
 }
 
-/** The walls' front faces; null when the answer makes no sense. */
+/** The walls' front faces; null when the answer is malformed. */
 export function parseWalls(text) {
   return parseRecords(text, ['x1', 'y1', 'x2', 'y2', 'nx', 'ny']);
 }
 
-/** The coins, oldest first; null when the answer makes no sense. */
+/** The coins, oldest first; null when the answer is malformed. */
 export function parseCoins(text) {
   const coins = parseRecords(text, ['x', 'y', 'ord']);
   return coins && coins.sort((a, b) => a.ord - b.ord);
 }
 
-/** Eye and target of the camera; null when the answer makes no sense. */
+/** Eye and target of the camera; null when the answer is malformed. */
 export function parseCamera(text) {
   const cameras = parseRecords(`[${text}]`, ['x0', 'y0', 'z0', 'x1', 'y1', 'z1']);
   return cameras && cameras.length === 1 ? cameras[0] : null;

@@ -1,5 +1,5 @@
-// The picture: turns what the field last said into a scene and draws it at the screen's rate. THREE is touched only
-// when a function is called, after the page has loaded. Field coordinates are the scene's own, z up.
+// Turns the field's last answers into a scene and draws it at the screen's rate. THREE is used only after the page has
+// loaded. Field coordinates are the scene's own, z up.
 import { DELAY, addSample, newTrack, placeAt } from './motion.js';
 import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
 import { shortTitle } from './scores.js';
@@ -50,14 +50,14 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
 
   const actors = new Map(); // by slot
   let camera = { x0: 0, y0: 0, z0: 450, x1: 0, y1: 0, z1: 0 };
-  let looking = newTrack(); // of a turtle's eyes, so that they move as smoothly as the turtle
+  let looking = newTrack(); // a turtle's view, so that it moves as smoothly as the turtle
   let room = roomIn(1, 1, 0);
   let walls = null;
   let coins = null;
   let wallCount = 0;
   let cards = null;
   let own = null; // name of the turtle to mark
-  let changed = true; // something other than turtles is to be drawn anew
+  let changed = true; // something other than turtles must be redrawn
 
   function makeActor(type) {
     const made = (MAKERS[type] || makeTurtle)();
@@ -145,7 +145,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
 
   function setPainting(image) {
     painted.show(image);
-    lines.visible = false; // the painting is the floor now
+    lines.visible = false; // the painting replaces the floor
     changed = true;
   }
 
@@ -187,7 +187,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
     actor.shell.material.emissive.setHex(actor.flashColor);
     actor.shell.material.emissiveIntensity = glow;
     actor.body.scale.setScalar(1 + 0.15 * glow);
-    // The dying turn on their backs.
+    // Dying turtles turn on their backs.
     const gone = turtle.ttl > 0 ? Math.min(1, (DYING_FRAMES - turtle.ttl) / DYING_FRAMES + 0.2) : 0;
     actor.body.rotation.x = gone * Math.PI;
     actor.body.position.z = gone * 9;
@@ -209,7 +209,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
     addSample(looking, now, { x: next.x0, y: next.y0, head, bx: 0, by: 0, firing: false, alive: true, type: 0 });
   }
 
-  // The camera of this moment, between what the field said last.
+  // The camera at this moment, between the field's last two answers.
   function cameraAt(now) {
     const at = isOverview(camera) ? null : placeAt(looking, now - DELAY);
     if (!at) return camera;
@@ -233,7 +233,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
     const labelHeight = Math.max(LABEL_LEAST, LABEL_SHARE * Math.min(room.width, room.height));
     for (const actor of actors.values()) {
       drawActor(actor, now);
-      // Seen from inside, a body would hide everything else.
+      // Seen from inside, the own body would hide everything else.
       const inside = !isOverview(from) && Math.hypot(from.x0 - actor.body.position.x, from.y0 - actor.body.position.y) < 8;
       actor.body.visible = !inside;
       if (!actor.label) continue;
@@ -252,7 +252,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
 
   const counts = () => ({ walls: wallCount, coins: coins ? coins.count : 0, painted: painted.plane.visible,
     cards: cards ? cards.geometry.index.count / 6 : 0 });
-  /** Says once that painting, cards, walls or coins have changed since it was last asked. */
+  /** Reports once that painting, cards, walls or coins have changed since the last call. */
   const takeChanged = () => {
     const was = changed;
     changed = false;

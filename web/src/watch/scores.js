@@ -15,7 +15,7 @@ export function rank(turtles) {
   });
 }
 
-/** What a turtle is called: its name without control characters, or its number when it has none. */
+/** A turtle's displayed name: without control characters, or its number when it has none. */
 export function title(turtle) {
   const name = turtle.name.replace(/[\u0000-\u001f\u007f-\u009f\u200e\u200f\u202a-\u202e\u2066-\u2069]/g, ' ').trim();
   return name === '' ? `#${turtle.tid}` : name;

@@ -1,4 +1,4 @@
-// Where the picture is taken from. Pure. Field coordinates throughout, z up.
+// Camera positions. Pure. Field coordinates throughout, z up.
 
 export const FIELD_OF_VIEW = 60; // degrees, vertical
 const EYES_ACROSS = 50; // degrees that a turtle sees from side to side at least
@@ -45,7 +45,7 @@ export function roomIn(width, height, panelWidth) {
 
 const tangent = (degrees) => Math.tan((degrees * Math.PI) / 360); // of half an angle
 
-/** The picture's vertical angle, degrees. The overview's is fixed; eyes see far enough to the sides in a narrow room. */
+/** The picture's vertical angle, degrees. The overview's is fixed; a turtle's view is widened in a narrow room. */
 export function fieldOfView(camera, room) {
   if (isOverview(camera)) return FIELD_OF_VIEW;
   const wanted = (Math.atan((tangent(EYES_ACROSS) * room.height) / (room.width - room.right)) * 360) / Math.PI;
