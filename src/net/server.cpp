@@ -111,6 +111,11 @@ void start_tcp_server(int port) {
     }
 }
 
+int64_t accept_pause() {
+    const steady::time_point now = steady::now();
+    return now < next_accept ? std::chrono::nanoseconds(next_accept - now).count() : 0;
+}
+
 int accept_connection(int listen_sock) {
     sockaddr_in peer = {};
     socklen_t size = sizeof peer;
@@ -161,7 +166,7 @@ int accept_connection(int listen_sock) {
 int check_connection(int listen_sock) {
     fd_set set;
     FD_ZERO(&set);
-    if (steady::now() < next_accept) { // those who are in are served as ever
+    if (accept_pause() > 0) { // those who are in are served as ever
         wait_readable(set, -1);
         return 0;
     }

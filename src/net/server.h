@@ -1,6 +1,8 @@
 // The client server: a listening socket and one thread that accepts, polls and serves all clients.
 #pragma once
 
+#include <cstdint>
+
 /// Opens `port` (16 bits) and starts the server thread; a failure sets signals.socket_error_occurred and starts none.
 void start_tcp_server(int port);
 
@@ -9,6 +11,9 @@ int init_socket(int port);
 
 /// Accepts one connection and gives it a slot and a turtle. @return its socket; -1 refused, after closing it
 int accept_connection(int listen_sock);
+
+/// @return ns until the next try to accept may succeed: after one that found no descriptor or memory there is a pause
+int64_t accept_pause();
 
 /// Closes a connection that began with an HTTP request line; its turtle leaves the field, not even a zombie stays.
 /// Server thread, lock held. @return whether it was one

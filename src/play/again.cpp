@@ -53,6 +53,10 @@ bool run(again_t& a, int slot, const std::string& line) {
     } else if (line == "=") {
         record_drop(a.recorder, slot);
         vacate(slot);
+    } else if (line == "~") {
+        record_turned_away(a.recorder, slot);
+        turtle_leave(client_at(slot).turtle_id, slot);
+        vacate(slot);
     } else {
         record_command(a.recorder, slot, line);
         char reply[REPLY_MAX];

@@ -79,7 +79,7 @@ void serve_ready(game_t& game, const seat_set_t& ready) {
             continue;
         }
         while (take_line(slot, line)) execute_line(game, slot, line);
-        if (is_http_request(slot)) leave_seat(game, slot); // a browser, of which nothing was executed
+        if (is_http_request(slot)) turn_away(game, slot); // nothing of it was executed
     }
 }
 

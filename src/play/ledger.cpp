@@ -40,7 +40,8 @@ bool is_better(const rank_t& a, const rank_t& b) {
 int place_of(const ledger_t& ledger, const program_t& p) {
     int better = 0;
     for (int k = 0; k < ledger.count; ++k) {
-        if (is_better(rank_of(ledger.programs[static_cast<size_t>(k)]), rank_of(p))) ++better;
+        const program_t& other = ledger.programs[static_cast<size_t>(k)];
+        if (!other.browser && is_better(rank_of(other), rank_of(p))) ++better;
     }
     return better + 1;
 }
@@ -106,6 +107,11 @@ void note_leave(ledger_t& ledger, int slot, bool hung_up) {
     ledger.seated[static_cast<size_t>(slot)] = -1;
 }
 
+void note_turned_away(ledger_t& ledger, int slot) {
+    if (program_t* const p = program_of(ledger, slot)) p->browser = true;
+    ledger.seated[static_cast<size_t>(slot)] = -1;
+}
+
 int count_players(int& sides) {
     int players = 0;
     int alone = 0;
@@ -135,9 +141,12 @@ std::string results_json(const ledger_t& ledger, const setting_t& setting, const
     json += ",\"why\":";
     add_json_string(json, why);
     json += ",\"programs\":[";
+    bool any = false;
     for (int k = 0; k < ledger.count; ++k) {
         const program_t& p = ledger.programs[static_cast<size_t>(k)];
-        json += k == 0 ? "{\"name\":" : ",{\"name\":";
+        if (p.browser) continue;
+        json += any ? ",{\"name\":" : "{\"name\":";
+        any = true;
         const auto length = static_cast<size_t>(bounded_length(p.name, TEXT_BYTES));
         add_json_string(json, names ? std::string_view(p.name, length) : std::string_view());
         add_field(json, "team", p.team);

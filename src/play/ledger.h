@@ -22,6 +22,7 @@ struct program_t {
     int64_t left;     // tick in which it hung up; -1 = it did not
     int64_t commands; // lines carried out
     int64_t missed_turns;
+    bool browser;          // it was none: the results leave it out
     char name[TEXT_BYTES]; // may lack a terminator
 };
 
@@ -49,6 +50,9 @@ void note_state(ledger_t& ledger);
 
 /// The client in `slot` is no longer seated: it `hung_up`, or was dropped after its turtle's death.
 void note_leave(ledger_t& ledger, int slot, bool hung_up);
+
+/// What joined in `slot` was a browser and has been turned away: the results know nothing of it.
+void note_turned_away(ledger_t& ledger, int slot);
 
 /// Programs that still play: seated, their turtles alive, neither dying nor zombies. @param[out] sides  teams among
 /// them, where everybody without a team is a side of its own

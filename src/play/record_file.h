@@ -45,7 +45,7 @@ struct record_line_t {
 /// @return false when the line is no JSON object with a tick, or one of the above has a wrong type
 [[nodiscard]] bool parse_line(const std::string& line, record_line_t& parsed);
 
-// One program's commands in one tick: joined "+", dropped "=", hung up "-", else lines.
+// One program's commands in one tick: joined "+", dropped "=", hung up "-", turned away "~", else lines.
 struct seat_text_t {
     int seat;
     std::string text;

@@ -27,7 +27,7 @@ constexpr std::string_view LETTERS =
     "!#$%&'()*+,-/0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[]^_`abcdefghijklmnopqrstuvwxyz"
     "{|}~";
 
-constexpr char JOINED[] = "+", LEFT[] = "-", DROPPED[] = "=";
+constexpr char JOINED[] = "+", LEFT[] = "-", DROPPED[] = "=", TURNED_AWAY[] = "~";
 constexpr char NOTHING_CHANGED[] = "?"; // a question, or a word that is no command
 
 int kind_of(const turtle_t& t) {
@@ -649,6 +649,8 @@ void record_join(recorder_t& r, int slot) { add_line(r, slot, JOINED); }
 void record_leave(recorder_t& r, int slot) { add_line(r, slot, LEFT); }
 
 void record_drop(recorder_t& r, int slot) { add_line(r, slot, DROPPED); }
+
+void record_turned_away(recorder_t& r, int slot) { add_line(r, slot, TURNED_AWAY); }
 
 void record_command(recorder_t& r, int slot, std::string_view line) {
     if (changes_nothing(line)) {

@@ -97,6 +97,9 @@ void record_leave(recorder_t& r, int slot);
 /// The program in `slot` is dropped, its turtle has died.
 void record_drop(recorder_t& r, int slot);
 
+/// What joined in `slot` was a browser: its turtle has left the field with it.
+void record_turned_away(recorder_t& r, int slot);
+
 /// A tick has passed: elapsed_time is its number, `view` what it painted.
 void record_tick(recorder_t& r, const tick_view_t& view);
 

@@ -7,6 +7,7 @@
 #include "net/reply.h"
 #include "net/server.h"
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <poll.h>
@@ -59,6 +60,10 @@ bool is_stopped() { return stop_requested; }
 bool is_seated(int slot) { return client_tab[static_cast<size_t>(slot)].sockfd >= 0; }
 
 arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool newcomers, int64_t patience) {
+    if (const int64_t pause = newcomers ? accept_pause() : 0; pause > 0) {
+        newcomers = false;
+        patience = patience < 0 ? pause : std::min(patience, pause);
+    }
     std::array<pollfd, MAX_CLIENT + 1> fds{};
     std::array<int, MAX_CLIENT> slots{};
     nfds_t count = 0;
@@ -79,7 +84,7 @@ arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool new
 
 void admit_newcomers(game_t& game) {
     pollfd door{.fd = game.listen_sock, .events = POLLIN, .revents = 0};
-    while (wait_on(&door, 1, 0)) {
+    while (accept_pause() == 0 && wait_on(&door, 1, 0)) {
         const int sock = accept_connection(game.listen_sock);
         const int slot = sock < 0 ? -1 : slot_of_socket(sock);
         if (slot < 0) continue;
@@ -102,6 +107,12 @@ void leave_seat(game_t& game, int slot) {
     if (game.recorder != nullptr) record_leave(*game.recorder, slot);
     make_zombie(client_tab[static_cast<size_t>(slot)].turtle_id);
     disconnect_client(slot);
+}
+
+void turn_away(game_t& game, int slot) {
+    note_turned_away(game.ledger, slot);
+    if (game.recorder != nullptr) record_turned_away(*game.recorder, slot);
+    turn_away_http(slot);
 }
 
 void drop_the_dead(game_t& game) {

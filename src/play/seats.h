@@ -28,7 +28,8 @@ void take_signals();
 /// SIGINT or SIGTERM has come.
 [[nodiscard]] bool is_stopped();
 
-/// Admits all who wait at the door, in their order.
+/// Admits all who wait at the door, in their order. For a while after a try that found no descriptor or no memory
+/// nobody is admitted.
 void admit_newcomers(game_t& game);
 
 /// Runs one line of the client in `slot` and answers it.
@@ -36,6 +37,9 @@ void execute_line(game_t& game, int slot, const char* line);
 
 /// The client in `slot` has hung up: its turtle becomes a zombie, the seat is free.
 void leave_seat(game_t& game, int slot);
+
+/// The client in `slot` began with an HTTP request line: neither it nor its turtle stays.
+void turn_away(game_t& game, int slot);
 
 /// Drops the clients whose turtles have died.
 void drop_the_dead(game_t& game);

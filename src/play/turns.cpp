@@ -11,7 +11,7 @@ namespace {
 
 constexpr int64_t MILLISECOND = 1'000'000; // ns
 
-enum class waits_with_t { nothing, line, end };
+enum class waits_with_t { nothing, line, end, request };
 
 // One seat in one turn.
 struct seat_t {
@@ -57,7 +57,7 @@ void receive_from(int slot) {
         seat_at(slot).with = waits_with_t::end;
     } else {
         look_for_line(slot);
-        if (is_http_request(slot)) seat_at(slot).with = waits_with_t::end; // a browser
+        if (is_http_request(slot)) seat_at(slot).with = waits_with_t::request;
     }
 }
 
@@ -118,6 +118,11 @@ void run_seat(game_t& game, int slot) {
     if (s.with == waits_with_t::end) {
         s.in_turn = false;
         leave_seat(game, slot);
+        return;
+    }
+    if (s.with == waits_with_t::request) {
+        s.in_turn = false;
+        turn_away(game, slot);
         return;
     }
     s.with = waits_with_t::nothing;

@@ -148,6 +148,24 @@ class Turns(GameTest):
         self.assertEqual(b.clock("f 1"), 0)
         self.assertEqual(b.clock("f 1"), 1)
 
+    def test_a_browser_at_the_wrong_port_is_no_program(self):
+        game = self.recorded("--pace", "turns", "--turn-limit", LONG, "-n", 2, "-s", 3, "-t", 6)
+        browser, a = game.join(), game.join()
+        for piece in (b"GET /", b";!;z%205", b" HTTP/1.1\r\nHost: x\r\n\r\n"):
+            browser.sock.sendall(piece)
+        a.send("f 1")
+        with self.assertRaises(Closed):
+            browser.answer()
+        self.assertEqual(a.answer(), "OK @ 0 0")
+        self.assertEqual(a.ask("q n", "q z s 5").split(" ")[0], "0")
+        self.assertEqual(a.ask("q n"), "1 OK @ 1 0")  # not even a zombie
+        for _ in range(5):
+            a.ask("f 1")
+        self.assertEqual([(p["seat"], p["place"]) for p in game.results()["programs"]], [(1, 1)])
+        self.assertIn("verified", harness.replay("--verify", game.record_file).stdout)
+        a.hang_up()
+        browser.hang_up()
+
     def test_a_program_that_joins_later_plays_from_the_next_turn(self):
         game, a = self.turns(1)
         a.ask("f 1")

@@ -2,7 +2,9 @@
 
 Every wait has a deadline and ends on a condition. Everything started here is ended by its process id, and a program
 that died or printed a sanitizer report fails the test that used it. KELMORA names the program, KELMORA_SLOW
-stretches all deadlines (default: derived from the time the program takes to start).
+stretches all deadlines (default: derived from the time the program takes to start). When
+KELMORA is kelmora-headless, the tests that press keys or look at pixels are skipped (`needs_window`), and an empty field
+is a new process.
 Run inside scripts/in-namespace: the ports are fixed, and 127.0.0.2 stands for another host.
 """
 import atexit
@@ -25,6 +27,7 @@ import numpy
 from PIL import Image
 
 PROGRAM = os.environ.get("KELMORA", "")
+WINDOW = os.path.basename(PROGRAM) != "kelmora-headless"
 CLIENT_PORT = 2222
 VIEWER_PORT = 2280
 FIELD_SIZE = 512          # pixels, also field units
@@ -35,6 +38,11 @@ EVENT_HIT, EVENT_FINDER, EVENT_RADAR, EVENT_MESSAGE = 0x1, 0x40, 0x80, 0x100
 REPORTS = ("AddressSanitizer", "ThreadSanitizer", "LeakSanitizer", "runtime error:", "Assertion ", "terminate called")
 
 slow = float(os.environ.get("KELMORA_SLOW", "0"))
+
+
+def needs_window(test):
+    """Marks a test, or a class of them, that presses keys, picks from the menu or looks at pixels."""
+    return unittest.skipUnless(WINDOW, "needs the window")(test)
 
 
 def patience(seconds):
@@ -98,6 +106,15 @@ def served_connections():
     return len(tcp_sockets("sport = :%d" % CLIENT_PORT))
 
 
+class NoDisplay:
+    """What a field without a window has instead of a display: a folder."""
+    environment = {}
+
+    def __init__(self):
+        self.scratch = self.home = tempfile.mkdtemp(prefix="kelmora-wire-")
+        atexit.register(shutil.rmtree, self.scratch, True)
+
+
 class Display:
     """One virtual display for the whole test process."""
     current = None
@@ -139,7 +156,7 @@ class Display:
     @classmethod
     def get(cls):
         if cls.current is None:
-            cls.current = cls()
+            cls.current = cls() if WINDOW else NoDisplay()
         return cls.current
 
     def close(self):
@@ -275,6 +292,7 @@ class Client:
 
 
 MENU_GREY = 178  # of freeglut's menus
+HEADLESS_OPTIONS = ["--pace", "real"]
 
 
 class Field:
@@ -326,14 +344,14 @@ class Field:
             raise RuntimeError("set KELMORA to the program")
         if is_listening(CLIENT_PORT) and self.servers:
             raise RuntimeError("port %d is taken: run this inside scripts/in-namespace" % CLIENT_PORT)
-        others = set(self.windows())
+        others = set(self.windows()) if WINDOW else set()
         # A capture is named by the field's clock, which restarts: remove older ones, so that no new one has the name of
         # an old one.
         for name in captures_in(self.display.home):
             os.unlink(os.path.join(self.display.home, name))
         self.earliest_second = int(time.time())
         began = time.monotonic()
-        self.process = subprocess.Popen([self.argv0 or PROGRAM] + self.args, executable=PROGRAM,
+        self.process = subprocess.Popen([self.argv0 or PROGRAM] + ([] if WINDOW else HEADLESS_OPTIONS) + self.args, executable=PROGRAM,
                                         env=self.environment, cwd=self.cwd, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
                                         pass_fds=self.inherited, preexec_fn=self.close_streams if self.closed else None)
@@ -360,6 +378,8 @@ class Field:
             raise AssertionError("the program ended with %d; it said %r" % (self.process.returncode, self.lines))
         if self.servers and not is_listening(CLIENT_PORT):
             return False
+        if not WINDOW:
+            return is_listening(VIEWER_PORT)
         self.window = next((window for window in self.windows() if window not in others), None)
         return self.window is not None
 
@@ -410,15 +430,30 @@ class Field:
 
                 With `last` the window may close before the key is released.
         """
+        if not WINDOW:
+            raise AssertionError("no window takes the keys %r: this test needs_window" % (names,))
         self.xdotool("key", "--window", self.window, "--delay", "2", *names, check=not last)
 
     def settle(self):
         """Waits until all earlier key presses have been handled: presses two keys that cancel each other and are
         logged."""
+        if not WINDOW:
+            return
         start = self.mark()
         self.key("at", "at")
         wait_until(lambda: len([line for line in self.said(start) if re.match("entering p(rivate|ublic) mode", line)]) >= 2,
                    10, "two changes of private mode")
+
+    def empty(self):
+        """Drops all clients and turtles: the operator's key, or a new process where there is no operator."""
+        if WINDOW:
+            self.key("K")
+            self.settle()
+            return
+        trouble = self.stop()
+        if trouble:
+            raise AssertionError(trouble)
+        self.start()
 
     def menus(self):
         """Visible windows other than the field's own (a menu is one)."""
@@ -447,6 +482,8 @@ class Field:
 
     def picture(self, window=None):
         """Pixels of the field's window or another: array[row from the top, column, red green blue]."""
+        if not WINDOW:
+            raise AssertionError("no window to look at: this test needs_window")
         path = os.path.join(self.display.scratch, "window.png")
         subprocess.run(["import", "-silent", "-window", window or self.window, path], env=self.environment_of_tools(),
                        check=True, timeout=patience(60), capture_output=True)
@@ -514,6 +551,8 @@ class Field:
                 self.process.kill()
                 self.process.wait(timeout=20)
                 trouble += " the program did not end when asked to"
+            if not WINDOW and self.process.returncode != 0:
+                trouble += " the program ended with status %d when asked to" % self.process.returncode
         elif not self.ended or status != 0:
             trouble = "the program ended by itself with status %d" % status
         if self.log_unread:
@@ -564,8 +603,7 @@ class FieldTest(unittest.TestCase):
                 last.ask(".")
             except Closed:
                 pass
-        self.field.key("K")
-        self.field.settle()
+        self.field.empty()
         wait_until(lambda: served_connections() == 0, 10, "all clients to be dropped")
         made = [self.client() for _ in range(count)]
         made[0].do("! u", "h 0 0 0")
@@ -574,6 +612,16 @@ class FieldTest(unittest.TestCase):
         if any(abs(places[i] - places[j]) <= 20 for i in range(count) for j in range(i)):
             return self.fresh(count)
         return made[0] if count == 1 else made
+
+    def nobody(self):
+        """An empty field in graphics mode, without even a zombie."""
+        if not WINDOW:
+            self.field.empty()
+            return
+        self.fresh().close()
+        wait_until(lambda: served_connections() == 0, 10, "an empty field")
+        self.field.key("z")
+        self.field.settle()
 
 
 def main():

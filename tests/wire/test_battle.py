@@ -46,10 +46,7 @@ class Battle(FieldTest):
     PLACES = [(-150, 150), (-90, 150), (150, 150), (150, 90), (-150, -150), (150, -150)]
 
     def setUp(self):
-        self.fresh().close()
-        wait_until(lambda: harness.served_connections() == 0, 10, "an empty field")
-        self.field.key("z")
-        self.field.settle()
+        self.nobody()
         self.start = self.field.mark()
         self.fighters = []
         for number, place in enumerate(self.PLACES):
@@ -60,8 +57,7 @@ class Battle(FieldTest):
             fighter.client.do("j %d %d" % (x, y), "n " + ("Fighter%d" % number).encode().hex(), "i %d" % (number % 4 + 1))
 
     def tearDown(self):
-        self.field.key("K")
-        self.field.settle()
+        self.field.empty()
         with Client() as client:
             client.do("! u")
 
@@ -86,6 +82,7 @@ class Battle(FieldTest):
         self.assertGreaterEqual(gone.clock - fired, 50 + 20)
         self.assertEqual(gone.values, "5")                          # removed, not a zombie
         self.assertEqual(shooter.score(), 140)
+        wait_until(lambda: self.closing_lines() > 0, 10, "the line about it")
         self.assertEqual(self.closing_lines(), 1)
 
     def test_beam_in_flight_and_explosion_hold_the_next_shot(self):

@@ -11,7 +11,7 @@ import time
 import unittest
 
 import harness
-from harness import VIEWER_PORT, Client, Closed, Field, FieldTest, patience, swap16, wait_until
+from harness import VIEWER_PORT, Client, Closed, Field, FieldTest, needs_window, patience, swap16, wait_until
 
 OVERVIEW = ('{"x0":0.000000,"y0":0.000000,"z0":450.000000,'
             '"x1":0.000000,"y1":0.000000,"z1":0.000000}')
@@ -263,6 +263,7 @@ class Turtles(FieldTest):
         self.assertAlmostEqual(camera["y1"], -40, delta=0.01)
         self.assertEqual(get("/$99999999999/camera")[1].decode(), OVERVIEW)
 
+    @needs_window
     def test_killed_field_gives_empty_lists(self):
         self.fresh().close()
         self.field.key("K")
@@ -329,6 +330,9 @@ class Turtles(FieldTest):
                 pass  # no turtle was free
 
         def rebuild():
+            if not harness.WINDOW:
+                stop.wait(0.01)
+                return
             self.field.key("o")  # stones
             self.field.key("b")  # hard edges: the walls around the field
             self.field.settle()
@@ -410,6 +414,7 @@ class Limits(unittest.TestCase):
             with Client() as turtle:  # the field itself is untouched
                 turtle.do(".")
 
+    @needs_window
     def test_public_mode_serves_every_peer(self):
         with Field() as field:
             field.key("at")
@@ -424,8 +429,10 @@ class Limits(unittest.TestCase):
             for name in ("a.js", "b.js", "c.js"):
                 field.wait_line("script: " + name)
             self.assertEqual(re.findall(r'src="([^"]*)"', get("/")[1].decode()), ["a.js", "b.js", "c.js"])
-            self.assertIn("httpd: listening for connections on port 2280...", field.said())
+            if harness.WINDOW:  # the other program says so on standard output
+                self.assertIn("httpd: listening for connections on port 2280...", field.said())
 
+    @needs_window
     def test_taken_port_is_reported(self):
         with socket.socket() as other:
             other.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)  # earlier connections linger

@@ -6,7 +6,7 @@ import time
 import unittest
 
 import harness
-from harness import Client, Closed, FieldTest, swap16, wait_until
+from harness import Client, Closed, FieldTest, needs_window, swap16, wait_until
 
 
 class Connections(FieldTest):
@@ -51,6 +51,7 @@ class Connections(FieldTest):
         self.log_line("closing connection", clients[0])
         self.assertEqual(self.client().ask("q n").values, "11")
 
+    @needs_window
     def test_full_turtle_table_refuses_the_client_after_handling_it(self):
         other = self.client()
         other.close()
@@ -85,6 +86,7 @@ class Connections(FieldTest):
             mapped.connect(("::ffff:127.0.0.1", harness.CLIENT_PORT))
             self.assertEqual(mapped.recv(100), b"")
 
+    @needs_window
     def test_public_mode_admits_other_addresses_until_private_again(self):
         self.field.key("at")
         self.field.wait_line("entering public mode...", self.start)
@@ -127,6 +129,7 @@ class Connections(FieldTest):
         self.addCleanup(quiet.close)
         wait_until(lambda: self.turtle.ask("q n").values == "2", 10, "the quiet client's turtle")
 
+    @needs_window
     def test_client_that_never_reads_blocks_nobody_and_becomes_a_zombie(self):
         # Each "q b" causes a reply of 140 bytes or more, so the socket's buffers fill soon.
         deaf = Client(receive_buffer=4096, greet=False)
@@ -190,6 +193,7 @@ class Connections(FieldTest):
         other.send(b"y" * 2000 + b"\nq n\n")
         self.assertEqual([other.reply().values for _ in range(2)], ["1", "2"])
 
+    @needs_window
     def test_kill_all_drops_every_client(self):
         clients = [self.turtle] + [self.client() for _ in range(4)]
         self.turtle.do("o b", "z 5 1 1")
@@ -202,6 +206,7 @@ class Connections(FieldTest):
         self.assertEqual(after.ask("q z s 5").values, "0")
         self.assertEqual([after.ask("o b").status for _ in range(31)], ["OK"] * 30 + ["ERR"])
 
+    @needs_window
     def test_maze_mode_drops_clients_and_announces_battle_first(self):
         self.field.key("M")
         self.assertTrue(self.turtle.wait_closed())
@@ -214,6 +219,7 @@ class Connections(FieldTest):
         self.field.key("exclam")                                    # battle mode has stayed
         self.field.wait_line("entering turtle graphics mode...", second)
 
+    @needs_window
     def test_maze_mode_puts_a_client_into_the_corner_cell_facing_east(self):
         self.field.key("M")
         self.assertTrue(self.turtle.wait_closed())
@@ -300,6 +306,7 @@ class ManyFiles(unittest.TestCase):
             self.assertEqual(turtle.ask("q a").values, "1")
 
 
+@needs_window
 class PortTaken(FieldTest):
     field_options = {"servers": False}
 

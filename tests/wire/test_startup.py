@@ -9,7 +9,7 @@ import unittest
 import urllib.request
 
 import harness
-from harness import Client, Field, wait_until
+from harness import Client, Field, needs_window, wait_until
 from model import Model
 
 HELP = ["options:", ' -js "URL1;URL2;..."']
@@ -25,6 +25,7 @@ def run(*arguments, argv0=None, env=None):
     return done.returncode, done.stdout, done.stderr.split("\n")
 
 
+@needs_window
 class Options(unittest.TestCase):
     def assertHelp(self, result, scripts=()):
         status, out, lines = result
@@ -52,12 +53,14 @@ class Options(unittest.TestCase):
 
 
 class Start(unittest.TestCase):
+    @needs_window
     def test_banners_come_first(self):
         with Field() as field:
             self.assertRegex(field.said()[0], r"^Kelmora: .+$")
             self.assertRegex(field.said()[1], r"^starting kelmora build on [A-Z][a-z]{2} [ 123]\d \d{4}$")
             self.assertNotIn("options:", field.said())
 
+    @needs_window
     def test_script_option_swallows_what_looks_like_help(self):
         for arguments, argv0 in ((["-js", "-h"], None), (["-js"], None), (["-jsfoo", "-help"], None), (["-h"], "-js")):
             with Field(arguments, argv0=argv0) as field:
@@ -65,12 +68,14 @@ class Start(unittest.TestCase):
                 with Client() as turtle:
                     self.assertEqual(turtle.ask("q a").values, "1")
 
+    @needs_window
     def test_script_option_without_a_value_leaves_the_default_scripts(self):
         with Field(["-js"]) as field:
             page = urllib.request.urlopen("http://127.0.0.1:%d/" % harness.VIEWER_PORT, timeout=harness.patience(20))
             self.assertIn('src="http://localhost:2281/kelmora/script/kelmora.js"', page.read().decode())
             self.assertEqual([line for line in field.said() if line.startswith("script: ")], [])
 
+    @needs_window
     def test_title_names_the_mode_and_the_host(self):
         with Field() as field:
             host = socket.gethostname()
@@ -80,6 +85,7 @@ class Start(unittest.TestCase):
             field.key("at")
             wait_until(lambda: field.title() == "Private Kelmora @ " + host, 10, field.title)
 
+    @needs_window
     def test_second_program_warns_and_leaves_the_first_alone(self):
         with Field() as first, Client() as turtle:
             with Field(servers=False) as second:
@@ -88,6 +94,7 @@ class Start(unittest.TestCase):
             turtle.do("f 1")
             self.assertNotIn("init_socket(): cannot bind to port 2222", first.said())
 
+    @needs_window
     def test_missing_and_over_long_environment_is_survived(self):
         # HOME as long as one environment string may be; a capture reads both HOME and USER.
         long = "/" + "h" * 100000
@@ -114,6 +121,7 @@ class Start(unittest.TestCase):
                     self.assertEqual(turtle.ask("q a").values, "1")
                     self.assertEqual(turtle.pending, b"")
 
+    @needs_window
     def test_quit_key_ends_with_status_zero(self):
         with Field() as field, Client() as turtle:
             turtle.do("p d", "f 10")
@@ -197,11 +205,65 @@ class Placement(unittest.TestCase):
                 nearest = predicted
         self.fail("no start second predicts this:\n%s\n%s" % (seen, nearest))
 
+    @unittest.skipIf(harness.WINDOW, "the window has no options for it")
+    def test_every_place_follows_from_the_seed_that_is_given(self):
+        # Without an operator's keys there are two games: one with a stone that lay there first, one in a maze.
+        for seed in (0, 5, 1_700_000_000, (1 << 32) - 1):
+            with self.subTest(seed=seed):
+                model = Model(seed)
+                model.scatter_stone()
+                expected = [("turtle",) + model.generate() for _ in range(3)]
+                model.scatter_coin()
+                expected.append(("turtle",) + model.generate())
+                model.generate(free=True)
+                expected.append(("turtle",) + model.generate())
+                # The first of the bodies is the stone.
+                expected.append(("radar", model.radar(1, 1)))
+                model.kill_all()
+                with Field(["-s", str(seed), "--stones", "1"]) as field:
+                    seen = self.visit(field, 3)
+                self.assertSame(seen, expected)
+                model = Model(seed)
+                model.maze()
+                expected = [("turtle",) + model.generate() for _ in range(4)]
+                with Field(["-s", str(seed), "-m", "maze"]) as field:
+                    self.assertSame(self.visit(field, 4, more=False), expected)
+
+    def visit(self, field, count, more=True):
+        """Where newcomers stand; with more, what they draw out of the same random stream meanwhile."""
+        seen, clients = [], []
+
+        def arrive():
+            try:
+                client = Client()
+            except harness.Closed:
+                seen.append(("turtle", None))
+                return
+            clients.append(client)
+            self.addCleanup(client.close)
+            seen.append(("turtle",) + client.position() + tuple(client.numbers("q d")))
+        for _ in range(count):
+            arrive()
+        if more:
+            clients[0].do("o x")
+            arrive()
+            clients[1].do("d")
+            arrive()
+            seen.append(("radar", clients[0].numbers("q r 2")[0]))
+        return seen
+
+    def assertSame(self, seen, expected):
+        self.assertEqual(len(seen), len(expected))
+        for one, other in zip(seen, expected):
+            self.assertTrue(same(one, other), (seen, expected))
+
+    @needs_window
     def test_every_place_follows_from_the_second_of_the_start(self):
         with Field() as field:
             seen = self.play(field)
             self.assertAsPredicted(seen, range(field.earliest_second, field.latest_second + 1))
 
+    @needs_window
     @unittest.skipIf(harness.PROGRAM and harness.instrumented(), "a sanitizer wants to be the first library loaded")
     def test_start_in_a_chosen_second_gives_the_same_field_again(self):
         second = 1_700_000_000

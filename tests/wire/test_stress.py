@@ -6,7 +6,7 @@ import time
 import crowd
 import harness
 from crowd import together
-from harness import Client, Closed, FieldTest
+from harness import Client, Closed, FieldTest, needs_window
 
 SPAN = 60.0 if os.environ.get("KELMORA_LONG") else 5.0
 
@@ -44,6 +44,7 @@ class Crowd(FieldTest):
         self.assertGreater(min(rounds), SPAN * 2 / max(harness.slow / 4, 1.0))
         self.assertEqual(clients[0].ask("q a").values, "1")
 
+    @needs_window
     def test_brushes_wider_than_the_window_leave_the_field_its_ticks(self):
         turtles = self.fresh(10)
         watcher = turtles.pop()
@@ -75,6 +76,7 @@ class Crowd(FieldTest):
         self.assertGreater(wide, 0.3 * ordinary)
         self.assertLess(resident(), before + (200 if harness.instrumented() else 30))
 
+    @needs_window
     def test_valid_commands_at_random_while_the_operator_toggles_everything(self):
         end = time.monotonic() + SPAN
 

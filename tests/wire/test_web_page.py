@@ -27,7 +27,7 @@ class WebPage(FieldTest):
         self.turtle.do("i 1", "u mine", "p d", "j 100 0", "p u", "j 3000 0", "z 0")
         self.turtle.wait_ticks(3)
         self.start = self.field.mark()
-        self.pixels = self.field.captured()
+        self.pixels = self.field.captured() if harness.WINDOW else None
 
     def connect(self):
         client = Client(greet=False)
@@ -57,7 +57,8 @@ class WebPage(FieldTest):
         self.assertEqual(self.turtle.ask("q z s 5").values, "0")
         self.assertTrue(self.turtle.ask("q b").values.endswith(" mine"))
         self.assertNotIn("entering battle mode...", self.field.said(self.start))
-        self.assertEqual(int((self.field.captured() != self.pixels).sum()), 0)
+        if harness.WINDOW:
+            self.assertEqual(int((self.field.captured() != self.pixels).sum()), 0)
 
     def test_request_is_turned_away_unexecuted(self):
         for request in REQUESTS:
