@@ -25,7 +25,7 @@ constexpr int PORT_TAKEN = 3;
 game_t game;
 recorder_t recorder;
 
-// @return the file to write to; null when there is none to be written. A file that cannot be opened ends the program.
+// @return the file to write to; null when none is wanted. A file that cannot be opened ends the program.
 FILE* open_output(const char* name, const char* what) {
     if (name == nullptr) return nullptr;
     if (strcmp(name, "-") == 0) return stdout;
@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
         start_record(game);
     }
     play(game);
-    // The viewers' threads run on until the process is gone: nothing that they use has a destructor.
+    // The web threads run until the process exits, so nothing they use has a destructor.
     const bool written = finish(game, results);
     fflush(stdout);
     _Exit(written ? 0 : NOT_WRITTEN);

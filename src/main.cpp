@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
     open_standard_streams();
     log_line_always("Kelmora: %s", copyright);
     log_line_always("starting kelmora build on %s", __DATE__);
-    // Options are told by their first bytes, and the program's own name is looked at like the others.
+    // Options are recognised by their first bytes, and the program's own name is treated like an option.
     for (int i = 0; i < argc;) {
         if (strncmp(argv[i], "-js", 3) == 0 && i + 1 < argc) {
             set_jscript_src(argv[i + 1]);

@@ -1,5 +1,5 @@
-// kelmora-replay: checks the record of a game, prints a summary, plays the game again, writes a page to share.
-// Exit codes: 0 all is well, 1 the record is damaged or the game went another way, 2 a wrong option or file.
+// kelmora-replay: checks the record of a game, prints a summary, replays the game, writes a page to share. Exit codes:
+// 0 all is well, 1 the record is damaged or the game went differently, 2 a wrong option or file.
 
 #include "base/descriptors.h"
 #include "play/again.h"
@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
     if (!read_record(request.file, record)) return WRONG_OPTION;
 
     bool well = record.whole;
-    // A page on standard output stands alone there.
+    // A page on standard output must not be mixed with other output.
     const bool quiet = request.html != nullptr && strcmp(request.html, "-") == 0;
     if (!quiet) well = print_summary(record, stdout) && well;
     if (!record.whole) fprintf(stderr, "kelmora-replay: %s\n", record.trouble.c_str());

@@ -1,4 +1,4 @@
-// Angles: degrees outside, radians inside.
+// Angles: degrees in interfaces, radians in computations.
 #pragma once
 
 inline constexpr double PI = 3.141592653589793;

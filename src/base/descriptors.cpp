@@ -23,10 +23,10 @@ int free_descriptors() {
     DIR* const list = opendir("/proc/self/fd");
     if (list == nullptr) return 0;
     while (const dirent* const entry = readdir(list)) {
-        // A descriptor from before the limit was lowered may be above it, and takes no place below.
+        // Descriptors opened before the limit was lowered may be above it and do not count.
         if (entry->d_name[0] != '.' && atoi(entry->d_name) < most) ++used;
     }
     closedir(list);
-    --used; // the list itself
+    --used; // the directory's own descriptor
     return std::max(most - used, 0);
 }

@@ -21,22 +21,22 @@ namespace {
 
 using steady = std::chrono::steady_clock;
 
-constexpr int FORMAT_MAX = 64;                     // formats told apart; all beyond share the last place
-constexpr int KIND_MAX = 64;                       // kinds told apart at a time: the most recent ones
-constexpr size_t EXAMPLE_MAX = 256;                // bytes of a line that are quoted with the count of the others
-constexpr timespec PAUSE = {0, 100 * 1000 * 1000}; // between two looks of the thread that writes what is left
+constexpr int FORMAT_MAX = 64;                     // formats counted separately; all further ones share the last entry
+constexpr int KIND_MAX = 64;                       // kinds counted separately: the most recent ones
+constexpr size_t EXAMPLE_MAX = 256;                // bytes of an example line quoted with a count
+constexpr timespec PAUSE = {0, 100 * 1000 * 1000}; // between two attempts of the writing thread
 
-// Lines that did not go out, and one of their kind that did.
+// Suppressed lines, with an example of their kind.
 struct left_out_t {
-    uint64_t count; // not yet told of
+    uint64_t count; // not yet reported
     steady::time_point since;
     std::array<char, EXAMPLE_MAX> example; // terminated
 };
 
 struct format_t {
     const char* format;        // null = a free place
-    steady::time_point second; // the second that is counted began
-    int sent;                  // lines in it
+    steady::time_point second; // start of the counted second
+    int sent;                  // lines in that second
     left_out_t left_out;
 };
 
@@ -54,11 +54,11 @@ std::array<kind_t, KIND_MAX> kinds;
 std::array<char, LOG_BACKLOG> backlog;
 size_t backlog_bytes;
 uint64_t unread;   // lines dropped because the backlog was full
-bool attended;     // the thread that writes what is left is running
+bool attended;     // the writing thread is running
 bool told_at_exit; // tell_at_exit is registered
 
-// Opens standard error once more, so that a write to a pipe or a terminal comes back instead of waiting for the reader:
-// O_NONBLOCK belongs to the open file, which other programs may share. @return STDERR_FILENO where that cannot be
+// Reopens standard error non-blocking, so that a write to a pipe or a terminal never waits for the reader: O_NONBLOCK
+// belongs to the open file, which other programs may share. @return STDERR_FILENO when it cannot be reopened
 int open_stderr_without_waits() {
     struct stat info = {};
     if (fstat(STDERR_FILENO, &info) != 0 || !(S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode))) return STDERR_FILENO;
@@ -77,16 +77,16 @@ void drain() {
     const int fd = open_stderr_without_waits();
     pollfd room = {.fd = fd, .events = POLLOUT, .revents = 0};
     while (backlog_bytes > 0 && poll(&room, 1, 0) == 1) {
-        // So many bytes fit into a pipe that has room at all.
+        // A pipe with any room takes that many bytes.
         const ssize_t written = write(fd, backlog.data(), std::min<size_t>(backlog_bytes, PIPE_BUF));
         if (written < 0 && (errno == EAGAIN || errno == EINTR)) break;
-        // A stream that fails otherwise will never take it.
+        // Any other error is permanent: drop the backlog.
         drop_front(written > 0 ? static_cast<size_t>(written) : backlog_bytes);
     }
     if (fd != STDERR_FILENO) close(fd);
 }
 
-// Puts a line behind the others.
+// Appends a line to the backlog.
 void append(std::string_view text) {
     const size_t length = std::min(text.size(), LOG_LINE_MAX - 1) + 1;
     if (backlog_bytes + length > LOG_BACKLOG) drain();
@@ -129,7 +129,7 @@ void tell(left_out_t& left_out) {
     left_out.count = 0;
 }
 
-// Tells of what was left out a second ago or earlier, or of all. @return whether some is still to be told
+// Reports lines suppressed a second ago or earlier, or all. @return whether some remain to be reported
 bool tell_left_out(steady::time_point now, bool all) {
     bool waiting = false;
     const auto look_at = [&](left_out_t& left_out) {
@@ -138,7 +138,7 @@ bool tell_left_out(steady::time_point now, bool all) {
     };
     for (format_t& format : formats) look_at(format.left_out);
     for (kind_t& kind : kinds) look_at(kind.left_out);
-    // Only once there is room for the line that tells it.
+    // Only once there is room for the report.
     if (unread > 0 && backlog_bytes < LOG_BACKLOG / 2) {
         append_printed("%llu more lines left out: nobody read the log", static_cast<unsigned long long>(unread));
         unread = 0;
@@ -146,7 +146,7 @@ bool tell_left_out(steady::time_point now, bool all) {
     return waiting || unread > 0;
 }
 
-// Writes what is left until nothing is.
+// Writes until nothing is left.
 void* attend(void*) {
     for (;;) {
         {
@@ -168,7 +168,7 @@ void tell_at_exit() {
     drain();
 }
 
-// Without a thread the next line that is logged tries again.
+// If no thread can be started, the next logged line tries again.
 void see_to_the_rest() {
     if (!told_at_exit) told_at_exit = atexit(tell_at_exit) == 0;
     if (attended) return;
@@ -185,7 +185,7 @@ format_t& format_record(const char* format) {
     return formats.back();
 }
 
-// The record of a text; a new one takes the place of that which was used the longest ago.
+// The entry of a text; a new text replaces the least recently used entry.
 kind_t& kind_record(std::string_view text) {
     const size_t hash = std::hash<std::string_view>{}(text);
     kind_t* oldest = &kinds.front();

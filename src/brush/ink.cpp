@@ -29,11 +29,11 @@ ink_t bound_ink(std::span<ink_dot_t> dots, double pixels) {
     double wanted = 0.0;
     for (const ink_dot_t& d : dots) wanted += pixels_of(d);
     if (!(wanted > pixels)) return {.count = static_cast<int>(dots.size()), .fills_all = false};
-    // A stride beyond the row leaves its last dot alone.
+    // A stride beyond the row leaves only its last dot.
     const double most = static_cast<double>(dots.size());
     const size_t stride = static_cast<size_t>(std::ceil(std::min(wanted / std::max(pixels, 1.0), most)));
     size_t left = 0;
-    // Counted from the end, where a stroke that has grown wide is widest.
+    // Counted from the end, where a widening stroke is widest.
     for (size_t k = (dots.size() - 1) % stride; k < dots.size(); k += stride) dots[left++] = dots[k];
     return {.count = static_cast<int>(left), .fills_all = false};
 }

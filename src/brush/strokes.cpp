@@ -50,7 +50,7 @@ void dot(double x, double y, double size, const color_t& c) {
 void dot(const brush_point_t& p, const color_t& c) { dot(p.x, p.y, p.w, c); }
 
 // Step of t along a row that covers `len` with the spacing of width `w`. The count is limited while it is a double: a
-// length that is huge or not a number must not reach a conversion.
+// huge or NaN length must not be converted.
 double row_step(double len, double w) {
     const double count = std::trunc(len / ((std::fabs(w) + WIDTH_FLOOR) / DOTS_PER_WIDTH)) + 1.0;
     if (!(count >= 1.0)) return 1.0;

@@ -10,7 +10,7 @@
 extern void (*stamp_dot)(double x, double y, double size, double r, double g, double b);
 
 // A track point is given as x, y (field units) and w (brush width there, field units); then comes the color.
-// A curve with a neighbour segment of length zero may leave its dots out altogether; it never draws beside its points.
+// A curve beside a segment of length zero may have no dots at all; it never draws away from its points.
 
 /// p0 to p1, straight, with the profile that strokeStyle(last, ...) chooses; one dot at p0 when shorter than 1.1.
 void brushLine(int last, double x0, double y0, double w0, double x1, double y1, double w1, double r, double g,

@@ -1,4 +1,4 @@
-// The cards on the field as JSON, for whoever shows them beside the window. Pure.
+// The cards on the field as JSON, for programs that show them outside the window. Pure.
 #pragma once
 
 #include "field/state.h"
@@ -15,8 +15,8 @@ struct card_layout_t {
 // Room for 53 cards at places with as many digits as a double can have.
 inline constexpr size_t CARDS_JSON_BYTES = CARD_MAX * (2 * 318 + 64) + 128;
 
-/// Whether two layouts show the same cards at the same places in the same order. Places that are no numbers are shown
-/// nowhere and make no difference.
+/// Whether two layouts show the same cards at the same places in the same order. Cards at non-finite places are not
+/// shown and make no difference.
 [[nodiscard]] bool shows_the_same(const card_layout_t& a, const card_layout_t& b);
 
 /// One object on one line: the sheet's file, a card's size in pixels and field units, and the cards on the field,

@@ -1,5 +1,5 @@
 // The card sheet: one run-length coded picture of all 53 faces, decoded once and cut into cards. Window thread.
-// No OpenGL here. Damaged data never reads past its end nor writes past the picture: what it leaves open stays
+// No OpenGL here. Damaged data causes no read past its end and no write past the picture: pixels without data stay
 // transparent black.
 #pragma once
 
@@ -19,11 +19,11 @@ static_assert(SHEET_BYTES == 2779200);
 extern unsigned char* cards_image; // the decoded sheet, rows top down, one byte more than needed; null until decoded
 extern int cards_image_is_ready;   // 1 once the sheet is decoded; it is kept for the life of the process
 
-/// Undoes the run-length code: a count byte n below 128 is followed by n pixels, one of 128 and more by one pixel that
-/// stands for n - 128 of them. Stops when `pixels` is full or `coded` runs out, whichever comes first; a packet that
-/// is too long for either is cut to whole pixels.
+/// Decodes the run-length code: a count byte n below 128 is followed by n pixels, one of 128 or more by one pixel that
+/// is repeated n - 128 times. Stops when `pixels` is full or `coded` runs out, whichever comes first; a packet that is
+/// too long for either is cut to whole pixels.
 /// @param pixels  its size a multiple of PIXEL_BYTES
-/// @return bytes written, 0 to pixels.size(); the rest is left as it was
+/// @return bytes written, 0 to pixels.size(); the rest is unchanged
 int decode_runs(std::span<const unsigned char> coded, std::span<unsigned char> pixels);
 
 /// Decodes the sheet into cards_image, at the first call only.
@@ -38,5 +38,5 @@ struct card_cell_t {
 [[nodiscard]] card_cell_t card_cell(int c);
 
 /// Writes the picture of card index c (0 to 52: suits in rows of 13, then the further card) to `picture`, CARD_BYTES
-/// bytes, bottom row first as textures want it.
+/// bytes, bottom row first as for textures.
 void crop_card_image(int c, unsigned char* picture);

@@ -19,13 +19,13 @@
 
 namespace {
 
-constexpr int64_t LEAST_PAUSE = 250'000'000; // ns between two hand-overs: four a second
-constexpr int WRITER_NICENESS = 10;          // frames and programs come first
+constexpr int64_t LEAST_PAUSE = 250'000'000; // ns between two copies: four a second
+constexpr int WRITER_NICENESS = 10;          // frames and programs have priority
 
 const char* canvas_folder;
 
-// Who may touch `job`: the window thread while it is free, the writer while it is handed over. Nothing here has a
-// destructor, because the writer runs on until the process is gone.
+// Owner of `job`: the window thread while it is free, the writer while it is handed over. Nothing here has a
+// destructor, because the writer runs until the process exits.
 enum : uint32_t { JOB_FREE, JOB_HANDED_OVER };
 std::atomic<uint32_t> job_state;
 
@@ -56,12 +56,13 @@ bool write_text(const char* path, const char* text, size_t length) {
     FILE* const file = fopen(path, "wb");
     if (file == nullptr) return false;
     const bool written = fwrite(text, 1, length, file) == length;
-    const bool closed = fclose(file) == 0; // a full disk may show only here
+    const bool closed = fclose(file) == 0; // a full disk may be reported only here
     if (!written || !closed) unlink(path);
     return written && closed;
 }
 
-// Writes `name` by way of `write`, which is given the place beside it. Told once until it has gone well again.
+// Calls `write` with a temporary name and renames the file to `name`. A failure is logged once, until a write succeeds
+// again.
 template <typename Write> void put_file(const char* name, bool& failed, Write write) {
     file_names_t names;
     const bool done = name_files(name, names) && write(names.partial) && rename(names.partial, names.final) == 0;
@@ -105,9 +106,9 @@ void put_sheet() {
     });
 }
 
-// The job is this thread's from JOB_HANDED_OVER until it says JOB_FREE.
+// The job belongs to this thread from JOB_HANDED_OVER until it sets JOB_FREE.
 void* write_for_ever(void* /*unused*/) {
-    setpriority(PRIO_PROCESS, 0, WRITER_NICENESS); // of this thread: Linux keeps it for each
+    setpriority(PRIO_PROCESS, 0, WRITER_NICENESS); // of this thread: Linux has one for each
     for (;;) {
         job_state.wait(JOB_FREE, std::memory_order_acquire);
         if (job.canvas) put_canvas();

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int HOME_BYTES = 256;        // of the variable that are looked at
+constexpr int HOME_BYTES = 256;        // of the variable's value that are used
 constexpr unsigned CAPTURE_SIDE = 512; // pixels, the window
 
 } // namespace

@@ -65,11 +65,11 @@ void set_camera() {
     }
 }
 
-// The floor with what stands on it, in an empty depth buffer.
+// The floor and everything on it, in an empty depth buffer.
 void draw_floor_and_scenery() {
     glEnable(GL_DEPTH_TEST);
     if (!use_reference_path && !modes.bird_view_mode) {
-        // From above the floor covers the window with the canvas, pixel for pixel, and there it is already.
+        // In the top view the canvas covers the window as the floor, pixel for pixel, and is there already.
         glClearDepth(TOP_VIEW_FLOOR_DEPTH);
         glClear(GL_DEPTH_BUFFER_BIT);
         glClearDepth(1.0);
@@ -80,7 +80,7 @@ void draw_floor_and_scenery() {
     draw_scenery();
 }
 
-// The same when the depth buffer has been filled for a scenery that has not changed.
+// The same when the depth buffer already holds the depths of an unchanged scenery.
 void draw_floor_under_kept_scenery() {
     if (modes.bird_view_mode) {
         glClear(GL_COLOR_BUFFER_BIT);
@@ -90,7 +90,7 @@ void draw_floor_under_kept_scenery() {
     draw_cached_scenery();
 }
 
-// From the canvas in the back buffer to a scene that lacks its turtles.
+// Turns the canvas in the back buffer into a scene without its turtles.
 void begin_scene(bool depth_is_restored) {
     set_camera();
     const bool unchanged = scenery_is_unchanged();
@@ -102,11 +102,11 @@ void begin_scene(bool depth_is_restored) {
     if (unchanged) cache_scenery();
 }
 
-// What can be done before the tables are read: the canvas of the last frame into the back buffer. @return whether the
-// depths of the scenery are in place
+// Done before the tables are read: puts the last frame's canvas into the back buffer. @return whether the depths of the
+// scenery are in place
 bool begin_picture() {
     field_is_painted = 0;
-    glDisable(GL_DEPTH_TEST); // painting is flat, whatever depths are there already
+    glDisable(GL_DEPTH_TEST); // painting is flat, whatever the depth buffer holds
     const bool depth_is_restored = restore_scenery_depth();
     look_at_canvas();
     if (!signals.wipe_requested) show_canvas();
@@ -114,14 +114,14 @@ bool begin_picture() {
 }
 
 void draw_picture(const tick_view_t& view, bool depth_is_restored) {
-    // Before painting: what a packet wipes and goes on to draw belongs on the clean canvas. Exchange, so that a request
-    // that comes in now is not lost.
+    // Before painting, so that lines sent in one packet after a wipe are painted on the clean canvas. Exchange, so that
+    // a concurrent wipe request is not lost.
     if (signals.wipe_requested.exchange(false)) wipe();
     paint_marks(std::span(view.marks).first(static_cast<size_t>(view.count)));
     if (field_is_painted != 0) cache_canvas();
 
     begin_scene(depth_is_restored);
-    // Software GL rasters one half of the scene while this thread prepares the next.
+    // Software GL rasterises one half of the scene while this thread prepares the next.
     if (!use_reference_path) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     for (int i = 0; i < view.count; ++i) draw_turtle(view.turns[i]);
@@ -129,7 +129,7 @@ void draw_picture(const tick_view_t& view, bool depth_is_restored) {
     if (modes.disp_help) drawHelp();
     if (signals.socket_error_occurred) drawWarning();
     glDisable(GL_DEPTH_TEST);
-    // Last: tiles, wide lines and what was there before reach over the edge.
+    // Last, because tiles, wide lines and earlier contents extend beyond the edge.
     fill_beyond_field(window_width, window_height, color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]));
 }
 

@@ -12,16 +12,16 @@
 
 namespace {
 
-// It is finished, so that no work piles up in the driver.
+// Waits for the drawing to finish, so that no work piles up in the driver.
 void draw_unseen_frame() {
     draw_frame();
     glFinish();
 }
 
-// Waits until the display server has sent something or `patience` ns have passed. Sends what is waiting to be sent.
+// Waits until the display server has sent something or `patience` ns have passed. Flushes pending requests.
 void wait_for_events(Display* server, int64_t patience) {
     constexpr int64_t NANOSECONDS = 1'000'000'000; // in a second
-    // What a frame has read from the connection while it waited for an answer wakes no poll.
+    // Events read from the connection while a frame waited for an answer do not wake poll.
     if (XEventsQueued(server, QueuedAfterFlush) > 0) return;
     pollfd connection{.fd = ConnectionNumber(server), .events = POLLIN, .revents = 0};
     const timespec limit{.tv_sec = patience / NANOSECONDS, .tv_nsec = patience % NANOSECONDS};
@@ -48,7 +48,7 @@ void let_swaps_not_wait() {
 int64_t tick_and_draw(int64_t (*tick)()) {
     const uint64_t before = frames_drawn;
     const int64_t period = tick();
-    glutMainLoopEvent(); // handles what has come in since, then draws
+    glutMainLoopEvent(); // handles new events, then draws
     if (frames_drawn == before) draw_unseen_frame();
     return period;
 }

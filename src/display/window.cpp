@@ -36,14 +36,14 @@ constexpr int VIEWER_PORT = 2280;
 constexpr double FOV_STEP = 5.0, FOV_LEAST = 15.0, FOV_MOST = 60.0; // degrees
 constexpr double ROTATION_STEP = 2.5;                               // degrees
 
-// Runs an operation on the shared tables while neither a frame nor a command does.
+// Runs an operation on the shared tables with the lock held.
 template <typename Operation> void locked(Operation operation) {
     const std::lock_guard guard(frame_rendering_mutex);
     operation();
 }
 
-// The software renderer takes and gives back megabytes in each frame. Memory that the library keeps costs nothing;
-// what it returns to the system comes back as a thousand page faults in the next frame.
+// The software renderer allocates and frees megabytes in each frame. Keeping that memory costs nothing; returning it to
+// the system would cost about a thousand page faults in the next frame.
 void keep_freed_memory() {
     constexpr int MOST_KEPT = 64 << 20;      // bytes
     constexpr int LARGEST_ON_HEAP = 8 << 20; // bytes; larger blocks are mapped one by one
@@ -51,7 +51,7 @@ void keep_freed_memory() {
     mallopt(M_MMAP_THRESHOLD, LARGEST_ON_HEAP);
 }
 
-// The other threads run on until the process is gone: nothing that they use has a destructor.
+// The other threads run until the process exits, so nothing they use has a destructor.
 [[noreturn]] void leave() { exit(0); }
 
 void zoom_view(double step) {
@@ -87,7 +87,7 @@ void create_menu() {
         const char* label;
         int value;
     };
-    // Value 6 is left free; the line is an entry like the others and does nothing.
+    // Value 6 does nothing: the entry is only a line.
     static constexpr std::array<entry_t, 9> ENTRIES{{
         {"Clear Field", 1},
         {"Erase Zombie", 2},
@@ -115,7 +115,7 @@ void prepare_drawing() {
     glLightfv(GL_LIGHT0, GL_POSITION, FROM_ABOVE.data());
     glEnable(GL_LIGHTING);
     glEnable(GL_LIGHT0);
-    // Texts and shells are scaled: without this their normals would scale with them and colors saturate.
+    // Texts and shells are scaled: without this their normals would be scaled, too, and colors saturate.
     glEnable(GL_RESCALE_NORMAL);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     stamp_dot = gather_dot;
@@ -135,7 +135,8 @@ void field_start(int argc, char** argv) {
     format_title(title);
     glutCreateWindow(title.data());
 #ifdef __SANITIZE_ADDRESS__
-    // The GL driver is unloaded before the sanitizer's own check, which then cannot tell the driver's leaks from ours.
+    // The GL driver is unloaded before the sanitizer's own check, which could then not tell the driver's leaks from
+    // ours.
     atexit([] { __lsan_do_leak_check(); });
 #endif
     glClearColor(static_cast<float>(bgcol[0]), static_cast<float>(bgcol[1]), static_cast<float>(bgcol[2]), 1.0F);
@@ -233,7 +234,7 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
     case 'h':
         locked(field_toggle_disp_help);
         break;
-    case 'K': // capital only: it ends what others are doing
+    case 'K': // capital only: it disconnects all clients
         locked(field_kill_all_turtles);
         break;
     case 'M':
@@ -278,13 +279,13 @@ int64_t on_tick() {
 void reshapefunc(int width, int height) {
     window_width = width;
     window_height = height;
-    forget_scenery(); // what lay outside a smaller window was not kept
+    forget_scenery(); // what was outside a smaller window has not been cached
     glutReshapeWindow(WINDOW_SIDE, WINDOW_SIDE);
     glutPostRedisplay();
 }
 
 void change_menuitem() {
-    // Cleared first: a toggle that comes in now is shown at the next tick instead of being lost.
+    // Cleared first, so that a concurrent toggle is shown at the next tick instead of being lost.
     signals.menuitem_need_to_change = false;
     std::array<char, 300> title;
     format_title(title);

@@ -8,13 +8,13 @@
 /// @param argc, argv  the program's own, unchanged
 [[noreturn]] void field_start(int argc, char** argv);
 
-/// Asks Mesa's software renderer to draw in the thread that calls it, unless LP_NUM_THREADS is set already. Its own
-/// threads now and then unlock a fence that the window thread, which takes no lock to see that all are done, has freed:
-/// four bytes of somebody else's memory become zero (seen in 22.3.6). Other drivers do not look at the variable.
-/// To be called before GLUT is initialised and while this is the only thread.
+/// Makes Mesa's software renderer draw in the calling thread, unless LP_NUM_THREADS is set already. Its worker threads
+/// sometimes unlock a fence that the window thread has already freed (it checks without a lock whether all are done),
+/// which writes four zero bytes into memory that is no longer theirs (seen in 22.3.6). Other drivers ignore the
+/// variable. Call before GLUT is initialised and while this is the only thread.
 void do_without_driver_threads();
 
-/// The steps of field_start that need the GL context and nothing else: canvas texture, light, blending, viewport.
+/// The steps of field_start that need only the GL context: canvas texture, light, blending, viewport.
 void prepare_drawing();
 
 /// Fills window_title with "Kelmora @ " and the host's name, cut where it does not fit, or "???" where it has none.
@@ -29,7 +29,7 @@ void keyboardfunc(unsigned char key, int x, int y);
 /// Puts the window back to its fixed size.
 void reshapefunc(int width, int height);
 
-/// One tick: advances signals.elapsed_time, asks for a frame, and titles the window when that is due.
+/// One tick: advances signals.elapsed_time, asks for a frame, and updates the title when needed.
 /// @return after how many ns the next one is due: 8 ms while anything can move, else 80 ms
 [[nodiscard]] int64_t on_tick();
 

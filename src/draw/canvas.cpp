@@ -15,7 +15,7 @@ namespace {
 constexpr double HALF_FIELD = 256.0;
 constexpr size_t CANVAS_BYTES = size_t{WINDOW_SIDE} * WINDOW_SIDE * 4;
 
-unsigned canvas_frame; // framebuffer object around the texture; 0 where GL has none, then the canvas is drawn and read
+unsigned canvas_frame; // framebuffer object with the texture; 0 without support: the canvas is then drawn and read back
 
 void draw_canvas_quad() {
     const double bottom = canvas_is_top_down != 0 ? 1.0 : 0.0;
@@ -43,7 +43,7 @@ void create_canvas() {
     glGenTextures(1, &bg_textures);
     glBindTexture(GL_TEXTURE_2D, bg_textures);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    // Blue first, as in the memory of a window: a copy between the two need not convert.
+    // Blue first, as in window memory, so that copies between the two need no conversion.
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, WINDOW_SIDE, WINDOW_SIDE, 0, GL_BGRA, GL_UNSIGNED_BYTE, bg_tex_buffer);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);

@@ -1,5 +1,5 @@
 // Playing cards on the field: one texture per card, made when the card is first drawn.
-// Window thread only; a card that is never laid costs neither picture nor texture.
+// Window thread only; cards that are never placed need neither picture nor texture.
 #pragma once
 
 #include <array>

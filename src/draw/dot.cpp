@@ -16,7 +16,7 @@
 namespace {
 
 constexpr double SMALLEST_DOT = 0.01; // field units; tapers end in dots of this size
-constexpr double LARGEST_DOT = 1e6;   // field units: GL's clipping loses halves of squares that are much larger
+constexpr double LARGEST_DOT = 1e6;   // field units: much larger squares lose halves in GL's clipping
 constexpr double DOT_HEIGHT = 0.1;    // just above the canvas
 constexpr double HALF_WINDOW = 256.0; // field units
 
@@ -59,14 +59,14 @@ void dot_corner(int corner, const ink_dot_t& dot) {
     glVertex3d(right ? dot.x + h : dot.x - h, top ? dot.y + h : dot.y - h, DOT_HEIGHT);
 }
 
-// What many layers of solid ink make: the dots' lit color, without their texture.
+// The result of many layers of solid ink: the dots' lit color without their texture.
 void fill_window() {
     set_dot_material(held_color);
     glNormal3d(0.0, 0.0, 1.0);
     glRectd(-HALF_WINDOW, -HALF_WINDOW, HALF_WINDOW, HALF_WINDOW);
 }
 
-// As quads, not as their triangles: those round otherwise where the middle of a pixel falls between two texels.
+// As quads, not as triangles, which round differently where the middle of a pixel falls between two texels.
 void paint_batch(std::span<const ink_dot_t> dots) {
     if (dots.empty()) return;
     begin_dots(held_color);
@@ -84,8 +84,8 @@ bool reaches_over_the_edge(const ink_dot_t& dot) {
     return !(std::fabs(dot.x) + reach < HALF_WINDOW && std::fabs(dot.y) + reach < HALF_WINDOW);
 }
 
-// A dot that has to be clipped takes another way through the driver, and what is drawn together with it goes along,
-// which rounds otherwise: so each of those is painted by itself.
+// A dot that must be clipped takes another path through the driver, and so does everything drawn with it, which then
+// rounds differently: each such dot is painted by itself.
 void paint_dots(std::span<const ink_dot_t> dots) {
     while (!dots.empty()) {
         const auto edge = std::find_if(dots.begin(), dots.end(), reaches_over_the_edge);
@@ -103,7 +103,7 @@ void paint_Ten(double x, double y, double size, double r, double g, double b) {
     const ink_dot_t dot{x, y, std::clamp(size, SMALLEST_DOT, LARGEST_DOT)};
     begin_dots(dot_color(r, g, b));
     glBegin(GL_QUADS);
-    glNormal3d(0.0, 0.0, 1.0); // the light falls on the paper from above, whatever was drawn before
+    glNormal3d(0.0, 0.0, 1.0); // light from above, whatever was drawn before
     for (int corner = 0; corner < 4; ++corner) dot_corner(corner, dot);
     glEnd();
     end_dots();

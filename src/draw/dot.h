@@ -1,4 +1,4 @@
-// One dot of ink: a small textured square, of which strokes are rows. Window thread.
+// Dots of ink: small textured squares that make up strokes. Window thread.
 #pragma once
 
 /// Draws the dot image, tinted (r, g, b) and opaque but for the image's own alpha, as a square of side `size` (limited
@@ -8,9 +8,9 @@
 /// material keeps the dot's color.
 void paint_Ten(double x, double y, double size, double r, double g, double b);
 
-/// Keeps a dot of a stroke, to be painted with the others of it. The dots of one stroke have one color.
+/// Collects a dot of a stroke, to be painted with the others of that stroke. The dots of one stroke have one color.
 void gather_dot(double x, double y, double size, double r, double g, double b);
 
-/// Paints all dots that were gathered, in their order, as paint_Ten would, and forgets them. Where they would fill more
-/// than `pixels` of the window they stand wider apart (brush/ink); infinite: dot for dot.
+/// Paints all collected dots in order, as paint_Ten would, and clears the collection. When they would fill more than
+/// `pixels` pixels of the window they are thinned out (brush/ink); infinite: every dot.
 void paint_gathered_dots(double pixels);

@@ -63,8 +63,8 @@ void icon_quad(double x, double y, double z) {
 
 double coin_height(int n) { return COIN_BOTTOM + static_cast<double>(n) / (ncoin + 1) * COIN_RANGE; }
 
-// A single quad is split along the diagonal 0-2, quads that follow one another along the other one. A batch is made of
-// the triangles of a single quad, so that its pixels are the same.
+// A single quad is split along the diagonal 0-2, batched quads along the other one. A batch consists of the triangles
+// of a single quad, so that its pixels are the same.
 constexpr std::array<int, 6> QUAD_AS_TRIANGLES = {0, 1, 2, 0, 2, 3};
 
 void begin_stone_walls() {

@@ -1,6 +1,6 @@
 // The field's small textured squares (doughnut, stone, coin, brush dot), stone walls and the battle background.
-// Window thread only. A texture is made when something first needs it and lives as long as the program.
-// Every routine turns off again what it turned on: culling, blending and texturing are off afterwards.
+// Window thread only. A texture is made on first use and lives as long as the program.
+// Every routine disables what it enabled: culling, blending and texturing are off afterwards.
 #pragma once
 
 #include <array>
@@ -20,7 +20,7 @@ extern std::array<unsigned, OBJ_TEXTURES> obj_textures;   // GL names, valid whe
 extern std::array<int, OBJ_TEXTURES> obj_tex_initialized; // 1 once the slot's texture exists
 extern std::array<std::array<unsigned char, ICON_BYTES>, OBJ_TEXTURES> obj_text_image; // what was uploaded
 
-/// Copies a 32 x 32 RGBA image turned upside down: its top row lands where GL shows the top. Buffers must not overlap.
+/// Copies a 32 x 32 RGBA image upside down, so that its top row is where GL shows the top. Buffers must not overlap.
 void flip32x32icon(const unsigned char* source, unsigned char* destination);
 
 /// Makes the texture of a slot from an image. Nearest filter, repeating. Leaves no texture bound.
@@ -41,8 +41,8 @@ void drawIcon_Coin(int n, double x, double y);
 /// (x1, y1) is the right end.
 void drawStoneWall(double x1, double y1, double x2, double y2, double nx, double ny);
 
-/// Many coins or wall faces with one bind: begin, any number of pieces, end; between the two no other GL call.
-/// Pixels and the state left behind are those of the single calls.
+/// Many coins or wall faces with one bind: begin, any number of pieces, end, with no other GL call in between. The
+/// pixels and the final state equal those of the single calls.
 void begin_coin_batch();
 void coin_in_batch(int n, double x, double y);
 void end_coin_batch();
@@ -51,6 +51,6 @@ void begin_stone_wall_batch();
 void stone_wall_in_batch(double x1, double y1, double x2, double y2, double nx, double ny);
 void end_stone_wall_batch();
 
-/// Stamps the background tile over the field, nine times, in window pixels. Wants a projection in which the corner
-/// (-256, -256, 0) is not outside, or its tiles are dropped by GL.
+/// Draws the background tile nine times over the field, in window pixels. Needs a projection in which the corner (-256,
+/// -256, 0) is not outside, or GL drops the tiles.
 void drawBackground();

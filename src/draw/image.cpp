@@ -35,14 +35,14 @@ using bytes_guard = std::unique_ptr<unsigned char, heap_freer_t>;
 
 constexpr int CHANNELS = 3; // red, green, blue
 
-// What is said about a capture besides its pixels.
+// The text entries of a capture.
 struct capture_notes_t {
     char author[32];
     char host[128];
     char when[32];
 };
 
-// The picture as GL hands it out, bottom row first, and its rows from the top down.
+// The picture as read from GL, bottom row first, and its rows from the top down.
 struct capture_pixels_t {
     std::unique_ptr<unsigned char[]> bytes;
     std::unique_ptr<png_bytep[]> rows;
@@ -81,7 +81,7 @@ bool read_back_buffer(unsigned width, unsigned height, capture_pixels_t& pixels)
     return true;
 }
 
-// libpng calls these instead of writing lines of its own; the one line about a failure is printed by the caller.
+// libpng calls these instead of printing its own messages; the caller prints the one line about a failure.
 void fail_quietly(png_structp png, png_const_charp) { png_longjmp(png, 1); }
 void warn_quietly(png_structp, png_const_charp) {}
 
@@ -102,8 +102,8 @@ void attach_notes(png_structp png, png_infop info, capture_notes_t& notes) {
     png_set_text(png, info, texts, 4); // copies them
 }
 
-// An error inside libpng comes back to the setjmp; nothing with a destructor lives in this function or in what it calls
-// below libpng, so nothing is skipped.
+// An error inside libpng returns to the setjmp; nothing with a destructor lives in this function or in what it calls
+// below libpng, so no destructor is skipped.
 bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigned height, capture_notes_t& notes,
             png_bytep* rows) {
     if (setjmp(png_jmpbuf(png))) return false;
@@ -117,9 +117,9 @@ bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigne
     return true;
 }
 
-// Creates a regular file, in place of one of the same name. What else bears the name is left alone: to open a pipe
-// would wait for its reader, a device would take what is written, a link leads elsewhere.
-// @return null with errno set: EEXIST for such a thing
+// Creates a regular file, replacing one of the same name. Anything else with this name is not touched: opening a pipe
+// would wait for its reader, a device would take the data, a link leads elsewhere.
+// @return null with errno set: EEXIST for such a file
 file_guard create_file(const char* path) {
     struct stat info = {};
     if (lstat(path, &info) == 0 && S_ISREG(info.st_mode)) unlink(path);
@@ -141,12 +141,12 @@ bool encode_raster(png_structp png, png_infop info, FILE* file, const raster_t& 
     if (setjmp(png_jmpbuf(png))) return false;
     png_init_io(png, file);
     png_set_compression_level(png, 1);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE); // plain areas are what there is to see
+    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE); // the picture consists of plain areas
     png_set_IHDR(png, info, static_cast<png_uint_32>(raster.width), static_cast<png_uint_32>(raster.height), 8,
                  raster.has_alpha ? PNG_COLOR_TYPE_RGBA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(png, info);
-    if (!raster.has_alpha) png_set_filler(png, 0, PNG_FILLER_AFTER); // takes the fourth bytes out
+    if (!raster.has_alpha) png_set_filler(png, 0, PNG_FILLER_AFTER); // drops the fourth bytes
     if (raster.blue_first) png_set_bgr(png);
     const size_t row_bytes = static_cast<size_t>(raster.width) * 4;
     for (int row = 0; row < raster.height; ++row) {
@@ -157,8 +157,8 @@ bool encode_raster(png_structp png, png_infop info, FILE* file, const raster_t& 
     return true;
 }
 
-constexpr int PPM_LINE = 256;       // bytes of a header line that are looked at
-constexpr int MISSING_SAMPLE = 255; // what the end of a file reads as
+constexpr int PPM_LINE = 256;       // bytes of a header line that are used
+constexpr int MISSING_SAMPLE = 255; // value of samples beyond the end of the file
 
 // One header line; what does not fit is skipped. False at the end of the file.
 bool read_line(FILE* file, char (&line)[PPM_LINE]) {
@@ -169,7 +169,7 @@ bool read_line(FILE* file, char (&line)[PPM_LINE]) {
     return true;
 }
 
-// Scans a decimal number and moves behind it; false (and `value` as it was) without one that fits.
+// Scans a decimal number and advances past it; false (and `value` unchanged) without one that fits.
 bool scan_number(const char*& text, int& value) {
     char* end = nullptr;
     const long number = strtol(text, &end, 10);
@@ -193,7 +193,7 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
         }
         return;
     }
-    // libpng refuses every version string but that of the headers it was built with.
+    // libpng accepts only the version string of the headers it was built with.
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, fail_quietly, warn_quietly);
     if (!png) {
         log_line("saveImageToPNG: cannot create png_ptr");
@@ -206,7 +206,7 @@ void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     const bool encoded = info && read_back_buffer(width, height, pixels) &&
                          encode(png, info, file.get(), width, height, notes, pixels.rows.get());
     png_destroy_write_struct(&png, &info);
-    // The last bytes reach the disk only here, and a full one shows only here.
+    // The last bytes reach the disk only here, so a full disk may be reported only here.
     const bool flushed = encoded && fflush(file.get()) == 0;
     if (flushed) return;
     log_line("saveImageToPNG: cannot write file:%s", path);
@@ -241,7 +241,7 @@ unsigned char* readPPMToImage(const char* path, int* width, int* height) {
     if (!scan_number(sizes, w) || !scan_number(sizes, h)) return nullptr;
     if (!side_is_sensible(w) || !side_is_sensible(h)) return nullptr;
 
-    // Reported only: samples are taken as single bytes whatever it says.
+    // The maximum is only reported: samples are read as single bytes whatever it is.
     int maximum = 0;
     if (!read_line(file.get(), line)) return nullptr;
     const char* rest = line;

@@ -54,7 +54,7 @@ struct help_line_t {
     const char* text;
 };
 
-// The keys of the keyboard handler, 27.25 units apart; what only continues a line is further in.
+// The keys of the keyboard handler, 27.25 units apart; continuation lines are indented.
 constexpr std::array<help_line_t, 12> KEY_LINES = {{
     {-140.8, 102.4, "c  clear screen"},
     {-140.8, 75.15, "z  erase zombie"},

@@ -35,7 +35,7 @@ void paint_track(const mark_t& mark, double pixels) {
 void print_message(const mark_t& mark) {
     if (!mark.text) return;
     const turtle_t& t = mark.turtle;
-    // Brush dots leave their own color in the material: the text shall show only its emission.
+    // Brush dots leave their own color in the material; text must show only its emission.
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, BLACK.data());
     set_pen_emission(t.color[0].r, t.color[0].g, t.color[0].b);
     drawBoundedString(GLUT_BITMAP_HELVETICA_12, t.message, TEXT_BYTES, t.pos[0].x, t.pos[0].y, 0.0);

@@ -33,7 +33,7 @@ void fill(double x, double y, double rx, double ry) {
 }
 
 // Display list of the first glyph; 0 until the first text. A list replays the strokes and the advance much faster than
-// the font's own immediate calls, and it carries no state besides.
+// the font's own immediate calls and changes no other state.
 GLuint glyph_lists = 0;
 
 void compile_glyphs() {
@@ -51,7 +51,7 @@ void draw_bytes(const char* text, int length, double x, double y, double z) {
     glPushMatrix();
     glTranslated(x, y, z);
     glScaled(TEXT_SCALE, TEXT_SCALE, TEXT_SCALE);
-    // Without this the lit color of a text would be that of whatever surface was drawn before it.
+    // Without this the lit color of a text would depend on the normal of the last surface drawn.
     glNormal3d(0.0, 0.0, 1.0);
     for (int k = 0; k < length; ++k) {
         const unsigned char c = static_cast<unsigned char>(text[k]);

@@ -1,5 +1,5 @@
-// Shapes and text that the rest of the renderer shares: twelve-sided circles and ovals, and stroke text.
-// Window thread only. Nothing here sets a color, a material or an enable: the caller's are used and stay as they are.
+// Shapes and text shared by the renderer: twelve-sided circles and ovals, and stroke text.
+// Window thread only. Nothing here sets a color, a material or an enable; the caller's are used and kept.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@ inline constexpr int RIM_VERTICES = 12; // one every 30 degrees: cheap, and roun
 extern std::array<double, RIM_VERTICES> sine_tab, cosine_tab;
 extern int first_call; // 1 until the tables are filled
 
-/// A color component as GL is given it: limited to 0..1; NaN is 0.
+/// A color component as passed to GL: limited to 0..1; NaN is 0.
 [[nodiscard]] float color_level(double v);
 
 /// Fills both tables and clears first_call.
@@ -35,5 +35,5 @@ void fillOval(double x, double y, double z, double rx, double ry);
 /// The caller keeps normal rescaling on, or the scaled normals saturate the lit color.
 void drawString(void* font, const char* text, double x, double y, double z);
 
-/// The same for a text field that may lack a terminator: at most `size` bytes are looked at.
+/// The same for a text field that may lack a terminator: at most `size` bytes are read.
 void drawBoundedString(void* font, const char* text, int size, double x, double y, double z);

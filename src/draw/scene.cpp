@@ -129,7 +129,7 @@ void draw_wall_faces() {
 
 // All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
 void draw_walls_in_batches() {
-    // Straight from above a face is a line without width.
+    // In the top view a face is a line without width.
     if (modes.bird_view_mode) draw_wall_faces();
 
     glNormal3d(0.0, 0.0, 1.0);
@@ -164,7 +164,7 @@ void draw_flying_beam(const beam_view_t& view) {
     if (view.struck != 0) draw_solid_at(solid_t::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
 }
 
-// The label takes its color from emission; the body's material, still set, tints it.
+// The label's color is its emission; the body's material, still set, tints it.
 void draw_label(const char* text, int size, double x, double y, float alpha_afterwards) {
     front_material(GL_EMISSION, {0.7F, 0.7F, 0.7F, 1.0F});
     drawBoundedString(GLUT_BITMAP_HELVETICA_12, text, size, x, y, LABEL_HEIGHT);
@@ -184,7 +184,7 @@ void draw_labels(const turtle_t& t) {
 void draw_death(const turn_t& turn) {
     if (turn.turtle.dying_count <= 0) return;
     if (turn.dying.glow != 0) {
-        // The icons under a turtle that carries coins turn blending off: the glow asks for its own.
+        // The icons under a turtle that carries coins turn blending off: the glow turns it on again.
         glEnable(GL_BLEND);
         const color4_t glow{1.0F, 0.2F, 0.0F, 0.8F};
         front_material(GL_AMBIENT_AND_DIFFUSE, glow);
@@ -241,7 +241,7 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     glTranslated(x, y, BODY_HEIGHT);
     glRotated(dir, 0.0, 0.0, 1.0);
     set_ttl_color(t);
-    // The solids are closed and opaque: their insides never show.
+    // The solids are closed and opaque, so their insides are never visible.
     if (!use_reference_path) glEnable(GL_CULL_FACE);
     draw_solid_at(solid_t::head, 11.5, 0.0, head_phase);
     draw_solid_at(solid_t::leg, leg_phase - 5.0, 8.0, -2.0);
@@ -260,7 +260,7 @@ void draw_turtle(const turn_t& turn) {
 
     const turtle_t& t = turn.turtle;
     if (t.dying_count > 0) glEnable(GL_BLEND);
-    // Neighbours in the table walk out of step.
+    // Neighbouring slots walk out of step.
     const double clock = static_cast<double>(signals.elapsed_time.load());
     const double leg_phase = std::sin(0.3 * turn.slot + clock / 7.0);
     const double head_phase = std::sin(0.3 * turn.slot + clock / 28.0);

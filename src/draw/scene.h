@@ -1,17 +1,17 @@
-// Walls, sensor lines and turtles above the floor, z up. Window thread, inside the frame. No table is changed: what a
-// turtle does in a tick is told by its turn.
+// Walls, sensor lines and turtles above the floor, z up. Window thread, inside the frame. No table is changed: a
+// turtle's actions in a tick come from its turn.
 #pragma once
 
 #include "game/tick.h"
 
 // 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests
-// and benchmarks compare the two ways.
+// and benchmarks compare both.
 extern int use_reference_path;
 
 /// All walls: stone faces one unit in front of the line, capped by slabs at height 15 with pointed ends.
 void draw_walls();
 
-/// The lines from a turtle to what its finder and its radar found last.
+/// The lines from a turtle to the last finds of its finder and its radar.
 void draw_beam(const turn_t& turn);
 
 /// Front material of a turtle's body, by team. A dying turtle keeps its color: only blending fades it.

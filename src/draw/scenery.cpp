@@ -16,14 +16,14 @@ std::array<int, COIN_MAX> coin_list;
 
 namespace {
 
-// A coin or a card where it lies.
+// A coin or a card with its place.
 struct piece_t {
     int number; // a coin's rank, a card's index
     int layer;  // a card's, 0 on top; a coin's is its rank again
     double x, y;
 };
 
-// All that tells how the scenery looks. Of each table the entries below its count are in use.
+// Everything that the look of the scenery depends on. Of each table the entries below its count are used.
 struct scenery_t {
     int bird;
     double fov, rotation;
@@ -53,14 +53,14 @@ bool looks_the_same(const scenery_t& a, const scenery_t& b) {
            std::equal(a.cards.begin(), a.cards.begin() + a.n_card, b.cards.begin(), is_same_piece);
 }
 
-scenery_t current_scenery; // by the last look at the tables
+scenery_t current_scenery; // as last read from the tables
 bool picture_is_kept;      // of current_scenery
 
-// Where the kept picture lies. The colors are drawn into a texture of their own, with how much they cover; the depths
-// are copied from the window, its top row first.
+// Storage of the cached picture. The colors are drawn into a texture, with their coverage; the depths are copied from
+// the window, top row first.
 struct store_t {
     unsigned colors, colors_frame;
-    unsigned scratch_depth; // for drawing the colors
+    unsigned scratch_depth; // depth buffer for drawing the colors
     unsigned depths, depths_frame;
 };
 
@@ -68,12 +68,12 @@ store_t picture_store;
 enum class store_state_t { unknown, usable, unusable } store_state = store_state_t::unknown;
 
 void forget_errors() {
-    constexpr int MOST = 100; // a context that is lost reports errors without end
+    constexpr int MOST = 100; // a lost context reports errors for ever
     int k = 0;
     while (k < MOST && glGetError() != GL_NO_ERROR) ++k;
 }
 
-// The depth format of the window; depths can be copied between equal formats only.
+// The window's depth format; depths can be copied only between equal formats.
 GLenum depth_format() {
     int depth_bits = 0, stencil_bits = 0;
     glGetIntegerv(GL_DEPTH_BITS, &depth_bits);
@@ -104,7 +104,7 @@ void copy_depth_to_window() {
     glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
 }
 
-// Makes the store and tries whether depths can be copied there; a driver that refuses says so now.
+// Makes the storage and checks whether depths can be copied there; a driver that refuses reports it here.
 bool make_store() {
     if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return false;
     if (glutExtensionSupported("GL_ARB_clip_control") == 0) return false;
@@ -140,14 +140,14 @@ bool store_is_usable() {
     return store_state == store_state_t::usable;
 }
 
-// Laying a picture over the whole window costs about as much as drawing as many pixels anew.
+// Copying a picture over the whole window costs about as much as drawing this many pixels.
 bool is_worth_keeping() {
     constexpr int COIN_AREA = 19 * 19; // pixels, as seen from above
     return current_scenery.n_card * CARD_WIDTH * CARD_HEIGHT + current_scenery.n_coin * COIN_AREA >
            WINDOW_SIDE * WINDOW_SIDE;
 }
 
-// Coins in the order in which they were laid: the newest lies on top.
+// Coins in the order of placement: the newest lies on top.
 void see_coins() {
     coin_list.fill(-1);
     for (int k = 0; k < ncoin; ++k) {
@@ -197,9 +197,9 @@ void draw_pieces() {
     draw_cards();
 }
 
-// The same, upside down. The rows of a window are counted from its top, those of a texture from its bottom, and where
-// the middle of a pixel falls on an edge, or between two texels, that decides which side it goes to. Turned over, the
-// texture rounds as the window does.
+// The same, upside down. A window's rows are counted from its top, those of a texture from its bottom, and this decides
+// which way a pixel goes whose middle falls on an edge or between two texels. Turned over, the texture rounds as the
+// window does.
 void draw_pieces_upside_down() {
     glClipControl(GL_UPPER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
     draw_pieces();
@@ -262,7 +262,7 @@ void cache_scenery() {
     glPushAttrib(GL_COLOR_BUFFER_BIT);
     glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    // Over nothing, this blending gives each color times what it covers, and the share that is covered.
+    // Over an empty texture, this blending stores each color times its coverage, and the coverage itself.
     glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
     draw_pieces_upside_down();
     glPopAttrib();

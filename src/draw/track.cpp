@@ -17,7 +17,7 @@ namespace {
 constexpr int POLYGON_BACK = 5; // oldest history index that a polygon reaches
 static_assert(POLYGON_BACK + 1 < TRACK_MAX, "every vertex has a color one entry older");
 
-// One point of a stroke with the brush width that belongs to it.
+// One point of a stroke with its brush width.
 struct ink_point_t {
     double x, y, w;
 };
@@ -30,7 +30,7 @@ void emit_vertex(const turtle_t& t, int k) {
     glVertex2d(t.pos[k].x, t.pos[k].y);
 }
 
-// A width that GL can take: widths come from clients as they are.
+// A width limited to what GL accepts: widths come from clients unchecked.
 float drawable_width(double w, GLenum range) {
     if (!(w > 0.0) || !std::isfinite(w)) return 1.0F;
     std::array<float, 2> limits{1.0F, 1.0F};
@@ -84,7 +84,7 @@ void set_pen_emission(double r, double g, double b) {
 }
 
 bool brush_is_wide(const turtle_t& t, int final) {
-    // The points that finish_stroke and continue_stroke hand over, each with the width one entry older.
+    // The points for finish_stroke and continue_stroke, each with the width one entry older.
     const int oldest = final != 0 ? std::clamp(t.n_painted, 2, 4) : std::clamp(t.n_painted, 4, 5);
     for (int k = final != 0 ? 1 : 2; k <= oldest; ++k) {
         if (!(std::fabs(t.line_width[k]) <= ORDINARY_WIDTH)) return true;

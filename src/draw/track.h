@@ -6,19 +6,18 @@
 #include "brush/ink.h"
 #include "field/turtles.h"
 
-/// Hands the right points of the turtle to the right stroke. While the pen is down the ink runs two segments behind the
-/// turtle; lifting draws what is missing.
+/// Passes the track's points to the brush. While the pen is down the ink runs two segments behind the turtle; lifting
+/// draws what is missing.
 /// @param final   0 for a new segment with the pen down (n_painted 3 or less draws nothing); not 0 once when lifted
-/// @param pixels  of the window that a stroke wider than ORDINARY_WIDTH may fill; beyond that its dots stand wider
-/// apart
+/// @param pixels  of the window that a stroke wider than ORDINARY_WIDTH may fill; beyond that its dots are thinned out
 void paint_by_brush(const turtle_t& t, int final, double pixels = FRAME_INK);
 
-/// Whether a width that such a stroke takes is beyond ORDINARY_WIDTH, or no number.
+/// Whether a width used by such a stroke is beyond ORDINARY_WIDTH or NaN.
 [[nodiscard]] bool brush_is_wide(const turtle_t& t, int final);
 
-/// Draws the newest segment of the turtle as a polygon over the latest up to six points, else as a point, else as a
-/// line. Only the front emission carries the colors. Line width and point size are 1 afterwards; a width that is not
-/// above 0 or not finite draws at 1.
+/// Draws the newest segment of the turtle as a polygon over up to the latest six points, else as a point, else as a
+/// line. Only the front emission has the colors. Line width and point size are 1 afterwards; a width that is not above
+/// 0 or not finite draws at 1.
 void paint_line_and_fill_area(const turtle_t& t);
 
 /// Sets the front emission to (r, g, b, 1); components are limited to 0..1, NaN is 0.

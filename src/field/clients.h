@@ -17,10 +17,10 @@ struct peer_addr_t {
     uint16_t port;
 };
 
-// What a connection's first line has turned out to be so far: see net/request_line.
+// What a connection's first line is, as far as known: see net/request_line.
 enum class first_line_state : uint8_t {
     nothing_yet, // but separators
-    method,      // each of these as far as the line may still be an HTTP request line
+    method,      // this and the next: still possibly an HTTP request line
     before_target,
     path, // a target that begins with "/"
     target,
@@ -29,8 +29,8 @@ enum class first_line_state : uint8_t {
     before_version,
     version,
     after_version,
-    command,      // it is no HTTP request line, and lines are commands from now on
-    http_request, // it is one: nothing is executed
+    command,      // not an HTTP request line: lines are commands from now on
+    http_request, // an HTTP request line: nothing is executed
 };
 
 struct first_line_t {
@@ -50,7 +50,7 @@ struct client_t {
     uint32_t disconnect_request; // set by either thread through std::atomic_ref; a stale read closes one pass late
     int32_t skipping_line;       // 1 while the rest of an over-long line is being dropped; server thread only
     first_line_t first_line;     // server thread only
-    int32_t send_failed;         // 1 once a reply could not be sent: the next receive ends the client
+    int32_t send_failed;         // 1 once a reply could not be sent: the next receive disconnects the client
 };
 static_assert(std::is_trivially_copyable_v<client_t>);
 
@@ -64,7 +64,7 @@ void free_client_slot(client_t& slot);
 /// Asks the server thread to close slot `slot` if it still drives turtle `turtle`. Caller holds the lock.
 void disconnect_client_for(int turtle, int slot);
 
-/// Flips between "127.0.0.1 only" (true) and "everybody" (false). @return the new value
+/// Toggles between "127.0.0.1 only" (true) and "everybody" (false). @return the new value
 bool toggle_localhost_mode();
 
 /// Start of a frame: locks frame_rendering_mutex; rendering_is_done unlocks it.

@@ -1,6 +1,6 @@
-// The grid over the coins: each coin on the field is in the list of its 32 x 32 cell, so that the coins near a turtle
-// are found without a scan. Caller holds frame_rendering_mutex. Places outside the field belong to the border cells, so
-// a coin dropped out there can be picked up.
+// The grid over the coins: each coin on the field is in the list of its 32 x 32 cell, so that coins near a turtle are
+// found without a scan. Caller holds frame_rendering_mutex. Places outside the field belong to the border cells, so
+// that a coin dropped there can be picked up.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ void add_coin_to_map(int coin);
 void remove_coin_from_map(int coin);
 
 /// Number of coins nearer than COIN_REACH to turtle `i`.
-/// @param[out] nearest  number of the nearest one, the first met of equals; -1 without any
+/// @param[out] nearest  number of the nearest one, the first of equals; -1 without any
 int count_neighbor_coin_in_map(int i, int& nearest);
 
 /// Highest rank among the coins on the field; -1 without any.

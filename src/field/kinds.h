@@ -1,4 +1,4 @@
-// The kinds of things that stand on the field, and what each of them is called elsewhere: one row a kind.
+// The kinds of objects on the field, with their codes elsewhere: one row per kind.
 #pragma once
 
 #include "field/turtles.h"
@@ -8,7 +8,7 @@
 
 enum class kind_t { turtle, robot, doughnut, stone };
 
-// What stands in the way of a turtle. These are also the codes of the finder.
+// Obstacles. These are also the codes of the finder.
 inline constexpr uint32_t BLOCKED_BY_NOTHING = 0;
 inline constexpr uint32_t BLOCKED_BY_TURTLE = 1;
 inline constexpr uint32_t BLOCKED_BY_DOUGHNUT = 2;
@@ -16,9 +16,9 @@ inline constexpr uint32_t BLOCKED_BY_STONE = 3;
 
 struct kind_info_t {
     kind_t kind;
-    uint32_t flag;         // TTL_* bit that tells the kind; 0 for a turtle
-    uint32_t blocked_by;   // BLOCKED_BY_* when it stands in the way
-    uint32_t event, latch; // of the turtle whose way it blocks: EVENT_*, and the TTL_LATCH_* that says it was reported
+    uint32_t flag;         // TTL_* bit of the kind; 0 for a turtle
+    uint32_t blocked_by;   // BLOCKED_BY_* of it as an obstacle
+    uint32_t event, latch; // of the blocked turtle: EVENT_*, and the TTL_LATCH_* that marks it as reported
     int json_type;         // "type" on the page for browsers
 };
 
@@ -29,7 +29,7 @@ inline constexpr std::array<kind_info_t, 4> KINDS{{
     {kind_t::stone, TTL_STONE, BLOCKED_BY_STONE, EVENT_STONE, TTL_LATCH_STONE, 3},
 }};
 
-/// The kind that turtle_t::flags tell. The last row that fits counts: an ownerless doughnut has the robot's bit, too.
+/// The kind for turtle_t::flags. The last matching row counts: an ownerless doughnut has the robot's bit, too.
 [[nodiscard]] constexpr const kind_info_t& kind_of(uint32_t flags) {
     const kind_info_t* found = &KINDS[0];
     for (const kind_info_t& kind : KINDS) {
@@ -48,6 +48,6 @@ constexpr uint32_t all_of(uint32_t kind_info_t::*field) {
 
 } // namespace kinds_detail
 
-/// The events of something in the way, walls included, and the latches of all but walls.
+/// The events of all obstacles, walls included, and the latches of all but walls.
 inline constexpr uint32_t EVENTS_BLOCKED = kinds_detail::all_of(&kind_info_t::event) | EVENT_WALL;
 inline constexpr uint32_t TTL_LATCH_OBJECTS = kinds_detail::all_of(&kind_info_t::latch);

@@ -1,4 +1,4 @@
-// The team colors, for the window; those of the page for browsers are tested to be the same.
+// The team colors of the window; a test compares those of the page for browsers with them.
 #pragma once
 
 #include "field/turtles.h"

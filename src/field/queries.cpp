@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int LAST_QUERIED_CARD = 52; // the further card 53 can be placed and hidden, never asked for
+constexpr int LAST_QUERIED_CARD = 52; // the further card 53 can be placed and hidden, but not queried
 
 int count_live_without(uint32_t excluded) {
     int n = 0;

@@ -42,9 +42,9 @@ static_assert(std::is_trivially_copyable_v<teaminfo_t> && std::is_trivially_copy
 extern std::array<teaminfo_t, TEAM_MAX> teams;
 extern std::array<coin_t, COIN_MAX> coins;
 extern int ncoin;             // one past the highest coin slot filled since the last reset
-extern int32_t stock_of_coin; // the bank; a scatter of several coins may take it below zero
-// Coins lost since the last reset: a slot that is used again, and a turtle that is reset, starts with none, and what it
-// carried does not go back to the bank. Bank, field, hands and these add up to COIN_MAX.
+extern int32_t stock_of_coin; // the bank; scattering several coins may take it below zero
+// Coins lost since the last reset: a reused slot and a reset turtle start with none, and the coins carried before do
+// not go back to the bank. Bank, field, carried coins and these add up to COIN_MAX.
 extern int32_t coins_gone;
 extern std::array<card_t, CARD_MAX> cards;
 extern std::array<int32_t, CARD_MAX> card_list; // stacking order of card indices, most recently placed first
@@ -58,19 +58,19 @@ extern std::array<double, 3> bgcol; // the background color, 0 to 1, not clamped
 // How the field is played and shown. Guarded by frame_rendering_mutex.
 struct modes_t {
     bool battle_mode;       // turtles fight; else they draw
-    bool maze_mode;         // newcomers start in the maze's entrance
+    bool maze_mode;         // new turtles start in the maze's entrance
     bool bounded_area_mode; // walls stop steps
     bool bird_view_mode;    // the tilted camera; else straight from above
     bool disp_help, disp_score, disp_name;
 };
 extern modes_t modes;
 
-// The words that threads share without the lock.
+// The variables that threads share without the lock.
 struct signals_t {
-    // The painted layer is to be wiped. Set by whoever holds the lock, and by keys; taken by the frame, under the lock.
+    // The painted layer must be wiped. Set by holders of the lock, and by keys; reset by the frame, under the lock.
     std::atomic<bool> wipe_requested{false};
     // Only 127.0.0.1 may connect. The first is for browsers, the second for programs; each is read at each accept. A
-    // stale value admits or refuses one of them late.
+    // stale value admits or refuses one connection late.
     std::atomic<bool> private_mode{true}, accept_only_localhost{true};
     std::atomic<bool> menuitem_need_to_change{false}; // the timer rewrites the window's title, at most a tick late
     std::atomic<bool> capture_screen{false};          // the next frame writes a PNG
@@ -93,7 +93,7 @@ void refresh_teaminfo();
 /// A server could not open its port: from now on every frame shows the warning. Any thread.
 void field_set_socket_error();
 
-/// Length of a text field that may lack a terminator: at most `size` bytes are looked at. Null counts as empty.
+/// Length of a text field that may lack a terminator: at most `size` bytes are read. Null counts as empty.
 [[nodiscard]] int bounded_length(const char* text, int size);
 
 /// Copies at most `size` bytes of `text` and fills the rest of the field with zeros; a text of `size` bytes or more

@@ -28,8 +28,8 @@ inline constexpr uint32_t TTL_ROBOT = 0x200;  // driven by the program; init_tur
 inline constexpr uint32_t TTL_STONE = 0x400;
 inline constexpr uint32_t TTL_DOUGHNUT = 0x800;
 inline constexpr uint32_t TTL_SEG_PAINTED = 0x1000;   // the newest segment is painted; every step or jump clears it
-inline constexpr uint32_t TTL_PEN_LIFTED = 0x2000;    // the pen has just gone up: a brush stroke is to be closed
-inline constexpr uint32_t TTL_LATCH_TURTLE = 0x10000; // latches: the condition was reported and still lasts
+inline constexpr uint32_t TTL_PEN_LIFTED = 0x2000;    // the pen has just been lifted: a brush stroke must be finished
+inline constexpr uint32_t TTL_LATCH_TURTLE = 0x10000; // latches: the condition was reported and persists
 inline constexpr uint32_t TTL_LATCH_DOUGHNUT = 0x20000;
 inline constexpr uint32_t TTL_LATCH_STONE = 0x40000;
 inline constexpr uint32_t TTL_LATCH_WALL = 0x80000;
@@ -94,7 +94,7 @@ void init_turtle(int i, int client_id, double x, double y, double dir);
 /// Sets TTL_ZOMBIE; the turtle stays on the field. An index outside the table is ignored.
 void make_zombie(int i);
 
-/// Frees the turtle's slot, if `client_id` owns it still: nothing of it stays on the field. Other indices are ignored.
+/// Frees the turtle's slot if `client_id` still owns it; nothing of it stays on the field. Other indices are ignored.
 void turtle_leave(int i, int client_id);
 
 /// Puts the turtle into team 1 to 4; any other number changes nothing. @return 0, or -1 for a zombie

@@ -9,7 +9,7 @@ constexpr double MAP_CELL = 32.0;    // field units
 constexpr double MAP_EDGE = 256.0;   // the grid covers -256 to 256 on both axes
 constexpr double HALF_MAX = 16.0;    // half the length of the longest wall that has a cell, field units
 constexpr double SLACK = 1e-3;       // field units: far above what rounding shifts, far below a cell
-constexpr double PLACE_MAX = 1000.0; // field units from the centre: farther out nothing is looked up
+constexpr double PLACE_MAX = 1000.0; // field units from the centre: places farther out are not looked up
 
 // A list of walls, linked by next_wall; -1 ends it.
 using chain_t = int16_t;
@@ -17,7 +17,7 @@ using chains_t = std::array<std::array<chain_t, MAP_SIDE>, MAP_SIDE>; // [column
 
 chains_t level_walls;   // both ends at the same y, facing up or down
 chains_t upright_walls; // both ends at the same x, facing left or right
-chain_t other_walls;    // slanting, long, beyond the grid: on every list
+chain_t other_walls;    // slanting, long, or beyond the grid: part of every list
 std::array<int16_t, WALL_MAX> next_wall;
 
 void empty_wall_map() {

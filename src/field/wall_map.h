@@ -1,6 +1,6 @@
-// The grid over the walls: which walls are near a place, and which lie on a line through it, without a scan of them
-// all. A list may name walls that are farther off, and a wall twice, but it never leaves one out: whoever asks computes
-// the distances. Caller holds frame_rendering_mutex.
+// The grid over the walls: finds the walls near a place or on a line through it without scanning all. A list may
+// contain walls that are farther away, and a wall twice, but never omits one: callers compute the distances. Caller
+// holds frame_rendering_mutex.
 #pragma once
 
 #include "field/walls.h"
@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <span>
 
-// Walls to look at, as indices of the wall table.
+// Candidate walls, as indices of the wall table.
 struct wall_list_t {
     std::array<int16_t, size_t{2} * WALL_MAX> index; // room for one call of each of the functions below
     size_t count = 0;
@@ -22,10 +22,10 @@ struct wall_list_t {
 /// empties the grid.
 void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, double nx, double ny);
 
-/// Appends every wall whose line passes (x, y) nearer than `reach` and whose middle, along that line, is nearer than
-/// `reach` plus half the wall's length; among them are all walls of which any point is nearer than `reach`.
-/// A place or reach that is far out or not finite gets all walls, here and below.
+/// Appends every wall whose line passes (x, y) at less than `reach` and whose middle, along that line, is nearer than
+/// `reach` plus half the wall's length; this includes all walls with any point nearer than `reach`.
+/// For a place or reach that is far out or not finite, all walls are appended, here and below.
 void list_walls_near(wall_list_t& list, double x, double y, double reach);
 
-/// Appends every wall whose line passes (x, y) nearer than `aside`, however far away the wall stands on that line.
+/// Appends every wall whose line passes (x, y) at less than `aside`, at any distance along that line.
 void list_walls_in_line(wall_list_t& list, double x, double y, double aside);

@@ -39,7 +39,7 @@ void settle_hit(int shooter, int victim) {
     v.score -= HIT_DAMAGE;
     v.event |= EVENT_HIT;
     if (v.score < 0) {
-        // Dying is shown by the victim itself: no explosion, and the shooter may fire again at once.
+        // The victim's own animation shows its death: no explosion, and the shooter may fire again at once.
         v.score = 0;
         start_to_kill(victim);
     } else {
@@ -81,7 +81,7 @@ beam_view_t step_beam(int i) {
     const double y = t.beam_y + BEAM_STEP * std::sin(t.beam_dir * DEG_TO_RAD);
     const beam_view_t view{.ball = {t.beam_x, t.beam_y}, .struck = is_hitting_wall(x, y), .strike = {x, y}};
     if (view.struck != 0) {
-        // The beam stays one step short of the wall: that is where its explosion fades.
+        // The beam stays one step short of the wall, and its explosion is shown there.
         t.fire_wait = FIRE_WAIT_FRAMES;
         t.flags &= ~TTL_FIRING;
     } else {
@@ -100,7 +100,7 @@ dying_view_t step_dying(int i) {
     const dying_view_t view{.glow = t.dying_count > GLOW_ABOVE ? 1 : 0, .at = t.pos[0]};
     --t.dying_count;
     if (t.dying_count == 0) {
-        t.flags &= ~TTL_ALIVE; // its coins stay in the slot and are gone once the slot is used again
+        t.flags &= ~TTL_ALIVE; // its coins stay in the slot and are lost once the slot is reused
         disconnect_client_for(i, t.client_id);
     }
     return view;
@@ -125,7 +125,7 @@ void update_robot(int i) {
     if (x < Xmin + ROBOT_MARGIN || x > Xmax - ROBOT_MARGIN || y < Ymin + ROBOT_MARGIN || y > Ymax - ROBOT_MARGIN) {
         t.dir += (drand() - 0.5) * 100.0;
     } else if (turtle_step_forward(i, ROBOT_STEP) != 0) {
-        // It did not move forward, but it steps back all the same, which frees it from what it touches.
+        // It did not move forward, but steps back nevertheless, which frees it from what it touches.
         t.pos[0].x -= dx;
         t.pos[0].y -= dy;
         turtle_turn(i, 180.0 + (drand() - 0.5) * 10.0);

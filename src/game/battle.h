@@ -1,6 +1,6 @@
 // The game rules that run once per frame: coin events, flying beams and their hits, dying, robots.
-// Window thread, inside the frame (frame_rendering_mutex held). No OpenGL here: each step changes the tables and tells
-// what there is to draw. Counters count frames. The random stream is consumed in slot order, one drand per use.
+// Window thread, inside the frame (frame_rendering_mutex held). No OpenGL here: each step changes the tables and
+// returns what to draw. Counters count frames. The random stream is consumed in slot order, one drand per use.
 #pragma once
 
 #include <cstdint>
@@ -38,28 +38,28 @@ struct explosion_view_t {
     double alpha; // 1 at first, then fading to 1/25
 };
 
-/// Raises EVENT_COIN once for every client's turtle that has come near a coin, and arms it again once it has been away
-/// from all coins for a frame. Looks at all slots.
+/// Raises EVENT_COIN once for every client's turtle that has come near a coin, and again only after a frame away from
+/// all coins. Scans all slots.
 void update_coin_event();
 
 /// 1 when turtle `target` lives, is not dying and stands nearer than 10 to (x, y), else 0. Zombies, robots, stones and
 /// doughnuts can be hit.
 [[nodiscard]] int is_hit_by_bullet(int target, double x, double y);
 
-/// Starts the dying of turtle `i`; one that is dying already is left alone.
+/// Starts the dying of turtle `i`; one that is already dying is unchanged.
 void start_to_kill(int i);
 
-/// Flies the beam of slot `i` one step, whether the slot is in use or not, and settles what it meets: first walls, then
-/// the lowest slot within reach, both in one frame if need be. Wants TTL_FIRING.
+/// Moves the beam of slot `i` one step, whether the slot is in use or not, and resolves hits: first walls, then the
+/// lowest slot within reach, both in one frame if need be. Requires TTL_FIRING.
 [[nodiscard]] beam_view_t step_beam(int i);
 
-/// Counts one frame of dying down; at the end the slot is freed and its client asked to leave. Nothing when the turtle
-/// is not dying.
+/// Counts dying down by one frame; at the end frees the slot and asks its client to disconnect. Does nothing when the
+/// turtle is not dying.
 dying_view_t step_dying(int i);
 
-/// Counts one frame of the pause after a resolved shot down. Shows nothing when there is none.
+/// Counts the pause after a resolved shot down by one frame. Shows nothing when there is none.
 [[nodiscard]] explosion_view_t step_fire_wait(int i);
 
-/// One step of a robot: walk, turn at the margin, turn about at an obstacle, fire now and then. A refused step moves
+/// One step of a robot: walks, turns at the margin, turns about at an obstacle, fires at random. A refused step moves
 /// the robot back by the step's length. Doughnuts do nothing and draw no random number.
 void update_robot(int i);

@@ -26,7 +26,7 @@ constexpr double GOAL_OFFSET = 16.0;     // centres of the four cells around the
 struct grid_step_t {
     int dx, dy;
 };
-// The last direction, back towards the edge, is for the first row only: later rows never fall on finished ones.
+// The last direction, back towards the edge, is for the first row only: later rows never build over earlier ones.
 constexpr std::array<grid_step_t, 4> STICK_DIRECTIONS = {{{-1, 0}, {1, 0}, {0, 1}, {0, -1}}};
 
 // Wall ends at each vertex, [gx][gy].
@@ -112,7 +112,7 @@ int field_scatter_coin(int n) {
         add_coin_to_map(k);
         --stock_of_coin;
         ncoin = std::max(ncoin, k + 1);
-        // Tested after a coin was placed: a scatter of nothing places one.
+        // Tested after a coin was placed: scattering 0 coins places one.
         if (++placed >= n) break;
     }
     return 0;

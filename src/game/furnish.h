@@ -1,5 +1,6 @@
-// What furnishes the field: the boundary walls, stones, coins, and the maze with its four doughnuts.
-// Caller holds frame_rendering_mutex. The random stream is consumed in the order stated, so that a seed fixes it all.
+// Furnishes the field: the boundary walls, stones, coins, and the maze with its four doughnuts.
+// Caller holds frame_rendering_mutex. The random stream is consumed in the order stated, so that a seed determines
+// everything.
 #pragma once
 
 inline constexpr int MAZE_VERTICES = 17; // grid vertices along each axis
@@ -17,10 +18,10 @@ int scatter_stone(int n);
 /// A two-sided wall from grid vertex (gx, gy) to (gx + dx, gy + dy); (dx, dy) is a unit step.
 void gen_wall(int gx, int gy, int dx, int dy);
 
-/// Adds the maze's walls and its four doughnuts. A stick falls from each inner vertex: the first row in four
-/// directions, the others in three, each with at most six draws of random().
+/// Adds the maze's walls and its four doughnuts. Each inner vertex gets one wall in a random direction: the first row
+/// has four directions, the others three, each with at most six draws of random().
 void generate_maze();
 
-/// Lays up to `n` coins at random places (x, then y), ranks above all others; one at least, as the count is tested
-/// after a coin was placed. @return 0, also when slots ran out; -1 when the bank was empty before
+/// Places up to `n` coins at random (x, then y), ranks above all others; at least one, as the count is tested after a
+/// coin was placed. @return 0, also when slots ran out; -1 when the bank was empty before
 int field_scatter_coin(int n);

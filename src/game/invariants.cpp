@@ -51,8 +51,8 @@ const char* broken_coins() {
     }
     if (on_field.any() && highest + 1 != on_field.count()) return "the ranks of the coins on the field are dense";
 
-    // What a freed slot still carries counts until the slot is used again, when it goes to coins_gone. The bank alone
-    // may fall below zero.
+    // The coins of a freed slot count until the slot is reused, when they go to coins_gone. Only the bank may fall
+    // below zero.
     int64_t total = int64_t{stock_of_coin} + coins_gone + static_cast<int64_t>(on_field.count());
     for (const turtle_t& t : ttl) {
         if (t.n_coin < 0) return "no turtle carries fewer than no coins";

@@ -1,6 +1,6 @@
 // Invariants of the tables between two commands and after every tick, checked in debug builds (cmake option
 // KELMORA_CHECKS). In release builds the calls are empty.
-// Caller holds frame_rendering_mutex. Tables that a test lays out by hand need not hold together, so nothing is checked
+// Caller holds frame_rendering_mutex. Tables set up by hand in tests need not be consistent, so nothing is checked
 // before watch_invariants.
 #pragma once
 
@@ -10,14 +10,14 @@ inline constexpr bool CHECKED_BUILD = true;
 inline constexpr bool CHECKED_BUILD = false;
 #endif
 
-/// What is broken in the tables of turtles, coins, cards, clients and walls, as a statement of what ought to hold; null
-/// when nothing is. O(coins + cells of the coin map).
+/// The first broken invariant of the tables of turtles, coins, cards, clients and walls, as a statement of what should
+/// hold; null when all hold. O(coins + cells of the coin map).
 [[nodiscard]] const char* first_broken_invariant();
 
-/// From now on check_invariants looks. Called once the tables have been reset at start-up.
+/// Turns check_invariants on. Called once the tables have been reset at start-up.
 void watch_invariants();
 
-/// Ends the process with a line on standard error when an invariant is broken.
+/// Aborts the process with a line on standard error when an invariant is broken.
 void abort_if_broken();
 
 /// After each command and each frame.

@@ -4,7 +4,7 @@ namespace {
 
 constexpr int SEGMENTS_HELD_BACK = 3; // a brush stroke needs its neighbours before it can bend
 
-// Counts the newest segment when it is still to be painted.
+// Counts the newest segment if it has not been painted yet.
 bool take_segment(turtle_t& t) {
     if (!has_any(t.flags, TTL_PEN_DOWN) || has_any(t.flags, TTL_SEG_PAINTED)) return false;
     ++t.n_painted;

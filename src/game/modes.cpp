@@ -41,7 +41,7 @@ void field_kill_all_turtles() {
 
 void field_clear_zombie() {
     for (int i = 0; i < ntmax; ++i) {
-        // The coins that it carries stay in the slot and are gone once the slot is used again.
+        // Its coins stay in the slot and are lost once the slot is reused.
         if (has_any(ttl[i].flags, TTL_ZOMBIE)) ttl[i].flags = 0;
     }
 }

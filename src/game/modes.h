@@ -1,5 +1,5 @@
 // Modes, display toggles and the operations on all turtles at once. Caller holds frame_rendering_mutex.
-// Mode changes announce themselves with one line on standard error.
+// Mode changes are logged with one line.
 #pragma once
 
 /// Frees every turtle slot, asks the server thread to drop the owning clients (but for the very first call, made at
@@ -23,7 +23,7 @@ int field_toggle_disp_name();
 int field_toggle_bird_view_mode();
 int field_toggle_bounded_area_mode();
 
-/// Bring the flag to v (0 or 1). @return 0 when that changed it, 1 when it was so already
+/// Set the flag to v (0 or 1). @return 0 when that changed it, 1 when it was so already
 int field_set_boundary_mode(int v);
 int field_set_disp_name(int v);
 int field_set_disp_score(int v);

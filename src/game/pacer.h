@@ -1,5 +1,5 @@
-// When the next tick is due. Ticks follow the monotonic clock, which nobody sets and no time server corrects by a jump.
-// A tick that comes late is not made up for, but the ones after it keep to the beat: 8 ms are 8.0 ms on average.
+// When the next tick is due. Ticks follow the monotonic clock, which is never set or stepped. A late tick is not made
+// up for, but later ones keep the beat: 8 ms are 8.0 ms on average.
 #pragma once
 
 #include <cstdint>
@@ -14,9 +14,9 @@ inline constexpr int64_t IDLE_TICK = 80'000'000; // ns on a field where nothing 
 /// frame_rendering_mutex.
 [[nodiscard]] int64_t tick_period();
 
-/// When the tick after the one that was due at `due` and began at `now` is due: one period after the former was due.
-/// After a tick that came a whole period late, or more, it is due at once and the beat starts anew from there, so that
-/// no more than one tick is ever owed.
+/// When the tick after the one that was due at `due` and began at `now` is due: one period after `due`. After a tick
+/// that was late by a period or more, it is due at once and the beat restarts there, so that never more than one tick
+/// is pending.
 /// @param due, now  ns of the monotonic clock
 /// @param period    ns, above 0
 [[nodiscard]] int64_t due_after(int64_t due, int64_t now, int64_t period);

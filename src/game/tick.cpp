@@ -2,7 +2,7 @@
 
 namespace {
 
-// The line to `target`, which is forgotten: each find is shown once.
+// The line to `target`, which is cleared: each find is shown once.
 sensor_line_t take_sensor_line(int i, int32_t& target) {
     if (target < 0) return {};
     const sensor_line_t line{.shown = true, .from = ttl[i].pos[0], .to = ttl[target].pos[0]};
@@ -21,7 +21,7 @@ turn_t take_turn(int i) {
     turtle_t& t = ttl[i];
     turn_t turn{};
     turn.slot = i;
-    // Before the in-use test: the beam of a turtle that has gone flies on.
+    // Before the in-use test: the beam of a removed turtle flies on.
     turn.fires = has_any(t.flags, TTL_FIRING);
     if (turn.fires) turn.beam = step_beam(i);
     turn.in_use = has_any(t.flags, TTL_ALIVE);

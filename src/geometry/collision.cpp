@@ -18,7 +18,7 @@ constexpr double BODY_GAP_SQUARED = BODY_GAP * BODY_GAP;
 
 double heading_of_step(const pose_t& from, double step) { return step < 0.0 ? from.dir + 180.0 : from.dir; }
 
-// A place and a heading that is tried against many walls.
+// A place and heading for tests against many walls.
 struct ray_t {
     double x, y;
     double c, s; // cosine and sine of the heading
@@ -58,8 +58,8 @@ bool is_wall_in_step(const pose_t& from, double step) {
 
 double travel_to_wall(const pose_t& from, double limit) {
     wall_list_t candidates;
-    // A disc that travels less than the limit meets only walls that are near; but free travel is negative, too, for a
-    // disc that overlaps the line of a wall far behind it.
+    // A disc that travels less than the limit meets only near walls; but free travel may also be negative, for a disc
+    // that overlaps the line of a wall far behind it.
     list_walls_near(candidates, from.x, from.y, std::max(limit, 0.0) + BODY_RADIUS);
     list_walls_in_line(candidates, from.x, from.y, BODY_RADIUS);
     return least_free_travel(ray_t(from, from.dir), candidates.found());

@@ -1,12 +1,12 @@
-// Collisions and distances: what stands in the way of a disc that moves, and how near things are. The questions take
-// values (a place, a heading, whom to leave out), so that asking changes nothing; the functions of a turtle's index ask
-// them for where that turtle is.
+// Collisions and distances: obstacles in the way of a moving disc, and how near things are. The functions take values
+// (a place, a heading, whom to leave out), so queries change nothing; those with a turtle's index call them for its
+// current place.
 // Commands, frames, menu and key handlers hold frame_rendering_mutex. Indices are not checked.
 #pragma once
 
 #include <cstdint>
 
-// Where a disc stands and where it looks.
+// The place and heading of a disc.
 struct pose_t {
     double x, y; // field units
     double dir;  // degrees, 0 along +x, counter-clockwise positive, need not be wrapped
@@ -21,8 +21,8 @@ struct pose_t {
 /// exactly at contact is allowed.
 [[nodiscard]] bool is_wall_in_step(const pose_t& from, double step);
 
-/// The least free travel of a disc along its heading until it touches a wall face, when that is below `limit`; else
-/// some number that is not. Field units; negative when it overlaps a face already.
+/// The least free travel of a disc along its heading until it touches a wall face, if below `limit`; otherwise some
+/// number that is not below it. Field units; negative when it already overlaps a face.
 [[nodiscard]] double travel_to_wall(const pose_t& from, double limit);
 
 /// Whether a wall is nearer to (x, y) than `limit`, field units.
@@ -39,7 +39,7 @@ struct pose_t {
 /// The same free travel at headings dir + 45 (left), dir (front) and dir - 45 (right).
 void distance_to_walls_3dir(int i, double& left, double& front, double& right);
 
-/// Distance from a point to the nearest wall, field units; NO_DISTANCE without walls. Looks at every wall.
+/// Distance from a point to the nearest wall, field units; NO_DISTANCE without walls. Scans all walls.
 [[nodiscard]] double dist_to_wall_from(double x, double y);
 
 /// 1 when the point lies outside the field (its edges are inside) or nearer than 5 to a wall, else 0.
@@ -54,8 +54,8 @@ struct way_t {
 };
 
 /// How far a body may travel along its heading before it touches another turtle, doughnut or stone.
-/// Walls are not looked at; zombies and dying turtles block like live ones; ties go to the lower index.
-/// @param leave_out  index of the turtle that asks; -1 for none
+/// Walls are ignored; zombies and dying turtles block like live ones; ties go to the lower index.
+/// @param leave_out  index of the turtle to ignore, usually the asker; -1 for none
 /// @param step       field units, backwards when negative
 /// Formula: contact where |P + u v - Q| = BODY_GAP, so u = |F - P| - sqrt(BODY_GAP^2 - |Q - F|^2), F the foot of Q.
 [[nodiscard]] way_t way_ahead(const pose_t& from, int leave_out, double step);

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr double DEGENERATE = 1e-5; // squared length below which a direction is none
+constexpr double DEGENERATE = 1e-5; // squared length below which a direction is undefined
 constexpr double BODY_RADIUS_SQUARED = BODY_RADIUS * BODY_RADIUS;
 
 // Travel of the centre from (px, py) along the unit vector (c, s) to the circle of BODY_RADIUS around an end point.

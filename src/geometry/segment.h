@@ -1,4 +1,4 @@
-// Plane geometry on doubles: the four pure functions on which every collision and distance test rests.
+// Plane geometry on doubles: the four pure functions behind every collision and distance test.
 // Headings are degrees, 0 along +x, counter-clockwise positive. No state; any thread.
 // NO_DISTANCE means "no answer" everywhere, so that callers take minima without a special case.
 #pragma once
@@ -36,7 +36,7 @@ void dist_halfline_to_point(double& foot_x, double& foot_y, double& dist, double
 [[nodiscard]] double net_dist_to_lineseg(double px, double py, double dir, double x1, double y1, double x2, double y2,
                                          double nx, double ny);
 
-/// net_dist_to_lineseg along the unit vector (c, s), which is (cos, sin) of the heading in radians: for a heading that
-/// is tried against many walls.
+/// net_dist_to_lineseg along the unit vector (c, s), (cos, sin) of the heading in radians: for one heading against many
+/// walls.
 [[nodiscard]] double net_dist_along(double px, double py, double c, double s, double x1, double y1, double x2,
                                     double y2, double nx, double ny);

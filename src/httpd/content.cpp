@@ -1,5 +1,5 @@
 // Bodies of the web viewer's responses. Runs on the HTTP threads, without a lock: only the snapshot functions below
-// touch the shared tables, and all else works on copies. Texts grow when extreme numbers need more room, so that a
+// touch the shared tables; everything else works on copies. Texts grow when extreme numbers need more room, so that a
 // list is never cut in the middle.
 #include "httpd/content.h"
 
@@ -45,13 +45,13 @@ constexpr double SIGHT_LENGTH = 100.0;    // from a turtle's eye to its target, 
 constexpr double OVERVIEW_HEIGHT = 450.0; // of the overview's eye above the centre, field units
 constexpr int SEGMENT_MAX = TARGET_BYTES / 2 + 1;
 
-// First sizes of the bodies; ordinary numbers fit, extreme ones let the text grow.
+// Initial sizes of the bodies; ordinary numbers fit, extreme ones make the text grow.
 constexpr size_t TURTLE_BYTES = 384;
 constexpr size_t WALL_BYTES = 128;
 constexpr size_t COIN_BYTES = 64;
 constexpr size_t CAMERA_BYTES = 512;
 
-// The longest texts of numbers.
+// Maximum lengths of numbers.
 constexpr size_t INTEGER_MAX = 20;                           // of 64 bits, with sign
 constexpr size_t FIXED_MAX = 1 + DBL_MAX_10_EXP + 1 + 1 + 6; // of a double: sign, whole digits, point, six more
 
@@ -59,8 +59,8 @@ struct field_counts_t {
     int turtles, walls, coins; // each within its table
 };
 
-// While one of these lives, the thread sanitizer takes no note of what this thread reads. Its list of suppressions goes
-// by the names on the reader's stack, and the stack of a thread that ended long ago is no longer known.
+// While one of these exists, the thread sanitizer ignores this thread's reads. A suppression file would not do: it
+// matches names on the reader's stack, and the stack of a thread that has ended is not known.
 struct unguarded_reads_t {
 #ifdef __SANITIZE_THREAD__
     unguarded_reads_t() { AnnotateIgnoreReadsBegin(__FILE__, __LINE__); }
@@ -72,8 +72,8 @@ struct unguarded_reads_t {
     unguarded_reads_t& operator=(const unguarded_reads_t&) = delete;
 };
 
-// The four readers of the shared tables. They race with the window and client threads on purpose; nothing else here
-// touches a table, so that the thread sanitizer watches all the rest.
+// The four readers of the shared tables. They race with the window and client threads on purpose; no other function
+// touches a table, so that the thread sanitizer checks everything else.
 [[gnu::noinline]] field_counts_t snapshot_counts() {
     const unguarded_reads_t on_purpose;
     return {std::clamp(ntmax, 0, TTL_MAX), std::clamp(nwall, 0, WALL_MAX), std::clamp(ncoin, 0, COIN_MAX)};
@@ -121,8 +121,8 @@ char* copy_of(std::string_view text) {
     return copy;
 }
 
-// The text that `write` puts together, of which the first `size` bytes need no growing. The one place where the
-// library's exceptions end. @return a terminated copy from malloc; null when memory runs out
+// Builds a text by `write`, with `size` bytes reserved at first. The only place where the library's exceptions are
+// caught. @return a terminated copy from malloc; null when memory runs out
 template <class Writer> char* build_text(size_t size, size_t& length, Writer write) {
     try {
         std::string text;
@@ -148,11 +148,11 @@ template <class Writer> http_content_t* build_json(size_t size, Writer write) {
 
 std::string_view true_or_false(uint32_t word, uint32_t bits) { return has_any(word, bits) ? "true" : "false"; }
 
-// The name is written as it is: a double quote in it makes the list invalid JSON, which the viewer has to bear.
+// The name is written unescaped: a double quote in it makes the list invalid JSON, which viewers must cope with.
 void add_turtle(std::string& json, int i, const turtle_t& t, uint32_t now) {
     add_integer(json, "\"tid\":", i);
     add_integer(json, ",\"time\":", now);
-    // The torn copy of a slot that changes hands may have both bits: here it counts as a doughnut.
+    // The torn copy of a slot that is being reused may have both bits: it counts as a doughnut.
     const uint32_t kind_bits = has_any(t.flags, TTL_DOUGHNUT) ? t.flags & ~TTL_STONE : t.flags;
     add_integer(json, ",\"type\":", kind_of(kind_bits).json_type);
     json += ",\"name\":\"";
@@ -267,7 +267,7 @@ int find_turtle_by_name(const char* word) {
     const int count = snapshot_counts().turtles;
     turtle_t t;
     if ((word[0] == '$' || word[0] == '~') && is_dec_number(word + 1) != 0) {
-        const long index = atol(word + 1); // saturates, so that no long number comes back as a small one
+        const long index = atol(word + 1); // saturates, so that a long number does not wrap to a small one
         if (index >= count) return -1;
         snapshot_turtle(static_cast<int>(index), t);
         return has_any(t.flags, TTL_ALIVE) ? static_cast<int>(index) : -1;

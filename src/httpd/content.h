@@ -1,7 +1,7 @@
 // Bodies of the web viewer's responses: the page, JSON snapshots of the field, one turtle's camera, eight icons.
-// Runs on the HTTP threads without frame_rendering_mutex: each record is copied once, by the one small function of its
-// table, and only the copy is used; counts are cut to the size of their table, names to the size of their field.
-// A snapshot may mix two ticks, which the viewer tolerates.
+// Runs on the HTTP threads without frame_rendering_mutex: each record is copied once, by the one function for its
+// table, and only the copy is used; counts are limited to the size of their table, names to the size of their field. A
+// snapshot may mix two ticks, which viewers tolerate.
 #pragma once
 
 #include <array>
@@ -17,13 +17,13 @@ struct http_content_t {
     int32_t mime_kind;         // MIME_*
     const unsigned char* data; // the body
     int32_t length;            // bytes
-    int32_t owns_data;         // 1: data was allocated for this response and goes with it; 0: static
+    int32_t owns_data;         // 1: data was allocated for this response and is freed with it; 0: static
 };
 
 inline constexpr int JSCRIPT_MAX = 10;          // scripts that the page can name
-inline constexpr int JSCRIPT_TEXT_BYTES = 2048; // bytes of the option's value that are looked at
+inline constexpr int JSCRIPT_TEXT_BYTES = 2048; // bytes of the option's value that are read
 inline constexpr int HTML_MAX = 3265;           // characters of the page
-inline constexpr int TARGET_BYTES = 1024;       // bytes of a target that are looked at
+inline constexpr int TARGET_BYTES = 1024;       // bytes of a target that are read
 inline constexpr int JSCRIPT_DEFAULTS = 2;
 
 // The scripts that the page loads, in order. Written at start-up only, before the server starts.
@@ -31,12 +31,11 @@ extern std::array<char*, JSCRIPT_MAX> msg_jscript_srcp;
 extern int32_t n_jscript; // 0: the two defaults are used
 extern const std::array<const char*, JSCRIPT_DEFAULTS> msg_template_jscript_srcp;
 
-/// Replaces the page's scripts by the pieces of `text`, which blanks, ";" and double quotes separate; at most
-/// JSCRIPT_MAX are kept, each announced on standard error. Null or empty changes nothing; separators alone bring the
-/// defaults back.
+/// Replaces the page's scripts by the pieces of `text`, separated by blanks, ";" and double quotes; at most JSCRIPT_MAX
+/// are kept, each logged. Null or empty changes nothing; separators alone restore the defaults.
 void set_jscript_src(const char* text);
 
-/// The body for a request target (without its leading "/"): the last segment chooses it, the first names a turtle.
+/// The body for a request target (without its leading "/"): the last segment selects it, the first names a turtle.
 /// @return a record for free_container; null only when memory runs out
 [[nodiscard]] http_content_t* generate_content(const char* target);
 

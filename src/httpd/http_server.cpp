@@ -39,8 +39,8 @@ constexpr char NOT_FOUND_PAGE[] =
 constexpr char CONNECTION_HEADER[] = "Connection:";
 constexpr char CLOSE_HEADER[] = "Connection: close";
 
-// One browser is answered at a time, however many ask: together they take one processor at most. Whoever has to wait
-// for its peer lets the others go on meanwhile.
+// One browser is answered at a time, however many ask, so that together they use at most one processor. A thread that
+// waits for its peer lets others go on meanwhile.
 std::mutex turn_mutex;
 thread_local bool has_turn;
 
@@ -63,7 +63,7 @@ int patience_of(int sock) {
     return static_cast<int>(patience.tv_sec * 1000 + patience.tv_usec / 1000);
 }
 
-// Sends with one call, and with more only where the peer has no room for all. @return `length`, or less than 0
+// Sends with one call, and with more only when the peer's buffer is full. @return `length`, or less than 0
 ssize_t send_all(int sock, const void* data, size_t length, int flags) {
     const char* const bytes = static_cast<const char*>(data);
     for (size_t done = 0; done < length;) {
@@ -84,7 +84,7 @@ ssize_t send_all(int sock, const void* data, size_t length, int flags) {
     return static_cast<ssize_t>(length);
 }
 
-// Starts a thread whose argument is a malloc'ed int. @return 0; else the argument is released
+// Starts a thread whose argument is a malloc'ed int. @return 0; otherwise the argument is freed
 int start_thread(void* (*body)(void*), int value) {
     int* const arg = static_cast<int*>(malloc(sizeof(int)));
     if (arg == nullptr) return -1;
@@ -102,7 +102,7 @@ int take_argument(void* arg) {
 }
 
 // A response is several small sends: without the first option each would wait for the peer's delayed acknowledgement.
-// Without the second a peer that asks and does not read would hold its thread for ever.
+// Without the second a peer that never reads would block its thread for ever.
 void set_connection_options(int sock) {
     const int on = 1;
     setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -112,10 +112,10 @@ void set_connection_options(int sock) {
     watch_peer(sock);
 }
 
-// How many connections there may be, so that accepting one more never fails for want of a descriptor.
+// How many connections are allowed, so that accepting one more never fails for lack of a descriptor.
 int connection_limit() { return std::clamp(free_descriptors() - DESCRIPTORS_KEPT, 1, HTTP_CONNECTION_MAX); }
 
-// Accepts one connection and hands it to a thread; closes it when there are `most` already. @return 0 to go on; -1 to
+// Accepts one connection and passes it to a thread; closes it when there are `most` already. @return 0 to go on; -1 to
 // end the accepting thread
 int accept_viewer(int most) {
     sockaddr_in peer{};
@@ -148,8 +148,8 @@ int accept_viewer(int most) {
     return -1;
 }
 
-// Puts this thread, and with it those that it starts, behind the field and the programs. On Linux a thread has a nice
-// value of its own.
+// Lowers the priority of this thread and of those it starts below the field and the programs. On Linux each thread has
+// its own nice value.
 void yield_to_the_field() {
     const int others = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid())); // of the main thread
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), others + BROWSER_NICE);
@@ -162,7 +162,7 @@ void accept_viewers() {
     }
 }
 
-// The accepting thread on a socket that listens already, which `arg` brings as httpd's brings the port.
+// The accepting thread for a socket that is already listening, passed in `arg` as httpd's port is.
 void* accepting_thread(void* arg) {
     httpsock = take_argument(arg);
     pthread_detach(pthread_self());
@@ -170,7 +170,7 @@ void* accepting_thread(void* arg) {
     return nullptr;
 }
 
-// Sends one header line. @return whether all of it went out
+// Sends one header line. @return whether all of it was sent
 bool send_line(int sock, const char* text, bool more_follows = true) {
     return send_data(sock, text, more_follows) == static_cast<int>(strlen(text));
 }
@@ -187,12 +187,12 @@ int send_not_found(int sock, int method, int keep_alive) {
         sent = sent && send_line(sock, "Content-Type: text/html; charset=iso-8859-1\r\n") &&
                send_length_line(sock, sizeof NOT_FOUND_PAGE - 1) && send_line(sock, "\r\n") &&
                send_line(sock, NOT_FOUND_PAGE);
-    // After a page this line stands beyond the declared length.
+    // After a page this line is beyond the declared length.
     sent = sent && send_line(sock, "\r\n", false);
     return sent ? keep_alive : -1;
 }
 
-// Sends the body in pieces. @return whether all of it went out
+// Sends the body in pieces. @return whether all of it was sent
 bool send_body(int sock, const unsigned char* data, int length) {
     for (int done = 0; done < length;) {
         const int piece = std::min(length - done, BODY_PIECE_BYTES);
@@ -256,7 +256,7 @@ void* handle_connection(void* arg) {
     signal(SIGPIPE, SIG_IGN);
     pthread_detach(pthread_self());
     serve_requests(sock, IDLE_BUDGET);
-    shutdown(sock, SHUT_RDWR); // may fail when the peer has gone; the socket is closed anyway
+    shutdown(sock, SHUT_RDWR); // may fail when the peer has closed; the socket is closed anyway
     if (close(sock) < 0) log_line("error closing client socket");
     --http_connections;
     return nullptr;
@@ -281,7 +281,7 @@ int handle_request(int sock) {
     if (received <= 0) return received;
     packet[received] = '\0';
 
-    // A line is what a line feed ends. Only one of the headers matters; the last of several counts.
+    // A line ends at a line feed. Only one header matters; the last of several counts.
     const char* request_line = nullptr;
     const char* connection = "";
     int start = 0;
@@ -314,7 +314,7 @@ int send_response(int sock, int method, const http_content_t* content, int keep_
     const bool with_body = method == METHOD_GET;
     char type_line[64];
     snprintf(type_line, sizeof type_line, "Content-Type: %s\r\n", get_mimetype(content->mime_kind));
-    // All but the last send may wait for the next one, so that a response travels in few packets.
+    // All but the last send may be delayed (MSG_MORE), so that a response needs few packets.
     const bool sent = send_line(sock, "HTTP/1.1 200 OK\r\n") && send_line(sock, type_line) &&
                       (!with_body || send_length_line(sock, content->length)) &&
                       send_line(sock, "Connection: Keep-Alive\r\n") && send_line(sock, SERVER_LINE) &&

@@ -1,6 +1,6 @@
 // The web viewer's server: an accepting thread and one thread per connection, HTTP/1.1 with GET and HEAD.
 // Nothing here takes frame_rendering_mutex; the field is read by httpd/content only.
-// A connection waits for its requests 60 seconds altogether, and a response that nobody reads ends after 60 more.
+// A connection waits for its requests 60 seconds in all, and a response that is not read ends it after 60 more.
 #pragma once
 
 #include "field/clients.h"
@@ -11,15 +11,15 @@
 
 inline constexpr int REQUEST_MAX = 2048;        // bytes taken by one receive
 inline constexpr int BODY_PIECE_BYTES = 1024;   // bytes handed to one send call
-inline constexpr int TARGET_SCAN_MAX = 1001;    // characters of the request line looked at for the target
+inline constexpr int TARGET_SCAN_MAX = 1001;    // characters of the request line scanned for the target
 inline constexpr int HTTP_CONNECTION_MAX = 256; // connection threads
-// Descriptors that browsers leave to others: programs, a capture, the graphics driver, and the connection that is
-// accepted to be refused.
+// Descriptors reserved for other uses than browsers: programs, a capture, the graphics driver, and the connection that
+// is accepted only to be refused.
 inline constexpr int DESCRIPTORS_KEPT = MAX_CLIENT + 16;
 inline constexpr int BROWSER_NICE = 5;  // of all threads for browsers, above that of the field
 inline constexpr int HTTP_BACKLOG = 10; // connections that may wait to be accepted
 inline constexpr std::chrono::seconds IDLE_BUDGET{60};
-inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without any progress
+inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without progress
 
 // get_method
 inline constexpr int METHOD_GET = 0;
@@ -27,7 +27,7 @@ inline constexpr int METHOD_HEAD = 1;
 inline constexpr int METHOD_UNKNOWN = -1;
 
 extern int httpsock; // the listening socket, -1 before it is open; written once by the accepting thread
-// Raised by the accepting thread, lowered by each connection thread when its socket is closed.
+// Incremented by the accepting thread, decremented by each connection thread when its socket is closed.
 extern std::atomic<int> http_connections;
 
 /// Starts the accepting thread on `port` (16 bits) and returns at once. Without a thread: one line on standard error.
@@ -36,8 +36,8 @@ void start_httpd(int port);
 /// Opens `port` (16 bits, 0 takes a free one). @return the listening socket, or -1 after a line on standard error
 [[nodiscard]] int open_viewer_socket(int port);
 
-/// Starts the accepting thread on a socket that listens already. @return whether it runs; else one line on standard
-/// error
+/// Starts the accepting thread on a socket that is already listening. @return whether it runs; otherwise one line on
+/// standard error
 bool serve_viewers(int sock);
 
 /// The accepting thread. @param arg  malloc'ed int with the port, released here. @return null
@@ -47,11 +47,11 @@ void* httpd(void* arg);
 /// A connection's thread. @param arg  malloc'ed int with the socket, released and closed here. @return null
 void* handle_connection(void* arg);
 
-/// Serves requests until one asks to close, the peer is gone, or the waits between requests add up to `idle_budget`.
+/// Serves requests until one asks to close, the peer closes, or the waits between requests add up to `idle_budget`.
 /// The socket stays open.
 void serve_requests(int sock, std::chrono::nanoseconds idle_budget);
 
-/// Receives once and answers the one request that begins there; bytes beyond the packet are the next request.
+/// Receives once and answers the one request that begins there; bytes beyond one packet are the next request.
 /// @return positive: keep the connection; 0 or less: close it
 int handle_request(int sock);
 
@@ -59,7 +59,7 @@ int handle_request(int sock);
 /// @return `keep_alive`, or -1 when a send failed; the content stays the caller's
 int send_response(int sock, int method, const http_content_t* content, int keep_alive);
 
-/// Sends the terminated text with one call, with `more_follows` the kernel may delay it (MSG_MORE).
+/// Sends the terminated text with one call; with `more_follows` the kernel may delay it (MSG_MORE).
 /// @return the send's result; a negative one is reported on standard error
 int send_data(int sock, const char* text, bool more_follows = false);
 
@@ -69,7 +69,7 @@ int send_data(int sock, const char* text, bool more_follows = false);
 /// The media type of a MIME_* number.
 [[nodiscard]] const char* get_mimetype(int32_t kind);
 
-/// The body for a request line: what stands between its first and second blank, without one leading "/", is the
-/// target. A line without a blank asks for the empty target; one without a second blank ends the target.
+/// The body for a request line: the target is the text between its first and second blank, without one leading "/". A
+/// line without a blank has an empty target; without a second blank the target ends with the line.
 /// @return null only when memory runs out
 [[nodiscard]] http_content_t* match_request(const char* line);

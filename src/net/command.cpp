@@ -20,7 +20,7 @@ namespace {
 
 constexpr int WORD_MAX = 512; // bytes of a word with its terminator; a longer word is cut
 
-// One line, cut into its words. Missing words are empty and read as 0.
+// One line, split into its words. Missing words are empty and read as 0.
 struct word_list_t {
     char w[4][WORD_MAX]; // the command word and up to three arguments
     const char* rest;    // what follows the command word, with its leading blanks
@@ -56,7 +56,7 @@ void split(const char* line, word_list_t& out) {
     for (int k = 1; k < 4; ++k) p = take_word(p, out.w[k]);
 }
 
-// Who sent the line, and the words of it.
+// The sender of the line, and its words.
 struct request_t {
     client_t& client;
     int slot;
@@ -77,7 +77,7 @@ int do_backward(const request_t& r) {
     return turtle_step_forward(r.turtle, -r.words.number(1));
 }
 
-// Whatever was cleared, the line goes on as a forward step of its argument: "c 10" resets and then steps 10.
+// Whatever was cleared, the line continues as a forward step by its argument: "c 10" resets and then steps 10.
 int do_clear(const request_t& r) {
     switch (r.words.letter(1)) {
     case 'a':
@@ -233,7 +233,7 @@ int do_card(const request_t& r) {
     return 0;
 }
 
-// The new robot's index is the result, and so selects the query that the reply answers.
+// The result is the new robot's index, which thereby selects the query that the reply answers.
 int do_robot(const request_t&) { return generate_turtle(-1, TTL_ROBOT); }
 
 int do_battle(const request_t& r) {

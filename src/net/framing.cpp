@@ -13,15 +13,15 @@ namespace {
 
 bool ends_line(char b) { return b == '\n' || b == ';'; }
 
-// Printable bytes make up a line; control characters and bytes from 128 are dropped without ending it.
+// A line consists of printable bytes; control characters and bytes from 128 are dropped without ending it.
 bool belongs_to_line(char b) { return static_cast<signed char>(b) >= ' ' && b != ';'; }
 
 bool is_told(const first_line_t& line) {
     return line.state == first_line_state::command || line.state == first_line_state::http_request;
 }
 
-// Reads what has come of the connection's first line. Bytes that belong to no line are dropped from the buffer.
-// A line that fills the buffer before it is told is cut like any other, but not one that would be several commands.
+// Examines the bytes received of the connection's first line, dropping bytes that are not part of a line. A line that
+// fills the buffer while still undecided is cut like any other, but not one that would be several commands.
 // @return whether lines may be executed
 bool first_line_is_command(client_t& c) {
     first_line_t& line = c.first_line;
@@ -48,7 +48,7 @@ bool first_line_is_command(client_t& c) {
     return line.state == first_line_state::command;
 }
 
-// Drops the rest of an over-long line up to its end. The end itself goes into the buffer, which completes the line.
+// Drops the rest of an over-long line up to its end. The end itself is put into the buffer, which completes the line.
 int receive_rest_of_long_line(client_t& c) {
     char packet[RECV_MAX];
     ssize_t n = recv(c.sockfd, packet, sizeof packet, MSG_PEEK);
@@ -64,8 +64,8 @@ int receive_rest_of_long_line(client_t& c) {
     return static_cast<int>(recv(c.sockfd, packet, static_cast<size_t>(n), 0));
 }
 
-// Keeps the unfinished line at the start of the buffer, without what would be dropped from it anyway, so that
-// separators alone can never fill the buffer. A line that does fill it is cut.
+// Keeps the unfinished line at the start of the buffer, without bytes that would be dropped from it anyway, so that
+// separators alone can never fill the buffer. A line that fills it is cut.
 void keep_unfinished_line(client_t& c) {
     int kept = 0;
     for (int p = 0; p < c.recv_len; ++p) {

@@ -1,21 +1,21 @@
-// Bytes to lines: what a client sends is cut at line feeds and ";", executed and answered line by line.
+// Bytes to lines: client input is split at line feeds and ";", executed and answered line by line.
 // Server thread, lock held.
 #pragma once
 
-/// One receive for the slot, of no more than its buffer can take. @return bytes read; 0 closed; negative an error
+/// One receive for the slot, of at most the free space in its buffer. @return bytes read; 0 closed; negative an error
 int receive_client_packet(int slot);
 
 inline constexpr int LINE_MAX_BYTES = 524; // a command line with its terminator
 
-/// receive_client_packet also from a peer that no longer takes replies: what it has sent may still be there.
+/// receive_client_packet also from a peer that no longer takes replies: its earlier input may still be there.
 int receive_bytes(int slot);
 
-/// Takes the first complete line off the slot's buffer; without one, bytes that belong to no line are dropped from it.
-/// As long as the first line of the connection may be an HTTP request line, there is none.
+/// Removes the first complete line from the slot's buffer; without one, drops bytes that are not part of a line.
+/// Returns no line while the connection's first line may still be an HTTP request line.
 /// @param[out] line  LINE_MAX_BYTES bytes; the line, terminated  @return whether there was one
 bool take_line(int slot, char* line);
 
-/// Whether the connection began with an HTTP request line. Its input is not executed; it is to be closed.
+/// Whether the connection began with an HTTP request line. Its input is not executed, and it must be closed.
 bool is_http_request(int slot);
 
 /// Executes and answers every complete line of the slot's buffer and keeps the rest.

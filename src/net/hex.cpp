@@ -28,7 +28,7 @@ int convert_str2hex(const char* text, char* out) {
     out[0] = '\0';
     for (int k = 0; text[k] != '\0'; ++k) {
         if (k == HEX_STEPS) return HEX_STEPS;
-        // Signed on purpose: a byte of 128 and more is written with its sign, in eight digits.
+        // Signed on purpose: a byte of 128 or more is written as a negative number, in eight digits.
         out += snprintf(out, 9, "%02x", static_cast<unsigned int>(static_cast<signed char>(text[k])));
     }
     return 0;

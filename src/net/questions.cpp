@@ -11,8 +11,8 @@
 
 namespace {
 
-// Each writes the value text of a question and returns its status; `k` is the distance from the first selector of the
-// question's range. The text is written for a failed question too, with zeros where it gave no value.
+// Each writes the value text of a question and returns its status; `k` is the offset from the first selector of the
+// question's range. The text is also written for a failed question, with zeros for missing values.
 
 template <int (*QUESTION)(int, int&)> int answer_integer(char* text, int turtle, int /*k*/) {
     int n = 0;
@@ -101,11 +101,11 @@ int answer_card_place(char* text, int /*turtle*/, int k) {
 struct question_t {
     char letter;
     int selector; // the first of its range
-    int last;     // and the last
+    int last;     // the last
     int (*answer)(char* text, int turtle, int k);
 };
 
-// Card selectors count from the base of their range, card 1 first; the base itself stands for no question.
+// Card selectors count from the base of their range, card 1 first; the base itself selects nothing.
 constexpr std::array<question_t, 15> QUESTIONS = {{
     {'p', SEL_POSITION, SEL_POSITION, answer_position},
     {'d', SEL_DIRECTION, SEL_DIRECTION, answer_direction},

@@ -1,4 +1,4 @@
-// The questions: which letter asks them, the reply selector that stands for each, and how it is answered: one table.
+// The table of questions: letter, reply selector and answer of each.
 // Server thread, lock held.
 #pragma once
 
@@ -21,10 +21,9 @@ inline constexpr int SEL_CARD_PLACE = 1100; // + card number
 
 inline constexpr int VALUE_MAX = 512; // bytes of value text; longer is cut
 
-/// The selector of the question that `letter` asks, the first of its range; -1 when no question has that letter.
+/// The selector of the question with that letter, the first of its range; -1 when there is none.
 [[nodiscard]] int selector_of_question(char letter);
 
-/// Writes the value text of the question that `selector` stands for, cut at VALUE_MAX; empty when it stands for none.
-/// @return the question's status: 0, or -1 when it failed, in which case the text holds zeros; 0 when it stands for
-/// none
+/// Writes the value text for `selector`, cut at VALUE_MAX; empty when it selects no question.
+/// @return the question's status: 0, or -1 when it failed, in which case the text holds zeros; 0 when none is selected
 int answer_question(int selector, int turtle, char* text);

@@ -11,7 +11,7 @@
 
 int format_reply(int slot, int selector, char* out) {
     const int turtle = client_tab[slot].turtle_id;
-    // Fetched before the query runs: what a sensor changes in its own turtle's events belongs to the next reply.
+    // Fetched before the query runs: a sensor's changes to its own turtle's events belong to the next reply.
     const uint32_t event = turtle_get_and_reset_eventcode(turtle);
     char value[VALUE_MAX];
     const int status = answer_question(selector, turtle, value);
@@ -25,7 +25,7 @@ void answer_back(int slot, int selector) {
     const int length = format_reply(slot, selector, line);
     if (c.send_failed != 0) return;
     if (send(c.sockfd, line, static_cast<size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL) == length) return;
-    // The peer has gone or does not read. Half a line may be out, so nothing more may follow it.
+    // The peer has closed or does not read. Part of a line may have been sent, so nothing more may follow.
     c.send_failed = 1;
     shutdown(c.sockfd, SHUT_RDWR);
 }

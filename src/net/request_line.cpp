@@ -5,7 +5,7 @@
 
 namespace {
 
-// What browsers and their like send; PRI begins HTTP/2.
+// Methods of browsers and similar clients; PRI begins HTTP/2.
 constexpr std::array<std::string_view, 10> METHODS = {"GET",     "HEAD",    "POST",  "PUT",   "DELETE",
                                                       "CONNECT", "OPTIONS", "TRACE", "PATCH", "PRI"};
 constexpr std::string_view PROTOCOL = "HTTP/";
@@ -13,7 +13,7 @@ constexpr std::string_view PROTOCOL = "HTTP/";
 bool ends_line(char byte) { return byte == '\n' || byte == ';'; }
 bool is_digit(char byte) { return byte >= '0' && byte <= '9'; }
 
-// Leaves in `possible` the methods that have `byte` at `position`.
+// Keeps in `possible` the methods that have `byte` at `position`.
 uint16_t narrowed(uint16_t possible, size_t position, char byte) {
     uint16_t left = 0;
     for (size_t m = 0; m < METHODS.size(); ++m) {

@@ -29,9 +29,9 @@ constexpr std::chrono::milliseconds ACCEPT_PAUSE{100}; // after an accept that f
 using steady = std::chrono::steady_clock;
 
 int32_t server_socket = -1;     // written once, before the thread starts
-steady::time_point next_accept; // no try before; server thread only
+steady::time_point next_accept; // no accept before then; server thread only
 
-// Closes what it holds unless it was released to a table.
+// Closes the descriptor unless it was released to a table.
 struct fd_guard_t {
     int fd;
     explicit fd_guard_t(int f) : fd(f) {}
@@ -62,7 +62,7 @@ int first_free_client_slot() {
 
 void* server_thread_func(void*) {
     pthread_detach(pthread_self());
-    signal(SIGPIPE, SIG_IGN); // a write to a client that has gone must not end the process
+    signal(SIGPIPE, SIG_IGN); // a write to a closed client must not end the process
     while (server_socket >= 1) {
         check_connection(server_socket);
         check_client_status();
@@ -121,7 +121,7 @@ int accept_connection(int listen_sock) {
     socklen_t size = sizeof peer;
     fd_guard_t sock(accept4(listen_sock, reinterpret_cast<sockaddr*>(&peer), &size, SOCK_CLOEXEC));
     if (sock.fd < 0) {
-        // The newcomer stays in the queue and would be tried again at once, for ever.
+        // The client stays in the queue, and accept would be tried again at once, for ever.
         const bool short_of_something = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
         if (short_of_something) next_accept = steady::now() + ACCEPT_PAUSE;
         log_line("accept_connection(): accept() failure");
@@ -145,12 +145,13 @@ int accept_connection(int listen_sock) {
     log_line("handling client from %s %d", address, peer.sin_port);
 
     const int on = 1;
-    setsockopt(sock.fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on); // replies in a row wait for no acknowledgement
+    setsockopt(sock.fd, IPPROTO_TCP, TCP_NODELAY, &on,
+               sizeof on); // no wait for acknowledgements
     watch_peer(sock.fd);
     const int slot = first_free_client_slot();
     if (slot < 0) return -1;
 
-    // A frame may be on: the new turtle must not appear, nor the slot fill, in the middle of it.
+    // A frame may be in progress: the new turtle must not appear, nor the slot be filled, in the middle of it.
     const std::lock_guard lock(frame_rendering_mutex);
     const int turtle = generate_turtle(slot, 0);
     if (turtle < 0) return -1;
@@ -166,7 +167,7 @@ int accept_connection(int listen_sock) {
 int check_connection(int listen_sock) {
     fd_set set;
     FD_ZERO(&set);
-    if (accept_pause() > 0) { // those who are in are served as ever
+    if (accept_pause() > 0) { // connected clients are still served
         wait_readable(set, -1);
         return 0;
     }
@@ -197,7 +198,7 @@ int check_client_status() {
         const client_t& c = client_tab[slot];
         if (c.sockfd < 0 || !FD_ISSET(c.sockfd, &set) || c.frame_cmd_count != 0) continue;
         if (receive_client_packet(slot) < 1) {
-            // The rest of the slots are served in the next pass.
+            // The remaining slots are served in the next pass.
             make_zombie(c.turtle_id);
             disconnect_client(slot);
             return 0;

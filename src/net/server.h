@@ -15,7 +15,7 @@ int accept_connection(int listen_sock);
 /// @return ns until the next try to accept may succeed: after one that found no descriptor or memory there is a pause
 int64_t accept_pause();
 
-/// Closes a connection that began with an HTTP request line; its turtle leaves the field, not even a zombie stays.
+/// Closes a connection that began with an HTTP request line; its turtle is removed without leaving a zombie.
 /// Server thread, lock held. @return whether it was one
 bool turn_away_http(int slot);
 
@@ -25,6 +25,6 @@ int check_connection(int listen_sock);
 /// One poll of all clients, at most 5 ms: serves requests to disconnect, then every ready client. @return 0
 int check_client_status();
 
-/// Closes the slot's connection, says so on standard error and frees the slot; a free slot or an index outside the
-/// table is ignored. The turtle is not touched. Server thread, lock held.
+/// Closes the slot's connection, logs that and frees the slot; a free slot or an index outside the table is ignored.
+/// The turtle is not touched. Server thread, lock held.
 void disconnect_client(int slot);

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int NO_SOCKET = 1 << 20; // stands for a connection; nothing is ever sent
+constexpr int NO_SOCKET = 1 << 20; // placeholder for a connection; nothing is ever sent
 
 constexpr std::string_view END_FIELD = ",\"end\":";
 constexpr std::string_view HASH_FIELD = ",\"h\":\"";
@@ -42,7 +42,7 @@ void vacate(int slot) {
     --nclient;
 }
 
-// @return false when the record tells what cannot have been
+// @return false when the record contains something impossible
 bool run(again_t& a, int slot, const std::string& line) {
     if (line == "+") return join(a, slot);
     if (!is_seated(slot)) return false;
@@ -60,7 +60,7 @@ bool run(again_t& a, int slot, const std::string& line) {
     } else {
         record_command(a.recorder, slot, line);
         char reply[REPLY_MAX];
-        format_reply(slot, parse_message_for(slot, line.c_str()), reply); // a question may draw on chance
+        format_reply(slot, parse_message_for(slot, line.c_str()), reply); // a query may draw random numbers
     }
     return true;
 }
@@ -76,7 +76,7 @@ std::vector<std::string> split(const std::string& text) {
     return lines;
 }
 
-// First all that are dropped, then all that join, then one line of each in turn: so it was in the game.
+// First all drops, then all joins, then one line of each in turn: the order of the game.
 bool run_rounds(again_t& a, const std::vector<seat_text_t>& texts) {
     std::vector<std::vector<std::string>> lines;
     lines.reserve(texts.size());
@@ -117,7 +117,7 @@ void step(again_t& a) {
     record_tick(a.recorder, view);
 }
 
-// The line without the results, which are made of more than the game.
+// The line without the results, which depend on more than the game.
 std::string without_end(const std::string& line) {
     const size_t end = line.find(END_FIELD);
     const size_t hash = line.rfind(HASH_FIELD);
@@ -125,7 +125,7 @@ std::string without_end(const std::string& line) {
     return line.substr(0, end) + line.substr(hash);
 }
 
-// The next line that this game has made; empty when it has made none.
+// The next line that this game has produced; empty when there is none.
 std::string next_line(again_t& a) {
     const std::string& out = a.recorder.out;
     const size_t end = out.find('\n', a.compared);
@@ -147,7 +147,7 @@ bool run_tick(again_t& a, const std::vector<seat_text_t>& texts) {
     return a.order == command_order_t::rounds ? run_rounds(a, texts) : run_blocks(a, texts);
 }
 
-// Plays up to the line's tick. @return what is wrong with the record; null when nothing is
+// Plays up to the line's tick. @return the fault of the record; null when there is none
 const char* play_to(again_t& a, const record_line_t& line, const std::vector<std::string>& listed) {
     static constexpr char IMPOSSIBLE[] = "a program did what it cannot do here";
     const uint64_t now = signals.elapsed_time;

@@ -1,4 +1,4 @@
-// Playing a recorded game again: the same seed and commands must give the same record, line by line.
+// Replays a recorded game: the same seed and commands must produce the same record, line by line.
 #pragma once
 
 #include "play/record_file.h"
@@ -13,5 +13,5 @@ struct verdict_t {
 };
 
 /// Plays the record's game in the tables of this process and compares each line. The results at its end are not
-/// compared, nor is what comes after the place where the file was cut off.
+/// compared, nor is anything after the place where the file was cut off.
 [[nodiscard]] verdict_t play_again(const record_file_t& record);

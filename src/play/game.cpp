@@ -68,8 +68,8 @@ void step_game(game_t& game) {
     look_for_the_end(game);
 }
 
-// Serves the clients as the window's server does: whoever has not sent a paced command since the last tick is received
-// from once, and all complete lines run.
+// Serves the clients like the window's server: each that has sent no paced command since the last tick gets one
+// receive, and all complete lines run.
 void serve_ready(game_t& game, const seat_set_t& ready) {
     char line[LINE_MAX_BYTES];
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -124,7 +124,7 @@ void play_free(game_t& game) {
 void play_in_turns(game_t& game) {
     while (game.why == nullptr) {
         admit_newcomers(game);
-        // Without programs there are no turns; only a clock with an end runs on.
+        // Without programs there are no turns; only a clock with an end goes on.
         if (!anybody_seated() && game.options.ticks == 0) {
             static_cast<void>(wait_for_bytes(game, {}, true, FOR_EVER));
             look_for_the_end(game);

@@ -24,11 +24,11 @@ void append_word(std::string& out, uint32_t word) {
 
 void add_gzip_member(std::string& out, std::string_view text, uint32_t tick) {
     const size_t start = out.size();
-    // Magic, deflate, an extra field; no time; packed hard; unknown system; 12 bytes of extra field, of which "KM"
+    // Magic, deflate, an extra field; no time; best compression; unknown system; 12 bytes of extra field, of which "KM"
     // has 8.
     constexpr std::array<unsigned char, 16> HEADER{0x1F, 0x8B, 8, 4, 0, 0, 0, 0, 2, 255, 12, 0, 'K', 'M', 8, 0};
     out.append(reinterpret_cast<const char*>(HEADER.data()), HEADER.size());
-    append_word(out, 0); // the length, once it is known
+    append_word(out, 0); // the length, filled in later
     append_word(out, tick);
 
     z_stream stream = {};
@@ -42,7 +42,7 @@ void add_gzip_member(std::string& out, std::string_view text, uint32_t tick) {
     stream.avail_in = static_cast<uInt>(text.size());
     stream.next_out = reinterpret_cast<Bytef*>(out.data() + body);
     stream.avail_out = static_cast<uInt>(out.size() - body);
-    deflate(&stream, Z_FINISH); // the bound leaves room for all of it
+    deflate(&stream, Z_FINISH); // the bound guarantees enough room
     out.resize(body + stream.total_out);
     deflateEnd(&stream);
 

@@ -1,4 +1,4 @@
-// One gzip member that says how long it is, so that a reader can walk over members without unpacking them.
+// A gzip member that contains its own length, so that a reader can skip members without unpacking them.
 #pragma once
 
 #include <cstdint>
@@ -9,5 +9,5 @@
 /// the tick at its end, 32 bits each, little-endian.
 inline constexpr size_t MEMBER_HEADER_BYTES = 24;
 
-/// Appends `text` to `out` as one member. Without a time and a file name: the same text gives the same bytes.
+/// Appends `text` to `out` as one member, without time and file name: the same text gives the same bytes.
 void add_gzip_member(std::string& out, std::string_view text, uint32_t tick);

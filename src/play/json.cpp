@@ -9,7 +9,7 @@ constexpr size_t DIGITS_MAX = 24; // of a 64-bit number with its sign
 
 bool is_continuation(unsigned char b) { return (b & 0xC0U) == 0x80U; }
 
-// Length of the UTF-8 sequence that `text` begins with; 0 when it is none. Overlong forms and surrogates are none.
+// Length of the UTF-8 sequence at the start of `text`; 0 when invalid. Overlong forms and surrogates are invalid.
 size_t sequence_length(std::string_view text) {
     const auto at = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
     const unsigned char first = at(0);

@@ -1,11 +1,11 @@
-// Small steps of writing JSON. No state; any thread.
+// Helpers for writing JSON. No state; any thread.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-/// Appends `bytes` as a JSON string with its quotes. Whatever is no UTF-8 becomes U+FFFD, byte by byte.
+/// Appends `bytes` as a JSON string with its quotes. Invalid UTF-8 becomes U+FFFD, byte by byte.
 void add_json_string(std::string& json, std::string_view bytes);
 
 /// Appends the digits of `number`.

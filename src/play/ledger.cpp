@@ -8,7 +8,7 @@
 
 namespace {
 
-// The program that is seated in `slot`; null when it is not listed.
+// The program in `slot`; null when it is not listed.
 program_t* program_of(ledger_t& ledger, int slot) {
     const int32_t k = ledger.seated[static_cast<size_t>(slot)];
     return k < 0 ? nullptr : &ledger.programs[static_cast<size_t>(k)];
@@ -19,10 +19,10 @@ bool owns_turtle(int slot) {
     return c.turtle_id >= 0 && ttl[static_cast<size_t>(c.turtle_id)].client_id == slot;
 }
 
-// What decides a place, the better one first.
+// The sort key of places, better ones first.
 struct rank_t {
     bool plays;
-    int64_t until; // tick in which it died or left
+    int64_t until; // tick of its death or departure
     int32_t score;
 };
 

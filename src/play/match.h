@@ -1,5 +1,5 @@
-// What belongs to one game without a window: its options, who joined, what is written about it, and why it ended.
-// The game's thread only.
+// The state of one game without a window: its options, who joined, its output, and why it ended. The game's thread
+// only.
 #pragma once
 
 #include "play/ledger.h"
@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <cstdio>
 
-// Lines that a program may send in one turn without a paced one among them. A flood of questions is a missed turn.
+// Lines that a program may send in one turn without a paced one. More questions count as a missed turn.
 inline constexpr int TURN_LINES_MAX = 1000;
 
 struct game_t {
@@ -18,8 +18,8 @@ struct game_t {
     ledger_t ledger;
     recorder_t* recorder; // null = no record is made
     FILE* record_file;
-    bool record_failed; // the file takes no more
+    bool record_failed; // writing the file has failed
     int64_t joined;     // programs that ever joined
-    bool several_seen;  // two sides have stood on the field: from now on one may be left
-    const char* why;    // what ended the game; null while it goes on
+    bool several_seen;  // two sides have played, so "one left" is possible from now on
+    const char* why;    // why the game ended; null while it goes on
 };

@@ -61,7 +61,7 @@ constexpr option LONG_OPTIONS[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-// A whole number from `least` to `most`, nothing before or after it. A line on standard error when it is none.
+// Parses a whole number from `least` to `most` with nothing before or after it; otherwise one line on standard error.
 bool read_number(const char* what, const char* text, int64_t least, int64_t most, int64_t& number) {
     char* end = nullptr;
     errno = 0;
@@ -112,7 +112,7 @@ bool read_file(const char* what, const char* text, const char*& file) {
     return true;
 }
 
-// @return whether the option's value is right
+// @return whether the option's value is valid
 bool take_option(int key, options_t& o) {
     int64_t number = 0;
     switch (key) {
@@ -162,7 +162,7 @@ bool take_option(int key, options_t& o) {
         o.scripts = optarg;
         return true;
     default:
-        return false; // getopt has said what is wrong
+        return false; // getopt has printed the reason
     }
 }
 
@@ -173,7 +173,7 @@ bool is_stdout(const char* file) { return file != nullptr && strcmp(file, "-") =
 const char* options_help() { return HELP; }
 
 parse_result_t parse_options(int argc, char** argv, options_t& options) {
-    optind = 0; // from the first argument, whoever has parsed before
+    optind = 0; // restart getopt at the first argument
     int key = 0;
     // -js is a long option with one dash, as the program with the window has it.
     while ((key = getopt_long_only(argc, argv, SHORT_OPTIONS, LONG_OPTIONS, nullptr)) != -1) {

@@ -6,9 +6,9 @@
 #include <cstdint>
 
 enum class pace_kind_t {
-    real,  // the timer of the window: 8 ms a tick while anything can move, else 80 ms
-    free,  // one tick after the other, without a pause
-    turns, // a tick when every program has ended its turn
+    real,  // like the window's timer: 8 ms a tick while anything can move, else 80 ms
+    free,  // ticks without a pause
+    turns, // one tick when every program has ended its turn
 };
 
 inline constexpr int VIEWER_OFF = -1;
@@ -19,9 +19,9 @@ struct options_t {
     setting_t setting;       // how the field is furnished
     bool seed_given = false; // without it the seed is the second of the start
     pace_kind_t pace = pace_kind_t::real;
-    int turn_limit_ms = 1000;      // what a program may think in one turn; 0 = for ever
-    int start = -1;                // programs that must have joined before the clock runs; -1 = the pace's own default
-    uint64_t ticks = 0;            // the game ends after so many; 0 = it does not
+    int turn_limit_ms = 1000;      // thinking time of a program in one turn; 0 = unlimited
+    int start = -1;                // programs that must have joined before the clock starts; -1 = the pace's default
+    uint64_t ticks = 0;            // length of the game; 0 = unlimited
     bool until_one = false;        // the game ends when one player, or one team, is left
     const char* results = nullptr; // file, "-" = standard output; null = none
     const char* record = nullptr;  // likewise
@@ -33,7 +33,7 @@ struct options_t {
 enum class parse_result_t {
     run,
     help,  // the help text was asked for
-    wrong, // one line on standard error said what
+    wrong, // after one line on standard error
 };
 
 /// Reads the command line. @param[out] options  complete only for parse_result_t::run

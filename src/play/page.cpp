@@ -18,7 +18,7 @@ constexpr const char* SCRIPT_FOLDERS[] = {
     "../../web/dist/kelmora/script",          // in the build tree
 };
 constexpr const char* NEEDED[] = {"three.min.js", "replay.js"};
-constexpr char SCRIPTS_BEGIN[] = "<!--scripts-->", SCRIPTS_END[] = "<!--end-->"; // what is between them is replaced
+constexpr char SCRIPTS_BEGIN[] = "<!--scripts-->", SCRIPTS_END[] = "<!--end-->"; // the text between them is replaced
 constexpr char PLACE_OF_RECORD[] = "<!--record-->";
 
 bool read_file(const char* name, std::string& text) {
@@ -51,7 +51,7 @@ std::string base64(const std::string& bytes) {
     return text;
 }
 
-// The folder of the scripts: `wanted`, or the first beside the program that has them.
+// The folder of the scripts: `wanted`, or the first of the usual places that has them.
 std::string script_folder(const char* wanted) {
     namespace fs = std::filesystem;
     if (wanted != nullptr) return wanted;
@@ -64,7 +64,7 @@ std::string script_folder(const char* wanted) {
     return {};
 }
 
-// Replaces what lies from `from` to the end of `to`. @return false when the page has no such place
+// Replaces everything between `from` and the end of `to`. @return false when the page lacks the markers
 bool replace(std::string& text, const char* from, const char* to, const std::string& with) {
     const size_t begin = text.find(from);
     const size_t end = begin == std::string::npos ? begin : text.find(to, begin);
@@ -93,7 +93,7 @@ bool write_page(const char* record, const char* page, const char* scripts) {
         if (!read_file((folder + "/" + name).c_str(), script)) return false;
         code += "<script>\n" + script + "\n</script>\n";
     }
-    // The scripts come last: what stands in them is not searched for the other place.
+    // The scripts are inserted last, so that their text is not searched for the other marker.
     const std::string data = "<script type=\"application/octet-stream\" id=\"record\">" + base64(bytes) + "</script>";
     if (!replace(html, PLACE_OF_RECORD, PLACE_OF_RECORD, data) || !replace(html, SCRIPTS_BEGIN, SCRIPTS_END, code)) {
         return false;

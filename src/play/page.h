@@ -1,7 +1,7 @@
-// One page that plays a record in a browser, with all that it needs inside.
+// A single page that plays a record in a browser, with everything it needs included.
 #pragma once
 
-/// Writes the page for the record at `record` to `page` ("-" is standard output). The scripts are those that
-/// scripts/viewer-build has made: in `scripts`, or beside the program where that is null.
+/// Writes the page for the record at `record` to `page` ("-" is standard output). The scripts are those built by
+/// scripts/viewer-build: in `scripts`, or when that is null beside the program.
 /// @return false when something is missing or cannot be written, after a line on standard error
 [[nodiscard]] bool write_page(const char* record, const char* page, const char* scripts);

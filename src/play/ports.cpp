@@ -22,7 +22,7 @@ int port_of(int sock) {
 bool open_ports(game_t& game) {
     game.listen_sock = init_socket(game.options.client_port);
     if (game.listen_sock < 0) return false;
-    // A peer that hangs up before it is accepted must not hold the game.
+    // A peer that disconnects before it is accepted must not block the game.
     fcntl(game.listen_sock, F_SETFL, fcntl(game.listen_sock, F_GETFL) | O_NONBLOCK);
     if (game.options.viewer_port == VIEWER_OFF) {
         printf("listening %d off\n", port_of(game.listen_sock));

@@ -10,10 +10,10 @@ namespace {
 
 constexpr double BATTLE_STEP = 2.0;   // field units
 constexpr double BATTLE_TURN = 3.0;   // degrees
-constexpr double BATTLE_EDGE = 246.0; // field units: where a turtle touches the field's edge, which is hard in battle
+constexpr double BATTLE_EDGE = 246.0; // field units: a turtle there touches the field's edge, which is solid in battle
 constexpr size_t DIGITS_MOST = 9;
 
-// Length of the digits that `text` begins with.
+// Length of the number at the start of `text`.
 size_t count_digits(std::string_view text) {
     const size_t end = text.find_first_not_of("0123456789");
     return end == std::string_view::npos ? text.size() : end;

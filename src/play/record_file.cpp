@@ -53,7 +53,7 @@ void add_lines(record_file_t& record, std::string& rest) {
     rest.erase(0, start);
 }
 
-// Unpacks member after member. What a cut-off or damaged member holds up to there is kept.
+// Unpacks all members. Of a truncated or damaged member everything before the damage is kept.
 void unpack(FILE* file, record_file_t& record) {
     z_stream stream = {};
     if (inflateInit2(&stream, 15 + 16) != Z_OK) return;
@@ -95,7 +95,7 @@ void unpack(FILE* file, record_file_t& record) {
 
 size_t letter_index(char letter) { return record_letters().find(letter); }
 
-// The token at `at`: a listed text or one between the quotes. @return false when it is neither
+// The token at `at`: a listed text or one in quotes. @return false when it is neither
 bool take_token(const std::string& commands, size_t& at, const std::vector<std::string>& listed, std::string& text) {
     const std::string_view rest = std::string_view(commands).substr(at);
     if (rest.starts_with(RECORD_OPENING)) {

@@ -1,4 +1,4 @@
-// Reading a record: its lines, as far as the file goes, and what they say. Everything in the file is taken as hostile.
+// Reads a record: its lines, as far as the file is intact, and their content. Everything in the file is hostile.
 #pragma once
 
 #include "field/clients.h"
@@ -12,14 +12,14 @@
 
 struct record_file_t {
     std::vector<std::string> lines; // whole lines, without their line feeds
-    bool whole;                     // the file ends where a member does; false: it was cut off or is damaged
-    std::string trouble;            // what was wrong where it ended; empty when nothing was
+    bool whole;                     // the file ends with a complete member; false: truncated or damaged
+    std::string trouble;            // the reason when it is not whole, else empty
 };
 
-inline constexpr size_t RECORD_BYTES_MOST = size_t{1} << 30; // unpacked; a longer record is read as if it ended there
+inline constexpr size_t RECORD_BYTES_MOST = size_t{1} << 30; // unpacked; a longer record is read only up to there
 
-/// Reads all lines that the file holds up to its end or to where it is damaged. @return false when it cannot be opened
-/// or is no record, after a line on standard error
+/// Reads all lines of the file up to its end or to the damage. @return false when it cannot be opened or is not a
+/// record, after a line on standard error
 [[nodiscard]] bool read_record(const char* path, record_file_t& record);
 
 struct record_head_t {
@@ -29,14 +29,14 @@ struct record_head_t {
     bool anonymous;
 };
 
-/// The head's line. @return false when it is none of a record that this version reads
+/// Parses the head's line. @return false when it is not the head of a record that this version reads
 [[nodiscard]] bool parse_head(const std::string& line, record_head_t& head);
 
-// What one line after the head says of the game's course.
+// The content of one line after the head.
 struct record_line_t {
     uint64_t tick;
     bool full;                      // a full state
-    std::vector<std::string> texts; // listed from here on in this member
+    std::vector<std::string> texts; // added to this member's list
     std::string commands;           // of the ticks up to `tick`, the last one its own
     std::string after;              // commands that ran after the last tick
     std::string end;                // the results as JSON; empty without
@@ -51,7 +51,7 @@ struct seat_text_t {
     std::string text;
 };
 
-/// Takes the commands of the ticks of a line apart. @param listed  the member's texts so far
-/// @param[out] out  one entry for each tick  @return false when they are not as recorder.cpp writes them
+/// Splits the commands of a line's ticks. @param listed  the member's texts so far
+/// @param[out] out  one entry for each tick  @return false when they are not in the form of recorder.cpp
 [[nodiscard]] bool parse_commands(const std::string& commands, command_order_t order,
                                   const std::vector<std::string>& listed, std::vector<std::vector<seat_text_t>>& out);

@@ -15,14 +15,14 @@
 
 namespace {
 
-constexpr double PLACE_MOST = 99999.0; // field units; a place farther out is told as this
+constexpr double PLACE_MOST = 99999.0; // field units; places farther out are recorded as this
 constexpr double QUARTERS = 4.0;       // places are corrected in quarters of a field unit
 constexpr uint64_t HASH_EVERY = 20;    // ticks
 constexpr int NO_KIND = -1;
 
 constexpr std::array<const char*, 4> KINDS{"turtle", "robot", "doughnut", "stone"};
 
-// One character stands for a listed text.
+// One character represents a listed text.
 constexpr std::string_view LETTERS =
     "!#$%&'()*+,-/0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[]^_`abcdefghijklmnopqrstuvwxyz"
     "{|}~";
@@ -65,7 +65,7 @@ void add_numbers(std::string& json, std::initializer_list<int64_t> numbers) {
     json += ']';
 }
 
-// Opens a list of the line at its first entry, and separates the others.
+// Starts a line's list at its first entry, and separates further ones.
 void add_entry(std::string& json, bool& any, const char* name) {
     json += any ? "," : name;
     any = true;
@@ -75,8 +75,8 @@ std::string_view name_of(const turtle_t& t) {
     return {t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES))};
 }
 
-// The exact state of all tables that the rules read, cut to 12 bits: a player does not need it, but whoever plays the
-// game again learns where it went another way. Names and texts are left out; no rule reads them.
+// A 12-bit hash of the exact state of all tables that the rules read: a player does not need it, but a replay of the
+// game finds out where it differs. Names and texts are left out, because no rule reads them.
 struct hash_t {
     uint64_t value = 1469598103934665603U; // FNV-1a, over words instead of bytes
 
@@ -140,7 +140,7 @@ bool changes_nothing(std::string_view line) {
     if (letter == 'q') {
         const size_t end = line.find(' ');
         const size_t word = end == std::string_view::npos ? end : line.find_first_not_of(' ', end);
-        // The finder and the radar draw on chance, or leave a trace in the turtle that they found.
+        // The finder and the radar draw random numbers or leave a mark in the turtle they found.
         return word == std::string_view::npos || strchr("fFrR", line[word]) == nullptr;
     }
     return strchr("fbcgjtplwkhsnuieodxyzr!", letter) == nullptr;
@@ -163,7 +163,7 @@ void add_line(recorder_t& r, int slot, std::string_view line) {
     }
 }
 
-// Appends what stands for `text`: one character for a text that came before in this member, else the text itself.
+// Appends `text` in its recorded form: one character for a text seen before in this member, else the text itself.
 void add_token(recorder_t& r, std::string& commands, const std::string& text) {
     const auto [at, is_new] = r.texts.try_emplace(text, -1);
     if (!is_new && at->second < 0 && r.texts_listed < static_cast<int>(LETTERS.size())) {
@@ -180,7 +180,7 @@ void add_token(recorder_t& r, std::string& commands, const std::string& text) {
     commands += RECORD_CLOSING;
 }
 
-// Questions behind the last command that matters need no place in a round.
+// Questions after the last relevant command need no place in a round.
 void cut_questions(std::string& text) {
     while (text == "?" || (text.size() >= 2 && text.compare(text.size() - 2, 2, ";?") == 0)) {
         text.resize(text.size() == 1 ? 0 : text.size() - 2);
@@ -258,7 +258,8 @@ void paint_to(recorder_t& r, int i, point_t from, point_t to) {
 void tell_pen(recorder_t& r, int i, const rgb_t& color, double width) {
     told_t& told = r.told[static_cast<size_t>(i)];
     const uint32_t pen = color_of(color.r, color.g, color.b);
-    const auto wide = static_cast<int32_t>(hundredths(width > 0.0 ? width : 1.0)); // what GL cannot take is drawn as 1
+    const auto wide =
+        static_cast<int32_t>(hundredths(width > 0.0 ? width : 1.0)); // widths invalid for GL are drawn as 1
     if (pen == told.pen && wide == told.width) return;
     told.pen = pen;
     told.width = wide;
@@ -271,7 +272,7 @@ void tell_pen(recorder_t& r, int i, const rgb_t& color, double width) {
     r.painted += ']';
 }
 
-// A plain line for each segment, whatever brush drew it. A brush is some segments late, so its mark tells of older
+// Each segment is a plain line, whatever brush drew it. A brush is some segments late, so its mark refers to older
 // ones.
 void record_mark(recorder_t& r, int i, const mark_t& mark) {
     if (mark.kind == mark_kind_t::none) return;
@@ -283,7 +284,7 @@ void record_mark(recorder_t& r, int i, const mark_t& mark) {
     } else if (mark.kind == mark_kind_t::brush_end) {
         from = std::clamp(t.n_painted, 1, 4) < 4 ? std::clamp(t.n_painted, 1, 4) : 1;
     } else if (has_any(t.flags, TTL_POINT_MODE) && !has_any(t.flags, TTL_FILL_POLY)) {
-        from = 0; // a point is a line without length
+        from = 0; // a point is a line of length 0
     }
     tell_pen(r, i, t.color[to + 1], t.line_width[to + 1]);
     if (from == to) paint_to(r, i, t.pos[0], t.pos[0]);
@@ -307,7 +308,7 @@ void add_field(std::string& json, const char* name, int64_t number) {
 
 int32_t seat_of(const turtle_t& t) { return kind_of(t) == 0 ? t.client_id : -1; }
 
-// The whole record of a turtle, from which on both sides compute alike.
+// The complete record of a turtle, from which both sides then compute the same.
 void tell_turtle(recorder_t& r, int i, std::string& json) {
     const turtle_t& t = ttl[static_cast<size_t>(i)];
     told_t& told = r.told[static_cast<size_t>(i)];
@@ -347,7 +348,7 @@ void tell_number(std::string& json, const char* name, int32_t& told, int32_t now
     add_field(json, name, now);
 }
 
-// What has changed beside the place, as an object; empty when nothing has.
+// Changes other than the place, as an object; empty when there are none.
 std::string changed_fields(recorder_t& r, int i) {
     const turtle_t& t = ttl[static_cast<size_t>(i)];
     told_t& told = r.told[static_cast<size_t>(i)];
@@ -369,7 +370,7 @@ std::string changed_fields(recorder_t& r, int i) {
     return json + "}";
 }
 
-// A slot in use that the player does not know, or knows as another's.
+// A used slot that the player does not know, or knows as another turtle's.
 bool is_new(const recorder_t& r, int i) {
     const turtle_t& t = ttl[static_cast<size_t>(i)];
     const told_t& told = r.told[static_cast<size_t>(i)];
@@ -404,7 +405,7 @@ void tell_changes(recorder_t& r, std::string& json) {
     if (any) json += ']';
 }
 
-// Where the player is wrong about a place or a heading.
+// Corrections where the player's place or heading is wrong.
 void tell_moves(recorder_t& r, std::string& json) {
     bool any = false;
     for (int i = 0; i < ntmax; ++i) {
@@ -438,8 +439,7 @@ void tell_new(recorder_t& r, std::string& json) {
     if (any) json += ']';
 }
 
-// Beams that have been fired, and where beams have ended. One that flew for less than a line's ticks shows its end
-// only.
+// Beams fired and ended. One that flew for less than a line's ticks shows only its end.
 void tell_beams(recorder_t& r, std::string& json) {
     constexpr int FRESH = FIRE_WAIT_FRAMES - static_cast<int>(STATE_EVERY);
     std::string ends;
@@ -502,12 +502,12 @@ void begin_line(std::string& json) {
 void add_text(recorder_t& r, const std::string& line) { (r.packed ? r.member : r.out) += line + "\n"; }
 
 void end_line(recorder_t& r, std::string& json) {
-    // Seldom enough to cost little: a difference is mostly seen in the changes themselves.
+    // Rare enough to be cheap: most differences show in the changes themselves.
     if (signals.elapsed_time % HASH_EVERY == 0 || json.find("\"full\"") != std::string::npos) add_hash(json);
     add_text(r, json + "}");
 }
 
-// The line of the ticks since the one before. Nothing when nothing has happened.
+// The line for the ticks since the one before. Nothing when nothing has happened.
 void add_changes(recorder_t& r) {
     std::string json;
     begin_line(json);
@@ -622,7 +622,7 @@ void open_record(recorder_t& r, const setting_t& setting, const char* pace, comm
     r.packed = packed;
     r.battle_told = modes.battle_mode;
     for (told_t& told : r.told) told.kind = NO_KIND;
-    signals.wipe_requested = false; // the canvas begins clean
+    signals.wipe_requested = false; // the canvas starts clean
     std::string json = "{\"kelmora_record\":";
     add_json_integer(json, RECORD_VERSION);
     json += ",\"build\":";
@@ -640,7 +640,7 @@ void open_record(recorder_t& r, const setting_t& setting, const char* pace, comm
     add_walls(json);
     add_text(r, json + "}");
     std::string unused;
-    tell_coins(r, unused); // the full state tells them
+    tell_coins(r, unused); // the full state contains them
     add_full_state(r, {});
 }
 
@@ -654,7 +654,7 @@ void record_turned_away(recorder_t& r, int slot) { add_line(r, slot, TURNED_AWAY
 
 void record_command(recorder_t& r, int slot, std::string_view line) {
     if (changes_nothing(line)) {
-        // In rounds it keeps its place, so that the others' lines keep theirs.
+        // In rounds an empty entry keeps the others' lines in place.
         if (r.order == command_order_t::rounds) add_line(r, slot, NOTHING_CHANGED);
         return;
     }
@@ -674,7 +674,7 @@ void record_tick(recorder_t& r, const tick_view_t& view) {
         r.wiped = signals.elapsed_time;
         r.pieces = 0;
         r.painted.clear();
-        for (told_t& told : r.told) { // pens are told anew, as they are after a jump to the full state
+        for (told_t& told : r.told) { // pens are recorded again, for readers that start at the full state
             told.width = 0;
             told.drawn_to = {0.0, 0.0};
         }

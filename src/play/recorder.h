@@ -1,5 +1,5 @@
 // The record of a game: text lines, one JSON object each, in gzip members; docs/recording.md describes the format.
-// The recorder is told of every line that runs and of every tick, reads the tables and hands out finished members.
+// The recorder is called for every line that runs and for every tick, reads the tables and returns finished members.
 // The game's thread only.
 #pragma once
 
@@ -21,7 +21,7 @@ inline constexpr uint64_t STATE_EVERY = 4;         // ticks between two lines of
 inline constexpr uint64_t FULL_STATE_EVERY = 1000; // ticks between two full states
 static_assert(FULL_STATE_EVERY % STATE_EVERY == 0, "a full state stands where a line of changes would");
 
-// How commands are told: a listed text by one letter, another one between the two quotes, none by a dot.
+// Commands in a record: a listed text by one letter, another text between the two quotes, none as a dot.
 inline constexpr std::string_view RECORD_OPENING = "\xC2\xAB", RECORD_CLOSING = "\xC2\xBB"; // the quotes, UTF-8
 inline constexpr char RECORD_NO_COMMAND = '.';
 inline constexpr char RECORD_NEXT_TICK = ' '; // between two ticks, command_order_t::blocks
@@ -35,7 +35,7 @@ enum class command_order_t {
     blocks, // as they arrived
 };
 
-// What a player of the record knows of a slot so far; positions and heading as it computes them.
+// What a player of the record knows of a slot so far; place and heading by its own prediction.
 struct told_t {
     bool shown;
     double x, y, head; // field units; degrees
@@ -59,8 +59,8 @@ struct seat_commands_t {
 struct recorder_t {
     command_order_t order;
     bool anonymous;
-    bool packed;        // false: `out` is text, for whoever compares lines
-    std::string member; // lines of the member that is being filled
+    bool packed;        // false: `out` is plain text, for comparing lines
+    std::string member; // lines of the current member
     std::array<told_t, TTL_MAX> told;
     std::array<bool, COIN_MAX> coin_told;
     std::array<point_t, COIN_MAX> coin_place;
@@ -69,7 +69,7 @@ struct recorder_t {
     int64_t pieces;                                  // segments painted since then
     std::array<seat_commands_t, MAX_CLIENT> by_seat; // of the tick that comes, command_order_t::rounds
     std::vector<std::pair<int, std::string>> blocks; // likewise, command_order_t::blocks
-    std::vector<std::string> ticks;                  // commands of the ticks since the last line, as told
+    std::vector<std::string> ticks;                  // commands of the ticks since the last line, in recorded form
     bool any_command;                                // in one of them
     std::string after;                               // commands that ran after the last tick
     std::map<std::string, int, std::less<>> texts;   // texts of this member: index in its list, or -1 seen once
@@ -77,11 +77,11 @@ struct recorder_t {
     std::string new_texts; // listed since the last line, as JSON
     std::string painted;   // segments since the last line, as JSON
     bool wipe_pending;
-    std::string out; // finished members, or lines, for the caller to write and empty
+    std::string out; // finished members, or lines; the caller writes and clears them
 };
 
-/// The head and the first full state, at tick 0. The field is furnished and nobody has joined.
-/// @param pace  real, free or turns: stands in the head  @param packed  false for lines as they are
+/// The head and the first full state, at tick 0. The field is furnished and no program has joined.
+/// @param pace  real, free or turns, for the head  @param packed  false for plain lines
 void open_record(recorder_t& r, const setting_t& setting, const char* pace, command_order_t order, bool anonymous,
                  bool packed = true);
 
@@ -91,21 +91,20 @@ void record_join(recorder_t& r, int slot);
 /// `line` of the program in `slot` is about to run.
 void record_command(recorder_t& r, int slot, std::string_view line);
 
-/// The program in `slot` has hung up; its turtle becomes a zombie.
+/// The program in `slot` has disconnected; its turtle becomes a zombie.
 void record_leave(recorder_t& r, int slot);
 
-/// The program in `slot` is dropped, its turtle has died.
+/// The program in `slot` is dropped because its turtle has died.
 void record_drop(recorder_t& r, int slot);
 
-/// What joined in `slot` was a browser: its turtle has left the field with it.
+/// The client in `slot` was a browser: its turtle is removed.
 void record_turned_away(recorder_t& r, int slot);
 
-/// A tick has passed: elapsed_time is its number, `view` what it painted.
+/// A tick has passed: elapsed_time is its number, `view` what it left to paint.
 void record_tick(recorder_t& r, const tick_view_t& view);
 
 /// The end of the game: a last full state with the results. Nothing may be recorded afterwards.
 void close_record(recorder_t& r, std::string_view results);
 
-/// What stands behind the name of the build in the head: rules, compiler and C library decide whether a game can be
-/// played again to the bit.
+/// The text of "build" in the head: rules, compiler and C library decide whether a game can be replayed bit for bit.
 [[nodiscard]] std::string build_name();

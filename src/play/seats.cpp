@@ -20,7 +20,8 @@ constexpr int64_t SECOND = 1'000'000'000; // ns
 std::atomic<bool> stop_requested = false;
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
 
-// The signals that are let in while the game waits, and only then: none is lost between a look and a wait.
+// The signal mask while the game waits: signals are unblocked only there, so that none is lost between a check and a
+// wait.
 sigset_t signals_while_waiting;
 
 void request_stop(int) { stop_requested = true; }
@@ -45,7 +46,7 @@ void take_signals() {
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGINT);
     sigaddset(&blocked, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &blocked, &signals_while_waiting); // all threads inherit this
+    pthread_sigmask(SIG_BLOCK, &blocked, &signals_while_waiting); // inherited by all threads
     sigdelset(&signals_while_waiting, SIGINT);
     sigdelset(&signals_while_waiting, SIGTERM);
     struct sigaction action = {};

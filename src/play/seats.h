@@ -1,5 +1,5 @@
-// The seats of a game: who waits with bytes, who joins and who goes. Nothing here waits for a fixed time: the server
-// wakes when bytes come, a deadline passes or a signal arrives.
+// The seats of a game: which clients have sent something, who joins and who leaves. Nothing waits for a fixed time: the
+// server wakes when bytes arrive, a deadline passes or a signal comes.
 #pragma once
 
 #include "field/clients.h"
@@ -14,28 +14,28 @@ inline constexpr int64_t FOR_EVER = -1;
 
 struct arrivals_t {
     seat_set_t ready; // bytes, or an end, can be received from these
-    bool newcomer;    // somebody wants to join
+    bool newcomer;    // a program wants to join
 };
 
-/// From now on SIGINT and SIGTERM end the game in order; they are taken while the game waits for bytes. Called before
-/// any thread is started.
+/// Makes SIGINT and SIGTERM end the game in order; they are handled while the game waits for bytes. Call before any
+/// thread is started.
 void take_signals();
 
-/// Waits until something arrives from one of the `wanted` slots or, with `newcomers`, at the door, `patience` ns at
-/// most. A signal ends the wait with nothing.
+/// Waits until something arrives from one of the `wanted` slots or, with `newcomers`, a connection request, for at most
+/// `patience` ns. A signal ends the wait with an empty result.
 [[nodiscard]] arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool newcomers, int64_t patience);
 
-/// SIGINT or SIGTERM has come.
+/// SIGINT or SIGTERM has been received.
 [[nodiscard]] bool is_stopped();
 
-/// Admits all who wait at the door, in their order. For a while after a try that found no descriptor or no memory
+/// Accepts all waiting connections, in order. For a while after a try that found no descriptor or no memory
 /// nobody is admitted.
 void admit_newcomers(game_t& game);
 
-/// Runs one line of the client in `slot` and answers it.
+/// Executes one line of the client in `slot` and answers it.
 void execute_line(game_t& game, int slot, const char* line);
 
-/// The client in `slot` has hung up: its turtle becomes a zombie, the seat is free.
+/// The client in `slot` has disconnected: its turtle becomes a zombie, the seat is free.
 void leave_seat(game_t& game, int slot);
 
 /// The client in `slot` began with an HTTP request line: neither it nor its turtle stays.

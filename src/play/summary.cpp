@@ -18,7 +18,7 @@ std::string text_of(const json& object, const char* name) {
     return at != object.end() && at->is_string() ? at->get<std::string>() : std::string();
 }
 
-// A name as a terminal may show it: without control characters.
+// A name that is safe to print on a terminal: without control characters.
 std::string printable(std::string name) {
     for (char& c : name) {
         if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = '?';

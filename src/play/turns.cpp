@@ -17,7 +17,7 @@ enum class waits_with_t { nothing, line, end, request };
 struct seat_t {
     bool in_turn;
     waits_with_t with;
-    int64_t thought; // ns of its own in this turn
+    int64_t thought; // ns of thinking time used in this turn
     int lines;       // run in this turn
     char line[LINE_MAX_BYTES];
 };
@@ -50,8 +50,8 @@ void look_for_line(int slot) {
     if (take_line(slot, seat_at(slot).line)) seat_at(slot).with = waits_with_t::line;
 }
 
-// What has arrived from the seat: perhaps the rest of its line. Also from a program that takes no replies any more:
-// what it had sent before it hung up still runs.
+// Receives from the seat, perhaps the rest of its line. Also from a program that takes no replies any more: what it
+// sent before it disconnected still runs.
 void receive_from(int slot) {
     if (receive_bytes(slot) < 1) {
         seat_at(slot).with = waits_with_t::end;
@@ -61,7 +61,7 @@ void receive_from(int slot) {
     }
 }
 
-// Seats that the round waits for. @param[out] patience  ns until the first of them has thought for too long
+// Seats that the round waits for. @param[out] patience  ns until the first of them exceeds its time
 seat_set_t awaited_seats(const game_t& game, int64_t& patience) {
     seat_set_t awaited{};
     const int64_t limit = int64_t{game.options.turn_limit_ms} * MILLISECOND;
@@ -81,7 +81,7 @@ bool any_of(const seat_set_t& set) {
     return std::any_of(set.begin(), set.end(), [](bool b) { return b; });
 }
 
-// Everybody who is still awaited has thought since the wait began; whose time is up misses the turn.
+// Charges the waiting time to all seats still awaited; those out of time miss the turn.
 void charge_time(game_t& game, const seat_set_t& awaited, int64_t waited) {
     const int64_t limit = int64_t{game.options.turn_limit_ms} * MILLISECOND;
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -92,7 +92,7 @@ void charge_time(game_t& game, const seat_set_t& awaited, int64_t waited) {
     }
 }
 
-// Waits until each seat in its turn has a line, or its end, waiting. @return false when a signal came first
+// Waits until each seat in its turn has a line or has disconnected. @return false when a signal came first
 bool gather_round(game_t& game) {
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
         if (seat_at(slot).in_turn && seat_at(slot).with == waits_with_t::nothing) look_for_line(slot);

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int BORROWED = 10; // coins that one loan brings
 
-// Lowest slot whose coin is not on the field; -1 when all of them are.
+// Lowest slot whose coin is not on the field; -1 when all are.
 int free_coin_slot() {
     for (int k = 0; k < ncoin; ++k) {
         if (!has_any(coins[k].flags, ON_FIELD)) return k;

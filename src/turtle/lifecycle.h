@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-/// A new turtle for client slot `client_id` (-1: nobody's) at a random free place, in the lowest free slot.
+/// A new turtle for client slot `client_id` (-1: ownerless) at a random free place, in the lowest free slot.
 /// In maze mode everything but a doughnut starts in the maze's entrance corner, heading 0.
 /// @param extra_flags  TTL_* bits that the new turtle gets besides its own
 /// @return its index; -1 when no slot is free or none of 20 random places was (a 21st is drawn but never taken)

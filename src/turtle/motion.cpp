@@ -24,7 +24,7 @@ constexpr double JUMP_CLEARANCE = 10.0; // to the nearest wall at the target
 constexpr std::array<step_end_t, 4> STEP_ENDS{step_end_t::moved, step_end_t::turtle, step_end_t::doughnut,
                                               step_end_t::stone};
 
-// Moves the turtle to (x, y): the history ages by one entry, current pen color and width stay.
+// Moves the turtle to (x, y): the history shifts by one entry, pen color and width stay current.
 void move_to(turtle_t& t, double x, double y) {
     std::copy_backward(std::begin(t.pos), std::end(t.pos) - 1, std::end(t.pos));
     std::copy_backward(std::begin(t.color), std::end(t.color) - 1, std::end(t.color));
@@ -33,7 +33,7 @@ void move_to(turtle_t& t, double x, double y) {
     t.flags &= ~TTL_SEG_PAINTED;
 }
 
-// An event is raised once per episode: the latch says that it was.
+// An event is raised once per episode: the latch marks it as reported.
 void report_once(turtle_t& t, uint32_t latch, uint32_t event) {
     if (has_any(t.flags, latch)) return;
     t.event |= event;
@@ -100,7 +100,7 @@ int turtle_step_forward(int i, double length) {
 int turtle_jump(int i, double x, double y) {
     turtle_t& t = ttl[i];
     if (modes.battle_mode || has_any(t.flags, TTL_ZOMBIE)) return -1;
-    // The crowding test looks at the start: a turtle that is hemmed in cannot jump away.
+    // Only the start is tested for crowding: a turtle with another one too close cannot jump away.
     if (dist_to_nn(i) < BODY_GAP) return -1;
     if (modes.bounded_area_mode) {
         if (!(x >= Xmin && x <= Xmax && y >= Ymin && y <= Ymax)) return -1;

@@ -5,18 +5,18 @@
 // How a step ended: it moved, or why it did not.
 enum class step_end_t { moved, cannot_move, no_points, turtle, doughnut, stone, wall };
 
-/// What an end of a step says to somebody who asks why a turtle does not move.
+/// A text for the end of a step, for users who ask why a turtle does not move.
 [[nodiscard]] const char* step_end_text(step_end_t end);
 
 /// One step of `length` field units along the heading, backwards when negative; in battle mode at most 2.
 /// A blocked turtle does not move at all; the kind of obstacle is reported once, as an event.
 step_end_t try_step(int i, double length);
 
-/// try_step. @return 0 moved; -1 refused or blocked. Built with KELMORA_LOG_STEPS, it logs every end.
+/// try_step. @return 0 moved; -1 refused or blocked. Built with KELMORA_LOG_STEPS, logs every end.
 int turtle_step_forward(int i, double length);
 
-/// To (x, y) without touching what lies between. Refused in battle mode, to a zombie, to a turtle hemmed in at its
-/// start, and in bounded-area mode outside the field or within 10 of a wall. @return 0 moved; -1 refused
+/// To (x, y) regardless of what lies between. Refused in battle mode, to a zombie, to a turtle with another one too
+/// close at its start, and in bounded-area mode outside the field or within 10 of a wall. @return 0 moved; -1 refused
 int turtle_jump(int i, double x, double y);
 
 /// turtle_jump by (dx, dy).

@@ -21,6 +21,6 @@ int turtle_unset_brush(int i);
 int turtle_print_string(int i, const char* text);
 /// Range of the finder in field units. @return 0; 1 for a zombie
 int turtle_finder_range(int i, double range);
-/// Posts at most 128 bytes to the turtle's team (0 is a team too) and tells every other live member.
+/// Posts at most 128 bytes to the turtle's team (0 is a team, too) and notifies every other live member.
 /// @return 0; -1 when the team refuses in this frame
 int turtle_broadcast_message(int i, const char* text);

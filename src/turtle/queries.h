@@ -1,4 +1,4 @@
-// The plain questions about one's own turtle. Caller holds frame_rendering_mutex; indices are not checked.
+// The plain queries about one's own turtle. Caller holds frame_rendering_mutex; indices are not checked.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ int qt_alive(int i, int& alive);
 int qt_score(int i, int& score);
 /// Team, 0 = none. @return 0
 int qt_my_team(int i, int& team);
-/// Last message of the turtle's team, TEXT_BYTES bytes that may lack a terminator, and the clock when it was posted.
+/// Last message of the turtle's team, TEXT_BYTES bytes that may lack a terminator, and the time when it was posted.
 /// @return 0
 int qt_team_msg(int i, uint32_t& time, char* text);
 /// Coins within reach. @return 0

@@ -23,7 +23,7 @@ struct radar_entry_t {
 };
 using radar_list = std::array<radar_entry_t, RADAR_RANKS>;
 
-// Puts an entry before the first one that is strictly farther; the last one drops out.
+// Inserts an entry before the first one that is strictly farther; the last one drops out.
 void insert_by_distance(radar_list& list, const radar_entry_t& entry) {
     const auto place = std::find_if(list.begin(), list.end(), [&](const radar_entry_t& e) { return e.d2 > entry.d2; });
     if (place == list.end()) return;
@@ -51,8 +51,8 @@ int senses(int i, double dir) {
     return body || travel_to_wall(from, SONAR_WALL) < SONAR_WALL ? 1 : 0;
 }
 
-// Free travel to the nearest wall ahead, or behind for a negative range; exact as far as it is compared with the range
-// or with what a body within the range allows.
+// Free travel to the nearest wall ahead, or behind for a negative range; exact only where it is compared with the range
+// or with the travel that a body within the range allows.
 double wall_in_sight(pose_t from, double range) {
     if (range < 0.0) from.dir += 180.0;
     return travel_to_wall(from, std::fabs(range) + 1.0);
