@@ -48,6 +48,8 @@ def same_value(a, b):
         return not isinstance(a, bool) and isinstance(a, (int, float)) and same_number(a, b)
     if isinstance(b, list):
         return isinstance(a, (list, tuple)) and len(a) == len(b) and all(map(same_value, a, b))
+    if isinstance(b, dict):
+        return isinstance(a, dict) and a.keys() == b.keys() and all(same_value(a[key], b[key]) for key in b)
     return a == b
 
 

@@ -200,6 +200,7 @@ class Words(unittest.TestCase):
 
     def tearDown(self):
         hooks.note = self.note
+        kelmora.Screen().bye()
 
     def test_every_word_of_pythons_turtle_is_there_or_says_what_is_nearest(self):
         import turtle  # Python's own; needs tkinter but no display
@@ -225,9 +226,6 @@ class Words(unittest.TestCase):
         self.assertEqual(echo.packets, [])
         with self.assertRaisesRegex(AttributeError, "frobnicate"):
             turtle.frobnicate()
-        with self.assertRaises(kelmora.NotHere):
-            turtle.mode("logo")
-        self.assertEqual(turtle.mode(), "standard")
 
     def test_what_changes_nothing_says_so_once(self):
         turtle, echo = quiet_turtle()
@@ -278,6 +276,42 @@ class Words(unittest.TestCase):
         self.assertEqual(echo.packets, ["t l 90\n", "t r 90\n"])
         echo.answers = ["180.000000 OK @ 1 0"]
         self.assertAlmostEqual(turtle.heading(), 200)
+
+    def test_questions_in_the_terminal(self):
+        turtle, echo = quiet_turtle()
+        typed = io.StringIO("\nabc\n0\n99\n6\n\n")
+        with unittest.mock.patch("sys.stdin", typed), redirect_stdout(io.StringIO()) as said:
+            self.assertEqual(turtle.textinput("Name", "Who?"), "")
+            self.assertEqual(turtle.numinput("Sides", "How many?", minval=3, maxval=12), 6)
+            self.assertEqual(turtle.numinput("Sides", "How many?", 4), 4)
+            self.assertIsNone(turtle.numinput("Sides", "How many?"))
+            self.assertIsNone(turtle.textinput("Name", "Who?"))
+        self.assertIn("at least 3", said.getvalue())
+        self.assertEqual(echo.packets, [])
+
+    def test_shapes_can_be_registered(self):
+        screen = kelmora.Screen()
+        screen.register_shape("dart", ((0, 10), (5, -5), (-5, -5)))
+        two = kelmora.Shape("compound")
+        two.addcomponent(((0, 0), (10, 0), (10, 10)), "red", "black")
+        kelmora.addshape("two", two)
+        self.assertTrue({"arrow", "circle", "classic", "dart", "square", "triangle", "turtle", "two"} <= set(screen.getshapes()))
+        turtle, echo = quiet_turtle(["0 0 OK @ 1 0", "90 OK @ 1 0"])
+        turtle.shape("two")
+        self.assertIsNone(turtle.get_shapepoly())
+        turtle.stamp()
+        self.assertIn("k 1 0 0", echo.packets[2])
+        self.assertTrue(any("k 0 0 0" in packet.split("\n") for packet in echo.packets[3:]))
+        for name, shape in (("cat.gif", None), ("cat", None)):
+            with self.assertRaises(kelmora.NotHere):
+                screen.register_shape(name, shape)
+        for bad in (3, (1, 2), ((0, 0), (1, 1)), ((0, 0), (1, 1), 5), ((0, 0), (1, 1), ("x", 2)), "abc"):
+            with self.assertRaises((kelmora.BadValue, kelmora.NotANumber), msg=repr(bad)):
+                screen.register_shape("bad", bad)
+        with self.assertRaises(kelmora.BadValue):
+            kelmora.Shape("cloud")
+        with self.assertRaises(kelmora.NotHere):
+            kelmora.TK.Tk()
 
     def test_ways_are_remembered(self):
         turtle, _ = quiet_turtle(["0 0 OK @ 1 0", "OK @ 1 0", "10 0 OK @ 1 0", "ERR @ 1 8", "10 0 OK @ 1 0"])
@@ -590,11 +624,13 @@ class Cost(unittest.TestCase):
 class Practice(unittest.TestCase):
     def setUp(self):
         self.note, hooks.note = hooks.note, lambda text: None
+        kelmora.Screen().bye()
         self.field = kelmora.practice(seed=1)
         self.turtle = kelmora.Turtle()
 
     def tearDown(self):
         hooks.note = self.note
+        kelmora.Screen().bye()
         kelmora.use(None)
 
     def test_a_square_comes_back(self):
@@ -634,6 +670,85 @@ class Practice(unittest.TestCase):
         other.strict()
         with self.assertRaises(kelmora.Blocked):
             other.forward(other.distance(self.turtle))
+
+    def test_clones_take_turns(self):
+        first = self.turtle
+        first.left(90)
+        clones = [first]
+        for _ in range(3):  # more turtles than places would be, and all at one spot
+            clones += [turtle.clone() for turtle in clones]
+        self.assertEqual((len(clones), len(self.field.beings)), (8, 1))
+        for number, turtle in enumerate(clones):
+            turtle.right(45 * number)
+            turtle.color("blue" if number % 2 else "green")
+        for length in (10, 20):
+            for turtle in clones:
+                self.assertTrue(turtle.forward(length))
+        for number, turtle in enumerate(clones):
+            self.assertAlmostEqual(turtle.distance(0, 0), 30, places=4)
+            self.assertAlmostEqual(turtle.towards(0, 0), (270 - 45 * number) % 360, places=3)
+            self.assertAlmostEqual(turtle.heading(), (90 - 45 * number) % 360, places=4)
+        self.assertEqual(self.field.svg().count('stroke="#0000ff"'), 8)
+        clones[3].penup()
+        clones[3].home()
+        clones[2].forward(1)
+        self.assertAlmostEqual(abs(clones[3].position()), 0, places=4)
+        self.assertFalse(clones[3].isdown())
+        with clones[4].batch() as answers:
+            clones[4].penup()
+            clones[4].position()
+            with self.assertRaises(kelmora.BadValue):
+                clones[5].forward(3)
+        self.assertAlmostEqual(abs(answers[1]), 30, places=4)
+        clones[5].begin_fill()
+        with self.assertRaises(kelmora.BadValue):
+            clones[5].clone()
+        first.battle()
+        with self.assertRaises(kelmora.Blocked):
+            clones[6].forward(1)
+        first.battle(False)
+        for turtle in clones[:-1]:
+            turtle.close()
+        self.assertTrue(clones[-1].forward(1))
+        self.assertIn(clones[-1], kelmora.Screen().turtles())
+        self.assertNotIn(first, kelmora.Screen().turtles())
+        with self.assertRaises(kelmora.Lost):
+            first.forward(1)
+        clones[-1].close()
+        self.assertEqual(len(self.field.beings), 1)
+        self.assertTrue(self.field.beings[0].zombie)
+
+    def test_a_world_of_other_proportions(self):
+        screen = self.turtle.getscreen()
+        try:
+            screen.setworldcoordinates(-1, -2, 9, 3)
+            turtle = self.turtle
+            turtle.left(45)
+            turtle.forward(2 ** 0.5)
+            for got, wanted in zip(turtle.position(), (1, 1)):
+                self.assertAlmostEqual(got, wanted, places=4)
+            self.assertAlmostEqual(turtle.heading(), 45, places=4)
+            turtle.circle(1)
+            self.assertAlmostEqual(turtle.distance(1, 1), 0, places=3)
+            turtle.begin_poly()
+            turtle.goto(3, 2)
+            turtle.end_poly()
+            self.assertAlmostEqual(abs(turtle.get_poly()[1] - (3, 2)), 0, places=4)
+            second = kelmora.Turtle()
+            self.assertAlmostEqual(abs(second.position()), 0, places=4)
+            turtle.teleport(5)
+            self.assertAlmostEqual(abs(turtle.position() - (5, 2)), 0, places=4)
+            turtle.clear()
+            second.teleport(8, 2)
+            screen.setworldcoordinates(10, 10, 0, 0)  # mirrored both ways
+            turtle.goto(1, 1)
+            turtle.setheading(0)
+            turtle.forward(2)
+            self.assertAlmostEqual(abs(turtle.position() - (3, 1)), 0, places=4)
+            self.assertAlmostEqual(turtle.heading() % 360, 0, places=4)
+        finally:
+            screen.mode("standard")
+        self.assertEqual(self.turtle.mode(), "standard")
 
     def test_ten_places(self):
         turtles = [kelmora.Turtle(home=False) for _ in range(9)]
@@ -808,8 +923,7 @@ class Documents(unittest.TestCase):
             text = file.read()
         words = {word for word in dir(kelmora.Turtle) if not word.startswith("_") and callable(getattr(kelmora.Turtle, word))}
         left = {word for word in words - set(compat.NOTED) if "`%s`" % word not in text}
-        self.assertEqual(left, {"ht", "st", "turtlesize", "isvisible", "getscreen", "getturtle", "getpen", "mode", "window_width",
-                                "window_height", "resetscreen"})
+        self.assertEqual(left, {"ht", "st", "isvisible", "getscreen", "getturtle", "getpen", "window_width", "window_height", "resetscreen"})
 
 
 class Packages(unittest.TestCase):

@@ -15,15 +15,16 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "wire"))
 
 import numpy  # noqa: E402
-from harness import Display, Field, patience, served_connections, wait_until  # noqa: E402
+from harness import Display, Field, patience  # noqa: E402
 from PIL import Image  # noqa: E402
 
 RUNNER = os.path.join(HERE, "turtledemo.py")
 LIMIT = 800           # seconds for one program; the longest draws 19000 lines, one a frame
-LONG = {"fractalcurves"}
-# What only the field or only Tk has: windows, mice and keys, other shapes, undo, many turtles.
+LONG = {"fractalcurves", "forest", "penrose", "planet_and_moon", "rosette"}  # minutes each
+# What only the field or only Tk has: windows, mice and keys, turtles that look otherwise, undo, a picture that zooms,
+# more turtles than there are places, and two of them at one spot.
 NOT_FOR_A_FIELD = {"chaos", "clock", "colormixer", "forest", "minimal_hanoi", "nim", "paint", "penrose", "planet_and_moon", "rosette",
-                   "round_dance", "sorting_animate", "tree", "two_canvases"}
+                   "round_dance", "sorting_animate", "two_canvases"}
 CELL = 8              # pixels; side of the cells in which colours are compared
 REACH = 2             # pixels by which a line may be displaced
 
@@ -82,44 +83,40 @@ class Turtledemo(unittest.TestCase):
             process.stdout.close()
 
     def on_field(self, field, path):
-        """The program's last line and the field's picture."""
+        """The program's last line and the picture of a field of its own."""
         made = subprocess.run([sys.executable, "-B", RUNNER, "kelmora", path], text=True, stdin=subprocess.DEVNULL, timeout=patience(LIMIT),
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         last = (made.stdout.strip().splitlines() or [""])[-1]
-        picture = field.captured()
-        field.key("K", "c")
-        field.settle()
-        wait_until(lambda: served_connections() == 0, 20, "all turtles to go")
-        return last, picture
+        return last, field.captured()
 
     def test_programs(self):
         found = programs()
         wanted = os.environ.get("KELMORA_DEMOS", "").replace(",", " ").split()
         chosen = [name for name in found if name in wanted or wanted == ["all"] or not wanted and name not in LONG]
         results, bad = [], []
-        with Field() as field:
-            for name in chosen:
+        for name in chosen:
+            with Field() as field:
                 last, ours = self.on_field(field, found[name])
-                if last != "ran":
-                    results.append((name, "does not run: " + last))
-                    if name not in NOT_FOR_A_FIELD:
-                        bad.append(name)
-                    continue
-                covered, colors = likeness(ours, self.on_tk(found[name]))
-                alike = covered > 0.93 and colors < 12
-                results.append((name, "%s: %.1f %% of each picture's lines are in the other; colours differ by %.1f of 255"
-                                % ("drawn alike" if alike else "drawn differently", 100 * covered, colors)))
-                if os.environ.get("KELMORA_DEMO_PICTURES"):
-                    Image.fromarray(ours.astype("uint8")).save(os.path.join(os.environ["KELMORA_DEMO_PICTURES"], name + ".png"))
-                if not alike and name not in NOT_FOR_A_FIELD:
+            if last != "ran":
+                results.append((name, "does not run: " + last))
+                if name not in NOT_FOR_A_FIELD:
                     bad.append(name)
+                continue
+            covered, colors = likeness(ours, self.on_tk(found[name]))
+            alike = covered > 0.93 and colors < 12
+            results.append((name, "%s: %.1f %% of each picture's lines are in the other; colours differ by %.1f of 255"
+                            % ("drawn alike" if alike else "drawn differently", 100 * covered, colors)))
+            if os.environ.get("KELMORA_DEMO_PICTURES"):
+                Image.fromarray(ours.astype("uint8")).save(os.path.join(os.environ["KELMORA_DEMO_PICTURES"], name + ".png"))
+            if not alike and name not in NOT_FOR_A_FIELD:
+                bad.append(name)
         for name, result in results:
             print("measured: turtledemo %s %s" % (name, result))
         ran = sum("drawn alike" in result for _, result in results)
         print("measured: of %d programs of turtledemo %d run with the import changed and draw the same; %d were not tried"
               % (len(found), ran, len(found) - len(chosen)))
         self.assertEqual(bad, [])
-        self.assertGreaterEqual(ran, 4 if not wanted else 1)
+        self.assertGreaterEqual(ran, 5 if not wanted else 1)
 
 
 if __name__ == "__main__":

@@ -16,21 +16,22 @@ package.__path__ = [os.path.join(SOURCE, "kelmora")]
 sys.modules["kelmora"] = package
 
 from kelmora.compat import ABSENT, NOTED  # noqa: E402
-from kelmora.turtles import Screen, Turtle  # noqa: E402
+from kelmora.turtles import SCREEN_WORDS, Screen, Turtle  # noqa: E402
 
 # Words that concern the whole field: any turtle of the program will do, and none is made where there is one.
 OF_THE_FIELD = {"bgcolor", "clear", "clearscreen", "battle", "robot", "throw_coin", "card", "take_card", "clear_cards",
                 "card_shown", "card_position", "clock", "turtles"}
-OF_THE_SCREEN = set(NOTED) - {"shape", "speed", "hideturtle", "showturtle"} | {
-    "colormode", "done", "mainloop", "exitonclick", "bye", "window_width", "window_height", "mode", "ontimer"}
+OF_THE_SCREEN = set(NOTED) - {"speed", "hideturtle", "showturtle"} | {
+    "colormode", "done", "mainloop", "exitonclick", "bye"} | SCREEN_WORDS
 
 HEAD = '''"""Every word of a turtle as a function, for programs with one turtle. Made by tools/make_functions.py."""
 from __future__ import annotations
 
-from typing import Any, Callable, Optional
+from typing import Any, Callable, Dict, Optional
 
-from .compat import REFUSING
+from .compat import REFUSING, TK
 from .link import Answer, Batch
+from .looks import Corners, Shape, getshapes, register_shape
 from .senses import Callback
 from .turtles import Screen, Turtle, anyone, default
 from .vector import Vec2D
@@ -76,9 +77,10 @@ def text():
     body += "\n\n" + "".join("%s = %s\n" % pair for pair in sorted(aliases))
     body += "\n# Words of Python's turtle that are not there: each raises NotHere and names the nearest.\n"
     body += "".join('%s = REFUSING["%s"]\n' % (word, word) for word in sorted(ABSENT))
-    body += "\nRawTurtle = RawPen = Pen = Turtle\nTurtleScreen = Screen\n"
+    body += "\nRawTurtle = RawPen = Pen = Turtle\nTurtleScreen = Screen\naddshape = register_shape\n"
     names = sorted({name for name, _ in words} | {name for name, _ in aliases} | set(ABSENT) |
-                   {"RawTurtle", "RawPen", "Pen", "Turtle", "Screen", "TurtleScreen", "Vec2D"})
+                   {"RawTurtle", "RawPen", "Pen", "Turtle", "Screen", "TurtleScreen", "Vec2D",
+                    "Shape", "TK", "addshape", "getshapes", "register_shape"})
     body += "\n__all__ = [\n" + textwrap.fill(", ".join('"%s"' % name for name in names), 118, initial_indent="    ",
                                               subsequent_indent="    ") + "]\n"
     return body

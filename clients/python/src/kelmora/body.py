@@ -4,6 +4,7 @@ from __future__ import annotations
 import math
 from typing import Any, NamedTuple, Optional
 
+from . import world
 from .colors import Color
 from .errors import NotANumber
 from .link import Field, Reader
@@ -56,8 +57,7 @@ class Stroke(NamedTuple):
     end: Vec2D
     color: Color
     width: float
-    way: str  # LONGEST_WHOLE = 10 ** 15   # whole numbers below this are their own shortest digits
-LINES, POLYGONS, POINTS or BRUSH
+    way: str  # LINES, POLYGONS, POINTS or BRUSH
 
 
 class Trace:
@@ -82,6 +82,8 @@ class Body:
         self._strict = False
         self._obstacle: Optional[str] = None      # what the field last said is in the way
         self._angle_unit = 1.0                    # degrees in a unit of angle
+        self._world = world.current               # None: places are the field's own
+        self._logo = world.logo                   # headings from the top, clockwise
         self._traces: list[Trace] = []            # all that are kept now
         self._fill: Optional[Trace] = None
         self._poly: Optional[Trace] = None
@@ -111,6 +113,31 @@ class Body:
             return True
         self._field.settle()
         return answer.ok
+
+    # Places and headings as the program counts them
+
+    def _count_anew(self) -> None:
+        """Counts as the program does from now on; a turtle then goes home."""
+        self._world, self._logo = world.current, world.logo
+
+    def _counted(self, place: Vec2D) -> Vec2D:
+        """A place of the field."""
+        return place if self._world is None else self._world.to_program(place)
+
+    def _angle(self, degrees: float) -> float:
+        """A direction in the program's picture, in degrees from the right, as a heading: up to a full turn, in its units."""
+        return (90.0 - degrees if self._logo else degrees) % 360.0 / self._angle_unit
+
+    def _heading(self, degrees: float) -> float:
+        """A heading of the field."""
+        return self._angle(degrees if self._world is None else self._world.heading_to_program(degrees))
+
+    def _field_heading(self, angle: Any) -> float:
+        """The heading on the field that the program's angle means, from 0 up to 360."""
+        degrees = number(angle) * self._angle_unit
+        degrees = 90.0 - degrees if self._logo else degrees
+        goal = math.fmod(degrees if self._world is None else self._world.heading_to_field(degrees), 360.0)
+        return goal + 360.0 if goal < 0.0 else goal
 
     @property
     def field(self) -> Field:

@@ -4,11 +4,12 @@ Nothing is left out in silence: a word that cannot mean anything here raises Not
 """
 from __future__ import annotations
 
+import math
 from typing import Any, Callable, Optional
 
-from . import crowd, hooks
-from .body import Body
-from .errors import NotHere
+from . import crowd, hooks, world
+from .body import Body, number
+from .errors import BadValue, NotHere
 
 # Words that change nothing of the picture: what the note says.
 NOTED = {
@@ -16,8 +17,6 @@ NOTED = {
     "delay": "delay() changes nothing: the field's clock moves all turtles alike, a step a frame.",
     "tracer": "tracer() changes nothing: the field shows each frame. A batch() sends steps with the pen up together.",
     "update": "update() changes nothing: the field shows each frame.",
-    "shape": "shape() changes nothing: turtles look like turtles here. team(1) to team(4) give another colour.",
-    "shapesize": "shapesize() changes nothing: turtles are equally large here.",
     "resizemode": "resizemode() changes nothing: turtles are equally large here.",
     "hideturtle": "hideturtle() changes nothing: nobody can hide on a shared field.",
     "showturtle": "showturtle() changes nothing: the turtle is always shown.",
@@ -29,13 +28,10 @@ NOTED = {
 
 # Words that are not there: what comes nearest.
 ABSENT = {
-    "stamp": "dot() or begin_fill() paint a mark",
-    "clearstamp": "clear() wipes all painting",
-    "clearstamps": "clear() wipes all painting",
-    "pen": "penup(), pencolor() and pensize() set one thing each",
+    "clearstamp": "a stamp is paint, and clear() wipes all painting",
+    "clearstamps": "a stamp is paint, and clear() wipes all painting",
     "undo": "pencolor() in the ground's colour paints over a line; clear() wipes all",
     "undobufferentries": "clear() wipes all painting",
-    "clone": "Turtle() makes another turtle, at a place of its own",
     "onclick": "on_hit(), on_coin() and the like call a function at an event",
     "onrelease": "on_hit(), on_coin() and the like call a function at an event",
     "ondrag": "on_hit(), on_coin() and the like call a function at an event",
@@ -44,20 +40,9 @@ ABSENT = {
     "onkeypress": "input() takes what is typed; the keys of the field's window are its operator's",
     "onkeyrelease": "input() takes what is typed; the keys of the field's window are its operator's",
     "listen": "events() tells what has happened on the field; input() takes what is typed",
-    "textinput": "input() asks in the terminal",
-    "numinput": "float(input()) asks in the terminal",
     "bgpic": "bgcolor() colours the ground",
-    "register_shape": "begin_fill() and end_fill() paint any shape",
-    "addshape": "begin_fill() and end_fill() paint any shape",
-    "get_shapepoly": "get_poly() gives the way between begin_poly() and end_poly()",
-    "getshapes": "the field has one shape of turtle",
-    "Shape": "begin_fill() and end_fill() paint any shape",
-    "tilt": "left() and right() turn the turtle",
-    "tiltangle": "heading() tells where the turtle faces",
-    "settiltangle": "setheading() turns the turtle",
-    "shearfactor": "the field has one shape of turtle",
-    "shapetransform": "the field has one shape of turtle",
-    "setworldcoordinates": "the field goes from -256 to 256 both ways: multiply before goto()",
+    "shearfactor": "register_shape() takes any polygon, and shapesize() stretches it",
+    "shapetransform": "register_shape() takes any polygon, and shapesize() and tilt() stretch and turn it",
     "getcanvas": "clear() and bgcolor() are for the ground; there is no canvas of Tk here",
     "write_docstringdict": "help(kelmora.Turtle) shows all words",
     "ScrolledCanvas": "Turtle() is all that is needed; there is no canvas of Tk here",
@@ -90,6 +75,16 @@ def _absent(word: str) -> Callable[..., Any]:
 REFUSING = {word: _absent(word) for word in ABSENT}  # as functions, for the module
 
 
+class _NoTk:
+    """What programs for Python's turtle find under the name TK."""
+
+    def __getattr__(self, word: str) -> Any:
+        raise NotHere("There is no Tk on a shared field: its window belongs to the operator.")
+
+
+TK = _NoTk()
+
+
 class _Absent:
     """A word that raises as soon as a turtle is asked for it, so that hasattr() says no."""
 
@@ -109,8 +104,6 @@ class Compat(Body):
     delay = _noted("delay", 0)
     tracer = _noted("tracer", 1)
     update = _noted("update")
-    shape = _noted("shape", "turtle")
-    shapesize = turtlesize = _noted("shapesize", (1.0, 1.0, 1))
     resizemode = _noted("resizemode", "noresize")
     hideturtle = ht = _noted("hideturtle")
     showturtle = st = _noted("showturtle")
@@ -131,11 +124,69 @@ class Compat(Body):
         """512."""
         return 512
 
+    # How the program counts
+
     def mode(self, mode: Optional[str] = None) -> Optional[str]:
-        """"standard" alone: 0 is right, and angles grow to the left."""
-        if mode not in (None, "standard"):
-            raise NotHere('mode(%.20r) is not there: headings are as in mode("standard"), 0 right and 90 up.' % (mode,))
-        return None if mode else "standard"
+        """"standard": 0 is right and angles grow to the left; "logo": 0 is up and they grow to the right.
+
+        The turtles of the program go home. Without a mode it tells the one in use; "world" is that of setworldcoordinates().
+        """
+        if mode is None:
+            return "world" if world.current is not None else "logo" if world.logo else "standard"
+        if mode == "world":
+            raise BadValue('setworldcoordinates() says how to count; mode("world") alone does not.')
+        if mode not in ("standard", "logo"):
+            raise BadValue('A mode is "standard" or "logo", not %.40r.' % (mode,))
+        world.current, world.logo, world.painted = None, mode == "logo", False
+        crowd.count_anew()
+        return None
+
+    def setworldcoordinates(self, llx: float, lly: float, urx: float, ury: float) -> None:
+        """From now on this program counts places so that its lower left and upper right corner are those of the field.
+
+        The turtles of the program go home, to its (0, 0). What is painted already stays as it is: so other corners can
+        follow only after clear() or reset(). Sizes of dots and pens, and the words for games, count in units of the field.
+        """
+        corners = number(llx), number(lly), number(urx), number(ury)
+        if corners[0] == corners[2] or corners[1] == corners[3]:
+            raise BadValue("The two corners of a world differ in both directions.")
+        new = world.World(*corners)
+        if not all(map(math.isfinite, new.scales)) or 0 in new.scales:
+            raise BadValue("These corners are too far apart, or too close.")
+        if world.current is not None and world.current.corners == corners:
+            return
+        if world.current is not None and world.painted:
+            raise NotHere("The field cannot zoom what is painted already: clear() or reset() first, then "
+                          "setworldcoordinates() again.")
+        world.current, world.logo, world.painted = new, False, False
+        crowd.count_anew()
+
+    # Questions to whoever sits at the computer
+
+    def textinput(self, title: str, prompt: str) -> Optional[str]:
+        """Asks in the terminal: the text that is typed, None at its end."""
+        try:
+            return input("%s: %s " % (title, prompt))
+        except EOFError:
+            return None
+
+    def numinput(self, title: str, prompt: str, default: Optional[float] = None, minval: Optional[float] = None,
+                 maxval: Optional[float] = None) -> Optional[float]:
+        """Asks in the terminal for a number, until it is one in the range; nothing typed is the default."""
+        while True:
+            text = self.textinput(title, prompt)
+            if text is None or not text.strip():
+                return None if default is None else float(default)
+            try:
+                value = number(float(text))
+            except ValueError:
+                print("That is no number. Please try again.")
+                continue
+            if (minval is None or value >= minval) and (maxval is None or value <= maxval):
+                return value
+            bounds = ["at least %g" % minval] if minval is not None else []
+            bounds += ["at most %g" % maxval] if maxval is not None else []
+            print("The number has to be %s. Please try again." % " and ".join(bounds))
 
     # The end of a program
 

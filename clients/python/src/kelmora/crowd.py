@@ -29,6 +29,12 @@ def replace(old: Body, new: Body) -> None:
     _living[_living.index(old)] = new
 
 
+def count_anew() -> None:
+    """All turtles go home and count as the program now counts."""
+    for turtle in living():
+        turtle._count_anew()
+
+
 def ontimer(function: Callable[[], object], t: int = 0) -> None:
     """Calls function() once, t milliseconds from now, while the program waits in done()."""
     _timers.append((time.monotonic() + t / 1000, function))

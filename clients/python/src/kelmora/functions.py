@@ -1,10 +1,11 @@
 """Every word of a turtle as a function, for programs with one turtle. Made by tools/make_functions.py."""
 from __future__ import annotations
 
-from typing import Any, Callable, Optional
+from typing import Any, Callable, Dict, Optional
 
-from .compat import REFUSING
+from .compat import REFUSING, TK
 from .link import Answer, Batch
+from .looks import Corners, Shape, getshapes, register_shape
 from .senses import Callback
 from .turtles import Screen, Turtle, anyone, default
 from .vector import Vec2D
@@ -113,6 +114,15 @@ def clearscreen() -> bool:
 def clock() -> int:
     """The field's clock, in ticks: about 120 a second while a turtle can move."""
     return anyone().clock()
+
+
+def clone() -> "Turtle":
+    """Another turtle with the same pen, at the same place.
+
+    The two share this one's connection, and its body on the field: whoever steps next first jumps there. Where the
+    field refuses jumps (see goto), that raises Blocked.
+    """
+    return default().clone()
 
 
 def close() -> None:
@@ -232,6 +242,11 @@ def get_poly() -> Optional[tuple[Vec2D, ...]]:
     return default().get_poly()
 
 
+def get_shapepoly() -> Optional[Corners]:
+    """The corners of the shape as it is stretched and turned; None for a compound."""
+    return default().get_shapepoly()
+
+
 def getscreen() -> "Screen":
     """The field, with the words that Python's turtle gives its screen."""
     return default().getscreen()
@@ -292,7 +307,10 @@ def message() -> tuple[int, str]:
 
 
 def mode(mode: Optional[str] = None) -> Optional[str]:
-    """"standard" alone: 0 is right, and angles grow to the left."""
+    """"standard": 0 is right and angles grow to the left; "logo": 0 is up and they grow to the right.
+
+    The turtles of the program go home. Without a mode it tells the one in use; "world" is that of setworldcoordinates().
+    """
     return Screen().mode(mode)
 
 
@@ -304,6 +322,11 @@ def mute(*events: str) -> bool:
 def name(text: str) -> bool:
     """Names the turtle: 1 to 127 bytes of UTF-8."""
     return default().name(text)
+
+
+def numinput(title: str, prompt: str, default: Optional[float] = None, minval: Optional[float] = None, maxval: Optional[float] = None) -> Optional[float]:
+    """Asks in the terminal for a number, until it is one in the range; nothing typed is the default."""
+    return Screen().numinput(title, prompt, default, minval, maxval)
 
 
 def on_coin(function: Callback) -> Callback:
@@ -354,6 +377,11 @@ def on_wall(function: Callback) -> Callback:
 def ontimer(function: Callable[[], object], t: int = 0) -> None:
     """Calls function() once, t milliseconds from now, while the program waits in done()."""
     Screen().ontimer(function, t)
+
+
+def pen(pen: Optional[Dict[str, Any]] = None, **pendict: Any) -> Any:
+    """Sets what the dictionary or the names say, as pen() has told it; without them, tells all about the pen."""
+    return default().pen(pen, **pendict)
 
 
 def pencolor(*color: Any) -> Any:
@@ -467,6 +495,15 @@ def setup(*unused: Any, **unused_too: Any) -> Any:
     return Screen().setup(*unused, **unused_too)
 
 
+def setworldcoordinates(llx: float, lly: float, urx: float, ury: float) -> None:
+    """From now on this program counts places so that its lower left and upper right corner are those of the field.
+
+    The turtles of the program go home, to its (0, 0). What is painted already stays as it is: so other corners can
+    follow only after clear() or reset(). Sizes of dots and pens, and the words for games, count in units of the field.
+    """
+    Screen().setworldcoordinates(llx, lly, urx, ury)
+
+
 def setx(x: float) -> bool:
     """Jumps to this x; y stays."""
     return default().setx(x)
@@ -477,14 +514,17 @@ def sety(y: float) -> bool:
     return default().sety(y)
 
 
-def shape(*unused: Any, **unused_too: Any) -> Any:
-    """shape() changes nothing: turtles look like turtles here. team(1) to team(4) give another colour."""
-    return default().shape(*unused, **unused_too)
+def shape(name: Optional[str] = None) -> str:
+    """Chooses what stamp() paints: "arrow", "circle", "classic", "square", "triangle", "turtle" or a registered shape.
+
+    Turtles themselves look the same all; without a name it tells the one chosen.
+    """
+    return default().shape(name)
 
 
-def shapesize(*unused: Any, **unused_too: Any) -> Any:
-    """shapesize() changes nothing: turtles are equally large here."""
-    return Screen().shapesize(*unused, **unused_too)
+def shapesize(stretch_wid: Optional[float] = None, stretch_len: Optional[float] = None, outline: Optional[float] = None) -> Any:
+    """Stretches what stamp() paints, across and along, and sets its edge's width; without them, tells all three."""
+    return default().shapesize(stretch_wid, stretch_len, outline)
 
 
 def shift(dx: float, dy: float) -> bool:
@@ -507,6 +547,14 @@ def speed(*unused: Any, **unused_too: Any) -> Any:
     return default().speed(*unused, **unused_too)
 
 
+def stamp() -> Any:
+    """Paints the turtle's shape here, in its two colours; a number for each stamp, False when the field refused.
+
+    The turtle jumps around for that, as for end_fill(), and comes back. A stamp stays, like a line.
+    """
+    return default().stamp()
+
+
 def strict(on: bool = True) -> None:
     """From now on a step that is blocked raises Blocked; strict(False): it gives False again."""
     default().strict(on)
@@ -527,9 +575,24 @@ def teleport(x: Any = None, y: Any = None) -> bool:
     return default().teleport(x, y)
 
 
+def textinput(title: str, prompt: str) -> Optional[str]:
+    """Asks in the terminal: the text that is typed, None at its end."""
+    return Screen().textinput(title, prompt)
+
+
 def throw_coin() -> bool:
     """Lets the bank throw a coin somewhere on the field; False when it has none."""
     return anyone().throw_coin()
+
+
+def tilt(angle: float) -> None:
+    """Turns the shape that stamp() paints, to the left of where it was."""
+    default().tilt(angle)
+
+
+def tiltangle(angle: Optional[float] = None) -> Any:
+    """Turns the shape that stamp() paints to this angle from the turtle's heading; without it, tells the angle."""
+    return default().tiltangle(angle)
 
 
 def title(*unused: Any, **unused_too: Any) -> Any:
@@ -611,6 +674,7 @@ rt = right
 seth = setheading
 setpos = goto
 setposition = goto
+settiltangle = tiltangle
 st = showturtle
 turtlesize = shapesize
 up = penup
@@ -618,18 +682,12 @@ width = pensize
 
 # Words of Python's turtle that are not there: each raises NotHere and names the nearest.
 ScrolledCanvas = REFUSING["ScrolledCanvas"]
-Shape = REFUSING["Shape"]
 Terminator = REFUSING["Terminator"]
-addshape = REFUSING["addshape"]
 bgpic = REFUSING["bgpic"]
 clearstamp = REFUSING["clearstamp"]
 clearstamps = REFUSING["clearstamps"]
-clone = REFUSING["clone"]
-get_shapepoly = REFUSING["get_shapepoly"]
 getcanvas = REFUSING["getcanvas"]
-getshapes = REFUSING["getshapes"]
 listen = REFUSING["listen"]
-numinput = REFUSING["numinput"]
 onclick = REFUSING["onclick"]
 ondrag = REFUSING["ondrag"]
 onkey = REFUSING["onkey"]
@@ -637,26 +695,19 @@ onkeypress = REFUSING["onkeypress"]
 onkeyrelease = REFUSING["onkeyrelease"]
 onrelease = REFUSING["onrelease"]
 onscreenclick = REFUSING["onscreenclick"]
-pen = REFUSING["pen"]
-register_shape = REFUSING["register_shape"]
 save = REFUSING["save"]
-settiltangle = REFUSING["settiltangle"]
-setworldcoordinates = REFUSING["setworldcoordinates"]
 shapetransform = REFUSING["shapetransform"]
 shearfactor = REFUSING["shearfactor"]
-stamp = REFUSING["stamp"]
-textinput = REFUSING["textinput"]
-tilt = REFUSING["tilt"]
-tiltangle = REFUSING["tiltangle"]
 undo = REFUSING["undo"]
 undobufferentries = REFUSING["undobufferentries"]
 write_docstringdict = REFUSING["write_docstringdict"]
 
 RawTurtle = RawPen = Pen = Turtle
 TurtleScreen = Screen
+addshape = register_shape
 
 __all__ = [
-    "Pen", "RawPen", "RawTurtle", "Screen", "ScrolledCanvas", "Shape", "Terminator", "Turtle", "TurtleScreen",
+    "Pen", "RawPen", "RawTurtle", "Screen", "ScrolledCanvas", "Shape", "TK", "Terminator", "Turtle", "TurtleScreen",
     "Vec2D", "addshape", "alive", "ask", "back", "backward", "batch", "battle", "begin_fill", "begin_poly", "bgcolor",
     "bgpic", "bk", "blocked_by", "borrow", "broadcast", "brush", "bye", "card", "card_position", "card_shown",
     "circle", "clear", "clear_cards", "clearscreen", "clearstamp", "clearstamps", "clock", "clone", "close", "coins",

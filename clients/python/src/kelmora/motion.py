@@ -7,6 +7,7 @@ from __future__ import annotations
 import math
 from typing import Any, Optional
 
+from . import world
 from .body import LINES, Body, number, numbers_in, read_place, spell
 from .errors import BadValue, Blocked
 from .link import Answer, names_of
@@ -47,41 +48,44 @@ class Motion(Body):
         field = self._field
         # Nearly all steps go this way. It is short, see SocketTransport.swap().
         if (distance.__class__ in PLAIN and -LONG <= distance <= LONG
-                and not (self._recolored or self._traces or field.batching)):
+                and not (self._recolored or self._traces or field.batching or self._world)):
             answer = field.do("f %s" % distance)
             if answer is None:
                 self._obstacle = None
                 return True
             return self._heard(answer)
-        line = "f " + spell(distance)
-        return self._move(line) if abs(distance) <= LONG else self._walk_far(float(distance))
+        return self._walk(distance)
 
     def back(self, distance: float) -> bool:
         """Goes so many units back without turning."""
+        if self._world is not None:
+            return self._walk(-number(distance))
         line = "b " + spell(distance)
         return self._move(line) if abs(distance) <= LONG else self._walk_far(-float(distance))
 
     def left(self, angle: float) -> bool:
         """Turns left by the angle. In battle mode by 3 degrees at most."""
         field = self._field
-        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not field.batching:
+        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
+                field.batching or self._world):
             answer = field.do("t l %s" % angle)
             if answer is None:
                 self._obstacle = None
                 return True
             return self._heard(answer)
-        return self._turn("t l " + self._degrees(angle))
+        return self._turn_by("t l ", angle)
 
     def right(self, angle: float) -> bool:
         """Turns right by the angle. In battle mode by 3 degrees at most."""
         field = self._field
-        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not field.batching:
+        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
+                field.batching or self._world):
             answer = field.do("t r %s" % angle)
             if answer is None:
                 self._obstacle = None
                 return True
             return self._heard(answer)
-        return self._turn("t r " + self._degrees(angle))
+        return self._turn_by("t r ", angle)
 
     def goto(self, x: Any, y: Any = None) -> bool:
         """Jumps to the place, given as two numbers or a pair, over whatever stands between.
@@ -89,7 +93,7 @@ class Motion(Body):
         It draws a line there when the pen is down. Refused in battle mode, while something stands closer than 20, and,
         where the field's edges are hard, to a place outside or near a wall.
         """
-        x, y = pair(x, y)
+        x, y = self._on_field(*pair(x, y))
         line = "j %s %s" % (spell(x), spell(y))
         if self._is_far or max(abs(x), abs(y)) > LONG:
             return self._jump_far(Vec2D(float(x), float(y)))
@@ -97,6 +101,11 @@ class Motion(Body):
 
     def shift(self, dx: float, dy: float) -> bool:
         """Jumps by so much in both directions; else as goto."""
+        if self._world is not None:
+            dx, dy = number(dx) * self._world.scales[0], number(dy) * self._world.scales[1]
+        return self._shift(dx, dy)
+
+    def _shift(self, dx: float, dy: float) -> bool:
         line = "g %s %s" % (spell(dx), spell(dy))
         if (self._is_far or max(abs(dx), abs(dy)) > LONG) and not self._field.batching:
             return self._jump_far(self._place("shift") + Vec2D(float(dx), float(dy)))
@@ -106,9 +115,9 @@ class Motion(Body):
         """Jumps to the place without drawing, whatever the pen does."""
         if x is None or (y is None and not isinstance(x, (tuple, list))):
             numbers = [number(part) for part in (x, y) if part is not None]
-            here = self._place("teleport") if len(numbers) < 2 else (0.0, 0.0)
+            here = self._here("teleport") if len(numbers) < 2 else (0.0, 0.0)
             x, y = here[0] if x is None else x, here[1] if y is None else y
-        x, y = pair(x, y)
+        x, y = self._on_field(*pair(x, y))
         line = "j %s %s" % (spell(x), spell(y))
         self._is_far = max(abs(x), abs(y)) > LONG
         if not self._down:
@@ -120,17 +129,16 @@ class Motion(Body):
     def setx(self, x: float) -> bool:
         """Jumps to this x; y stays."""
         x = number(x)
-        return self.goto(x, self._place("setx")[1])
+        return self.goto(x, self._here("setx")[1])
 
     def sety(self, y: float) -> bool:
         """Jumps to this y; x stays."""
         y = number(y)
-        return self.goto(self._place("sety")[0], y)
+        return self.goto(self._here("sety")[0], y)
 
     def setheading(self, to_angle: float) -> bool:
         """Faces this way: 0 is right (east), 90 up. In battle mode it turns there by 3 degrees at most."""
-        goal = math.fmod(number(to_angle) * self._angle_unit, 360.0)
-        goal = goal + 360.0 if goal < 0.0 else goal
+        goal = self._field_heading(to_angle)
         compass = COMPASS.get(goal)
         if compass is not None:
             # In battle mode the field answers this with the turtle's place and does nothing.
@@ -148,14 +156,15 @@ class Motion(Body):
         def read(place: Answer, heading: Answer) -> tuple[Vec2D, float]:
             return read_place(place.values), numbers_in(heading.values, 1)[0]
         here, heading = self._say(["q p", "q d"], read)
-        way = math.hypot(*here)
-        if way > AT_ONCE:
-            turn = shortest(math.degrees(math.atan2(-here[1], -here[0])) - heading)
-            if not self._move("f " + spell(way), before=["t l " + spell(turn)]):
+        goal = self._home()
+        way = goal - here
+        if abs(way) > AT_ONCE:
+            turn = shortest(math.degrees(math.atan2(way[1], way[0])) - heading)
+            if not self._move("f " + spell(abs(way)), before=["t l " + spell(turn)]):
                 return False
         # In battle mode the field answers this with the turtle's place, and does nothing.
-        place = self._say([COMPASS[0.0]], lambda answer: read_place(answer.values) if answer.values else None)
-        return place is None or abs(place) < 0.01 and self.setheading(0)
+        place = self._say([COMPASS[self._field_heading(0)]], lambda answer: read_place(answer.values) if answer.values else None)
+        return place is None or abs(place - goal) < 0.01 and self.setheading(0)
 
     def circle(self, radius: float, extent: Optional[float] = None, steps: Optional[int] = None) -> bool:
         """Goes along a circle whose middle is radius to the left (to the right, when it is negative).
@@ -172,11 +181,21 @@ class Motion(Body):
         steps = int(number(steps))
         if steps < 1:
             raise BadValue("circle() takes at least one step, not %d." % steps)
+        return self._around(radius, extent, steps)
+
+    def _around(self, radius: float, extent: float, steps: int) -> bool:
+        """Along an arc in straight steps."""
         angle = extent / steps
         length = 2 * radius * math.sin(math.radians(angle / 2))
         if radius < 0:
             angle, length = -angle, -length
         turn = angle / 2
+        if self._world is not None:
+            for _ in range(steps):
+                if not (self._turn_by("t l ", turn / self._angle_unit) and self._walk(length)):
+                    return False
+                turn = angle
+            return self._turn_by("t l ", angle / 2 / self._angle_unit)
         for _ in range(steps):
             if not self._move("f " + spell(length), before=["t l " + spell(turn)]):
                 return False
@@ -233,8 +252,40 @@ class Motion(Body):
     def _lift_brush(self) -> None:
         """See the pen, which knows how."""
 
-    def _degrees(self, angle: Any) -> str:
-        return spell(angle) if self._angle_unit == 1.0 else spell(number(angle) * self._angle_unit)
+    def _walk(self, distance: Any) -> bool:
+        """A step forward of any length, counted as the program counts."""
+        if self._world is not None:
+            distance = number(distance)
+            distance *= self._world.stretch(0.0 if self._world.even else self._faced("forward"))
+        line = "f " + spell(distance)
+        return self._move(line) if abs(distance) <= LONG else self._walk_far(float(distance))
+
+    def _turn_by(self, command: str, angle: Any) -> Any:
+        """A turn to the left or right."""
+        if self._world is None or self._world.even:
+            return self._turn(command + (spell(angle) if self._angle_unit == 1.0 else spell(number(angle) * self._angle_unit)))
+        degrees = number(angle) * self._angle_unit * (1 if command == "t l " else -1)
+        heading = self._faced("left")
+        goal = self._world.heading_to_field(self._world.heading_to_program(heading) + degrees)
+        return self._turn("t l " + spell(shortest(goal - heading)))
+
+    def _on_field(self, x: Any, y: Any) -> tuple[Any, Any]:
+        """A place of the program on the field."""
+        return (x, y) if self._world is None else self._world.to_field(number(x), number(y))
+
+    def _home(self) -> Vec2D:
+        """The program's (0, 0), on the field."""
+        return Vec2D(0.0, 0.0) if self._world is None else self._world.to_field(0.0, 0.0)
+
+    def _here(self, word: str) -> Vec2D:
+        """Where the turtle is as the program counts, for a word that cannot do without."""
+        return self._counted(self._place(word))
+
+    def _faced(self, word: str) -> float:
+        """The turtle's heading on the field, for a word that cannot do without."""
+        self._field.immediate(word)
+        heading: float = self._say(["q d"], lambda answer: numbers_in(answer.values, 1)[0])
+        return heading
 
     def _place(self, word: str) -> Vec2D:
         """Where the turtle is, for a word that cannot do without."""
@@ -263,6 +314,8 @@ class Motion(Body):
     def _move(self, line: str, jump: bool = False, before: Optional[list[str]] = None,
               after: Optional[list[str]] = None, painting: bool = True) -> Any:
         """One step or jump, with other commands in the same packet; its answer alone decides what is returned."""
+        if self._world is not None and self._down and painting:
+            world.painted = True
         if not (self._recolored or before or self._traces or self._field.batching):
             return self._at_once(line, jump)
         lines = before or []

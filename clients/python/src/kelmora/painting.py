@@ -3,7 +3,7 @@ from __future__ import annotations
 
 from typing import Any, Iterable, Optional
 
-from . import colors, hooks
+from . import colors, hooks, world
 from .body import BRUSH, LINES, POINTS, POLYGONS, RED, Trace, number, spell
 from .errors import BadValue, Blocked
 from .link import Answer
@@ -166,7 +166,7 @@ class Pen(Motion):
 
     def get_poly(self) -> Optional[tuple[Vec2D, ...]]:
         """The places on the way between begin_poly() and end_poly(); None when there was none."""
-        return tuple(self._poly.points) if self._poly else None
+        return tuple(map(self._counted, self._poly.points)) if self._poly else None
 
     def dot(self, size: Optional[float] = None, *color: Any) -> bool:
         """Paints a disc so wide in the pen's colour, or in the one given, whether the pen is up or down."""
@@ -225,7 +225,7 @@ class Pen(Motion):
         wide = text_width(text)
         aside = {"left": 0.0, "center": wide / 2, "right": wide}[align]
         done = self._beside(-aside, line) if aside else self._do(line)
-        return done and self.shift(wide - aside, 0) if move else done
+        return done and self._shift(wide - aside, 0) if move else done
 
     def _beside(self, dx: float, line: str) -> bool:
         """Sends the line from so far aside, and comes back; nothing is drawn on the way."""
@@ -246,25 +246,31 @@ class Pen(Motion):
         if not color:
             return colors.to_mode(self._ground, self._top())
         self._ground = colors.from_arguments(color, self._top())
+        world.painted = False
         hooks.note_once("bgcolor", "bgcolor() wipes everybody's painting: all turtles share one ground.")
         return self._do("h" + paint_of(self._ground)[1:])
 
     def clear(self) -> bool:
         """Wipes all painting, everybody's."""
+        world.painted = False
         hooks.note_once("clear", "clear() and reset() wipe everybody's painting: all turtles share one ground.")
         return self._do("c f")
 
     def clearscreen(self) -> bool:
         """Wipes all painting and takes the zombies away."""
+        world.painted = False
         return self._do("c a")
 
     def reset(self) -> bool:
         """Wipes all painting, takes a fresh pen and goes home; False when something stands in the way."""
         self._field.immediate("reset")
+        world.painted = False
         hooks.note_once("clear", "clear() and reset() wipe everybody's painting: all turtles share one ground.")
         self._fresh()
         self._say(["c f", paint_of(RED), "w 1", LINES, "p u"], lambda *answers: None)
         done = self.home()
+        if not done and self._obstacle:
+            self.setheading(0)  # it has turned towards the middle
         self.pendown()
         return done
 

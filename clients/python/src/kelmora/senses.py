@@ -33,28 +33,26 @@ class Senses(Body):
 
     def position(self) -> Vec2D:
         """Where the turtle is: (x, y), each from -256 to 256 on the field."""
-        return self._say(["q p"], lambda answer: read_place(answer.values))
+        return self._say(["q p"], lambda answer: self._counted(read_place(answer.values)))
 
     def xcor(self) -> float:
         """The turtle's x."""
-        return self._say(["q p"], lambda answer: read_place(answer.values)[0])
+        return self._say(["q p"], lambda answer: self._counted(read_place(answer.values))[0])
 
     def ycor(self) -> float:
         """The turtle's y."""
-        return self._say(["q p"], lambda answer: read_place(answer.values)[1])
+        return self._say(["q p"], lambda answer: self._counted(read_place(answer.values))[1])
 
     def heading(self) -> float:
         """Which way the turtle faces: 0 is right (east), 90 up, less than 360."""
-        def read(answer: Answer) -> float:
-            return numbers_in(answer.values, 1)[0] % 360.0 / self._angle_unit
-        return self._say(["q d"], read)
+        return self._say(["q d"], lambda answer: self._heading(numbers_in(answer.values, 1)[0]))
 
     def distance(self, x: Any, y: Any = None) -> float:
         """How far it is from the turtle to the place, or to another turtle."""
         x, y = self._goal(x, y)
 
         def read(answer: Answer) -> float:
-            here = read_place(answer.values)
+            here = self._counted(read_place(answer.values))
             return math.hypot(x - here[0], y - here[1])
         return self._say(["q p"], read)
 
@@ -63,8 +61,8 @@ class Senses(Body):
         x, y = self._goal(x, y)
 
         def read(answer: Answer) -> float:
-            here = read_place(answer.values)
-            return math.degrees(math.atan2(y - here[1], x - here[0])) % 360.0 / self._angle_unit
+            here = self._counted(read_place(answer.values))
+            return self._angle(math.degrees(math.atan2(y - here[1], x - here[0])))
         return self._say(["q p"], read)
 
     @staticmethod

@@ -1,22 +1,24 @@
 """The turtle: all its words in one class; and which turtle the words without one mean."""
 from __future__ import annotations
 
-from typing import Any, Optional
+from typing import Any, List, Optional, cast
 
-from . import colors, crowd, hooks
+from . import colors, crowd, hooks, looks
 from . import transport as transports
-from .body import Body
+from .body import Body, spell
+from .clones import Group, Seat
 from .compat import ABSENT, NOTED, Compat, absent
 from .deeds import Deeds
-from .errors import KelmoraError
+from .errors import BadValue, KelmoraError
 from .link import Field
-from .painting import Pen
+from .looks import Looks
 from .transport import Transport
 
+SCREEN_WORDS = {"window_width", "window_height", "mode", "ontimer", "setworldcoordinates", "textinput", "numinput"}
 OFF_FIELD = 2000.0  # a place where a turtle that leaves is in nobody's way
 
 
-class Turtle(Pen, Deeds, Compat):
+class Turtle(Looks, Deeds, Compat):
     """A turtle on a field, and the connection that drives it; words as in Python's own turtle, and more.
 
     shape, undobuffersize, visible -- accepted as Python's turtle has them, with a note
@@ -55,7 +57,7 @@ class Turtle(Pen, Deeds, Compat):
                 self._field.exchange(["."])
                 # The walk ends within the last digit of the middle; the jump from there is safe, and ends in it.
                 at_home = self.home()
-                self._field.exchange(["j 0 0", "p d"] if at_home else ["p d"])
+                self._field.exchange(["j %s %s" % tuple(map(spell, self._home())), "p d"] if at_home else ["p d"])
                 if not at_home:
                     self._stay()
             else:
@@ -72,6 +74,36 @@ class Turtle(Pen, Deeds, Compat):
         self.setheading(0)
         hooks.note("%s, so the turtle starts at (%.0f, %.0f). The operator's key z takes zombies away, and so does "
                    "clearscreen()." % (why, *self.position()))
+
+    def _count_anew(self) -> None:
+        """Counts as the program does from now on, and goes home."""
+        super()._count_anew()
+        down = self._down
+        if down:
+            self.penup()
+        if not self.home():
+            self._stay()
+        if down:
+            self.pendown()
+
+    def clone(self) -> "Turtle":
+        """Another turtle with the same pen, at the same place.
+
+        The two share this one's connection, and its body on the field: whoever steps next first jumps there. Where the
+        field refuses jumps (see goto), that raises Blocked.
+        """
+        self._field.immediate("clone")
+        if self._traces:
+            raise BadValue("clone() cannot stand between begin_fill() and end_fill(), or begin_poly() and end_poly().")
+        if not isinstance(self._field, Seat):
+            self._field = cast(Field, Seat(Group(self._field), self, None))
+        seat = cast(Seat, self._field)
+        copy = self.__class__.__new__(self.__class__)
+        copy.__dict__.update(self.__dict__)
+        copy._traces, copy._fill, copy._poly = [], None, None
+        copy._field = cast(Field, Seat(seat.group, copy, seat.pose()))
+        crowd.join(copy)
+        return copy
 
     def getscreen(self) -> "Screen":
         """The field, with the words that Python's turtle gives its screen."""
@@ -114,12 +146,21 @@ class Screen:
         for turtle in crowd.living():
             turtle.field.close()
 
+    def register_shape(self, name: str, shape: Any = None) -> None:
+        """Gives a shape a name for shape(): a Shape, or the corners of a polygon."""
+        looks.register_shape(name, shape)
+
+    def getshapes(self) -> List[str]:
+        """The names of all shapes."""
+        return looks.getshapes()
+
+    addshape = register_shape
     mainloop = exitonclick = done
 
     def __getattr__(self, word: str) -> Any:
         if word in ABSENT:
             raise absent(word)
-        if word in NOTED or word in ("window_width", "window_height", "mode", "ontimer"):
+        if word in NOTED or word in SCREEN_WORDS:
             return getattr(Compat, word).__get__(self)  # these need no field
         return getattr(anyone(), word)
 
