@@ -107,6 +107,51 @@ export interface Answer {
   events: number;
 }
 
+/** Gets what is painted on a practice field. Places are in field units, colours three numbers from 0 to 1. */
+export interface Painter {
+  /** The whole ground in one colour. */
+  wipe?(color: Color): void;
+  /** From an old end to the new one; the colour runs from the first to the second. */
+  line?(x0: number, y0: number, x1: number, y1: number, width: number, color0: Color, color1: Color): void;
+  /** Up to six corners, and their colours. */
+  polygon?(points: Point[], colors: Color[]): void;
+  point?(x: number, y: number, size: number, color: Color): void;
+  text?(x: number, y: number, text: string, color: Color): void;
+  /** Where a turtle now stands; a doughnut is one of that name. */
+  turtle?(number: number, x: number, y: number, heading: number, color: Color, name: string): void;
+  gone?(number: number): void;
+  coin?(number: number, x: number, y: number, shown: boolean): void;
+  card?(number: number, x: number, y: number, shown: boolean): void;
+  /** A frame is complete. */
+  frame?(): void;
+}
+
+export interface PracticeOptions {
+  /** Else a picture is kept, for svg() and save(). */
+  painter?: Painter;
+  /** Seconds that a frame takes: 0. */
+  pace?: number;
+  /** Makes chance repeat itself. */
+  seed?: number;
+}
+
+/** A field inside the program, by a field's rules: without stones and mazes, and brush strokes are plain lines. */
+export class PracticeField {
+  constructor(options?: PracticeOptions);
+  readonly clock: number;
+  /** The connection of a new turtle. */
+  transport(): Transport;
+  /** The picture; only without a painter of your own. */
+  svg(): string;
+  /** Writes the picture to a file whose name ends in .svg. Node only. */
+  save(path: string): Promise<void>;
+}
+
+/** From now on turtles draw on a field inside this program; use(null) goes back to the real one. */
+export function practice(options?: PracticeOptions): PracticeField;
+/** From now on connect() without an address takes its transport from the function; null: the real field again. */
+export function use(maker?: (() => Transport | Promise<Transport>) | null): void;
+
 /** Connects to a field and takes a turtle there, with its pen down. Rejects with NoField or NotAdmitted. */
 export function connect(options?: Options): Promise<Turtle>;
 

@@ -12,9 +12,10 @@
 // no line is lost. Words that were not awaited run one after the other all the same, in the order of their calls.
 import { colorByName } from "./colors.js";
 import { disc, fillPackets, paintOf, piecesOf, straightened, strokePackets } from "./shapes.js";
+import { PracticeField } from "./practice.js";
 import { addressOf, BadValue, HungUp, KelmoraError, LONGEST_LINE, NoField, Silence, TcpTransport, TooLong, WebSocketTransport } from "./transport.js";
 
-export { BadValue, HungUp, KelmoraError, NoField, Silence, TooLong };
+export { BadValue, HungUp, KelmoraError, NoField, PracticeField, Silence, TooLong };
 
 /** The field hung up before its first answer: it is private and you are not on its machine, or its places are taken. */
 export class NotAdmitted extends KelmoraError {}
@@ -892,6 +893,28 @@ for (const [alias, word] of Object.entries(ALIASES)) {
   Object.defineProperty(Turtle.prototype, alias, { value: Turtle.prototype[word], writable: true, configurable: true });
 }
 
+let factory = null; // makes the transports of turtles that no address was given for
+
+/**
+ * From now on connect() without an address takes its transport from factory(), which may give a promise; null: the real
+ * field again.
+ */
+export function use(maker = null) {
+  if (maker !== null && typeof maker !== "function") throw new BadValue(`A function is needed here, not ${shown(maker)}.`);
+  factory = maker;
+}
+
+/**
+ * From now on turtles draw on a field inside this program; its svg() shows what they have drawn. Options: painter, which
+ * gets what is painted piece by piece (any of the methods of Picture); pace, the seconds that a frame takes (0); seed, a
+ * number that makes chance repeat itself. use(null) goes back to the real field.
+ */
+export function practice(options = {}) {
+  const field = new PracticeField(options);
+  use(() => field.transport());
+  return field;
+}
+
 /**
  * Connects to a field and takes a turtle there, with its pen down. Options: host and port (else KELMORA_HOST and
  * KELMORA_PORT, else this machine's field); socket: a WebSocket or its address instead; transport: a way of your own;
@@ -900,6 +923,9 @@ for (const [alias, word] of Object.entries(ALIASES)) {
 export async function connect(options = {}) {
   const { timeout = 20000, connectTimeout = 5000 } = options;
   let transport = options.transport;
+  if (!transport && factory && options.host === undefined && options.port === undefined && !options.socket) {
+    transport = await factory();
+  }
   if (!transport && options.socket) transport = await WebSocketTransport.connect(options.socket, connectTimeout, timeout);
   if (!transport) {
     const { host, port } = addressOf(options);

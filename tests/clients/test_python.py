@@ -660,6 +660,17 @@ class Practice(unittest.TestCase):
         xml.dom.minidom.parseString(text)
         self.assertNotIn("<script>", text)
 
+    def test_pictures_are_saved_as_what_their_name_says(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "picture.SVG")
+            self.field.save(path)
+            with open(path, encoding="utf-8") as file:
+                self.assertEqual(file.read(), self.field.svg())
+            for name in ("picture.png", "picture", "svg", ""):
+                with self.assertRaisesRegex(kelmora.BadValue, "ends in .svg"):
+                    self.field.save(os.path.join(folder, name))
+            self.assertEqual(os.listdir(folder), ["picture.SVG"])
+
     def test_turtles_block_each_other(self):
         other = kelmora.Turtle(home=False)
         self.assertTrue(other.setheading(other.towards(self.turtle)))

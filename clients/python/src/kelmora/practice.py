@@ -11,6 +11,7 @@ from typing import Any, Callable, Optional
 
 from . import hooks
 from .beings import MESSAGE, Being, Coin, Rules
+from .errors import BadValue
 from .picture import Picture
 from .transport import use
 
@@ -100,7 +101,10 @@ class PracticeField(Rules):
         return self.painter.svg()
 
     def save(self, path: str) -> None:
-        """Writes the picture to a file, as SVG; only without a painter of your own."""
+        """Writes the picture to a file whose name ends in .svg; only without a painter of your own."""
+        if not str(path).lower().endswith(".svg"):
+            raise BadValue("A practice field saves pictures as SVG: give a name that ends in .svg, not %.80r. Browsers "
+                           "show such a file, and drawing programs make any other kind of it." % (path,))
         with open(path, "w", encoding="utf-8") as file:
             file.write(self.svg())
 
