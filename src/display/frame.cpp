@@ -44,6 +44,7 @@ void wipe() {
     wipe_canvas();
     glClear(GL_COLOR_BUFFER_BIT);
     if (modes.battle_mode) drawBackground();
+    mark_all_tiles(painted_tiles);
     field_is_painted = 1;
 }
 
@@ -80,47 +81,32 @@ void draw_floor_and_scenery() {
     draw_scenery();
 }
 
-// The same when the depth buffer already holds the depths of an unchanged scenery.
-void draw_floor_under_kept_scenery() {
-    if (modes.bird_view_mode) {
-        glClear(GL_COLOR_BUFFER_BIT);
-        draw_floor();
-    }
-    glEnable(GL_DEPTH_TEST);
-    draw_cached_scenery();
-}
-
 // Turns the canvas in the back buffer into a scene without its turtles.
-void begin_scene(bool depth_is_restored) {
+void begin_scene() {
     set_camera();
     const bool unchanged = scenery_is_unchanged();
-    if (depth_is_restored && unchanged) {
-        draw_floor_under_kept_scenery();
-        return;
-    }
+    if (unchanged && show_kept_scene(modes.bird_view_mode ? 1.0 : TOP_VIEW_FLOOR_DEPTH)) return;
     draw_floor_and_scenery();
-    if (unchanged) cache_scenery();
+    if (unchanged) keep_scene();
 }
 
-// Done before the tables are read: puts the last frame's canvas into the back buffer. @return whether the depths of the
-// scenery are in place
-bool begin_picture() {
+// Done before the tables are read: puts the last frame's canvas into the back buffer.
+void begin_picture() {
     field_is_painted = 0;
+    clear_tiles(painted_tiles);
     glDisable(GL_DEPTH_TEST); // painting is flat, whatever the depth buffer holds
-    const bool depth_is_restored = restore_scenery_depth();
     look_at_canvas();
     if (!signals.wipe_requested) show_canvas();
-    return depth_is_restored;
 }
 
-void draw_picture(const tick_view_t& view, bool depth_is_restored) {
+void draw_picture(const tick_view_t& view) {
     // Before painting, so that lines sent in one packet after a wipe are painted on the clean canvas. Exchange, so that
     // a concurrent wipe request is not lost.
     if (signals.wipe_requested.exchange(false)) wipe();
     paint_marks(std::span(view.marks).first(static_cast<size_t>(view.count)));
     if (field_is_painted != 0) cache_canvas();
 
-    begin_scene(depth_is_restored);
+    begin_scene();
     // Software GL rasterises one half of the scene while this thread prepares the next.
     if (!use_reference_path) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
@@ -135,14 +121,17 @@ void draw_picture(const tick_view_t& view, bool depth_is_restored) {
 
 } // namespace
 
-void draw_tick(const tick_view_t& view) { draw_picture(view, begin_picture()); }
+void draw_tick(const tick_view_t& view) {
+    begin_picture();
+    draw_picture(view);
+}
 
 void draw_frame() {
     static tick_view_t view;
-    const bool depth_is_restored = begin_picture();
+    begin_picture();
     rendering_started();
     tick(view);
-    draw_picture(view, depth_is_restored);
+    draw_picture(view);
     offer_canvas_files(field_is_painted != 0);
     if (signals.capture_screen) {
         glFinish();

@@ -4,11 +4,14 @@
 
 #include <GL/freeglut.h>
 
+#include <array>
 #include <cstdlib>
+#include <span>
 
 unsigned char* bg_tex_buffer;
 unsigned bg_textures;
 int canvas_is_top_down;
+tiles_t painted_tiles;
 
 namespace {
 
@@ -62,9 +65,31 @@ void show_canvas() {
         draw_canvas_quad();
         return;
     }
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, canvas_frame);
+    copy_to_window(canvas_frame);
+}
+
+void copy_to_window(unsigned frame) {
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, frame);
     glBlitFramebuffer(0, WINDOW_SIDE, WINDOW_SIDE, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+}
+
+void copy_from_window(unsigned frame, const tiles_t& tiles) {
+    static std::array<rectangle_t, RECTANGLES_MAX> rectangles;
+    const int count = rectangles_of(tiles, rectangles);
+    glReadBuffer(GL_BACK);
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, frame);
+    for (const rectangle_t& r : std::span(rectangles).first(static_cast<size_t>(count))) {
+        glBlitFramebuffer(r.left, r.bottom, r.right, r.top, r.left, WINDOW_SIDE - r.bottom, r.right,
+                          WINDOW_SIDE - r.top, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    }
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+}
+
+void note_painted(double left, double bottom, double right, double top) {
+    constexpr double AROUND = 2.0; // what rounding moves by
+    mark_tiles(painted_tiles, left + HALF_FIELD - AROUND, bottom + HALF_FIELD - AROUND, right + HALF_FIELD + AROUND,
+               top + HALF_FIELD + AROUND);
 }
 
 void wipe_canvas() {
@@ -75,17 +100,17 @@ void wipe_canvas() {
 }
 
 void cache_canvas() {
-    glReadBuffer(GL_BACK);
     if (canvas_frame == 0 || use_reference_path) {
+        glReadBuffer(GL_BACK);
         glBindTexture(GL_TEXTURE_2D, bg_textures);
         glCopyTexSubImage2D(GL_TEXTURE_2D, 0, 0, 0, 0, 0, WINDOW_SIDE, WINDOW_SIDE);
         glBindTexture(GL_TEXTURE_2D, 0);
         canvas_is_top_down = 0;
+        mark_all_tiles(painted_tiles);
         return;
     }
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, canvas_frame);
-    glBlitFramebuffer(0, 0, WINDOW_SIDE, WINDOW_SIDE, 0, WINDOW_SIDE, WINDOW_SIDE, 0, GL_COLOR_BUFFER_BIT, GL_NEAREST);
-    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, 0);
+    if (canvas_is_top_down == 0 || !is_worth_picking_out(painted_tiles)) mark_all_tiles(painted_tiles);
+    copy_from_window(canvas_frame, painted_tiles);
     canvas_is_top_down = 1;
 }
 

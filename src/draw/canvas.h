@@ -1,7 +1,10 @@
 // The canvas: everything that turtles have painted, kept in a texture. Window thread.
 #pragma once
 
+#include "draw/tiles.h"
+
 inline constexpr int WINDOW_SIDE = 512; // pixels; the field's 512 units fill it in top view
+static_assert(WINDOW_SIDE == TILE_PIXELS * TILES_A_SIDE);
 
 extern unsigned char* bg_tex_buffer; // RGBA pixels of the canvas texture at its creation
 extern unsigned bg_textures;         // GL name of the canvas texture
@@ -19,8 +22,20 @@ void show_canvas();
 /// window that is smaller than the field. Does nothing without framebuffer objects.
 void wipe_canvas();
 
-/// Copies the back buffer to the canvas.
+// Where this frame has painted on the canvas; cleared when a frame begins.
+extern tiles_t painted_tiles;
+
+/// Marks a rectangle of the canvas as painted on, field units, and two pixels around it.
+void note_painted(double left, double bottom, double right, double top);
+
+/// Copies the painted_tiles of the back buffer to the canvas; all of it where that is no dearer or where the texture
+/// has the other order of rows, and then painted_tiles becomes all of it, too.
 void cache_canvas();
+
+/// Copies tiles of the back buffer into the color picture of a framebuffer object of the window's size, and such a
+/// picture to the window. The object keeps the top row first. Matrices and state are left alone.
+void copy_from_window(unsigned frame, const tiles_t& tiles);
+void copy_to_window(unsigned frame);
 
 /// Copies the canvas to memory: 512 x 512 pixels of blue, green, red and one unused byte; canvas_is_top_down gives the
 /// order of rows.

@@ -1,6 +1,7 @@
 #include "draw/dot.h"
 
 #include "brush/ink.h"
+#include "draw/canvas.h"
 #include "draw/icons.h"
 #include "draw/primitives.h"
 #include "draw/scene.h"
@@ -122,6 +123,10 @@ void gather_dot(double x, double y, double size, double r, double g, double b) {
 void paint_gathered_dots(double pixels) {
     const std::span<ink_dot_t> dots(held.data(), n_held);
     n_held = 0;
+    for (const ink_dot_t& d : dots) {
+        const double h = d.size / 2.0;
+        note_painted(d.x - h, d.y - h, d.x + h, d.y + h);
+    }
     if (use_reference_path != 0) {
         const color_t& c = held_color;
         for (const ink_dot_t& d : dots) paint_Ten(d.x, d.y, d.size, c[0], c[1], c[2]);

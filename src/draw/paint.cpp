@@ -1,5 +1,6 @@
 #include "draw/paint.h"
 
+#include "draw/canvas.h"
 #include "draw/primitives.h"
 #include "draw/track.h"
 
@@ -14,6 +15,9 @@ int field_is_painted;
 namespace {
 
 constexpr std::array<float, 4> BLACK{0.0F, 0.0F, 0.0F, 0.0F};
+
+// No glyph is larger, as a text is drawn; field units.
+constexpr double GLYPH_WIDTH = 11.0, GLYPH_DEPTH = 4.0, GLYPH_HEIGHT = 13.0;
 
 int final_flag(const mark_t& mark) { return mark.kind == mark_kind_t::brush_end ? 1 : 0; }
 
@@ -38,7 +42,10 @@ void print_message(const mark_t& mark) {
     // Brush dots leave their own color in the material; text must show only its emission.
     glMaterialfv(GL_FRONT, GL_AMBIENT_AND_DIFFUSE, BLACK.data());
     set_pen_emission(t.color[0].r, t.color[0].g, t.color[0].b);
-    drawBoundedString(GLUT_BITMAP_HELVETICA_12, t.message, TEXT_BYTES, t.pos[0].x, t.pos[0].y, 0.0);
+    const point_t& at = t.pos[0];
+    drawBoundedString(GLUT_BITMAP_HELVETICA_12, t.message, TEXT_BYTES, at.x, at.y, 0.0);
+    note_painted(at.x - GLYPH_WIDTH, at.y - GLYPH_DEPTH, at.x + GLYPH_WIDTH * bounded_length(t.message, TEXT_BYTES),
+                 at.y + GLYPH_HEIGHT);
     field_is_painted = 1;
 }
 

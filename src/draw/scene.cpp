@@ -118,9 +118,10 @@ void draw_walls_one_by_one() {
     }
 }
 
-void draw_wall_faces() {
+void draw_wall_faces(std::span<const bool, WALL_MAX> wanted) {
     begin_stone_wall_batch();
     for (int k = 0; k < nwall; ++k) {
+        if (!wanted[k]) continue;
         const wall_t& w = walls[k];
         stone_wall_in_batch(w.x1 + w.nx, w.y1 + w.ny, w.x2 + w.nx, w.y2 + w.ny, w.nx, w.ny);
     }
@@ -128,14 +129,14 @@ void draw_wall_faces() {
 }
 
 // All faces with one texture bind, then all tops: no top shares a depth with a face, so the order does not show.
-void draw_walls_in_batches() {
+void draw_walls_in_batches(std::span<const bool, WALL_MAX> wanted) {
     // In the top view a face is a line without width.
-    if (modes.bird_view_mode) draw_wall_faces();
+    if (modes.bird_view_mode) draw_wall_faces(wanted);
 
     glNormal3d(0.0, 0.0, 1.0);
     glBegin(GL_TRIANGLES);
     for (int k = 0; k < nwall; ++k) {
-        if (has_any(walls[k].attr, WALL_BACKFACE)) continue;
+        if (!wanted[k] || has_any(walls[k].attr, WALL_BACKFACE)) continue;
         std::array<point_t, 6> corners;
         wall_top_corners(walls[k], corners);
         for (int c = 1; c + 1 < 6; ++c) {
@@ -204,6 +205,15 @@ void draw_explosion(const explosion_view_t& view) {
 } // namespace
 
 void draw_walls() {
+    static constexpr std::array<bool, WALL_MAX> ALL = [] {
+        std::array<bool, WALL_MAX> all{};
+        all.fill(true);
+        return all;
+    }();
+    draw_some_walls(ALL);
+}
+
+void draw_some_walls(std::span<const bool, WALL_MAX> wanted) {
     const color4_t diffuse{0.5F, 0.5F, 0.3F, 1.0F};
     const color4_t ambient{0.45F, 0.45F, 0.27F, 1.0F};
     glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, diffuse.data());
@@ -211,7 +221,7 @@ void draw_walls() {
     if (use_reference_path) {
         draw_walls_one_by_one();
     } else {
-        draw_walls_in_batches();
+        draw_walls_in_batches(wanted);
     }
 }
 

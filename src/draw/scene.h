@@ -2,7 +2,10 @@
 // turtle's actions in a tick come from its turn.
 #pragma once
 
+#include "field/walls.h"
 #include "game/tick.h"
+
+#include <span>
 
 // 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests
 // and benchmarks compare both.
@@ -10,6 +13,9 @@ extern int use_reference_path;
 
 /// All walls: stone faces one unit in front of the line, capped by slabs at height 15 with pointed ends.
 void draw_walls();
+
+/// The walls whose index is wanted; the plain way draws all.
+void draw_some_walls(std::span<const bool, WALL_MAX> wanted);
 
 /// The lines from a turtle to the last finds of its finder and its radar.
 void draw_beam(const turn_t& turn);

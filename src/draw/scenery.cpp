@@ -11,6 +11,9 @@
 #include <GL/freeglut.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <span>
 
 std::array<int, COIN_MAX> coin_list;
 
@@ -27,8 +30,9 @@ struct piece_t {
 struct scenery_t {
     int bird;
     double fov, rotation;
-    int coin_slots; // the heights of coins depend on it
-    int n_wall;     // 0 out of battle mode
+    std::array<float, 4> background; // GL's clear color, which lies beyond the floor
+    int coin_slots;                  // the heights of coins depend on it
+    int n_wall;                      // 0 out of battle mode
     int n_coin, n_card;
     std::array<wall_t, WALL_MAX> walls;
     std::array<piece_t, COIN_MAX> coins;
@@ -46,8 +50,8 @@ bool is_same_piece(const piece_t& a, const piece_t& b) {
 }
 
 bool looks_the_same(const scenery_t& a, const scenery_t& b) {
-    return a.bird == b.bird && a.fov == b.fov && a.rotation == b.rotation && a.coin_slots == b.coin_slots &&
-           a.n_wall == b.n_wall && a.n_coin == b.n_coin && a.n_card == b.n_card &&
+    return a.bird == b.bird && a.fov == b.fov && a.rotation == b.rotation && a.background == b.background &&
+           a.coin_slots == b.coin_slots && a.n_wall == b.n_wall && a.n_coin == b.n_coin && a.n_card == b.n_card &&
            std::equal(a.walls.begin(), a.walls.begin() + a.n_wall, b.walls.begin(), is_same_wall) &&
            std::equal(a.coins.begin(), a.coins.begin() + a.n_coin, b.coins.begin(), is_same_piece) &&
            std::equal(a.cards.begin(), a.cards.begin() + a.n_card, b.cards.begin(), is_same_piece);
@@ -56,11 +60,9 @@ bool looks_the_same(const scenery_t& a, const scenery_t& b) {
 scenery_t current_scenery; // as last read from the tables
 bool picture_is_kept;      // of current_scenery
 
-// Storage of the cached picture. The colors are drawn into a texture, with their coverage; the depths are copied from
-// the window, top row first.
+// Storage of the kept picture: copies of the window, top row first.
 struct store_t {
     unsigned colors, colors_frame;
-    unsigned scratch_depth; // depth buffer for drawing the colors
     unsigned depths, depths_frame;
 };
 
@@ -107,7 +109,6 @@ void copy_depth_to_window() {
 // Makes the storage and checks whether depths can be copied there; a driver that refuses reports it here.
 bool make_store() {
     if (glutExtensionSupported("GL_ARB_framebuffer_object") == 0) return false;
-    if (glutExtensionSupported("GL_ARB_clip_control") == 0) return false;
     forget_errors();
     glGenTextures(1, &picture_store.colors);
     glBindTexture(GL_TEXTURE_2D, picture_store.colors);
@@ -115,13 +116,11 @@ bool make_store() {
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
     glBindTexture(GL_TEXTURE_2D, 0);
-    picture_store.scratch_depth = make_depth_buffer(depth_format());
     picture_store.depths = make_depth_buffer(depth_format());
 
     glGenFramebuffers(1, &picture_store.colors_frame);
     glBindFramebuffer(GL_FRAMEBUFFER, picture_store.colors_frame);
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, picture_store.colors, 0);
-    glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, picture_store.scratch_depth);
     const bool whole = glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
     glGenFramebuffers(1, &picture_store.depths_frame);
     glBindFramebuffer(GL_FRAMEBUFFER, picture_store.depths_frame);
@@ -140,11 +139,19 @@ bool store_is_usable() {
     return store_state == store_state_t::usable;
 }
 
-// Copying a picture over the whole window costs about as much as drawing this many pixels.
+// Copying a picture costs less than drawing as many pixels anew, and keeping it once some more.
 bool is_worth_keeping() {
     constexpr int COIN_AREA = 19 * 19; // pixels, as seen from above
     return current_scenery.n_card * CARD_WIDTH * CARD_HEIGHT + current_scenery.n_coin * COIN_AREA >
            WINDOW_SIDE * WINDOW_SIDE;
+}
+
+std::span<const piece_t> coins_seen() {
+    return std::span(current_scenery.coins).first(static_cast<size_t>(current_scenery.n_coin));
+}
+
+std::span<const piece_t> cards_seen() {
+    return std::span(current_scenery.cards).first(static_cast<size_t>(current_scenery.n_card));
 }
 
 // Coins in the order of placement: the newest lies on top.
@@ -171,10 +178,10 @@ void see_cards() {
     }
 }
 
-void draw_coins() {
+template <typename Wanted> void draw_coins_where(Wanted wanted) {
     if (!use_reference_path) begin_coin_batch();
-    for (int k = 0; k < current_scenery.n_coin; ++k) {
-        const piece_t& coin = current_scenery.coins[k];
+    for (const piece_t& coin : coins_seen()) {
+        if (!wanted(coin)) continue;
         if (use_reference_path) {
             drawIcon_Coin(coin.number, coin.x, coin.y);
         } else {
@@ -184,46 +191,151 @@ void draw_coins() {
     if (!use_reference_path) end_coin_batch();
 }
 
-void draw_cards() {
-    for (int k = 0; k < current_scenery.n_card; ++k) {
-        const piece_t& card = current_scenery.cards[k];
-        draw_Card(card.x, card.y, static_cast<double>(CARD_MAX - card.layer) / CARD_MAX, card.number);
+double height_of_card(const piece_t& card) { return static_cast<double>(CARD_MAX - card.layer) / CARD_MAX; }
+
+void draw_card(const piece_t& card) { draw_Card(card.x, card.y, height_of_card(card), card.number); }
+
+// From the field to the window, as GL's matrices have it.
+struct projection_t {
+    std::array<double, 16> m; // column by column
+};
+
+projection_t current_projection() {
+    std::array<double, 16> p, v;
+    glGetDoublev(GL_PROJECTION_MATRIX, p.data());
+    glGetDoublev(GL_MODELVIEW_MATRIX, v.data());
+    projection_t product{};
+    for (size_t column = 0; column < 4; ++column) {
+        for (size_t row = 0; row < 4; ++row) {
+            for (size_t k = 0; k < 4; ++k) product.m[4 * column + row] += p[4 * k + row] * v[4 * column + k];
+        }
     }
+    return product;
 }
 
-void draw_pieces() {
-    if (modes.battle_mode) draw_walls();
-    draw_coins();
-    draw_cards();
+// A rectangle of the window, in pixels.
+struct extent_t {
+    double left, bottom, right, top;
+};
+
+constexpr double EVERYWHERE = std::numeric_limits<double>::infinity();
+
+// What a box of the field covers of the window, and a little more; all of it where a corner lies behind the eye or
+// nowhere.
+extent_t extent_of_box(const projection_t& p, double x1, double y1, double x2, double y2, double z1, double z2) {
+    constexpr double AROUND = 2.0, HALF = WINDOW_SIDE / 2.0;
+    if (current_scenery.bird == 0) {
+        return {x1 + HALF - AROUND, y1 + HALF - AROUND, x2 + HALF + AROUND, y2 + HALF + AROUND};
+    }
+    extent_t e{EVERYWHERE, EVERYWHERE, -EVERYWHERE, -EVERYWHERE};
+    for (const double x : {x1, x2}) {
+        for (const double y : {y1, y2}) {
+            for (const double z : {z1, z2}) {
+                const auto row = [&](size_t k) { return p.m[k] * x + p.m[4 + k] * y + p.m[8 + k] * z + p.m[12 + k]; };
+                const double w = row(3);
+                const double column = (row(0) / w + 1.0) * HALF, line = (row(1) / w + 1.0) * HALF;
+                if (!(w > 0.0) || !std::isfinite(column) || !std::isfinite(line)) {
+                    return {-EVERYWHERE, -EVERYWHERE, EVERYWHERE, EVERYWHERE};
+                }
+                e = {std::min(e.left, column - AROUND), std::min(e.bottom, line - AROUND),
+                     std::max(e.right, column + AROUND), std::max(e.top, line + AROUND)};
+            }
+        }
+    }
+    return e;
 }
 
-// The same, upside down. A window's rows are counted from its top, those of a texture from its bottom, and this decides
-// which way a pixel goes whose middle falls on an edge or between two texels. Turned over, the texture rounds as the
-// window does.
-void draw_pieces_upside_down() {
-    glClipControl(GL_UPPER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
-    draw_pieces();
-    glClipControl(GL_LOWER_LEFT, GL_NEGATIVE_ONE_TO_ONE);
+bool touches(const tiles_t& tiles, const extent_t& e) { return touches_tiles(tiles, e.left, e.bottom, e.right, e.top); }
+
+// The tiles of the window in which tiles of the canvas lie.
+tiles_t tiles_in_view(const projection_t& p, const tiles_t& on_canvas) {
+    constexpr double HALF = WINDOW_SIDE / 2.0;
+    if (current_scenery.bird == 0) return on_canvas;
+    static std::array<rectangle_t, RECTANGLES_MAX> rectangles;
+    const int count = rectangles_of(on_canvas, rectangles);
+    tiles_t tiles{};
+    for (const rectangle_t& r : std::span(rectangles).first(static_cast<size_t>(count))) {
+        const extent_t e = extent_of_box(p, r.left - HALF, r.bottom - HALF, r.right - HALF, r.top - HALF, 0.0, 0.0);
+        mark_tiles(tiles, e.left, e.bottom, e.right, e.top);
+    }
+    return tiles;
 }
 
-// A texture of the window's size, upper row first, on the window, with identity matrices.
-void draw_texture_over_window(unsigned texture) {
-    glEnable(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, texture);
-    glTexEnvi(GL_TEXTURE_ENV, GL_TEXTURE_ENV_MODE, GL_REPLACE);
+bool wall_touches(const projection_t& p, const tiles_t& tiles, const wall_t& w) {
+    constexpr double THICKNESS = 2.0, HEIGHT = 15.0;
+    return touches(tiles,
+                   extent_of_box(p, std::min(w.x1, w.x2) - THICKNESS, std::min(w.y1, w.y2) - THICKNESS,
+                                 std::max(w.x1, w.x2) + THICKNESS, std::max(w.y1, w.y2) + THICKNESS, 0.0, HEIGHT));
+}
+
+bool coin_touches(const projection_t& p, const tiles_t& tiles, const piece_t& c) {
+    constexpr double REACH = 10.0, HEIGHT = 2.5;
+    return touches(tiles, extent_of_box(p, c.x - REACH, c.y - REACH, c.x + REACH, c.y + REACH, 0.0, HEIGHT));
+}
+
+// What draw_scenery draws, as far as it reaches into the tiles.
+void draw_pieces_in(const tiles_t& tiles) {
+    const projection_t p = current_projection();
+    if (modes.battle_mode) {
+        static std::array<bool, WALL_MAX> wanted;
+        for (int k = 0; k < current_scenery.n_wall; ++k) wanted[k] = wall_touches(p, tiles, walls[k]);
+        draw_some_walls(wanted);
+    }
+    draw_coins_where([&](const piece_t& c) { return coin_touches(p, tiles, c); });
+    glEnable(GL_SCISSOR_TEST);
+    for (const piece_t& card : cards_seen()) {
+        const double z = height_of_card(card);
+        const extent_t e = extent_of_box(p, card.x, card.y, card.x + CARD_WIDTH, card.y + CARD_HEIGHT, z, z);
+        const rectangle_t r = tiles_within(tiles, e.left, e.bottom, e.right, e.top);
+        if (r.right <= r.left) continue;
+        glScissor(r.left, r.bottom, r.right - r.left, r.top - r.bottom);
+        draw_card(card);
+    }
+    glDisable(GL_SCISSOR_TEST);
+}
+
+// Depths with which nothing but what lies in the tiles can be drawn: there they are those of an empty floor.
+void open_depths(const tiles_t& tiles, double floor_depth) {
+    static std::array<rectangle_t, RECTANGLES_MAX> rectangles;
+    const int count = rectangles_of(tiles, rectangles);
+    glClearDepth(0.0);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    glClearDepth(1.0);
+    glMatrixMode(GL_PROJECTION);
+    glPushMatrix();
+    glLoadIdentity();
+    glOrtho(0.0, WINDOW_SIDE, 0.0, WINDOW_SIDE, 0.0, -1.0); // the height is the depth
+    glMatrixMode(GL_MODELVIEW);
+    glPushMatrix();
+    glLoadIdentity();
+    glEnable(GL_DEPTH_TEST); // without the test no depth is written
+    glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE);
+    glDepthFunc(GL_ALWAYS);
     glBegin(GL_QUADS);
-    glNormal3d(0.0, 0.0, 1.0);
-    glTexCoord2d(0.0, 1.0);
-    glVertex2d(-1.0, -1.0);
-    glTexCoord2d(1.0, 1.0);
-    glVertex2d(1.0, -1.0);
-    glTexCoord2d(1.0, 0.0);
-    glVertex2d(1.0, 1.0);
-    glTexCoord2d(0.0, 0.0);
-    glVertex2d(-1.0, 1.0);
+    for (const rectangle_t& r : std::span(rectangles).first(static_cast<size_t>(count))) {
+        glVertex3d(r.left, r.bottom, floor_depth);
+        glVertex3d(r.right, r.bottom, floor_depth);
+        glVertex3d(r.right, r.top, floor_depth);
+        glVertex3d(r.left, r.top, floor_depth);
+    }
     glEnd();
-    glBindTexture(GL_TEXTURE_2D, 0);
-    glDisable(GL_TEXTURE_2D);
+    glDepthFunc(GL_LESS);
+    glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    glPopMatrix();
+    glMatrixMode(GL_PROJECTION);
+    glPopMatrix();
+    glMatrixMode(GL_MODELVIEW);
+}
+
+// Draws floor and scenery anew where the canvas has changed, and keeps what comes out. The window is scratch paper
+// here: from above the canvas is in it already.
+void renew_picture(const tiles_t& tiles, double floor_depth) {
+    if (current_scenery.bird != 0) glClear(GL_COLOR_BUFFER_BIT);
+    open_depths(tiles, floor_depth);
+    if (current_scenery.bird != 0) draw_floor();
+    glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+    draw_pieces_in(tiles);
+    copy_from_window(picture_store.colors_frame, tiles);
 }
 
 } // namespace
@@ -240,6 +352,7 @@ bool scenery_is_unchanged() {
     current_scenery.bird = modes.bird_view_mode;
     current_scenery.fov = view_fov_angle;
     current_scenery.rotation = view_rotation_angle;
+    glGetFloatv(GL_COLOR_CLEAR_VALUE, current_scenery.background.data());
     current_scenery.coin_slots = ncoin;
     current_scenery.n_wall = modes.battle_mode ? nwall : 0;
     std::copy_n(walls.begin(), current_scenery.n_wall, current_scenery.walls.begin());
@@ -251,43 +364,33 @@ bool scenery_is_unchanged() {
 }
 
 void draw_scenery() {
+    if (modes.battle_mode) draw_walls();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    draw_pieces();
+    draw_coins_where([](const piece_t&) { return true; });
+    for (const piece_t& card : cards_seen()) draw_card(card);
 }
 
-void cache_scenery() {
+void keep_scene() {
     if (use_reference_path || !is_worth_keeping() || !store_is_usable()) return;
+    tiles_t all;
+    mark_all_tiles(all);
+    copy_from_window(picture_store.colors_frame, all);
     copy_depth_from_window();
-    glBindFramebuffer(GL_FRAMEBUFFER, picture_store.colors_frame);
-    glPushAttrib(GL_COLOR_BUFFER_BIT);
-    glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
-    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    // Over an empty texture, this blending stores each color times its coverage, and the coverage itself.
-    glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    draw_pieces_upside_down();
-    glPopAttrib();
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
     picture_is_kept = true;
 }
 
-void draw_cached_scenery() {
-    glDisable(GL_DEPTH_TEST);
-    glMatrixMode(GL_PROJECTION);
-    glPushMatrix();
-    glLoadIdentity();
-    glMatrixMode(GL_MODELVIEW);
-    glPushMatrix();
-    glLoadIdentity();
-    glEnable(GL_BLEND);
-    glBlendFunc(GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    draw_texture_over_window(picture_store.colors);
-    glDisable(GL_BLEND);
-    glPopMatrix();
-    glMatrixMode(GL_PROJECTION);
-    glPopMatrix();
-    glMatrixMode(GL_MODELVIEW);
+bool show_kept_scene(double floor_depth) {
+    if (!picture_is_kept || use_reference_path || canvas_is_top_down == 0) return false;
+    if (any_tile(painted_tiles)) {
+        const tiles_t tiles = tiles_in_view(current_projection(), painted_tiles);
+        if (!is_worth_picking_out(tiles)) return false;
+        renew_picture(tiles, floor_depth);
+    }
+    copy_to_window(picture_store.colors_frame);
+    copy_depth_to_window();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glEnable(GL_DEPTH_TEST);
+    return true;
 }
 
 void forget_scenery() { picture_is_kept = false; }

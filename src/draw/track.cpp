@@ -1,6 +1,7 @@
 #include "draw/track.h"
 
 #include "brush/strokes.h"
+#include "draw/canvas.h"
 #include "draw/dot.h"
 #include "draw/primitives.h"
 #include "field/turtles.h"
@@ -38,8 +39,23 @@ float drawable_width(double w, GLenum range) {
     return static_cast<float>(std::min(w, static_cast<double>(limits[1])));
 }
 
+// What is painted between the points 0 to `oldest` of a track, and `reach` around them.
+void note_points(const turtle_t& t, int oldest, double reach) {
+    double left = t.pos[0].x, right = left, bottom = t.pos[0].y, top = bottom;
+    for (int k = 1; k <= oldest; ++k) {
+        const point_t& p = t.pos[k];
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) reach = std::numeric_limits<double>::infinity();
+        left = std::min(left, p.x);
+        right = std::max(right, p.x);
+        bottom = std::min(bottom, p.y);
+        top = std::max(top, p.y);
+    }
+    note_painted(left - reach, bottom - reach, right + reach, top + reach);
+}
+
 void fill_recent_polygon(const turtle_t& t) {
     if (t.n_painted <= 1) return;
+    note_points(t, std::min(t.n_painted, POLYGON_BACK), 0.0);
     glBegin(GL_POLYGON);
     for (int k = std::min(t.n_painted, POLYGON_BACK); k >= 0; --k) emit_vertex(t, k);
     glEnd();
@@ -105,13 +121,17 @@ void paint_line_and_fill_area(const turtle_t& t) {
     if (has_any(t.flags, TTL_FILL_POLY)) {
         fill_recent_polygon(t);
     } else if (has_any(t.flags, TTL_POINT_MODE)) {
-        glPointSize(drawable_width(t.line_width[1], GL_ALIASED_POINT_SIZE_RANGE));
+        const float size = drawable_width(t.line_width[1], GL_ALIASED_POINT_SIZE_RANGE);
+        note_points(t, 0, size);
+        glPointSize(size);
         glBegin(GL_POINTS);
         emit_vertex(t, 0);
         glEnd();
         glPointSize(1.0F);
     } else {
-        glLineWidth(drawable_width(t.line_width[1], GL_ALIASED_LINE_WIDTH_RANGE));
+        const float width = drawable_width(t.line_width[1], GL_ALIASED_LINE_WIDTH_RANGE);
+        note_points(t, 1, width);
+        glLineWidth(width);
         glBegin(GL_LINES);
         emit_vertex(t, 1);
         emit_vertex(t, 0);
