@@ -72,10 +72,10 @@ function addFolder(files, prefix, folder, pattern) {
 
 const version = versionOf(code);
 writeFolder(version, code);
+const frame = readFileSync(path.join(here, 'pages', 'class.html'), 'utf8').replaceAll('{{v}}', `v/${version}`);
 for (const page of pages) {
   const file = path.join(fresh, `${page === 'join' ? 'index' : page}.html`);
-  const text = readFileSync(path.join(here, 'pages', `${page}.html`), 'utf8').replaceAll('{{v}}', `v/${version}`)
-    .replaceAll('{{python}}', `v/${python.version}`);
+  const text = frame.replaceAll('{{page}}', page);
   writeFileSync(file, text);
   writeFileSync(`${file}.gz`, gzipSync(text, { level: 9 }));
 }

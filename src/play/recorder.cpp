@@ -1,5 +1,6 @@
 #include "play/recorder.h"
 
+#include "field/kinds.h"
 #include "field/walls.h"
 #include "geometry/segment.h"
 #include "play/gzip_member.h"
@@ -30,11 +31,10 @@ constexpr std::string_view LETTERS =
 constexpr char JOINED[] = "+", LEFT[] = "-", DROPPED[] = "=", TURNED_AWAY[] = "~";
 constexpr char NOTHING_CHANGED[] = "?"; // a question, or a word that is no command
 
-int kind_of(const turtle_t& t) {
-    if (has_any(t.flags, TTL_STONE)) return 3;
-    if (has_any(t.flags, TTL_DOUGHNUT)) return 2;
-    return has_any(t.flags, TTL_ROBOT) ? 1 : 0;
-}
+// A kind in a record: 0 turtle, 1 robot, 2 doughnut, 3 stone.
+int kind_number(const turtle_t& t) { return static_cast<int>(kind_of(t.flags).kind); }
+static_assert(static_cast<int>(kind_t::turtle) == 0 && static_cast<int>(kind_t::robot) == 1 &&
+              static_cast<int>(kind_t::doughnut) == 2 && static_cast<int>(kind_t::stone) == 3);
 
 double bounded(double v) { return std::isfinite(v) ? std::clamp(v, -PLACE_MOST, PLACE_MOST) : 0.0; }
 int64_t hundredths(double v) { return std::llround(bounded(v) * 100.0); }
@@ -306,14 +306,14 @@ void add_field(std::string& json, const char* name, int64_t number) {
     add_json_integer(json, number);
 }
 
-int32_t seat_of(const turtle_t& t) { return kind_of(t) == 0 ? t.client_id : -1; }
+int32_t seat_of(const turtle_t& t) { return kind_number(t) == 0 ? t.client_id : -1; }
 
 // The complete record of a turtle, from which both sides then compute the same.
 void tell_turtle(recorder_t& r, int i, std::string& json) {
     const turtle_t& t = ttl[static_cast<size_t>(i)];
     told_t& told = r.told[static_cast<size_t>(i)];
     told.shown = true;
-    told.kind = kind_of(t);
+    told.kind = kind_number(t);
     told.seat = seat_of(t);
     told.x = told_value(t.pos[0].x);
     told.y = told_value(t.pos[0].y);
@@ -374,7 +374,7 @@ std::string changed_fields(recorder_t& r, int i) {
 bool is_new(const recorder_t& r, int i) {
     const turtle_t& t = ttl[static_cast<size_t>(i)];
     const told_t& told = r.told[static_cast<size_t>(i)];
-    return !told.shown || told.kind != kind_of(t) || told.seat != seat_of(t);
+    return !told.shown || told.kind != kind_number(t) || told.seat != seat_of(t);
 }
 
 bool is_used(int i) { return i < ntmax && has_any(ttl[static_cast<size_t>(i)].flags, TTL_ALIVE); }

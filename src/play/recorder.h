@@ -39,7 +39,7 @@ enum class command_order_t {
 struct told_t {
     bool shown;
     double x, y, head; // field units; degrees
-    int32_t kind;      // turtle_kind of recorder.cpp
+    int32_t kind;      // of kind_t
     int32_t seat;      // client slot of its program; -1 = none
     int32_t team, score, coins;
     bool dying, zombie;

@@ -2,12 +2,15 @@
 
 #include "play/gzip_member.h"
 #include "play/json.h"
+#include "play/options.h"
 #include "play/predict.h"
 #include "play/setting.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -51,6 +54,23 @@ TEST(PlaySetting, modes_are_found_by_their_names_and_by_nothing_else) {
         EXPECT_FALSE(mode_of_name(name, found)) << name;
         EXPECT_EQ(found, field_mode_t::battle) << name; // as it was
     }
+}
+
+TEST(PlayOptions, clock_waits_for_a_program_by_itself_only_in_turns) {
+    const auto start_of = [](std::vector<std::string> words) {
+        words.insert(words.begin(), "kelmora-headless");
+        std::vector<char*> argv;
+        for (std::string& word : words) argv.push_back(word.data());
+        argv.push_back(nullptr);
+        options_t options;
+        EXPECT_EQ(parse_options(static_cast<int>(words.size()), argv.data(), options), parse_result_t::run);
+        return options.start;
+    };
+    EXPECT_EQ(start_of({"--pace", "turns"}), 1);
+    EXPECT_EQ(start_of({"--pace", "free"}), 0);
+    EXPECT_EQ(start_of({"--pace", "real"}), 0);
+    EXPECT_EQ(start_of({"--pace", "turns", "--start", "0"}), 0);
+    EXPECT_EQ(start_of({"--pace", "free", "--start", "3"}), 3);
 }
 
 struct Predict : testing::Test {
