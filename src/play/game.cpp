@@ -123,10 +123,9 @@ void play_free(game_t& game) {
 
 void play_in_turns(game_t& game) {
     while (game.why == nullptr) {
-        admit_newcomers(game);
         // Without programs there are no turns; only a clock with an end goes on.
         if (!anybody_seated() && game.options.ticks == 0) {
-            static_cast<void>(wait_for_bytes(game, {}, true, FOR_EVER));
+            if (wait_for_bytes(game, {}, true, FOR_EVER).newcomer) admit_newcomers(game);
             look_for_the_end(game);
             continue;
         }

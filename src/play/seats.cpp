@@ -12,6 +12,8 @@
 #include <csignal>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/socket.h>
+#include <sys/time.h>
 
 namespace {
 
@@ -31,6 +33,12 @@ int slot_of_socket(int sock) {
         if (client_tab[static_cast<size_t>(slot)].sockfd == sock) return slot;
     }
     return -1;
+}
+
+// A receive waits no longer than this, in whole ticks of the system's timer.
+void set_moment(int sock) {
+    const timeval moment{.tv_sec = 0, .tv_usec = 1000};
+    setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
 }
 
 bool wait_on(pollfd* fds, nfds_t count, int64_t patience) {
@@ -89,6 +97,7 @@ void admit_newcomers(game_t& game) {
         const int sock = accept_connection(game.listen_sock);
         const int slot = sock < 0 ? -1 : slot_of_socket(sock);
         if (slot < 0) continue;
+        set_moment(sock);
         ++game.joined;
         note_join(game.ledger, slot);
         if (game.recorder != nullptr) record_join(*game.recorder, slot);

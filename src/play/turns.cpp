@@ -6,10 +6,18 @@
 #include "play/seats.h"
 
 #include <algorithm>
+#include <cerrno>
 
 namespace {
 
 constexpr int64_t MILLISECOND = 1'000'000; // ns
+
+// While programs answer within a moment, a round receives from one seat after the other, and each receive waits: half
+// the system calls of a wait for all of them. What the others think meanwhile is not counted, so there is a bound to
+// it.
+constexpr int64_t BRISK_MOST = 20 * MILLISECOND; // in one turn
+
+constexpr int64_t DOOR_EVERY = MILLISECOND; // between two looks for newcomers
 
 enum class waits_with_t { nothing, line, end, request };
 
@@ -23,6 +31,8 @@ struct seat_t {
 };
 
 std::array<seat_t, MAX_CLIENT> seats;
+int64_t brisk_left; // ns of this turn
+int64_t next_look;  // at the door
 
 seat_t& seat_at(int slot) { return seats[static_cast<size_t>(slot)]; }
 
@@ -38,6 +48,7 @@ void begin_turn() {
         s.thought = 0;
         s.lines = 0;
     }
+    brisk_left = BRISK_MOST;
 }
 
 void miss_turn(game_t& game, int slot) {
@@ -51,9 +62,12 @@ void look_for_line(int slot) {
 }
 
 // Receives from the seat, perhaps the rest of its line. Also from a program that takes no replies any more: what it
-// sent before it disconnected still runs.
+// sent before it disconnected still runs. Waits for a
+// moment.
 void receive_from(int slot) {
-    if (receive_bytes(slot) < 1) {
+    const int got = receive_bytes(slot);
+    if (got < 0 && errno == EAGAIN) return;
+    if (got < 1) {
         seat_at(slot).with = waits_with_t::end;
     } else {
         look_for_line(slot);
@@ -92,11 +106,29 @@ void charge_time(game_t& game, const seat_set_t& awaited, int64_t waited) {
     }
 }
 
+bool is_awaited(int slot) { return seat_at(slot).in_turn && seat_at(slot).with == waits_with_t::nothing; }
+
+// Receives from the awaited seats, the last one first: it was answered last, so the others have mostly spoken when it
+// has. Ends at the first that takes longer.
+void gather_brisk_ones() {
+    int64_t began = monotonic_now();
+    for (int slot = MAX_CLIENT; slot-- > 0 && brisk_left > 0;) {
+        if (!is_awaited(slot)) continue;
+        receive_from(slot);
+        const int64_t now = monotonic_now();
+        seat_at(slot).thought += now - began;
+        brisk_left -= now - began;
+        if (is_awaited(slot)) return;
+        began = now;
+    }
+}
+
 // Waits until each seat in its turn has a line or has disconnected. @return false when a signal came first
 bool gather_round(game_t& game) {
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
-        if (seat_at(slot).in_turn && seat_at(slot).with == waits_with_t::nothing) look_for_line(slot);
+        if (is_awaited(slot)) look_for_line(slot);
     }
+    gather_brisk_ones();
     int64_t began = monotonic_now();
     for (;;) {
         int64_t patience = 0;
@@ -135,9 +167,18 @@ void run_seat(game_t& game, int slot) {
     }
 }
 
+// One call in a turn of a few would be felt.
+void look_for_newcomers(game_t& game) {
+    const int64_t now = monotonic_now();
+    if (now < next_look) return;
+    next_look = now + DOOR_EVERY;
+    admit_newcomers(game);
+}
+
 } // namespace
 
 bool play_turn(game_t& game) {
+    look_for_newcomers(game);
     begin_turn();
     while (anybody_in_turn()) {
         if (!gather_round(game)) return false;
