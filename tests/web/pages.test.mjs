@@ -34,6 +34,36 @@ test('every text that a page uses is in the table, and every one in it is used',
   }
 });
 
+test('the class server\'s words for people are in the table, in its English, and no others', () => {
+  const server = (name) => readFileSync(new URL(`../../class/${name}`, import.meta.url), 'utf8');
+  const rows = (text, table, columns) => {
+    const body = text.slice(text.indexOf(`${table} = {{`)).split('}};')[0];
+    return [...body.matchAll(columns)].map(([, key, what]) => [key, what]);
+  };
+  const desk = server('desk.cpp');
+  const told = [
+    ['do', rows(desk, 'ACTIONS', /\{"(\w+)", "[^"]*", "([^"]*)"\}/g)],
+    ['key', rows(desk, 'OUT_OF_REACH', /\{"(.)", "([^"]*)"\}/g)],
+    ['rule', rows(server('rules.h'), 'RULES', /\{"([^"]*)", '.', "[^"]*", \w+, "([^"]*)"\}/g)],
+  ];
+  for (const [kind, list] of told) {
+    assert.ok(list.length >= 8, kind);
+    for (const [key, what] of list) assert.equal(TEXTS[`desk.${kind}.${key}`]?.[0], what, `desk.${kind}.${key}`);
+    const kept = Object.keys(TEXTS).filter((key) => key.startsWith(`desk.${kind}.`));
+    assert.equal(kept.length, list.length, `${kind}: ${kept}`);
+  }
+});
+
+test('every refusal of the class server, and every end of a run, has a text', () => {
+  const all = ['http.cpp', 'server.cpp', 'api.cpp', 'desk.cpp', 'room.cpp'].map((name) => readFileSync(new URL(`../../class/${name}`, import.meta.url), 'utf8')).join('\n');
+  const words = new Set([...all.matchAll(/error_answer\(\s*\w+(?: \? \d+ : \d+)?,\s*"(\w+)"|\{"error", "(\w+)"\}|\{"error":"(\w+)"/g)].map((found) => found[1] || found[2] || found[3]));
+  assert.ok(words.size >= 15, [...words].join());
+  for (const word of words) assert.ok(TEXTS[`error.${word}`], word);
+  const ends = [...all.matchAll(/case ending::(\w+):\s*return "(\w+)"/g)].map(([, , word]) => word);
+  assert.ok(ends.length >= 9);
+  for (const word of ends) assert.ok(word === 'running' || word === 'practice' || TEXTS[`end.${word}`], word);
+});
+
 test('texts follow the language, fall back to English, and fill their placeholders', () => {
   chooseLanguage('de-AT');
   assert.equal(t('run'), 'Start');
