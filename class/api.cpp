@@ -201,13 +201,17 @@ void server::begin(call& c) {
     s.turtle = s.name;
     // std::function needs a copyable target, which a responder is not.
     auto shared = std::make_shared<responder>(std::move(c.reply));
-    // Lines of the run before are carried out first, so that no other request waits for them.
-    link_at(*where).exchange("q t\n", 1, [=, self = shared_from_this(), who = s.id, at = *where](auto, const auto&) {
-        self->start_in_turn(at.field, [=] {
-            const auto reply = [self, shared, at](outgoing what) {
+    // Lines of the run before are carried out first, so that no other start waits for them, nor for a field that does
+    // not answer.
+    link_at(*where).exchange("q t\n", 1, [=, self = shared_from_this(), who = s.id, at = *where](auto o, const auto&) {
+        if (const auto refused = self->refused_start(who, run, at, o)) return (*shared)(*refused);
+        self->start_in_turn(at.field, [=](uint32_t turn) {
+            const auto reply = [self, shared, at, turn](outgoing what) {
                 (*shared)(std::move(what));
-                self->next_start(at.field);
+                self->end_start(at.field, turn);
             };
+            // A run that was replaced while it waited costs the field nothing.
+            if (const auto refused = self->refused_run(who, run)) return reply(*refused);
             self->with_bodies(at.field, old_name, [=](const std::vector<spot>& others) {
                 self->start_turtle(who, run, at, others, reply);
             });
@@ -215,13 +219,33 @@ void server::begin(call& c) {
     });
 }
 
+// The refusal for a run that ended, or whose session ended, while it was starting; nothing when it goes on.
+std::optional<outgoing> server::refused_run(person_id who, uint32_t run) {
+    const session* const s = room_.find(who);
+    if (s == nullptr) return run_over(ending::removed);
+    if (!room::is_running(*s, run)) return run_over(room::why_over(*s, run));
+    return std::nullopt;
+}
+
+// The same after an exchange with the field; if that failed, the run ends.
+std::optional<outgoing> server::refused_start(person_id who, uint32_t run, seat where, field_link::outcome o) {
+    class_field& f = fields_[static_cast<size_t>(where.field)];
+    if (!f.page && o != field_link::outcome::busy) f.ok = o == field_link::outcome::ok;
+    auto refused = refused_run(who, run);
+    if (refused || o == field_link::outcome::ok) return refused;
+    room_.end_run(*room_.find(who), ending::field);
+    settle();
+    if (o == field_link::outcome::busy) return error_answer(409, "busy", "Too many runs have begun at once.");
+    if (o == field_link::outcome::silent) return error_answer(504, "field", "The field does not answer.");
+    return error_answer(503, "field", "The field is not there, or has no free place for a program.");
+}
+
 // `c` puts the turtle into the middle. If another turtle is there, it could neither step nor jump away: then it first
 // goes to a place of its own, and gets pen, colour, width, lines and heading as `c` would set them.
 void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
                           const std::function<void(outgoing)>& reply) {
+    if (const auto refused = refused_run(who, run)) return reply(*refused);
     const session* const s = room_.find(who);
-    if (s == nullptr) return reply(run_over(ending::removed));
-    if (!room::is_running(*s, run)) return reply(run_over(room::why_over(*s, run)));
     add_given_starts(where, others);
     const bool through_middle = middle_is_free(others);
     const spot start = through_middle && !room_.apart ? spot{0, 0} : free_spot(others, where.place);
@@ -235,19 +259,10 @@ void server::start_turtle(person_id who, uint32_t run, seat where, std::vector<s
     const auto count = static_cast<size_t>(std::count(lines.begin(), lines.end(), '\n'));
     const auto done = [self = shared_from_this(), reply, who, run, where, start](field_link::outcome o,
                                                                                  const std::string& answers) {
-        session* const now = self->room_.find(who);
-        if (now == nullptr) return reply(run_over(ending::removed));
-        class_field& f = self->fields_[static_cast<size_t>(where.field)];
-        if (!f.page) f.ok = o == field_link::outcome::ok;
-        if (!room::is_running(*now, run)) return reply(run_over(room::why_over(*now, run)));
-        if (o != field_link::outcome::ok) {
-            self->room_.end_run(*now, ending::field);
-            self->settle();
-            return reply(error_answer(503, "field", "The field is not there, or has no free place for a program."));
-        }
+        if (const auto refused = self->refused_start(who, run, where, o)) return reply(*refused);
         reply(json_answer(200, {{"run", run},
                                 {"field", where.field},
-                                {"turtle", now->name},
+                                {"turtle", self->room_.find(who)->name},
                                 {"start", {start.x, start.y}},
                                 {"answer", last_line(answers)}}));
     };

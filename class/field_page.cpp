@@ -10,7 +10,6 @@
 
 namespace classroom {
 
-namespace beast = boost::beast;
 using boost::system::error_code;
 
 namespace {

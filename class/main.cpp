@@ -10,6 +10,7 @@
 #include <boost/asio/signal_set.hpp>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -18,6 +19,7 @@ namespace {
 
 using namespace classroom;
 
+constexpr int EXIT_FAILED = 1;
 constexpr int EXIT_WRONG_OPTION = 2;
 constexpr int EXIT_NO_PORT = 3;
 constexpr rlim_t DESCRIPTORS = 4096; // connections of browsers, of seats, files
@@ -65,9 +67,8 @@ int wrong(const std::string& what) {
     return EXIT_WRONG_OPTION;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+// Serves until a signal ends it. @return the program's exit code
+int serve(int argc, char** argv) {
     options opts;
     std::string error;
     switch (parse_options(argc, argv, opts, error)) {
@@ -113,4 +114,15 @@ int main(int argc, char** argv) {
     io.run();
     s->close();
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return serve(argc, argv);
+    } catch (const std::exception& e) { // the libraries throw where there is no memory, for example
+        fprintf(stderr, "kelmora-class: %s\n", e.what());
+        return EXIT_FAILED;
+    }
 }

@@ -1,6 +1,7 @@
 #include "class/places.h"
 
 #include "class/seating.h"
+#include "src/base/angles.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,7 @@ namespace classroom {
 
 namespace {
 
-constexpr double FULL_TURN = 2 * 3.14159265358979;
+constexpr double FULL_TURN = 2 * PI;
 
 bool is_apart(std::span<const spot> others, spot here, double distance) {
     return std::none_of(others.begin(), others.end(),

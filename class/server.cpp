@@ -140,6 +140,7 @@ server::server(net::io_context& io, const options& opts, const std::vector<tcp::
         f.address = fields[i];
         f.canvas_folder = opts.canvases[i];
         if (viewers[i]) f.page = std::make_shared<field_page>(io, *viewers[i]);
+        f.start_limit = std::make_unique<net::steady_timer>(io);
         for (field_place& p : f.places) p.link = std::make_shared<field_link>(io, f.address);
     }
 }
@@ -180,6 +181,7 @@ void server::close() {
         for (field_place& p : f.places) p.link->close();
         if (f.page) f.page->forget();
         f.starts.clear();
+        f.start_limit->cancel();
     }
     live_.clear();
 }
@@ -346,19 +348,32 @@ void server::add_given_starts(seat but, std::vector<spot>& others) const {
     }
 }
 
-// Runs `start`, which calls next_start when it is done, after all earlier ones.
-void server::start_in_turn(int field, std::function<void()> start) {
+// Runs `start` after all earlier ones. It calls end_start with the number of its turn when it is done; after START_LIMIT
+// the next one runs in any case.
+void server::start_in_turn(int field, std::function<void(uint32_t turn)> start) {
     class_field& f = fields_[static_cast<size_t>(field)];
     f.starts.push_back(std::move(start));
-    if (!std::exchange(f.starting, true)) next_start(field);
+    if (!f.starting) next_start(field);
 }
 
 void server::next_start(int field) {
     class_field& f = fields_[static_cast<size_t>(field)];
+    f.start_limit->cancel();
     f.starting = !f.starts.empty();
     if (!f.starting) return;
-    net::post(io_, std::move(f.starts.front()));
+    const uint32_t turn = ++f.start_turn;
+    f.start_limit->expires_after(START_LIMIT);
+    f.start_limit->async_wait([self = shared_from_this(), field, turn](error_code error) {
+        if (!error) self->end_start(field, turn);
+    });
+    net::post(io_, [start = std::move(f.starts.front()), turn] { start(turn); });
     f.starts.pop_front();
+}
+
+// Does nothing when the turn is over already.
+void server::end_start(int field, uint32_t turn) {
+    const class_field& f = fields_[static_cast<size_t>(field)];
+    if (f.starting && f.start_turn == turn) next_start(field);
 }
 
 void server::give_start(seat where, spot start) {

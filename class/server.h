@@ -32,6 +32,7 @@ inline constexpr std::chrono::seconds PARK_AGAIN{2};  // when a turtle could not
 inline constexpr int PARK_TRIES = 20;
 inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last lines to the fields
 inline constexpr double START_GIVEN_S = 0.5;                    // longer than a list of turtles can be old
+inline constexpr std::chrono::seconds START_LIMIT{2};           // of a start; then the next one runs, too
 inline constexpr size_t PROMPT_BYTES = 2048;
 inline constexpr size_t ANSWER_TEXT_BYTES = 4096;
 
@@ -52,7 +53,10 @@ struct class_field {
     std::string canvas_folder;          // empty: none
     std::unique_ptr<file_store> canvas; // null: none, or not there yet
     std::array<field_place, PLACES> places;
-    std::deque<std::function<void()>> starts; // one after the other, because each must know where the one before went
+    // Starts of turtles run one after the other, because each must know where the one before went.
+    std::deque<std::function<void(uint32_t turn)>> starts; // those that wait
+    std::unique_ptr<net::steady_timer> start_limit;        // of the one that runs
+    uint32_t start_turn = 0;                               // its number
     bool starting = false;
     bool ok = true; // as of the last check
 };
@@ -122,8 +126,9 @@ private:
     void add_given_starts(seat but, std::vector<spot>& others) const;
     void give_start(seat where, spot start);
     void with_bodies(int field, std::string self, std::function<void(std::vector<spot>)> then);
-    void start_in_turn(int field, std::function<void()> start);
+    void start_in_turn(int field, std::function<void(uint32_t turn)> start);
     void next_start(int field);
+    void end_start(int field, uint32_t turn);
     void end_held(person_id who);
 
     // api.cpp: requests of pages and workers
@@ -133,6 +138,8 @@ private:
     void beat(call& c);
     void me(call& c);
     void begin(call& c);
+    std::optional<outgoing> refused_run(person_id who, uint32_t run);
+    std::optional<outgoing> refused_start(person_id who, uint32_t run, seat where, field_link::outcome o);
     void start_turtle(person_id who, uint32_t run, seat where, std::vector<spot> others,
                       const std::function<void(outgoing)>& reply);
     void lines(call& c);

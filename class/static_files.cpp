@@ -104,7 +104,7 @@ std::string_view content_policy(std::string_view path) {
            "worker-src 'self' blob:; frame-src 'self'; frame-ancestors 'self'; form-action 'self'; base-uri 'none'";
 }
 
-file_store::file_store(std::string root) : root_(real_path(root)) {
+file_store::file_store(const std::string& root) : root_(real_path(root)) {
     struct stat info {};
     if (root_.empty() || stat(root_.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) root_.clear();
 }

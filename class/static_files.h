@@ -34,7 +34,7 @@ struct static_file {
 
 class file_store {
 public:
-    explicit file_store(std::string root);
+    explicit file_store(const std::string& root);
     /// The root was found and is a folder.
     [[nodiscard]] bool usable() const { return !root_.empty(); }
     /// A regular file of at most FILE_BYTES inside the root; links are followed only while they stay inside.

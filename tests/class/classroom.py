@@ -84,6 +84,7 @@ class Student(Browser):
 
     def __init__(self, room, name="Ann", **options):
         super().__init__(room.port, **options)
+        self.workers = contextlib.ExitStack()
         try:
             self.join(name)
         except BaseException:
@@ -126,9 +127,13 @@ class Student(Browser):
 
     def worker(self):
         """A second connection of the same student, like a worker's."""
-        other = Browser(self.port, host=self.host)
+        other = self.workers.enter_context(contextlib.closing(Browser(self.port, host=self.host)))
         other.token = self.token
         return other
+
+    def close(self):
+        self.workers.close()
+        super().close()
 
 
 class Classroom:

@@ -12,7 +12,7 @@ from classroom import CODE, LAN, Classroom, in_thread, instrumented, patience, r
 
 
 class FakeField:
-    """A field that answers as `script(connection, line)` does; by default with OK."""
+    """A field that answers as `script(connection, line)` does, by default with OK; but nobody until `awake` is set."""
 
     def __init__(self, script=None, on_accept=None):
         self.script = script or (lambda connection, line: connection.sendall(b"OK @ 1 0\n"))
@@ -20,6 +20,8 @@ class FakeField:
         self.listener = socket.create_server(("127.0.0.1", 0), backlog=100)
         self.port = self.listener.getsockname()[1]
         self.lines, self.connections = [], []
+        self.awake = threading.Event()
+        self.awake.set()
         threading.Thread(target=self.accept, daemon=True).start()
 
     def accept(self):
@@ -35,11 +37,14 @@ class FakeField:
         with contextlib.suppress(OSError):
             self.on_accept(connection)
             with connection.makefile("rb") as lines:
-                for line in lines:
-                    self.lines.append(line.decode("latin-1").rstrip("\n"))
-                    self.script(connection, self.lines[-1])
+                for raw in lines:
+                    line = raw.decode("latin-1").rstrip("\n")
+                    self.lines.append(line)
+                    self.awake.wait(patience(60))
+                    self.script(connection, line)
 
     def close(self):
+        self.awake.set()
         with contextlib.suppress(OSError):
             self.listener.shutdown(socket.SHUT_RDWR)  # wakes the thread in accept
         self.listener.close()
@@ -248,6 +253,61 @@ class Hostile(unittest.TestCase):
         self.assertGreater(time.monotonic() - began, 15)
         self.assertEqual(ann.lines("f 1").json["reason"], "field")
         ann.begin()
+
+    def test_a_field_that_never_answers_holds_up_no_other(self):
+        frozen, good = self.fake_field(), self.fake_field()
+        room = self.enterContext(Classroom("--fields", "127.0.0.1:%d,127.0.0.1:%d" % (frozen.port, good.port), "--viewer", "off,off"))
+        people = [room.student("P%d" % k) for k in range(8)]
+        of_frozen = [p for p in people if p.state["seat"]["field"] == 0]
+        of_good = [p for p in people if p.state["seat"]["field"] == 1]
+        self.assertEqual((len(of_frozen), len(of_good)), (4, 4))
+        wait_until(lambda: len(frozen.lines) == 4, 20, "the names to arrive")
+        frozen.awake.clear()
+        starts = [in_thread(p.begin) for p in of_frozen]
+        wait_until(lambda: frozen.lines.count("q t") == 4, 20, "the starts to reach the field")
+        for p in of_good:
+            self.assert_works(room, p)
+        self.assertTrue(all(start.is_alive() for start in starts))
+        frozen.awake.set()
+        for start in starts:
+            start.result()
+        for p in of_frozen:
+            p.do("f 1")
+
+    def test_a_start_that_is_not_answered_lets_the_next_one_go_on(self):
+        def script(connection, line):
+            if line != "c" or connection is not field.connections[0]:
+                connection.sendall(b"OK @ 1 0\n")
+        field = self.fake_field(script)
+        room = self.classroom(field)
+        ann = room.student("Ann")
+        wait_until(lambda: field.lines, 20, "Ann's turtle")
+        others = [room.student("P%d" % k) for k in range(3)]
+        hung = in_thread(lambda: ann.post("/api/run/begin", {}))
+        wait_until(lambda: "c" in field.lines, 20, "Ann's start")
+        for p in others:
+            self.assert_works(room, p)
+        self.assertTrue(hung.is_alive())
+        field.connections[0].shutdown(socket.SHUT_RDWR)
+        self.assertEqual(hung.result().status, 503)
+        self.assert_works(room, ann)
+
+    def test_a_storm_of_starts_costs_others_nothing(self):
+        field = self.fake_field()
+        room = self.classroom(field)
+        ann, honest = room.student("Ann"), room.student("Honest")
+        wait_until(lambda: len(field.lines) == 2, 20, "both names")
+        field.awake.clear()
+        storm = [in_thread(lambda: ann.worker().post("/api/run/begin", {})) for _ in range(100)]
+        wait_until(lambda: "q t" in field.lines, 20, "the first start")
+        field.awake.set()
+        self.assert_works(room, honest)
+        told = [task.result() for task in storm]
+        for answer in told:
+            self.assertTrue(answer.status == 200 or answer.json["error"] in ("run_over", "busy"), answer)
+        # Only runs that were not replaced while they waited have reached the field.
+        self.assertLess(field.lines.count("c"), 60)
+        self.assert_works(room, ann)
 
     def test_a_field_that_hangs_up(self):
         def hang_up(connection, line):
