@@ -24,7 +24,7 @@ public:
     /// @param answers  as many lines as were asked for, each with its line feed; complete only when the outcome is ok
     using done_t = std::function<void(outcome, std::string answers)>;
 
-    field_link(net::io_context& io, tcp::endpoint field) : socket_(io), timer_(io), field_(field) {}
+    field_link(net::io_context& io, const tcp::endpoint& field) : socket_(io), timer_(io), field_(field) {}
 
     /// The connection exists or is being made.
     [[nodiscard]] bool connected() const { return socket_.is_open(); }

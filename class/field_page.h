@@ -35,7 +35,7 @@ public:
     };
     using done_t = std::function<void(const copy&)>;
 
-    field_page(net::io_context& io, tcp::endpoint server) : io_(io), server_(server) {}
+    field_page(net::io_context& io, const tcp::endpoint& server) : io_(io), server_(server) {}
 
     /// @param what  one of the paths that is_allowed admits; `done` is called once, at once when a fresh copy is there
     void fetch(const std::string& what, done_t done);
