@@ -191,7 +191,7 @@ bool server::is_local(const incoming& in) const {
 }
 
 void server::handle(const incoming& in, responder reply) {
-    if (!host_is_ours(in.header(http::field::host), names_)) {
+    if (in.message.count(http::field::host) != 1 || !host_is_ours(in.header(http::field::host), names_)) {
         return reply(error_answer(421, "host", "This server is not known by that name."));
     }
     if (in.path.starts_with(API)) return handle_api(in, std::move(reply));
