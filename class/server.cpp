@@ -348,8 +348,8 @@ void server::add_given_starts(seat but, std::vector<spot>& others) const {
     }
 }
 
-// Runs `start` after all earlier ones. It calls end_start with the number of its turn when it is done; after START_LIMIT
-// the next one runs in any case.
+// Runs `start` after all earlier ones. It calls end_start with the number of its turn when it is done; after
+// START_LIMIT the next one runs in any case.
 void server::start_in_turn(int field, std::function<void(uint32_t turn)> start) {
     class_field& f = fields_[static_cast<size_t>(field)];
     f.starts.push_back(std::move(start));
