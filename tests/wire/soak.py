@@ -32,10 +32,13 @@ class Day:
         return time.monotonic() < self.end and self.field.process.poll() is None
 
     def spend(self, job, source):
-        try:
-            job(source)
-        except Exception as failure:                        # reported with the verdict
-            self.faults.append("%s: %s" % (job.__name__, failure))
+        """Runs a job until the end. One that fails is reported with the verdict and starts again: the load stays."""
+        while True:
+            try:
+                return job(source)
+            except Exception as failure:
+                self.faults.append("%.0f s left, %s: %s" % (self.end - time.monotonic(), job.__name__, failure))
+                time.sleep(1)                               # not a list of hundreds
 
     def connected(self):
         with self.count_lock:
