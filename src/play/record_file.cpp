@@ -12,6 +12,26 @@ namespace {
 using nlohmann::json;
 
 constexpr size_t CHUNK_BYTES = 1 << 16;
+constexpr int DEPTH_MOST = 16; // of objects and lists in each other; a line of a record has 5
+
+// Parses a line. Without a limit on its depth a tree could be too deep for functions that call themselves.
+json parse_json(const std::string& line) {
+    int depth = 0;
+    bool in_text = false;
+    for (size_t k = 0; k < line.size(); ++k) {
+        const char c = line[k];
+        if (in_text && c == '\\') {
+            ++k;
+        } else if (c == '"') {
+            in_text = !in_text;
+        } else if (!in_text && (c == '[' || c == '{')) {
+            if (++depth > DEPTH_MOST) return json(json::value_t::discarded);
+        } else if (!in_text && (c == ']' || c == '}')) {
+            --depth;
+        }
+    }
+    return json::parse(line, nullptr, false);
+}
 
 const json* find(const json& object, const char* name) {
     if (!object.is_object()) return nullptr;
@@ -44,9 +64,10 @@ bool read_strings(const json& object, const char* name, std::vector<std::string>
     return true;
 }
 
-void add_lines(record_file_t& record, std::string& rest) {
+// Moves all complete lines out of `rest`, of which the first `searched` bytes hold no line feed.
+void add_lines(record_file_t& record, std::string& rest, size_t searched) {
     size_t start = 0;
-    for (size_t end = rest.find('\n'); end != std::string::npos; end = rest.find('\n', start)) {
+    for (size_t end = rest.find('\n', searched); end != std::string::npos; end = rest.find('\n', start)) {
         record.lines.emplace_back(rest, start, end - start);
         start = end + 1;
     }
@@ -62,6 +83,7 @@ void unpack(FILE* file, record_file_t& record) {
     std::string rest;
     size_t total = 0;
     bool inside = false;
+    bool head_found = false;
     record.whole = true;
     for (;;) {
         if (stream.avail_in == 0) {
@@ -73,8 +95,9 @@ void unpack(FILE* file, record_file_t& record) {
         stream.avail_out = static_cast<uInt>(out.size());
         const int status = inflate(&stream, Z_NO_FLUSH);
         const size_t got = out.size() - stream.avail_out;
+        const size_t searched = rest.size();
         rest.append(reinterpret_cast<const char*>(out.data()), got);
-        add_lines(record, rest);
+        add_lines(record, rest, searched);
         total += got;
         inside = status != Z_STREAM_END;
         if (status == Z_STREAM_END) {
@@ -83,7 +106,12 @@ void unpack(FILE* file, record_file_t& record) {
             record.trouble = "the file is damaged";
             break;
         }
-        if (total > RECORD_BYTES_MOST) {
+        record_head_t head;
+        if (!head_found && !record.lines.empty()) {
+            head_found = parse_head(record.lines[0], head);
+            if (!head_found) break; // not a record: the rest may be of any size
+        }
+        if (total > RECORD_BYTES_MOST || record.lines.size() > RECORD_LINES_MOST || rest.size() > LINE_BYTES_MOST) {
             record.trouble = "the record is too long to be read whole";
             break;
         }
@@ -130,7 +158,7 @@ bool read_record(const char* path, record_file_t& record) {
 }
 
 bool parse_head(const std::string& line, record_head_t& head) {
-    const json parsed = json::parse(line, nullptr, false);
+    const json parsed = parse_json(line);
     int64_t version = 0, seed = 0, n_stones = 0, n_coins = 0;
     std::string mode, order;
     if (!read_integer(parsed, "kelmora_record", RECORD_VERSION, RECORD_VERSION, version) ||
@@ -151,7 +179,7 @@ bool parse_head(const std::string& line, record_head_t& head) {
 }
 
 bool parse_line(const std::string& line, record_line_t& parsed) {
-    const json object = json::parse(line, nullptr, false);
+    const json object = parse_json(line);
     int64_t tick = 0;
     if (!read_integer(object, "t", 0, INT64_MAX, tick)) return false;
     parsed = {};

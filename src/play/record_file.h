@@ -17,6 +17,8 @@ struct record_file_t {
 };
 
 inline constexpr size_t RECORD_BYTES_MOST = size_t{1} << 30; // unpacked; a longer record is read only up to there
+inline constexpr size_t RECORD_LINES_MOST = size_t{1} << 24; // likewise; 150 hours of the window's time
+inline constexpr size_t LINE_BYTES_MOST = size_t{1} << 26;   // likewise; ten programs can fill a third of it
 
 /// Reads all lines of the file up to its end or to the damage. @return false when it cannot be opened or is not a
 /// record, after a line on standard error

@@ -143,6 +143,26 @@ class Record(GameTest):
         self.assertEqual(replay().returncode, 2)
         self.assertEqual(replay("/nowhere/at/all").returncode, 2)
 
+    def test_hostile_lines_are_refused(self):
+        head, state = gzip.decompress(self.record).decode().splitlines()[:2]
+        deep = '{"a":' * 200000 + "1" + "}" * 200000
+        for line in ("[" * 200000 + "]" * 200000, '{"t":0,"full":{},"end":%s}' % deep, '{"t":0,"full":%s}' % deep, '{"t":1e999}',
+                     '{"t":%s}' % ("9" * 100000), '{"t":-5}', '{"t":4,"c":5,"d":"x","a":[]}', '{"t":4,"d":[1,{}]}', "",
+                     '{"t":4,"c":"' + "\u00ab" * 9 + '"}', '{"t":4,"d":["+;+;+"],"c":"!.........' + "." * 30 + '"}',
+                     '{"t":9223372036854775807}'):
+            with self.subTest(line=line[:40]):
+                done = replay("--verify", self.write(gzip.compress((head + "\n" + state + "\n" + line + "\n").encode())))
+                self.assertEqual(done.returncode, 1, done.stderr)
+                self.assertIn("differs at tick 0", done.stdout)
+        odd = '{"t":4,"full":{},"end":{"why":{},"programs":[1,{},{"name":[],"place":1e300,"seat":18446744073709551615,"death":-1}]}}'
+        self.assertEqual(replay(self.write(gzip.compress((head + "\n" + odd + "\n").encode()))).returncode, 0)
+
+    def test_little_that_unpacks_to_much_is_read_only_so_far(self):
+        head = gzip.decompress(self.record).splitlines()[0]
+        for data, code in ((b"\n" * (1 << 27), 2), (b"x" * (1 << 27), 2), (head + b"\n" + b"x" * (1 << 27), 1)):
+            done = replay(self.write(gzip.compress(data, 1)))
+            self.assertEqual((done.returncode, done.stderr.count("\n")), (code, 1), done.stderr)
+
 
 class Sizes(GameTest):
     def test_a_battle_of_ten_takes_less_than_60_kB_a_minute(self):
