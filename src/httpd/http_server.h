@@ -1,6 +1,6 @@
 // The web viewer's server: an accepting thread and one thread per connection, HTTP/1.1 with GET and HEAD.
 // Nothing here takes frame_rendering_mutex; the field is read by httpd/content only.
-// A connection waits for its requests 60 seconds in all, and a response that is not read ends it after 60 more.
+// A connection waits for its requests 60 seconds in all, and a response that is not read ends it after WATCH_LIMIT.
 #pragma once
 
 #include "field/clients.h"
@@ -19,7 +19,8 @@ inline constexpr int DESCRIPTORS_KEPT = MAX_CLIENT + 16;
 inline constexpr int BROWSER_NICE = 5;  // of all threads for browsers, above that of the field
 inline constexpr int HTTP_BACKLOG = 10; // connections that may wait to be accepted
 inline constexpr std::chrono::seconds IDLE_BUDGET{60};
-inline constexpr std::chrono::seconds SEND_PATIENCE{60}; // longest wait of one send without progress
+// Longest wait of one send without progress, where the kernel does not end the connection before: see watch_peer.
+inline constexpr std::chrono::seconds SEND_PATIENCE{60};
 
 // get_method
 inline constexpr int METHOD_GET = 0;
