@@ -89,6 +89,26 @@ TEST_F(Furnish, stone_wants_25_to_turtles_and_walls) {
     }
 }
 
+TEST_F(Furnish, stone_at_exactly_25_from_a_turtle_or_a_wall_may_stay) {
+    int exact = 0;
+    for (unsigned seed = 1; seed < 20; ++seed) {
+        srandom(seed);
+        const double x = (replay() - 0.5) * 492.0, y = (replay() - 0.5) * 492.0;
+        const double at = x + 25;
+        if (std::sqrt((at - x) * (at - x)) != 25.0) continue; // rounded
+        ++exact;
+        reset_tables(seed);
+        put_turtle(0, at, y);
+        scatter_stone(1);
+        EXPECT_EQ(ttl[1].pos[0].x, x);
+        reset_tables(seed);
+        put_wall_to_the_right(at);
+        scatter_stone(1);
+        EXPECT_EQ(ttl[0].pos[0].x, x);
+    }
+    EXPECT_GT(exact, 0);
+}
+
 TEST_F(Furnish, stone_tries_its_tenth_point_after_ten_failures) {
     put_grating(-270, 270); // no point is 25 from a wall
     EXPECT_EQ(draws_of(13, [] { EXPECT_EQ(scatter_stone(1), 1); }), 20);

@@ -105,6 +105,9 @@ TEST(Segment, moving_along_or_away_from_a_face_is_free) {
     EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -1000, 30, 1000, 0, 1), NO_DISTANCE); // k = 0
     EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -1000, 30, 1000, 1, 0), NO_DISTANCE);
     EXPECT_EQ(net_dist_to_lineseg(0, 0, 180, 30, -1000, 30, 1000, -1, 0), NO_DISTANCE);
+    // Past a face along which the disc moves, its ends do not count either, however near they are to the path.
+    EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 30, -5, 60, -5, 0, 1), NO_DISTANCE);
+    EXPECT_EQ(net_dist_to_lineseg(0, 0, 0, 60, 5, 30, 5, 0, -1), NO_DISTANCE);
 }
 
 TEST(Segment, disc_passing_an_end_is_stopped_by_the_circle_round_it) {

@@ -1,11 +1,15 @@
 // Distances between turtles, finder, sonar, angular radar, and the plain queries about oneself.
 #include "turtle/sensors.h"
 
+#include "game/furnish.h"
 #include "game/modes.h"
+#include "geometry/collision.h"
 #include "geometry/segment.h"
 #include "support.h"
 #include "turtle/pen.h"
 #include "turtle/queries.h"
+
+#include <cmath>
 
 using Sensors = FieldTest;
 
@@ -75,6 +79,27 @@ TEST_F(Sensors, finder_sees_walls_in_a_bounded_area_only) {
     EXPECT_EQ(finder_code, 4);
     find(4.999);
     EXPECT_EQ(finder_code, 0);
+}
+
+TEST_F(Sensors, finder_sees_a_wall_at_the_very_end_of_its_range_wherever_it_stands) {
+    reset_wall();
+    generate_maze();
+    for (turtle_t& doughnut : ttl) doughnut.flags = 0;
+    modes.bounded_area_mode = 1;
+    int looks = 0;
+    for (int x = -230; x <= 230; x += 10) {
+        for (int y = -230; y <= 230; y += 10) {
+            put_turtle(0, x, y, 90 * ((x + y) / 10));
+            const double travel = distance_to_front_wall(0, 1); // a look at every wall
+            if (!(travel > 0 && travel < 300)) continue;
+            ++looks;
+            find(travel);
+            EXPECT_EQ(finder_code, FINDER_WALL) << x << ' ' << y;
+            find(std::nextafter(travel, 0.0));
+            EXPECT_EQ(finder_code, 0) << x << ' ' << y;
+        }
+    }
+    EXPECT_GT(looks, 1000);
 }
 
 TEST_F(Sensors, wall_at_exactly_the_objects_distance_wins) {
