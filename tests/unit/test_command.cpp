@@ -380,8 +380,13 @@ TEST_F(Command, z_places_hides_and_clears_cards) {
     EXPECT_EQ(cards[52].flags, ON_FIELD);
     EXPECT_EQ(cards[52].x, 1.5);
     EXPECT_EQ(cards[52].y, -2);
-    expect("Z -53", 0, 0);
+    run("z 9 1 1");
+    expect("Z -53", 0, 0); // this one alone, and none leaves its place in the order
     EXPECT_EQ(cards[52].flags, 0u);
+    EXPECT_EQ(cards[8].flags, ON_FIELD);
+    EXPECT_EQ(card_list[0], 8);
+    EXPECT_EQ(card_list[1], 52);
+    run("z -9");
     for (const char* line : {"z 54 1 1", "z -54", "z 2147483647", "z -2147483648"}) expect(line, 0, 0);
     for (const card_t& c : cards) EXPECT_EQ(c.flags, 0u);
     for (const char* line : {"z 0", "z", "z x", "z 0 1 2"}) {
