@@ -351,6 +351,10 @@ TEST_F(Content, turtle_is_found_by_number) {
     EXPECT_EQ(find_turtle_by_name("$4294967296"), -1);           // 2^32 is not slot 0
     EXPECT_EQ(find_turtle_by_name("$18446744073709551616"), -1); // nor 2^64
     EXPECT_EQ(find_turtle_by_name("$-1"), -1);
+    ttl[8].flags = TTL_ALIVE; // beyond the counter
+    EXPECT_EQ(find_turtle_by_name("$8"), -1);
+    ntmax = TTL_MAX;
+    EXPECT_EQ(find_turtle_by_name("$30"), -1); // one past the table
 }
 
 TEST_F(Content, turtle_is_found_by_its_name_in_the_lowest_slot) {
@@ -471,6 +475,18 @@ TEST_F(Content, first_tag_that_does_not_fit_ends_the_tags) {
     const std::string html = page();
     EXPECT_EQ(html.substr(0, head.size() + tag(first).size() + 7), head + tag(first) + "</head>");
     EXPECT_EQ(html.find("small"), std::string::npos);
+}
+
+TEST_F(Content, tag_may_end_with_the_last_character_of_the_page) {
+    const std::string head = page().substr(0, page().find("<script"));
+    const std::string body = page().substr(page().find("</head>"));
+    const std::string longest(3265 - head.size() - tag("").size(), 'a');
+    msg_jscript_srcp[0] = strdup(longest.c_str());
+    n_jscript = 1;
+    EXPECT_EQ(page(), head + tag(longest));
+    free(msg_jscript_srcp[0]);
+    msg_jscript_srcp[0] = strdup((longest + "a").c_str());
+    EXPECT_EQ(page(), head + body);
 }
 
 TEST_F(Content, without_memory_there_is_no_content) {
