@@ -164,6 +164,17 @@ class Contest(unittest.TestCase):
             with self.subTest(settings=settings):
                 done = self.contest("run", self.plan(["hunter", "target"], **settings), "--out", os.path.join(self.folder, "no"), code=2)
                 self.assertEqual(done.stderr.count("\n"), 1)
+        bots = '[[bots]]\nname = "a"\ncommand = "true"\n[[bots]]\nname = "b"\ncommand = "true"\n'
+        for text in ("x = " + "[" * 100000, "seeds = 1000000000000\n" + bots, "seeds = " + "9" * 5000 + "\n" + bots, "seeds = [true]\n" + bots,
+                     "rounds = 1000000\nseeds = 1000000\n" + bots, "bots = [1, 2]", 'bots = "x"', "\xff", bots.replace('"a"', '".."'),
+                     bots.replace('"a"', '"-x"'), bots.replace('"a"', '"a/b"'), bots.replace('"true"', "'\"'", 1), bots + "team = true",
+                     bots.replace('"true"', '"a\\u0000"', 1), bots + "colour = 1", bots + "[limits]\nmemory_mb = 99999999999999999999",
+                     bots + "[limits]\nprocesses = true"):
+            with self.subTest(text=text[:60]):
+                with open(os.path.join(self.folder, "hostile.toml"), "w", encoding="latin-1") as file:
+                    file.write(text)
+                done = self.contest("run", os.path.join(self.folder, "hostile.toml"), "--out", os.path.join(self.folder, "no"), code=2)
+                self.assertEqual(done.stderr.count("\n"), 1)
         self.contest("run", self.plan(["hunter"]), "--out", os.path.join(self.folder, "no"), code=2)
         self.contest("run", self.plan(["hunter", "hunter"]), "--out", os.path.join(self.folder, "no"), code=2)
         self.contest("table", self.folder, code=2)
