@@ -1,8 +1,12 @@
 """kelmora-record writes the same format from a running field's web addresses. A field without a window has the same."""
+import http.server
 import os
 import signal
 import subprocess
 import sys
+import tempfile
+import threading
+import time
 
 import harness
 from harness import HANG, GameTest, lines_of, members_of, replay
@@ -51,6 +55,74 @@ class FromTheWeb(GameTest):
         done = replay("--verify", path)
         self.assertEqual(done.returncode, 1)
         self.assertIn("no commands", done.stdout)
+
+    def test_answers_of_any_kind_make_a_record_that_can_be_read(self):
+        turtle = ('{"tid":%s,"time":%s,"type":1,"name":"%s","team":0,"x":%s,"y":nan,"head":inf,"ttl":0,"bx":1,"by":1,"bttf":0,"score":%s,'
+                  '"ncoin":0,"alive":true,"firing":true,')
+        answers = {
+            "/wall": ["[" * 200000, '[{"x1":%s,"y1":[],"x2":"a","y2":null},5]' % ("9" * 400), "\xff\0", "[" + "{}," * 5000 + "{}]"],
+            "/coin": ["{", '[{"x":{},"y":1e999}]', "[[]]", "[" + "{}," * 5000 + "{}]"],
+            "/turtle": [turtle % (0, 4, 'a"b\\\\\n', "1e999", 5), turtle % (29, "9" * 15, "x" * 900, "-" * 300, -5), turtle % (30, 8, "", "0", 0),
+                        turtle % (0, "9" * 5000, "", "0", "9" * 5000), '"tid":1,"time":1,"type":1,"name":"' * 30000, ""]}
+        asked = dict.fromkeys(answers, 0)
+
+        class Hostile(http.server.BaseHTTPRequestHandler):
+            protocol_version = "HTTP/1.1"
+
+            def do_GET(self):
+                kinds = answers[self.path]
+                asked[self.path] += 1
+                body = kinds[asked[self.path] % len(kinds)].encode("latin-1")
+                self.send_response(200)
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                self.wfile.write(body)
+
+            def log_message(self, *_):
+                pass
+        with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Hostile) as server, tempfile.TemporaryDirectory() as folder:
+            server.handle_error = lambda *_: None
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            path = os.path.join(folder, "hostile.gz")
+            for _ in range(4):
+                recorder = subprocess.Popen([sys.executable, RECORD, "--url", "http://127.0.0.1:%d" % server.server_port, path],
+                                            stderr=subprocess.PIPE, text=True)
+                before = asked["/turtle"]
+                while recorder.poll() is None and asked["/turtle"] < before + 12:
+                    time.sleep(0.01)
+                recorder.send_signal(signal.SIGTERM)
+                said = recorder.communicate(timeout=HANG)[1]
+                self.assertEqual((recorder.returncode, said), (0, ""))
+                done = replay(path)
+                self.assertEqual(done.returncode, 0, done.stderr)
+            server.shutdown()
+
+    def test_an_answer_without_an_end_is_none(self):
+        class Endless(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(200)
+                self.end_headers()
+                try:
+                    while True:
+                        self.wfile.write(b" " * 65536)
+                except OSError:
+                    pass
+
+            def log_message(self, *_):
+                pass
+        with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Endless) as server:
+            server.handle_error = lambda *_: None
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            done = subprocess.run([sys.executable, RECORD, "--url", "http://127.0.0.1:%d" % server.server_port, "/dev/null"],
+                                  capture_output=True, text=True, timeout=HANG, check=False)
+            self.assertEqual((done.returncode, done.stderr.count("\n")), (1, 1), done.stderr)
+            server.shutdown()
+
+    def test_a_wrong_address_is_one_line_and_exit_code_2(self):
+        for url in ("localhost:2280", "http://localhost:99999", "http://", "https://localhost", "http://[::"):
+            done = subprocess.run([sys.executable, RECORD, "--url", url, "/dev/null"], capture_output=True, text=True, timeout=HANG,
+                                  check=False)
+            self.assertEqual((done.returncode, done.stderr.count("\n")), (2, 1), done.stderr)
 
     def test_a_field_that_does_not_answer_is_one_line(self):
         done = subprocess.run([sys.executable, RECORD, "--url", "http://127.0.0.1:9", "/dev/null"], capture_output=True, text=True,
