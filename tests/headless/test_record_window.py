@@ -12,6 +12,17 @@ import harness
 from harness import HANG, GameTest, lines_of, members_of, replay
 
 RECORD = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "contest", "kelmora-record")
+ROOT = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..")
+WINDOW = os.environ.get("KELMORA", os.path.join(harness.TREE, "kelmora"))
+
+
+def open_bytes(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def is_listening(port):
+    return bool(subprocess.run(["ss", "-Htln", "sport = :%d" % port], capture_output=True, text=True, check=True).stdout)
 
 
 class FromTheWeb(GameTest):
@@ -55,6 +66,39 @@ class FromTheWeb(GameTest):
         done = replay("--verify", path)
         self.assertEqual(done.returncode, 1)
         self.assertIn("no commands", done.stdout)
+
+    def test_the_window_is_recorded_the_same_way(self):
+        if "libasan" in subprocess.run(["ldd", WINDOW], capture_output=True, text=True, timeout=HANG, check=True).stdout:
+            self.skipTest("the recorder sees no difference, and the window takes long to start")
+        with tempfile.TemporaryDirectory() as folder:
+            window = subprocess.Popen([os.path.join(ROOT, "scripts", "with-display"), WINDOW], stdout=subprocess.DEVNULL,
+                                      stderr=subprocess.DEVNULL, env=dict(os.environ, LIBGL_ALWAYS_SOFTWARE="1", HOME=folder))
+            try:
+                end = time.monotonic() + HANG
+                while not all(is_listening(port) for port in (2222, 2280)):
+                    self.assertIsNone(window.poll())
+                    self.assertLess(time.monotonic(), end)
+                    time.sleep(0.02)
+                path = os.path.join(folder, "window.gz")
+                with harness.Program(2222) as program:
+                    program.ask("n " + b"Ann".hex())
+                    program.ask("t e")
+                    program.ask("j -100 50")
+                    recorder = subprocess.Popen([sys.executable, RECORD, "--seconds", "3", path])
+                    while recorder.poll() is None:
+                        program.ask("f 0.25")
+                    x, y = map(float, program.ask("q p").split()[:2])
+                self.assertEqual(recorder.returncode, 0)
+            finally:
+                window.terminate()
+                window.wait(timeout=HANG)
+            lines = lines_of(open_bytes(path))
+            moves = sum(len(line.get("m", [])) for line in lines)
+            [_, turtle], = lines[-1]["full"]["turtles"]
+            self.assertEqual((turtle["name"], turtle["y"]), ("Ann", 50))
+            self.assertTrue(-100 < turtle["x"] <= x and y == 50, turtle)
+            self.assertGreater(moves, 5)
+            self.assertEqual(replay(path).returncode, 0)
 
     def test_answers_of_any_kind_make_a_record_that_can_be_read(self):
         turtle = ('{"tid":%s,"time":%s,"type":1,"name":"%s","team":0,"x":%s,"y":nan,"head":inf,"ttl":0,"bx":1,"by":1,"bttf":0,"score":%s,'
