@@ -110,7 +110,7 @@ void draw_picture(const tick_view_t& view) {
     // Software GL rasterises one half of the scene while this thread prepares the next.
     if (!use_reference_path) glFlush();
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
-    for (int i = 0; i < view.count; ++i) draw_turtle(view.turns[i]);
+    draw_turtles(std::span(view.turns).first(static_cast<size_t>(view.count)));
     if (!use_reference_path) glFlush();
     if (modes.disp_help) drawHelp();
     if (signals.socket_error_occurred) drawWarning();

@@ -1,5 +1,6 @@
 #include "draw/scene.h"
 
+#include "draw/bodies.h"
 #include "draw/icons.h"
 #include "draw/primitives.h"
 #include "field/palette.h"
@@ -12,6 +13,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <span>
 
 int use_reference_path;
 
@@ -202,6 +204,23 @@ void draw_explosion(const explosion_view_t& view) {
     glDisable(GL_BLEND);
 }
 
+struct gait_t {
+    double leg, head; // -1 to 1
+};
+
+// Neighbouring slots walk out of step.
+gait_t gait_of(int slot) {
+    const double clock = static_cast<double>(signals.elapsed_time.load());
+    return {std::sin(0.3 * slot + clock / 7.0), std::sin(0.3 * slot + clock / 28.0)};
+}
+
+// Whether something of the turn is blended, so that what it is drawn over and under must be drawn before and after it.
+bool is_blended(const turn_t& turn) {
+    if (!turn.in_use) return false;
+    const turtle_t& t = turn.turtle;
+    return has_any(t.flags, TTL_OBJECT) || t.n_coin > 0 || t.dying_count > 0 || turn.explosion.shown != 0;
+}
+
 } // namespace
 
 void draw_walls() {
@@ -247,12 +266,15 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     }
     if (t.n_coin > 0) drawIcon_Coin(ncoin, x, y);
 
+    set_ttl_color(t);
+    if (!use_reference_path) {
+        const body_t body{x, y, dir, leg_phase, head_phase, team_color(t.team)};
+        draw_bodies(std::span(&body, 1), true);
+        return;
+    }
     glPushMatrix();
     glTranslated(x, y, BODY_HEIGHT);
     glRotated(dir, 0.0, 0.0, 1.0);
-    set_ttl_color(t);
-    // The solids are closed and opaque, so their insides are never visible.
-    if (!use_reference_path) glEnable(GL_CULL_FACE);
     draw_solid_at(solid_t::head, 11.5, 0.0, head_phase);
     draw_solid_at(solid_t::leg, leg_phase - 5.0, 8.0, -2.0);
     draw_solid_at(solid_t::leg, 5.0 - leg_phase, 8.0, -2.0);
@@ -260,7 +282,6 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
     draw_solid_at(solid_t::leg, leg_phase + 5.0, -8.0, -2.0);
     draw_solid_at(solid_t::shell, 0.0, 0.0, 0.0);
     draw_solid_at(solid_t::tail, -8.0, 0.0, 0.0);
-    if (!use_reference_path) glDisable(GL_CULL_FACE);
     glPopMatrix();
 }
 
@@ -270,13 +291,36 @@ void draw_turtle(const turn_t& turn) {
 
     const turtle_t& t = turn.turtle;
     if (t.dying_count > 0) glEnable(GL_BLEND);
-    // Neighbouring slots walk out of step.
-    const double clock = static_cast<double>(signals.elapsed_time.load());
-    const double leg_phase = std::sin(0.3 * turn.slot + clock / 7.0);
-    const double head_phase = std::sin(0.3 * turn.slot + clock / 28.0);
+    const gait_t gait = gait_of(turn.slot);
     draw_beam(turn);
-    draw_turtle_body(t, t.pos[0].x, t.pos[0].y, t.dir, leg_phase, head_phase);
+    draw_turtle_body(t, t.pos[0].x, t.pos[0].y, t.dir, gait.leg, gait.head);
     draw_labels(t);
     draw_death(turn);
     draw_explosion(turn.explosion);
+}
+
+void draw_turtles(std::span<const turn_t> turns) {
+    static std::array<body_t, TTL_MAX> bodies;
+    size_t count = 0;
+    const auto draw_gathered = [&count] {
+        draw_bodies(std::span(bodies).first(count), false);
+        count = 0;
+    };
+    for (const turn_t& turn : turns) {
+        if (use_reference_path || is_blended(turn) || count == bodies.size()) {
+            draw_gathered();
+            draw_turtle(turn);
+            continue;
+        }
+        // Opaque things hide each other by their depths, in whatever order they are drawn.
+        if (turn.fires) draw_flying_beam(turn.beam);
+        if (!turn.in_use) continue;
+        const turtle_t& t = turn.turtle;
+        const gait_t gait = gait_of(turn.slot);
+        bodies[count++] = {t.pos[0].x, t.pos[0].y, t.dir, gait.leg, gait.head, team_color(t.team)};
+        draw_beam(turn);
+        set_ttl_color(t);
+        draw_labels(t);
+    }
+    draw_gathered();
 }

@@ -29,3 +29,6 @@ void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double 
 
 /// Everything of one slot's turn: beam, sensor lines, body, labels, death, explosion.
 void draw_turtle(const turn_t& turn);
+
+/// The same of all slots in their order; TTL_MAX at most. Bodies that nothing blended comes between are drawn at once.
+void draw_turtles(std::span<const turn_t> turns);

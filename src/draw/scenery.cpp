@@ -5,6 +5,7 @@
 #include "draw/card.h"
 #include "draw/icons.h"
 #include "draw/scene.h"
+#include "draw/view.h"
 #include "field/turtles.h"
 #include "field/walls.h"
 
@@ -195,24 +196,6 @@ double height_of_card(const piece_t& card) { return static_cast<double>(CARD_MAX
 
 void draw_card(const piece_t& card) { draw_Card(card.x, card.y, height_of_card(card), card.number); }
 
-// From the field to the window, as GL's matrices have it.
-struct projection_t {
-    std::array<double, 16> m; // column by column
-};
-
-projection_t current_projection() {
-    std::array<double, 16> p, v;
-    glGetDoublev(GL_PROJECTION_MATRIX, p.data());
-    glGetDoublev(GL_MODELVIEW_MATRIX, v.data());
-    projection_t product{};
-    for (size_t column = 0; column < 4; ++column) {
-        for (size_t row = 0; row < 4; ++row) {
-            for (size_t k = 0; k < 4; ++k) product.m[4 * column + row] += p[4 * k + row] * v[4 * column + k];
-        }
-    }
-    return product;
-}
-
 // A rectangle of the window, in pixels.
 struct extent_t {
     double left, bottom, right, top;
@@ -231,14 +214,12 @@ extent_t extent_of_box(const projection_t& p, double x1, double y1, double x2, d
     for (const double x : {x1, x2}) {
         for (const double y : {y1, y2}) {
             for (const double z : {z1, z2}) {
-                const auto row = [&](size_t k) { return p.m[k] * x + p.m[4 + k] * y + p.m[8 + k] * z + p.m[12 + k]; };
-                const double w = row(3);
-                const double column = (row(0) / w + 1.0) * HALF, line = (row(1) / w + 1.0) * HALF;
-                if (!(w > 0.0) || !std::isfinite(column) || !std::isfinite(line)) {
+                const window_point_t at = to_window(p, x, y, z);
+                if (!at.is_before_eye || !std::isfinite(at.x) || !std::isfinite(at.y)) {
                     return {-EVERYWHERE, -EVERYWHERE, EVERYWHERE, EVERYWHERE};
                 }
-                e = {std::min(e.left, column - AROUND), std::min(e.bottom, line - AROUND),
-                     std::max(e.right, column + AROUND), std::max(e.top, line + AROUND)};
+                e = {std::min(e.left, at.x - AROUND), std::min(e.bottom, at.y - AROUND),
+                     std::max(e.right, at.x + AROUND), std::max(e.top, at.y + AROUND)};
             }
         }
     }
