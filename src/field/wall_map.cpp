@@ -19,8 +19,10 @@ chains_t level_walls;   // both ends at the same y, facing up or down
 chains_t upright_walls; // both ends at the same x, facing left or right
 chain_t other_walls;    // slanting, long, or beyond the grid: part of every list
 std::array<int16_t, WALL_MAX> next_wall;
+int n_in_cells; // walls that are not in other_walls; none without a maze
 
 void empty_wall_map() {
+    n_in_cells = 0;
     for (auto& column : level_walls) column.fill(-1);
     for (auto& column : upright_walls) column.fill(-1);
     other_walls = -1;
@@ -59,6 +61,7 @@ void append_chain(wall_list_t& list, chain_t chain) {
 }
 
 void append_cells(wall_list_t& list, const chains_t& chains, cells_t columns, cells_t rows) {
+    if (n_in_cells == 0) return;
     for (int column = columns.first; column <= columns.last; ++column) {
         for (int row = rows.first; row <= rows.last; ++row) append_chain(list, chains[column][row]);
     }
@@ -87,7 +90,9 @@ void enter_into_map(int wall) {
         link_wall(upright_walls[cell_of(x)][cell_of(y)], wall);
     } else {
         link_wall(other_walls, wall);
+        return;
     }
+    ++n_in_cells;
 }
 
 } // namespace
@@ -115,6 +120,7 @@ void list_walls_near(wall_list_t& list, double x, double y, double reach) {
 
 void list_walls_in_line(wall_list_t& list, double x, double y, double aside) {
     if (nwall == 0) return;
+    if (n_in_cells == 0 && list.count == static_cast<size_t>(nwall)) return; // all of them are listed already
     if (!can_be_looked_up(x, y, aside)) {
         append_all(list);
         return;

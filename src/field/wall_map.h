@@ -27,5 +27,6 @@ void setup_wall(uint32_t attr, double x1, double y1, double x2, double y2, doubl
 /// For a place or reach that is far out or not finite, all walls are appended, here and below.
 void list_walls_near(wall_list_t& list, double x, double y, double reach);
 
-/// Appends every wall whose line passes (x, y) at less than `aside`, at any distance along that line.
+/// Appends every wall whose line passes (x, y) at less than `aside`, at any distance along that line. Without a maze,
+/// a list that list_walls_near has filled with all walls stays as it is.
 void list_walls_in_line(wall_list_t& list, double x, double y, double aside);

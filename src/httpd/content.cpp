@@ -12,6 +12,8 @@
 #include "images.h"
 
 #include <algorithm>
+#include <array>
+#include <cassert>
 #include <cfloat>
 #include <charconv>
 #include <climits>
@@ -54,6 +56,9 @@ constexpr size_t CAMERA_BYTES = 512;
 // Maximum lengths of numbers.
 constexpr size_t INTEGER_MAX = 20;                           // of 64 bits, with sign
 constexpr size_t FIXED_MAX = 1 + DBL_MAX_10_EXP + 1 + 1 + 6; // of a double: sign, whole digits, point, six more
+constexpr size_t LABELS_MAX = 256;                           // all other characters of a turtle but its name
+// A turtle has five numbers with a point, a wall or a camera six.
+constexpr size_t ENTRY_MAX = LABELS_MAX + TEXT_BYTES + 9 * INTEGER_MAX + 6 * FIXED_MAX;
 
 struct field_counts_t {
     int turtles, walls, coins; // each within its table
@@ -94,19 +99,54 @@ struct unguarded_reads_t {
     copy = coins[i];
 }
 
+// A list under construction. Its text is kept longer than what has been written by the longest entry, because an append
+// of each piece would cost more than the digits.
+struct json_t {
+    std::string& text;
+    size_t length = 0; // written so far
+};
+
+// Makes room for one more entry.
+void begin_entry(json_t& json) { json.text.resize(json.length + ENTRY_MAX); }
+
+void add(json_t& json, std::string_view text) {
+    assert(text.size() <= json.text.size() - json.length);
+    json.length += text.copy(json.text.data() + json.length, text.size());
+}
+
+// A literal, whose length the compiler knows.
+template <size_t SIZE> void add(json_t& json, const char (&text)[SIZE]) { add(json, std::string_view(text, SIZE - 1)); }
+
 // Digits as printf's "%d" and "%u" write them.
-void add_integer(std::string& text, std::string_view before, int64_t number) {
-    std::array<char, INTEGER_MAX> digits;
-    text += before;
-    text.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+void add_integer(json_t& json, int64_t number) {
+    char* const digits = json.text.data() + json.length;
+    json.length += static_cast<size_t>(std::to_chars(digits, digits + INTEGER_MAX, number).ptr - digits);
 }
 
 // Digits as printf's "%lf" writes them, exactly rounded, in a fifth of its time.
-void add_fixed(std::string& text, std::string_view before, double number) {
-    std::array<char, FIXED_MAX> digits;
-    text += before;
-    text.append(digits.data(),
-                std::to_chars(digits.data(), digits.data() + digits.size(), number, std::chars_format::fixed, 6).ptr);
+void add_fixed(json_t& json, double number) {
+    char* const digits = json.text.data() + json.length;
+    char* const end = std::to_chars(digits, digits + FIXED_MAX, number, std::chars_format::fixed, 6).ptr;
+    json.length += static_cast<size_t>(end - digits);
+}
+
+template <size_t SIZE> void add_integer(json_t& json, const char (&before)[SIZE], int64_t number) {
+    add(json, before);
+    add_integer(json, number);
+}
+
+template <size_t SIZE> void add_fixed(json_t& json, const char (&before)[SIZE], double number) {
+    add(json, before);
+    add_fixed(json, number);
+}
+
+template <size_t SIZE> void add_flag(json_t& json, const char (&before)[SIZE], bool is_set) {
+    add(json, before);
+    if (is_set) {
+        add(json, "true");
+    } else {
+        add(json, "false");
+    }
 }
 
 http_content_t* new_content(int32_t kind, const unsigned char* data, size_t length, bool owned) {
@@ -139,24 +179,27 @@ template <class Writer> char* build_text(size_t size, size_t& length, Writer wri
 
 template <class Writer> http_content_t* build_json(size_t size, Writer write) {
     size_t length = 0;
-    char* const data = build_text(size, length, write);
+    char* const data = build_text(size, length, [&](std::string& text) {
+        json_t json{text};
+        begin_entry(json);
+        write(json);
+        text.resize(json.length);
+    });
     if (data == nullptr) return nullptr;
     http_content_t* const content = new_content(MIME_JSON, reinterpret_cast<const unsigned char*>(data), length, true);
     if (content == nullptr) free(data);
     return content;
 }
 
-std::string_view true_or_false(uint32_t word, uint32_t bits) { return has_any(word, bits) ? "true" : "false"; }
-
 // The name is written unescaped: a double quote in it makes the list invalid JSON, which viewers must cope with.
-void add_turtle(std::string& json, int i, const turtle_t& t, uint32_t now) {
+void add_turtle(json_t& json, int i, const turtle_t& t, uint32_t now) {
     add_integer(json, "\"tid\":", i);
     add_integer(json, ",\"time\":", now);
     // The torn copy of a slot that is being reused may have both bits: it counts as a doughnut.
     const uint32_t kind_bits = has_any(t.flags, TTL_DOUGHNUT) ? t.flags & ~TTL_STONE : t.flags;
     add_integer(json, ",\"type\":", kind_of(kind_bits).json_type);
-    json += ",\"name\":\"";
-    json.append(t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES)));
+    add(json, ",\"name\":\"");
+    add(json, std::string_view(t.name, static_cast<size_t>(bounded_length(t.name, TEXT_BYTES))));
     add_integer(json, "\",\"team\":", t.team);
     add_fixed(json, ",\"x\":", t.pos[0].x);
     add_fixed(json, ",\"y\":", t.pos[0].y);
@@ -167,18 +210,12 @@ void add_turtle(std::string& json, int i, const turtle_t& t, uint32_t now) {
     add_integer(json, ",\"bttf\":", t.fire_wait);
     add_integer(json, ",\"score\":", t.score);
     add_integer(json, ",\"ncoin\":", t.n_coin);
-    json += ",\"alive\":";
-    json += true_or_false(t.flags, TTL_ALIVE);
-    json += ",\"firing\":";
-    json += true_or_false(t.flags, TTL_FIRING);
-    json += ",\"got_hit\":";
-    json += true_or_false(t.event, EVENT_HIT);
-    json += ",\"collide\":";
-    json += true_or_false(t.event, EVENTS_BLOCKED);
-    json += ",\"detected\":";
-    json += true_or_false(t.event, EVENT_FOUND | EVENT_SEEN);
-    json += ",\"got_msg\":";
-    json += true_or_false(t.event, EVENT_MESSAGE);
+    add_flag(json, ",\"alive\":", has_any(t.flags, TTL_ALIVE));
+    add_flag(json, ",\"firing\":", has_any(t.flags, TTL_FIRING));
+    add_flag(json, ",\"got_hit\":", has_any(t.event, EVENT_HIT));
+    add_flag(json, ",\"collide\":", has_any(t.event, EVENTS_BLOCKED));
+    add_flag(json, ",\"detected\":", has_any(t.event, EVENT_FOUND | EVENT_SEEN));
+    add_flag(json, ",\"got_msg\":", has_any(t.event, EVENT_MESSAGE));
 }
 
 constexpr char PAGE_HEAD[] =
@@ -308,57 +345,66 @@ char* generate_html() {
 http_content_t* generate_json_for_turtle() {
     const int count = snapshot_counts().turtles;
     const auto now = static_cast<uint32_t>(signals.elapsed_time.load());
-    return build_json(TTL_MAX * TURTLE_BYTES, [&](std::string& json) {
-        json += "[";
+    return build_json(TTL_MAX * TURTLE_BYTES, [&](json_t& json) {
+        add(json, "[");
         for (int i = 0; i < count; ++i) {
             turtle_t t;
             snapshot_turtle(i, t);
-            json += i == 0 ? "{" : ", {";
+            begin_entry(json);
+            if (i > 0) add(json, ", ");
+            add(json, "{");
             add_turtle(json, i, t, now);
-            json += "}";
+            add(json, "}");
         }
-        json += "]";
+        begin_entry(json);
+        add(json, "]");
     });
 }
 
 http_content_t* generate_json_for_wall() {
     const int count = snapshot_counts().walls;
-    return build_json(WALL_MAX * WALL_BYTES, [&](std::string& json) {
-        json += "[";
+    return build_json(WALL_MAX * WALL_BYTES, [&](json_t& json) {
+        add(json, "[");
         bool first = true;
         for (int i = 0; i < count; ++i) {
             wall_t w;
             snapshot_wall(i, w);
             if (has_any(w.attr, WALL_BACKFACE)) continue;
-            add_fixed(json, first ? "{\"x1\":" : ",{\"x1\":", w.x1);
+            begin_entry(json);
+            if (!first) add(json, ",");
+            add_fixed(json, "{\"x1\":", w.x1);
             add_fixed(json, ",\"y1\":", w.y1);
             add_fixed(json, ",\"x2\":", w.x2);
             add_fixed(json, ",\"y2\":", w.y2);
             add_fixed(json, ",\"nx\":", w.nx);
             add_fixed(json, ",\"ny\":", w.ny);
-            json += "}";
+            add(json, "}");
             first = false;
         }
-        json += "]";
+        begin_entry(json);
+        add(json, "]");
     });
 }
 
 http_content_t* generate_json_for_coin() {
     const int count = snapshot_counts().coins;
-    return build_json(COIN_MAX * COIN_BYTES, [&](std::string& json) {
-        json += "[";
+    return build_json(COIN_MAX * COIN_BYTES, [&](json_t& json) {
+        add(json, "[");
         bool first = true;
         for (int i = 0; i < count; ++i) {
             coin_t c;
             snapshot_coin(i, c);
             if (!has_any(c.flags, ON_FIELD)) continue;
-            add_fixed(json, first ? "{\"x\":" : ",{\"x\":", c.x);
+            begin_entry(json);
+            if (!first) add(json, ",");
+            add_fixed(json, "{\"x\":", c.x);
             add_fixed(json, ",\"y\":", c.y);
             add_integer(json, ",\"ord\":", c.ord);
-            json += "}";
+            add(json, "}");
             first = false;
         }
-        json += "]";
+        begin_entry(json);
+        add(json, "]");
     });
 }
 
@@ -376,14 +422,15 @@ http_content_t* generate_json_for_camera(int turtle) {
         y1 = y0 + SIGHT_LENGTH * sin(PI * heading / 180.0);
         z1 = EYE_HEIGHT;
     }
-    return build_json(CAMERA_BYTES, [&](std::string& json) {
+    return build_json(CAMERA_BYTES, [&](json_t& json) {
+        begin_entry(json);
         add_fixed(json, "{\"x0\":", x0);
         add_fixed(json, ",\"y0\":", y0);
         add_fixed(json, ",\"z0\":", z0);
         add_fixed(json, ",\"x1\":", x1);
         add_fixed(json, ",\"y1\":", y1);
         add_fixed(json, ",\"z1\":", z1);
-        json += "}";
+        add(json, "}");
     });
 }
 
