@@ -7,10 +7,12 @@
 
 #include "display/frame.h"
 #include "display/window.h"
+#include "draw/bodies.h"
 #include "draw/canvas.h"
 #include "draw/scene.h"
 #include "field/cards.h"
 #include "field/coins.h"
+#include "field/palette.h"
 #include "field/state.h"
 #include "field/turtles.h"
 #include "field/walls.h"
@@ -21,6 +23,7 @@
 #include <GL/freeglut.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -39,6 +42,7 @@ struct row_t {
     int plain; // 1: by the reference path
     int help;  // 1: with the help screen
     int bird;  // 1: bird's-eye view
+    int floor; // 1: only the triangles of the bodies as one array, which no full frame can do without
     int stir;  // 1: a coin moves in every frame, so that no picture of the scenery can be cached
 };
 
@@ -77,12 +81,30 @@ void move_all(int frame) {
     }
 }
 
-double milliseconds_of_a_frame(int frame, int stir) {
+// The bodies and nothing else, with the camera of the frame before.
+void draw_bodies_only() {
+    static std::array<body_t, TTL_MAX> bodies;
+    for (int i = 0; i < TTL_MAX; ++i) {
+        const turtle_t& t = ttl[i];
+        bodies[i] = {t.pos[0].x, t.pos[0].y, t.dir, std::sin(0.3 * i), std::cos(0.3 * i), team_color(t.team)};
+    }
+    glEnable(GL_DEPTH_TEST);
+    glClear(GL_DEPTH_BUFFER_BIT);
+    draw_bodies(bodies, false);
+    glDisable(GL_DEPTH_TEST);
+    glutSwapBuffers();
+}
+
+double milliseconds_of_a_frame(int frame, const row_t& row) {
     move_all(frame);
-    if (stir != 0) coins[0].x = 100.3 + std::cos(0.1 * frame);
+    if (row.stir != 0) coins[0].x = 100.3 + std::cos(0.1 * frame);
     ++signals.elapsed_time;
     const auto begin = std::chrono::steady_clock::now();
-    display();
+    if (row.floor != 0 && frame > 0) {
+        draw_bodies_only();
+    } else {
+        display();
+    }
     glFinish();
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count();
 }
@@ -94,7 +116,8 @@ double processor_milliseconds() {
     return 1e3 * static_cast<double>(t.tv_sec) + 1e-6 * static_cast<double>(t.tv_nsec);
 }
 
-void measure(const row_t& row, int frames) {
+// @return milliseconds of processor time a frame
+double measure(const row_t& row, int frames) {
     if (row.full != 0) {
         furnish_fully();
     } else {
@@ -105,10 +128,10 @@ void measure(const row_t& row, int frames) {
     modes.bird_view_mode = row.bird;
     use_reference_path = row.plain;
     field_clear();
-    for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k, row.stir);
+    for (int k = 0; k < WARM_UP; ++k) milliseconds_of_a_frame(k, row);
     std::vector<double> times;
     const double work_before = processor_milliseconds();
-    for (int k = 0; k < frames; ++k) times.push_back(milliseconds_of_a_frame(k, row.stir));
+    for (int k = 1; k <= frames; ++k) times.push_back(milliseconds_of_a_frame(k, row));
     const double work = (processor_milliseconds() - work_before) / frames;
     std::sort(times.begin(), times.end());
     const auto share = [&times](double part) {
@@ -117,6 +140,7 @@ void measure(const row_t& row, int frames) {
     printf("%s,%s,%d,%.3f,%.3f,%.3f,%.3f\n", row.name, row.bird != 0 ? "bird" : "top", frames, share(0.5), share(0.99),
            times.front(), work);
     fflush(stdout);
+    return work;
 }
 
 } // namespace
@@ -134,13 +158,21 @@ int main(int argc, char** argv) {
     init_teaminfo();
     printf("scene,view,frames,median_ms,p99_ms,min_ms,cpu_ms\n");
     for (const int bird : {0, 1}) {
-        for (const row_t& row :
-             {row_t{"empty", 0, 0, 0, bird, 0}, row_t{"full", 1, 0, 1, bird, 0}, row_t{"full_plain", 1, 1, 1, bird, 0},
-              row_t{"full_stirred", 1, 0, 1, bird, 1}, row_t{"full_without_help", 1, 0, 0, bird, 0}}) {
-            if (argc > 2 && strcmp(argv[2], row.name) != 0) continue;
+        const std::array<row_t, 6> rows{{{"empty", 0, 0, 0, bird, 0, 0},
+                                         {"full", 1, 0, 1, bird, 0, 0},
+                                         {"full_plain", 1, 1, 1, bird, 0, 0},
+                                         {"full_stirred", 1, 0, 1, bird, 0, 1},
+                                         {"full_without_help", 1, 0, 0, bird, 0, 0},
+                                         {"bodies_only", 1, 0, 0, bird, 1, 0}}};
+        std::array<double, 6> work{};
+        for (size_t k = 0; k < rows.size(); ++k) {
+            if (argc > 2 && strcmp(argv[2], rows[k].name) != 0) continue;
             if (argc > 3 && strcmp(argv[3], bird != 0 ? "bird" : "top") != 0) continue;
-            measure(row, frames);
+            work[k] = measure(rows[k], frames);
         }
+        if (argc > 2) continue;
+        printf("# full without help is %.1f times the emptiest and %.1f times its bodies alone; help adds %.2f ms\n",
+               work[4] / work[0], work[4] / work[5], work[1] - work[4]);
     }
     return 0;
 }

@@ -2,6 +2,7 @@
 import http.client
 import itertools
 import json
+import os
 import re
 import resource
 import socket
@@ -364,6 +365,57 @@ class Turtles(FieldTest):
                 thread.join(patience(30))
         self.assertEqual(failures, [])
         self.assertFalse(any(thread.is_alive() for thread in threads))
+
+
+class Greed(unittest.TestCase):
+    """Browsers that ask for more than they can be given."""
+    CONNECTIONS = 8
+    NICER = 5           # than the field, are the threads that answer browsers
+    TICKS = 250
+
+    @staticmethod
+    def nice_values(pid):
+        """The main thread's nice value, and those of all threads."""
+        values = {}
+        for thread in os.listdir("/proc/%d/task" % pid):
+            with open("/proc/%d/task/%s/stat" % (pid, thread)) as stat:
+                values[int(thread)] = int(stat.read().rsplit(")", 1)[1].split()[16])
+        return values[pid], list(values.values())
+
+    @needs_window
+    def test_greedy_browsers_come_after_the_field_and_never_hold_it(self):
+        with Field() as field:
+            field.key("M")
+            field.settle()
+            with Client() as turtle:
+                answers = [0] * self.CONNECTIONS
+                stop = threading.Event()
+
+                def ask(number):
+                    with Viewer() as viewer:
+                        while not stop.is_set():
+                            answers[number] += len(json.loads(viewer.get("/wall")[1])) > 100
+                threads = [threading.Thread(target=ask, args=(number,)) for number in range(self.CONNECTIONS)]
+                for thread in threads:
+                    thread.start()
+                try:
+                    wait_until(lambda: min(answers) > 0, 60, lambda: "an answer for each, so far %r" % answers)
+                    # The scheduler prefers the field; that is all which keeps its ticks, whatever the machine does.
+                    field_value, values = self.nice_values(field.process.pid)
+                    # One thread accepts, one answers each connection; the driver may have others as low.
+                    nicer = values.count(min(field_value + self.NICER, 19))
+                    self.assertGreaterEqual(nicer, 1 + self.CONNECTIONS, values)
+                    # Bounded only: how many a second is measured by bench/bench_browsers.py.
+                    first = turtle.ask(".").clock
+                    wait_until(lambda: turtle.ask(".").clock >= first + self.TICKS, 120, "%d ticks" % self.TICKS)
+                    seen = list(answers)
+                    wait_until(lambda: all(now > then for now, then in zip(answers, seen)), 60,
+                               lambda: "answers for each, now %r, before %r" % (answers, seen))
+                finally:
+                    stop.set()
+                    for thread in threads:
+                        thread.join(patience(60))
+                self.assertFalse(any(thread.is_alive() for thread in threads))
 
 
 class Limits(unittest.TestCase):
