@@ -24,6 +24,11 @@ const orders = {
     await page.waitForFunction(() => document.getElementById('said').textContent !== '');
     return page.textContent('#said');
   },
+  async said({ url }) {
+    await page.goto(url);
+    await page.waitForFunction(() => document.getElementById('said').textContent !== '');
+    return page.textContent('#said');
+  },
   pause: () => page.evaluate(() => globalThis.kelmoraReplay.setPlaying(false)),
   async seek({ tick }) {
     await page.evaluate((to) => { globalThis.kelmoraReplay.setPlaying(false); globalThis.kelmoraReplay.seek(to); }, tick);

@@ -1,8 +1,11 @@
 """Records in a real browser: the page of kelmora-replay --html and the one that the script server serves."""
+import http.server
 import os
+import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 import harness
@@ -117,6 +120,32 @@ class Replay(unittest.TestCase):
         self.assertGreater(yellow[0], 500)
         self.assertLess(yellow[1], 100)
         self.assertGreater(yellow[2], 500)
+
+    def test_a_record_is_loaded_from_the_address_that_is_named(self):
+        # As a contest's folder has it: the page, its scripts and the matches, on any web server.
+        folder = os.path.join(self.folder.name, "contest")
+        os.makedirs(os.path.join(folder, "matches", "00001"))
+        shutil.copytree(SCRIPTS, os.path.join(folder, "script"))
+        shutil.copy(os.path.join(SCRIPTS, "..", "replay.html"), folder)
+        shutil.copy(self.battle, os.path.join(folder, "matches", "00001", "game.gz"))
+
+        class Files(http.server.SimpleHTTPRequestHandler):
+            def __init__(self, *given):
+                super().__init__(*given, directory=folder)
+
+            def log_message(self, *_):
+                pass
+        with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Files) as server:
+            threading.Thread(target=server.serve_forever, daemon=True).start()
+            address = "http://127.0.0.1:%d/replay.html?record=" % server.server_port
+            self.browser("open", url=address + "matches/00001/game.gz")
+            self.browser("seek", tick=2200)
+            seen = self.browser("look")
+            ranked = sorted(self.results["programs"], key=lambda p: (p["place"], p["seat"]))
+            self.assertEqual([row[:3] for row in seen["board"]], [[str(p["place"]), p["name"], str(p["score"])] for p in ranked])
+            self.assertTrue(self.browser("said", url=address + "nothing.gz").startswith("nothing.gz cannot be loaded: 404"))
+            self.assertEqual([("404" in error) for error in self.browser("errors")], [True])
+            server.shutdown()
 
     def test_the_script_server_serves_the_page(self):
         server = subprocess.Popen([os.path.join(ROOT, "scripts", "viewer-serve")])
