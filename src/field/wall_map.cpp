@@ -120,11 +120,11 @@ void list_walls_near(wall_list_t& list, double x, double y, double reach) {
 
 void list_walls_in_line(wall_list_t& list, double x, double y, double aside) {
     if (nwall == 0) return;
-    if (n_in_cells == 0 && list.count == static_cast<size_t>(nwall)) return; // all of them are listed already
     if (!can_be_looked_up(x, y, aside)) {
         append_all(list);
         return;
     }
+    if (n_in_cells == 0 && list.count == static_cast<size_t>(nwall)) return; // all of them are listed already
     append_cells(list, level_walls, ALL_CELLS, cells_around(y, aside));
     append_cells(list, upright_walls, cells_around(x, aside), ALL_CELLS);
     append_chain(list, other_walls);
