@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Ticks a second of kelmora-headless, as CSV lines: what, ticks a second, lines a second.
+"""Ticks a second of kelmora-headless, as CSV lines: what, ticks a second, lines a second, the server's processor time a
+line in microseconds. On a busy machine the last is what can be compared, with that of the echo server in the same run.
 
 Run inside scripts/in-namespace, after a build with -DKELMORA_BENCH=ON. usage: bench_headless.py [FOLDER of the build]
 """
@@ -11,6 +12,7 @@ import time
 
 TREE = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "build", "release")
 FIELD, PEER = os.path.join(TREE, "kelmora-headless"), os.path.join(TREE, "bench", "kelmora_bench_peer")
+ECHO_LINES = 400000  # as in bench_peer.cpp
 PYTHON_BOT = """
 import socket, sys
 sock = socket.create_connection(("127.0.0.1", int(sys.argv[1])))
@@ -30,15 +32,21 @@ def start(command):
     return process, int(process.stdout.readline().split()[1])
 
 
+def cost(process, lines):
+    """Waits for its end. @return its processor time a line, microseconds"""
+    _, process.returncode, used = os.wait4(process.pid, 0)
+    return (used.ru_utime + used.ru_stime) / lines * 1e6
+
+
 def measure(what, ticks, options, bots, per_tick=1):
     field, port = start([FIELD, "-p", 0, "-w", "off", "-t", ticks, *options])
     running = [subprocess.Popen(bot + [str(port)] if bot[0] == sys.executable else [PEER, "bot", str(port), *bot]) for bot in bots]
     began = time.monotonic()
-    field.wait()
+    each = cost(field, ticks * per_tick)
     spent = time.monotonic() - began
     for bot in running:
         bot.wait()
-    print(f"{what},{ticks / spent:.0f},{ticks * per_tick / spent:.0f}", flush=True)
+    print(f"{what},{ticks / spent:.0f},{ticks * per_tick / spent:.0f},{each:.1f}", flush=True)
     return ticks / spent
 
 
@@ -48,25 +56,25 @@ def robots(ticks):
         sock.sendall(b"r\n" * 29)
         began = time.monotonic()
     field.wait()
-    print(f"29 robots and a zombie,{ticks / (time.monotonic() - began):.0f},", flush=True)
+    print(f"29 robots and a zombie,{ticks / (time.monotonic() - began):.0f},,", flush=True)
 
 
 def echo(bots, lines):
     server, port = start([PEER, "echo", bots])
     running = [subprocess.Popen([PEER, "bot", str(port), *lines]) for _ in range(bots)]
     began = time.monotonic()
-    server.wait()
+    each = cost(server, ECHO_LINES)
     spent = time.monotonic() - began
     for bot in running:
         bot.wait()
-    print(f"echo with {bots} C++ programs,{400000 / spent / len(lines):.0f},{400000 / spent:.0f}", flush=True)
+    print(f"echo with {bots} C++ programs,{ECHO_LINES / spent / len(lines):.0f},{ECHO_LINES / spent:.0f},{each:.1f}", flush=True)
 
 
 def main():
     python = [sys.executable, "-c", PYTHON_BOT]
     turns = ["--pace", "turns", "--turn-limit", 60000]
     asking = ["q f", "q w", "q r", "f 0.01"]
-    print("what,ticks a second,lines a second")
+    print("what,ticks a second,lines a second,server us a line")
     robots(300000)
     for count, ticks in ((2, 40000), (10, 10000)):
         measure(f"{count} Python programs that step", ticks, [*turns, "-n", count], [python] * count, count)
