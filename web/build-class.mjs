@@ -55,7 +55,7 @@ const bundle = await build({
   write: false,
   logLevel: 'warning',
   loader: { '.svg': 'text', '.py': 'text' },
-  define: { PYTHON_FOLDER: JSON.stringify(`../${python.version}/`) },
+  define: { PYTHON_FOLDER: JSON.stringify(`../${python.version}/`), SNAPSHOT: JSON.stringify(python.snapshot) },
 });
 const code = new Map(bundle.outputFiles.map((file) => [path.relative('/out', file.path), Buffer.from(file.contents)]));
 addFolder(code, 'media/', path.join(here, 'node_modules', 'blockly', 'media'), /\.(svg|png|cur|gif)$/);

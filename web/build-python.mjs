@@ -8,6 +8,8 @@ import path from 'node:path';
 import { fileURLToPath, pathToFileURL } from 'node:url';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
+// The snapshot is served in pieces: who leaves a page while one is loading loses that one only.
+const PIECE_BYTES = 2 << 20;
 const CORE = ['pyodide.mjs', 'pyodide.asm.mjs', 'pyodide.asm.wasm', 'pyodide-lock.json'];
 
 // Imported before the snapshot is taken: what programs and the kelmora package import.
@@ -75,7 +77,7 @@ function packageFiles() {
 /**
  * @param core   folder of the npm package pyodide
  * @param cache  folder that keeps what takes long to make
- * @returns {version, files: Map name to bytes, packageFiles: bytes}
+ * @returns {version, files: Map name to bytes, snapshot: {pieces: names of its files in order, length: in bytes}, packageFiles: bytes}
  */
 export async function pythonParts(core, cache) {
   const hash = createHash('sha256').update(readFileSync(fileURLToPath(import.meta.url)));
@@ -93,6 +95,12 @@ export async function pythonParts(core, cache) {
   // The list of packages that could be downloaded: none.
   const lock = JSON.parse(files.get('pyodide-lock.json').toString('utf8'));
   files.set('pyodide-lock.json', Buffer.from(JSON.stringify({ ...lock, packages: {} })));
-  for (const name of ['python_stdlib.zip', 'snapshot.bin']) files.set(name, readFileSync(path.join(kept, name)));
-  return { version, files, packageFiles: packageFiles() };
+  files.set('python_stdlib.zip', readFileSync(path.join(kept, 'python_stdlib.zip')));
+  const snapshot = readFileSync(path.join(kept, 'snapshot.bin'));
+  const pieces = [];
+  for (let at = 0; at < snapshot.length; at += PIECE_BYTES) {
+    pieces.push(`snapshot-${String(pieces.length).padStart(2, '0')}.bin`);
+    files.set(pieces.at(-1), snapshot.subarray(at, at + PIECE_BYTES));
+  }
+  return { version, files, snapshot: { pieces, length: snapshot.length }, packageFiles: packageFiles() };
 }

@@ -5,7 +5,7 @@ import { Ended, Refused, makeHost } from './host.js';
 import runnerSource from './runner.py';
 
 const folder = new URL(PYTHON_FOLDER, import.meta.url).href; // replaced by the build
-const SNAPSHOT_BYTES = 31457408; // about: only the progress bar needs it
+const LANES = 3; // pieces of the snapshot that are fetched at a time
 const TELL_AGAIN = 500; // ms
 const post = (message) => self.postMessage(message);
 const host = makeHost(post);
@@ -27,19 +27,24 @@ const interrupts = {
   set 0(_value) { /* the server remembers */ },
 };
 
+// A browser opens six connections to a server, and the page needs some for its signs of life.
 async function fetchSnapshot() {
-  const answer = await fetch(`${folder}snapshot.bin`);
-  if (!answer.ok) throw new Error(`snapshot: ${answer.status}`);
-  const reader = answer.body.getReader();
-  const parts = [];
-  let length = 0;
-  for (;;) {
-    const { done, value } = await reader.read();
-    if (done) break;
-    parts.push(value);
-    length += value.length;
-    post({ kind: 'progress', part: Math.min(length / SNAPSHOT_BYTES, 1) });
-  }
+  const { pieces, length } = SNAPSHOT; // replaced by the build
+  const parts = new Array(pieces.length);
+  let loaded = 0;
+  let next = 0;
+  const fetchSome = async () => {
+    while (next < pieces.length) {
+      const number = next++;
+      const answer = await fetch(folder + pieces[number]);
+      if (!answer.ok) throw new Error(`${pieces[number]}: ${answer.status}`);
+      parts[number] = new Uint8Array(await answer.arrayBuffer());
+      loaded += parts[number].length;
+      post({ kind: 'progress', part: Math.min(loaded / length, 1) });
+    }
+  };
+  await Promise.all(Array.from({ length: LANES }, fetchSome));
+  if (loaded !== length) throw new Error('the snapshot is cut');
   const bytes = new Uint8Array(length);
   let at = 0;
   for (const part of parts) {
