@@ -8,6 +8,8 @@ const AT_ONCE = 100; // pieces of output a second that go to the page at once
 const BATCH_MOST = 16384; // letters
 const OUTPUT_RATE = 400000; // letters a second; faster output is slowed down
 const SLICE = 50; // ms
+const STOP_PATIENCE = 4000; // ms until the question whether Stop was pressed is given up, and asked again
+const ANSWER_PATIENCE = 60000; // ms; the server holds a request for 25 s at most
 
 /** A refusal of the class server; `word` is one of its error words. */
 export class Refused extends Error {
@@ -54,10 +56,11 @@ export function makeHost(post) {
   let allowance = OUTPUT_RATE;
   let allowanceAt = 0;
 
-  function request(method, path, body = null, tries = 3) {
+  function request(method, path, body = null, tries = 3, patience = ANSWER_PATIENCE) {
     for (let attempt = 1; ; ++attempt) {
       const question = new XMLHttpRequest();
       question.open(method, path, false);
+      question.timeout = patience;
       if (token) question.setRequestHeader('Kelmora-Token', token);
       if (method !== 'GET') question.setRequestHeader('Kelmora', '1');
       if (body !== null) question.setRequestHeader('Content-Type', 'text/plain; charset=utf-8');
@@ -113,7 +116,7 @@ export function makeHost(post) {
     if (now - askedStop < STOP_EVERY) return false;
     flush();
     try {
-      const answer = request('GET', `/api/run/stop?run=${run}`, null, 1);
+      const answer = request('GET', `/api/run/stop?run=${run}`, null, 1, STOP_PATIENCE);
       if (answer.status === 200) {
         if (answer.text === '2') stopped = true;
         else if (answer.text >= '3' && answer.text <= '9') speed = Number(answer.text) - 3;
