@@ -11,7 +11,8 @@ import sys
 import time
 
 TREE = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "build", "release")
-FIELD, PEER = os.path.join(TREE, "kelmora-headless"), os.path.join(TREE, "bench", "kelmora_bench_peer")
+FIELD, PEER, STEPS = (os.path.join(TREE, *path) for path in (("kelmora-headless",), ("bench", "kelmora_bench_peer"),
+                                                             ("bench", "kelmora_bench_steps")))
 ECHO_LINES = 400000  # as in bench_peer.cpp
 PYTHON_BOT = """
 import socket, sys
@@ -70,6 +71,25 @@ def echo(bots, lines):
     print(f"echo with {bots} C++ programs,{ECHO_LINES / spent / len(lines):.0f},{ECHO_LINES / spent:.0f},{each:.1f}", flush=True)
 
 
+def saturated(count, seconds):
+    """Programs of the C++ library on a field that does not wait: what they get out of it, and what it works meanwhile."""
+    field, port = start([FIELD, "-p", 0, "-w", "off", "--pace", "free", "-n", count])
+
+    def work():
+        with open(f"/proc/{field.pid}/stat", encoding="ascii") as stat:
+            return sum(map(int, stat.read().rsplit(")", 1)[1].split()[11:13])) / os.sysconf("SC_CLK_TCK")
+    before = work()
+    running = [subprocess.Popen([STEPS, str(port), str(seconds)], stdout=subprocess.PIPE, text=True) for _ in range(count)]
+    told = [program.communicate()[0].split() for program in running]
+    worked = work() - before
+    field.terminate()
+    field.wait()
+    steps = sum(int(made) for made, _ in told)
+    each = sum(float(cost) for _, cost in told) / count
+    print(f"{count} programs of the C++ library that step and cost {each:.1f} us a step; pace free,,{steps / seconds:.0f},"
+          f"{1e6 * worked / steps:.1f}", flush=True)
+
+
 def main():
     python = [sys.executable, "-c", PYTHON_BOT]
     turns = ["--pace", "turns", "--turn-limit", 60000]
@@ -81,6 +101,8 @@ def main():
     for count in (1, 2, 4, 8):
         measure(f"{count} C++ programs that ask three questions and step", 20000, [*turns, "-n", count], [asking] * count, 4 * count)
     measure("10 C++ programs that ask three questions and step", 10000, [*turns, "-n", 10], [asking] * 10, 40)
+    saturated(1, 4)
+    saturated(10, 8)
     echo(2, asking)
     echo(10, asking)
 

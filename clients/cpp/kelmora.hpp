@@ -1371,7 +1371,7 @@ private:
         std::array<char, 16> digits;
         const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         packet_.push_back(' ');
-        packet_.append(digits.data(), end);
+        packet_.append(digits.data(), static_cast<std::size_t>(end - digits.data()));
     }
     void append(double number) {
         constexpr double EXACT = 9007199254740992.0; // 2^53: whole numbers below are written without an exponent
@@ -1383,7 +1383,7 @@ private:
             end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         }
         packet_.push_back(' ');
-        packet_.append(digits.data(), end);
+        packet_.append(digits.data(), static_cast<std::size_t>(end - digits.data()));
     }
     void hex_line(std::string_view word, std::string_view bytes) {
         constexpr std::string_view DIGITS = "0123456789abcdef";

@@ -6,6 +6,7 @@ import os
 import random
 import re
 import socket
+import struct
 import subprocess
 import sys
 import tempfile
@@ -567,6 +568,40 @@ class Hostile(unittest.TestCase):
                 turtle = self.connect(make_noise, 30)
                 for _ in range(10):
                     turtle.score()
+
+    def test_lines_that_no_field_sends(self):
+        for bad in (b"1" * 1000000 + b" 2 OK @ 1 0\n", b"\0" * 500 + b"\n", b"1.5\0 2.5 OK @ 10 0\n", b"\0" * 200000,
+                    bytes(k for k in range(256) if k != 10) + b"\n"):
+            def answer(connection):
+                self.greet(connection)
+                connection.recv(4096)
+                connection.sendall(bad)
+                connection.recv(4096)
+            with self.assertRaises(kelmora.BadAnswer, msg=bad[:40]):
+                self.connect(answer, 30).position()
+
+    def test_two_answers_to_one_command(self):
+        def answer(connection):
+            self.greet(connection)
+            connection.recv(4096)
+            connection.sendall(b"OK @ 10 0\nOK @ 11 0\n")
+            connection.recv(4096)
+        turtle = self.connect(answer, 30)
+        self.assertTrue(turtle.forward(1))
+        with self.assertRaises(kelmora.BadAnswer):
+            turtle.position()
+
+    def test_a_reset_in_the_middle_of_an_answer(self):
+        def answer(connection):
+            self.greet(connection)
+            connection.recv(4096)
+            connection.sendall(b"1.5 2.")
+            time.sleep(0.05)  # a reset would overtake it
+            connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+        turtle = self.connect(answer, 30)
+        for call in (turtle.position, turtle.position, lambda: turtle.forward(1)):
+            with self.assertRaises(kelmora.Lost):
+                call()
 
     def test_nobody_there(self):
         with socket.create_server(("127.0.0.1", 0)) as listener:

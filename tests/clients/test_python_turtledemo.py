@@ -20,7 +20,7 @@ from PIL import Image  # noqa: E402
 
 RUNNER = os.path.join(HERE, "turtledemo.py")
 LIMIT = 800           # seconds for one program; the longest draws 19000 lines, one a frame
-LONG = {"fractalcurves", "forest", "penrose", "planet_and_moon", "rosette"}  # minutes each
+LONG = {"chaos", "clock", "fractalcurves", "forest", "penrose", "planet_and_moon", "rosette"}
 # What only the field or only Tk has: windows, mice and keys, turtles that look otherwise, undo, a picture that zooms,
 # more turtles than there are places, and two of them at one spot.
 NOT_FOR_A_FIELD = {"chaos", "clock", "colormixer", "forest", "minimal_hanoi", "nim", "paint", "penrose", "planet_and_moon", "rosette",
