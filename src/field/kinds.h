@@ -16,6 +16,7 @@ inline constexpr uint32_t BLOCKED_BY_STONE = 3;
 
 struct kind_info_t {
     kind_t kind;
+    const char* name;      // in the record of a game
     uint32_t flag;         // TTL_* bit of the kind; 0 for a turtle
     uint32_t blocked_by;   // BLOCKED_BY_* of it as an obstacle
     uint32_t event, latch; // of the blocked turtle: EVENT_*, and the TTL_LATCH_* that marks it as reported
@@ -23,10 +24,10 @@ struct kind_info_t {
 };
 
 inline constexpr std::array<kind_info_t, 4> KINDS{{
-    {kind_t::turtle, 0, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
-    {kind_t::robot, TTL_ROBOT, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
-    {kind_t::doughnut, TTL_DOUGHNUT, BLOCKED_BY_DOUGHNUT, EVENT_DOUGHNUT, TTL_LATCH_DOUGHNUT, 2},
-    {kind_t::stone, TTL_STONE, BLOCKED_BY_STONE, EVENT_STONE, TTL_LATCH_STONE, 3},
+    {kind_t::turtle, "turtle", 0, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
+    {kind_t::robot, "robot", TTL_ROBOT, BLOCKED_BY_TURTLE, EVENT_TURTLE, TTL_LATCH_TURTLE, 1},
+    {kind_t::doughnut, "doughnut", TTL_DOUGHNUT, BLOCKED_BY_DOUGHNUT, EVENT_DOUGHNUT, TTL_LATCH_DOUGHNUT, 2},
+    {kind_t::stone, "stone", TTL_STONE, BLOCKED_BY_STONE, EVENT_STONE, TTL_LATCH_STONE, 3},
 }};
 
 /// The kind for turtle_t::flags. The last matching row counts: an ownerless doughnut has the robot's bit, too.

@@ -21,8 +21,6 @@ constexpr double QUARTERS = 4.0;       // places are corrected in quarters of a 
 constexpr uint64_t HASH_EVERY = 20;    // ticks
 constexpr int NO_KIND = -1;
 
-constexpr std::array<const char*, 4> KINDS{"turtle", "robot", "doughnut", "stone"};
-
 // One character represents a listed text.
 constexpr std::string_view LETTERS =
     "!#$%&'()*+,-/0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[]^_`abcdefghijklmnopqrstuvwxyz"
@@ -31,10 +29,7 @@ constexpr std::string_view LETTERS =
 constexpr char JOINED[] = "+", LEFT[] = "-", DROPPED[] = "=", TURNED_AWAY[] = "~";
 constexpr char NOTHING_CHANGED[] = "?"; // a question, or a word that is no command
 
-// A kind in a record: 0 turtle, 1 robot, 2 doughnut, 3 stone.
 int kind_number(const turtle_t& t) { return static_cast<int>(kind_of(t.flags).kind); }
-static_assert(static_cast<int>(kind_t::turtle) == 0 && static_cast<int>(kind_t::robot) == 1 &&
-              static_cast<int>(kind_t::doughnut) == 2 && static_cast<int>(kind_t::stone) == 3);
 
 double bounded(double v) { return std::isfinite(v) ? std::clamp(v, -PLACE_MOST, PLACE_MOST) : 0.0; }
 int64_t hundredths(double v) { return std::llround(bounded(v) * 100.0); }
@@ -306,7 +301,7 @@ void add_field(std::string& json, const char* name, int64_t number) {
     add_json_integer(json, number);
 }
 
-int32_t seat_of(const turtle_t& t) { return kind_number(t) == 0 ? t.client_id : -1; }
+int32_t seat_of(const turtle_t& t) { return kind_of(t.flags).kind == kind_t::turtle ? t.client_id : -1; }
 
 // The complete record of a turtle, from which both sides then compute the same.
 void tell_turtle(recorder_t& r, int i, std::string& json) {
@@ -324,7 +319,7 @@ void tell_turtle(recorder_t& r, int i, std::string& json) {
     told.dying = t.dying_count > 0;
     told.zombie = has_any(t.flags, TTL_ZOMBIE);
     json += "{\"kind\":\"";
-    json += KINDS[static_cast<size_t>(told.kind)];
+    json += kind_of(t.flags).name;
     json += "\",";
     tell_name(r, told, t, json);
     json += ",\"x\":";

@@ -15,6 +15,11 @@ template <class Action> static std::string said(Action action) {
     return testing::internal::GetCapturedStderr();
 }
 
+// As the program starts, before any test changes them.
+const std::array<double, 4> EDGES_AT_START{Xmin, Xmax, Ymin, Ymax};
+
+TEST_F(Field, edges_start_at_256) { EXPECT_EQ(EDGES_AT_START, (std::array<double, 4>{-256, 256, -256, 256})); }
+
 TEST_F(Field, table_sizes_are_fixed) {
     EXPECT_EQ(teams.size(), 5u);
     EXPECT_EQ(coins.size(), 300u);
