@@ -191,6 +191,7 @@ class Pages:
             self.room.student("Child %d" % k)
         teacher.wait("document.querySelectorAll('.who .name').length === 30", "thirty on the board")
         self.assertTrue(teacher.run("return document.documentElement.scrollWidth <= innerWidth;"))
+        self.assertTrue(teacher.run("const p = document.querySelector('.people'); return p.scrollHeight <= p.clientHeight;"))
         teacher.wait("document.querySelector('img.qr').naturalWidth > 0", "the QR code")
         teacher.open("/desk")
         teacher.wait("document.querySelectorAll('tbody tr').length === 30", "thirty at the desk")

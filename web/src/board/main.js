@@ -15,6 +15,7 @@ const count = el('span', { class: 'chip' });
 const waiting = el('span', { class: 'chip note', hidden: true });
 const paused = el('p', { class: 'notice paused', role: 'status', hidden: true, text: t('board.paused') });
 const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
+const FEW = 16; // names that are written large; nobody scrolls on a projector
 const who = el('ul', { class: 'who' });
 const tabs = el('div', { class: 'row field-tabs', role: 'group', 'aria-label': t('watch.which'), hidden: true });
 const view = makeFieldView({ every: 60 });
@@ -52,6 +53,7 @@ function show(told) {
   }
   paused.hidden = !told.paused;
   count.textContent = String(told.who.length);
+  who.classList.toggle('many', told.who.length > FEW);
   waiting.hidden = !(told.waiting > 0);
   waiting.textContent = t('board.waiting', told.waiting);
   who.replaceChildren(...(told.who.length === 0 ? [el('li', { class: 'muted', text: t('board.nobody') })] : told.who.map((one) => el('li', {
