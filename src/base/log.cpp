@@ -49,6 +49,7 @@ struct kind_t {
 
 // All below is guarded by log_mutex.
 std::mutex log_mutex;
+bool silent = false;
 std::array<format_t, FORMAT_MAX> formats;
 std::array<kind_t, KIND_MAX> kinds;
 std::array<char, LOG_BACKLOG> backlog;
@@ -211,8 +212,14 @@ bool log_rate_admits(log_rate_t& rate, steady::time_point now) {
     return true;
 }
 
+void log_nothing() {
+    const std::lock_guard lock(log_mutex);
+    silent = true;
+}
+
 void log_line(const char* format, ...) {
     const std::lock_guard lock(log_mutex);
+    if (silent) return;
     const auto now = steady::now();
     format_t& all = format_record(format);
     if (now - all.second >= LOG_SECOND) {

@@ -23,6 +23,9 @@ inline constexpr std::chrono::seconds LOG_SECOND{1};
 /// The same without limits: for lines that only the operator can cause.
 [[gnu::format(printf, 1, 2)]] void log_line_always(const char* format, ...);
 
+/// From now on log_line writes nothing: for a program that only plays a game again.
+void log_nothing();
+
 /// Reports all suppressed lines at once and restarts counting, so that tests do not affect each other.
 void log_forget();
 

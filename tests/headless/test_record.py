@@ -69,7 +69,7 @@ class Record(GameTest):
 
     def test_it_can_be_played_again(self):
         done = replay("--verify", self.file)
-        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertIn("verified: the same up to tick 2500", done.stdout)
         self.assertIn("Fighter0", done.stdout)
 
