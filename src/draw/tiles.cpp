@@ -23,8 +23,9 @@ interval_t tiles_between(double from, double to) {
 }
 
 uint32_t bits_of(interval_t columns) {
-    const uint32_t up_to_last = columns.last == TILES_A_SIDE - 1 ? ~0U : (1U << (columns.last + 1)) - 1;
-    return up_to_last & ~((1U << columns.first) - 1);
+    const int first = std::clamp(columns.first, 0, TILES_A_SIDE - 1);
+    const int count = std::clamp(columns.last - first + 1, 0, TILES_A_SIDE);
+    return static_cast<uint32_t>(((uint64_t{1} << count) - 1) << first);
 }
 
 } // namespace
