@@ -97,9 +97,11 @@ export async function pythonParts(core, cache) {
   files.set('pyodide-lock.json', Buffer.from(JSON.stringify({ ...lock, packages: {} })));
   files.set('python_stdlib.zip', readFileSync(path.join(kept, 'python_stdlib.zip')));
   const snapshot = readFileSync(path.join(kept, 'snapshot.bin'));
+  // Browsers keep each piece for ever: pieces of two snapshots never bear the same name.
+  const mark = createHash('sha256').update(snapshot).digest('hex').slice(0, 12);
   const pieces = [];
   for (let at = 0; at < snapshot.length; at += PIECE_BYTES) {
-    pieces.push(`snapshot-${String(pieces.length).padStart(2, '0')}.bin`);
+    pieces.push(`snapshot-${mark}-${String(pieces.length).padStart(2, '0')}.bin`);
     files.set(pieces.at(-1), snapshot.subarray(at, at + PIECE_BYTES));
   }
   return { version, files, snapshot: { pieces, length: snapshot.length }, packageFiles: packageFiles() };

@@ -87,7 +87,7 @@ void create_menu() {
         const char* label;
         int value;
     };
-    // Value 6 does nothing: the entry is only a line.
+    // Value 0 does nothing: the entry is only a line. No entry has value 6.
     static constexpr std::array<entry_t, 9> ENTRIES{{
         {"Clear Field", 1},
         {"Erase Zombie", 2},

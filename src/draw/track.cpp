@@ -42,7 +42,7 @@ float drawable_width(double w, GLenum range) {
 // What is painted between the points 0 to `oldest` of a track, and `reach` around them.
 void note_points(const turtle_t& t, int oldest, double reach) {
     double left = t.pos[0].x, right = left, bottom = t.pos[0].y, top = bottom;
-    for (int k = 1; k <= oldest; ++k) {
+    for (int k = 0; k <= oldest; ++k) {
         const point_t& p = t.pos[k];
         if (!std::isfinite(p.x) || !std::isfinite(p.y)) reach = std::numeric_limits<double>::infinity();
         left = std::min(left, p.x);

@@ -62,11 +62,10 @@ void look_for_line(int slot) {
 }
 
 // Receives from the seat, perhaps the rest of its line. Also from a program that takes no replies any more: what it
-// sent before it disconnected still runs. Waits for a
-// moment.
+// sent before it disconnected still runs. Waits for a moment; a stop and continue of this process interrupts that.
 void receive_from(int slot) {
     const int got = receive_bytes(slot);
-    if (got < 0 && errno == EAGAIN) return;
+    if (got < 0 && (errno == EAGAIN || errno == EINTR)) return;
     if (got < 1) {
         seat_at(slot).with = waits_with_t::end;
     } else {

@@ -792,6 +792,13 @@ class Practice(unittest.TestCase):
             turtle.forward(2)
             self.assertAlmostEqual(abs(turtle.position() - (3, 1)), 0, places=4)
             self.assertAlmostEqual(turtle.heading() % 360, 0, places=4)
+            for paint in (lambda: turtle.dot(1), lambda: turtle.write("here")):
+                turtle.clear()
+                turtle.penup()
+                paint()
+                with self.assertRaises(kelmora.NotHere):
+                    screen.setworldcoordinates(0, 0, 5, 5)
+            turtle.clear()
         finally:
             screen.mode("standard")
         self.assertEqual(self.turtle.mode(), "standard")

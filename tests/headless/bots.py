@@ -31,6 +31,11 @@ def fight():
 
 
 try:
+    if kind == "browser":
+        sock.sendall(b"GET / HTTP/1.1\r\nHost: field\r\n\r\n")
+        while sock.recv(4096):
+            pass
+        sys.exit(0)
     if kind != "silent":
         ask("n " + (os.environ["KELMORA_NAME"] if kind != "thief" else "hunter").encode().hex())
         ask("i " + os.environ["KELMORA_TEAM"])

@@ -98,6 +98,12 @@ class Record(GameTest):
         self.assertEqual(done.returncode, 1)
         self.assertIn("differs at tick 1000:", done.stdout)
 
+    def test_a_head_that_spells_its_keys_otherwise_differs(self):
+        text = gzip.decompress(self.record).decode().replace('"seed"', '"\\u0073eed"', 1)
+        done = replay("--verify", self.write(gzip.compress(text.encode())))
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn("differs at tick 0:", done.stdout)
+
     def test_a_file_cut_off_anywhere_plays_up_to_the_cut(self):
         dice = random.Random(1)
         whole = gzip.decompress(self.record).decode().splitlines()

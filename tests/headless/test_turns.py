@@ -3,6 +3,7 @@ import hashlib
 import os
 import random
 import subprocess
+import signal
 import threading
 import time
 
@@ -29,6 +30,16 @@ class Turns(GameTest):
         self.assertFalse(a.has_answer(0.2))  # tick 1 has passed, b has not sent a line in the next turn
         b.send("f 1")
         self.assertEqual([a.answer(), b.answer()], ["OK @ 1 0", "OK @ 1 0"])
+
+    def test_nobody_is_thrown_out_when_the_game_is_stopped_and_goes_on(self):
+        game, a, b = self.turns(2)
+        for tick in range(200):
+            for program in (a, b):
+                program.send("f 0")
+            self.assertEqual([a.answer(), b.answer()], ["OK @ %d 0" % tick] * 2)
+            if tick % 10 == 0:
+                game.process.send_signal(signal.SIGSTOP)
+                game.process.send_signal(signal.SIGCONT)
 
     def test_questions_take_no_turn(self):
         _, a, b = self.turns(2)

@@ -249,6 +249,23 @@ TEST_F(Frame, brush_ink_and_texts_stay_on_the_canvas) {
     for (int k = 0; k < 5; ++k) EXPECT_EQ(differing_pixels(first, frame(), 0), 0);
 }
 
+TEST_F(Frame, the_end_of_a_text_of_wide_letters_stays) {
+    const auto printed = [](int plainly) {
+        use_reference_path = plainly;
+        put_canvas([](int, int) { return BLACK; });
+        put_turtle(0, -200, 3);
+        turtle_print_string(0, "a");
+        draw_frame(); // from here on only what was painted is copied
+        turtle_print_string(0, "mmmmmmmmmmmmmmmmmmmmmmmmmmmmmm");
+        draw_frame();
+        ttl[0].flags = 0;
+        return frame();
+    };
+    const shot plain = printed(1);
+    EXPECT_EQ(differing_pixels(plain, printed(0), 0), 0);
+    EXPECT_NEAR(ink(plain, BLACK, 0).right, 56 + 29 * 12.396 + 11.436, 1.5); // widths of m from the font
+}
+
 // --- cameras ---
 
 TEST_F(Frame, bird_view_shows_the_field_from_the_south) {

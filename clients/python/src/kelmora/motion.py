@@ -46,7 +46,7 @@ class Motion(Body):
     def forward(self, distance: float) -> bool:
         """Goes so many units forward, all of them or none; a negative distance leads back."""
         field = self._field
-        # Nearly all steps go this way. It is short, see SocketTransport.swap().
+        # Nearly all steps go this way. It is short: this and Field.do() are all of a step.
         if (distance.__class__ in PLAIN and -LONG <= distance <= LONG
                 and not (self._recolored or self._traces or field.batching or self._world)):
             answer = field.do("f %s" % distance)

@@ -184,6 +184,7 @@ class Pen(Motion):
     def _painted(self, packets: Iterable[list[str]], back_to: Vec2D, moved: bool = True) -> bool:
         """Sends the packets one by one until something is refused, then puts turtle and pen back as they were."""
         self._lift_brush()
+        world.painted = True
         done = True
         for packet in packets:
             done = self._say(packet, all_done)
@@ -221,6 +222,7 @@ class Pen(Motion):
             raise BadValue('align is "left", "center" or "right", not %.40r.' % (align,))
         if font is not None:
             hooks.note_once("font", "write() has one font here, 10 units high; font=... is left out.")
+        world.painted = True
         line = "s " + text.encode("ascii").hex()
         wide = text_width(text)
         aside = {"left": 0.0, "center": wide / 2, "right": wide}[align]

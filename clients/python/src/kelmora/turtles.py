@@ -78,13 +78,15 @@ class Turtle(Looks, Deeds, Compat):
     def _count_anew(self) -> None:
         """Counts as the program does from now on, and goes home."""
         super()._count_anew()
-        down = self._down
+        down, strict = self._down, self._strict
+        self._strict = False  # a way that is blocked is for _stay() to tell
         if down:
             self.penup()
         if not self.home():
             self._stay()
         if down:
             self.pendown()
+        self._strict = strict
 
     def clone(self) -> "Turtle":
         """Another turtle with the same pen, at the same place.
