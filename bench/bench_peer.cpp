@@ -1,5 +1,6 @@
 // The two ends of a line exchange, for bench_headless.py.
-//   bench_peer bot PORT LINE...    sends the lines in turn, each after an answer, until the other end closes
+//   bench_peer bot PORT LINE...    sends the lines in turn, each after an answer, until the other end closes; fd:N for
+//                                  PORT: on a connection that it has been given as descriptor N
 //   bench_peer echo N              waits for N bots on a free port, which it prints, and answers each line with one of
 //                                  a reply's length: the cost of the exchange without any computation
 #include <array>
@@ -24,13 +25,17 @@ void no_delay(int sock) {
     setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 }
 
-int bot(int port, const std::vector<std::string>& lines) {
+int connect_to(int port) {
     const int sock = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(static_cast<uint16_t>(port));
-    if (connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return 1;
+    return connect(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? sock : -1;
+}
+
+int bot(int sock, const std::vector<std::string>& lines) {
+    if (sock < 0) return 1;
     no_delay(sock);
     std::array<char, 4096> answer{};
     for (;;) {
@@ -81,5 +86,6 @@ int main(int argc, char** argv) {
     if (argc < 4 || strcmp(argv[1], "bot") != 0) return 2;
     std::vector<std::string> lines;
     for (int k = 3; k < argc; ++k) lines.push_back(std::string(argv[k]) + "\n");
-    return bot(atoi(argv[2]), lines);
+    const bool is_given = strncmp(argv[2], "fd:", 3) == 0;
+    return bot(is_given ? atoi(argv[2] + 3) : connect_to(atoi(argv[2])), lines);
 }
