@@ -65,26 +65,10 @@ class Motion(Body):
 
     def left(self, angle: float) -> bool:
         """Turns left by the angle. In battle mode by 3 degrees at most."""
-        field = self._field
-        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
-                field.batching or self._world):
-            answer = field.do("t l %s" % angle)
-            if answer is None:
-                self._obstacle = None
-                return True
-            return self._heard(answer)
         return self._turn_by("t l ", angle)
 
     def right(self, angle: float) -> bool:
         """Turns right by the angle. In battle mode by 3 degrees at most."""
-        field = self._field
-        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
-                field.batching or self._world):
-            answer = field.do("t r %s" % angle)
-            if answer is None:
-                self._obstacle = None
-                return True
-            return self._heard(answer)
         return self._turn_by("t r ", angle)
 
     def goto(self, x: Any, y: Any = None) -> bool:
@@ -262,6 +246,14 @@ class Motion(Body):
 
     def _turn_by(self, command: str, angle: Any) -> Any:
         """A turn to the left or right."""
+        field = self._field
+        if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
+                field.batching or self._world):
+            answer = field.do(command + "%s" % angle)
+            if answer is None:
+                self._obstacle = None
+                return True
+            return self._heard(answer)
         if self._world is None or self._world.even:
             return self._turn(command + (spell(angle) if self._angle_unit == 1.0 else spell(number(angle) * self._angle_unit)))
         degrees = number(angle) * self._angle_unit * (1 if command == "t l " else -1)
