@@ -105,6 +105,10 @@ class Student(Browser):
         self.run = answer.json["run"]
         return answer.json
 
+    def begin_in_the_middle(self):
+        """Begins when nobody stands in the middle and nobody has just started there."""
+        wait_until(lambda: self.begin()["start"] == [0, 0], 20, "the middle to be free")
+
     def lines(self, text, run=None):
         return self.post("/api/run/lines?run=%d" % (run or self.run), text)
 
@@ -202,6 +206,17 @@ class Classroom:
     def student(self, name="Ann", **options):
         """A student who has joined; raises when the server refuses."""
         return self.browsers.enter_context(contextlib.closing(Student(self, name, **options)))
+
+    def gather(self, *names):
+        """Students who stand at known places of their own, ten at most. The field puts new turtles anywhere, also in
+        the middle and in the way of others, so each steps aside before the next one comes; nobody else may be there."""
+        people = []
+        for name in names:
+            someone = self.student(name)
+            people.append(someone)
+            someone.begin()
+            someone.do("j %d -230" % (50 * len(people) - 275))
+        return people
 
     def teacher(self):
         return self.browser(host="localhost")

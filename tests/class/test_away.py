@@ -8,9 +8,9 @@ from classroom import Classroom, Field, time, wait_until
 class Away(unittest.TestCase):
     def test_a_seat_is_free_after_a_minute_and_its_turtle_out_of_sight(self):
         with Field(), Classroom() as room:
-            ann, bob, cleo = room.student("Ann"), room.student("Bob"), room.student("Cleo")
+            ann, bob, cleo = room.gather("Ann", "Bob", "Cleo")
             for heading, someone in ((0, ann), (120, bob), (240, cleo)):
-                someone.begin()
+                someone.begin_in_the_middle()
                 someone.do("p d", "t l %d" % heading, "f 60")
             ann.close()  # the tab has gone
             began = time.monotonic()

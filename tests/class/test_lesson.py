@@ -93,15 +93,15 @@ class Lesson(unittest.TestCase):
         self.assertEqual(ann.position(), (0, 0))
 
     def test_who_starts_while_somebody_stands_in_the_middle_can_move(self):
-        ann, bob = self.room.student("Ann"), self.room.student("Bob")
-        ann.begin()
+        ann, bob = self.room.gather("Ann", "Bob")
+        ann.begin_in_the_middle()
         begun = bob.begin()
         self.assertNotEqual(begun["start"], [0, 0])
         self.assertEqual(list(bob.position()), begun["start"])
         bob.do("p d", "f 20")
         ann.do("f 60")
         self.assertEqual(ann.position(), (60, 0))
-        wait_until(lambda: bob.begin()["start"] == [0, 0], 20, "the middle to be free again")
+        bob.begin_in_the_middle()
         bob.do("b 20")
 
     def test_ten_who_start_at_once_can_all_move(self):
@@ -251,7 +251,7 @@ class Lesson(unittest.TestCase):
     # seats
 
     def test_the_eleventh_waits_and_gets_the_place_of_who_leaves(self):
-        people = [self.room.student("P%d" % k) for k in range(11)]
+        people = [*self.room.gather(*["P%d" % k for k in range(10)]), self.room.student("P10")]
         last = people[-1]
         self.assertEqual(last.state["state"], "waiting")
         self.assertEqual((last.state["queue"]["place"], last.state["queue"]["of"]), (1, 1))
@@ -260,14 +260,14 @@ class Lesson(unittest.TestCase):
         wait_until(lambda: len(self.turtles(last)) == 10, 20, "ten turtles")
         people[3].post("/api/leave")
         wait_until(lambda: last.me()["state"] == "seated", 20, "the seat")
-        last.begin()
+        last.begin_in_the_middle()
         self.assertEqual(last.position(), (0, 0))
         wait_until(lambda: sorted(t["name"] for t in self.turtles(last)) == sorted(p.name for p in people if p is not people[3]),
                    20, "the turtles of those who are here, and no others")
 
     def test_the_turtle_of_who_left_goes_out_of_sight(self):
-        ann, bob = self.room.student("Ann"), self.room.student("Bob")
-        ann.begin()
+        ann, bob = self.room.gather("Ann", "Bob")
+        ann.begin_in_the_middle()
         ann.do("p d", "f 100")
         ann.post("/api/leave")
         wait_until(lambda: [t["name"] for t in self.turtles(bob)] == ["Bob"], 20, "only Bob's turtle")
