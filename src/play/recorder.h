@@ -46,7 +46,7 @@ struct told_t {
     bool firing;      // its beam flies
     uint32_t pen;     // colour, 0xRRGGBB
     int32_t width;    // hundredths
-    point_t drawn_to; // where its last painted segment ended, hundredths
+    point_t drawn_to; // where its last painted segment ended, quarters of a field unit
     std::string name;
 };
 

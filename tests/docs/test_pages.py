@@ -1,0 +1,221 @@
+"""The documents against the files: every link leads somewhere, every file that is named is there, and what a document lists
+of options, addresses and members is what the program has. No field is started."""
+import functools
+import glob
+import json
+import os
+import re
+import unittest
+
+TOP = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
+SKIPPED = {".git", "build", "dist", "node_modules", "__pycache__"}
+FENCE = re.compile(r"^ *```.*?^ *```$", re.MULTILINE | re.DOTALL)
+LINK = re.compile(r"\]\(([^)\s]+)\)|(?:src|href)=\"([^\"]+)\"")
+FILE = re.compile(r"(?<![\w./<-])(?:\./)?((?:scripts|src|tests|docs|web|class|clients|bench|contest|assets)/[\w./-]*[\w/])")
+MADE = re.compile(r"^(web/dist|clients/python/dist|bench/kelmora_bench)|NAME|/v/")  # by a build or a reader; or an example's name
+
+
+def documents():
+    """All Markdown files of the project, relative to its top folder."""
+    found = []
+    for folder, folders, files in os.walk(TOP):
+        folders[:] = [name for name in folders if name not in SKIPPED]
+        found += [os.path.relpath(os.path.join(folder, name), TOP) for name in files if name.endswith(".md")]
+    return sorted(found)
+
+
+@functools.cache
+def read(path):
+    with open(os.path.join(TOP, path), encoding="utf-8") as file:
+        return file.read()
+
+
+def anchor(heading, before):
+    """The name that GitHub and its like give to a heading, the headings before it known."""
+    text = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", heading).replace("`", "").replace("*", "")
+    name = re.sub(r"[^\w\- ]", "", text.strip().lower()).replace(" ", "-")
+    number = before.count(name)
+    return f"{name}-{number}" if number else name
+
+
+def anchors(path):
+    names = []
+    for heading in re.findall(r"^#+ +(.+?)#*$", FENCE.sub("", read(path)), re.MULTILINE):
+        names.append(anchor(heading, names))
+    return names
+
+
+def links(path):
+    """Targets in a document, code left out."""
+    text = re.sub(r"`[^`\n]*`", "", FENCE.sub("", read(path)))
+    return [first or second for first, second in LINK.findall(text)]
+
+
+def trouble_with(path, target):
+    """What is wrong with a link to `target` in the document `path`; an empty text when it leads somewhere."""
+    if re.match(r"[a-z]+:", target):
+        return ""
+    name, _, part = target.partition("#")
+    goal = os.path.normpath(os.path.join(os.path.dirname(path), name)) if name else path
+    if goal.startswith("..") or not os.path.exists(os.path.join(TOP, goal)):
+        return f"{goal} does not exist"
+    if part and part not in anchors(goal):
+        return f"{goal} has no heading #{part}"
+    return ""
+
+
+class Links(unittest.TestCase):
+    def test_every_link_leads_somewhere(self):
+        count = 0
+        for path in documents():
+            for target in links(path):
+                count += 1
+                with self.subTest(page=path, target=target):
+                    self.assertEqual(trouble_with(path, target), "")
+        self.assertGreater(count, 150)
+
+    def test_a_wrong_link_is_noticed(self):
+        self.assertEqual(trouble_with("README.md", "docs/protocol.md#events"), "")
+        self.assertEqual(trouble_with("docs/web.md", "https://example.org/"), "")
+        for target in ("docs/nothing.md", "docs/protocol.md#nothing", "#nothing", "../elsewhere"):
+            with self.subTest(target):
+                self.assertNotEqual(trouble_with("README.md", target), "")
+
+    def test_every_file_that_is_named_is_there(self):
+        count = 0
+        for path in documents():
+            for name in set(FILE.findall(read(path))):
+                count += 1
+                with self.subTest(page=path, name=name):
+                    self.assertTrue(MADE.search(name) or any(
+                        glob.glob(os.path.join(TOP, start, name) + end)
+                        for start in ("", os.path.dirname(path)) for end in ("", ".cpp")))
+        self.assertGreater(count, 100)
+
+    def test_every_file_of_src_that_is_named_is_there(self):
+        """Such as `game/tick`, `field/turtles.h` and `signals` of no folder, which is none."""
+        folders = "|".join(os.listdir(os.path.join(TOP, "src")))
+        names = {name for path in documents() for name in re.findall(rf"`((?:{folders})/\w+(?:\.h|\.cpp)?)`", read(path))}
+        self.assertGreater(len(names), 20)
+        for name in names:
+            with self.subTest(name):
+                self.assertTrue(glob.glob(os.path.join(TOP, "src", name) + ("" if "." in name else ".*")))
+
+
+def codes(text):
+    """All code spans."""
+    return re.findall(r"`([^`\n]+)`", text)
+
+
+def words_in_code(path):
+    """Words of the code spans and of the JSON in them."""
+    return {word for code in codes(read(path)) for word in re.findall(r"\w+", code)}
+
+
+def options_in_table(path):
+    """Names of options in table rows whose first cell has nothing else."""
+    rows = re.findall(r"^\| (`-.*?`) \|", read(path), re.MULTILINE)
+    return {code.split()[0] for row in rows for code in codes(row)}
+
+
+def options_in_man(path):
+    text = read(path).replace("\\-", "-")
+    text = text[text.index(".SH OPTIONS"):text.index(".SH EXIT")]
+    return set(re.findall(r"(?<![\w-])-{1,2}[a-z][a-z-]*", "".join(re.findall(r"^\.TP\n(.*\n)", text, re.MULTILINE))))
+
+
+def options_in_source(path):
+    """Long options of a getopt table."""
+    return {"--" + name for name in re.findall(r'\{"([a-z-]+)", (?:required|no)_argument', read(path))}
+
+
+class ClassServer(unittest.TestCase):
+    """docs/class-server.md against class/."""
+    page = "docs/class-server.md"
+    sources = ("class/api.cpp", "class/desk.cpp", "class/server.cpp")
+
+    def test_its_addresses(self):
+        table = re.findall(r"\{(?:http::verb::)?(get|post|put), \"(/api/[^\"]+)\", need::(\w+)", read("class/api.cpp"))
+        self.assertGreater(len(table), 25)
+        listed = {}
+        for section in re.split(r"^## ", read(self.page), flags=re.MULTILINE)[1:]:
+            for method, path in re.findall(r"`(GET|POST|PUT) (/api/[\w/.]+)", section):
+                listed[method.lower(), path] = "desk" if section.startswith("Board and desk") else "other"
+        self.assertEqual({(method, path): "desk" if need == "desk" else "other" for method, path, need in table}, listed)
+
+    def test_its_members(self):
+        named = words_in_code(self.page)
+        asked, answered = set(), set()
+        for path in self.sources:
+            asked |= set(re.findall(r'(?:text_in|number_in)\(\w+(?:\.body)?, "(\w+)"', read(path)))
+            asked |= set(re.findall(r'body\.(?:find|contains)\("(\w+)"\)', read(path)))
+            answered |= set(re.findall(r'\{"(\w\w+)",', read(path))) | set(re.findall(r'\w\["(\w+)"\]', read(path)))
+        self.assertGreater(min(len(asked), len(answered)), 10)
+        self.assertEqual((asked | answered) - named - {"message"}, set())
+
+    def test_its_errors_and_endings(self):
+        words = {word for path in self.sources + ("class/http.cpp",)
+                 for word in re.findall(r'error_answer\([^,]*, "(\w+)"', read(path)) + re.findall(r'\{"error"(?:, |:)"(\w+)"', read(path))}
+        listed = re.search(r"The words: (.*?)\.\n", read(self.page), re.DOTALL)[1]
+        self.assertEqual(words, set(codes(listed)))
+        endings = set(re.findall(r'return "(\w+)";', re.search(r"ending_word.*?^}", read("class/room.cpp"), re.DOTALL | re.MULTILINE)[0]))
+        listed = re.search(r"with a `reason`: (.*?)\.\n", read(self.page), re.DOTALL)[1]
+        self.assertEqual(endings - {"running"}, set(codes(listed)))
+
+    def test_its_options(self):
+        options = options_in_table(self.page)
+        self.assertEqual(options_in_source("class/options.cpp"), options - {"-h"})
+        with_help = set(re.findall(r"--[a-z-]+", re.search(r"help_text\(\).*", read("class/options.cpp"), re.DOTALL)[0]))
+        self.assertEqual(with_help, options - {"-h"})
+
+
+class Headless(unittest.TestCase):
+    """docs/headless.md and the man page against the programs."""
+
+    def test_its_options(self):
+        options = options_in_table("docs/headless.md")
+        source = options_in_source("src/play/options.cpp")
+        self.assertEqual({name for name in options if name.startswith("--")}, source - {"--js"})
+        self.assertEqual({name for name in options if not name.startswith("--")},
+                         {"-" + letter for letter in re.search(r'SHORT_OPTIONS\[\] = "([\w:]+)"', read("src/play/options.cpp"))[1] if letter != ":"} | {"-js"})
+        self.assertEqual(options_in_man("docs/kelmora-headless.1"), options)
+
+    def test_the_keys_of_a_plan(self):
+        text = read("contest/kelmora-contest")
+        keys = set(re.findall(r'"(\w+)"', re.search(r"known = \{(.*?)\}", text)[1]))
+        keys |= set(re.findall(r'"(\w+)"', re.search(r"key not in \((.*?)\)", text)[1]))
+        keys |= set(re.findall(r'"(\w+)":', re.search(r"DEFAULT_LIMITS = \{(.*?)\}", text)[1]))
+        self.assertGreater(len(keys), 15)
+        self.assertEqual(keys, {code for row in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", read("docs/headless.md"), re.MULTILINE) for code in codes(row)})
+
+
+class Record(unittest.TestCase):
+    """docs/recording.md against the recorder."""
+    page = "docs/recording.md"
+
+    def test_its_members(self):
+        text = read("src/play/recorder.cpp")
+        written = set(re.findall(r'\\"(\w+)\\":', text)) | set(re.findall(r'(?:add_field|tell_number)\(json, "(\w+)"', text))
+        self.assertGreater(len(written), 35)
+        self.assertEqual(written - words_in_code(self.page), set())
+        rows = {code for row in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", read(self.page), re.MULTILINE) for code in codes(row)}
+        self.assertGreater(len(rows), 25)
+        self.assertEqual(rows - written, set())
+
+
+class Lists(unittest.TestCase):
+    """docs/web.md against the schemas, to which tests/docs/test_reference.py holds the program."""
+
+    def test_their_members(self):
+        sections = {section.split("`")[1].strip("/"): section for section in re.split(r"^## ", read("docs/web.md"), flags=re.MULTILINE)
+                    if section.startswith("`/")}
+        for kind in ("turtle", "wall", "coin", "camera"):
+            schema = json.loads(read(f"docs/schema/{kind}.json"))
+            members = set((schema.get("items") or schema)["properties"])
+            rows = {code for row in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", sections[kind], re.MULTILINE) for code in codes(row)}
+            with self.subTest(kind):
+                self.assertEqual(rows, members)
+
+
+if __name__ == "__main__":
+    unittest.main()
