@@ -25,34 +25,49 @@ json() {
     printf '"%s"' "$text"
 }
 
+# Makes of the parts of a request the arguments of a word.
+decode() {
+    local part rest
+    arguments=()
+    for part; do
+        rest=${part:1}
+        case $part in
+            s*)
+                printf -v rest '%b' "$(sed 's/../\\x&/g' <<<"$rest")"
+                ;;
+            c*) rest=note_$rest ;;
+            z*) rest='' ;;
+            b1) rest=on ;;
+            b0) rest=off ;;
+        esac
+        arguments+=("$rest")
+    done
+}
+
 scratch=$(mktemp)
 trap 'rm -f "$scratch"' EXIT
 while IFS= read -r request; do
     IFS=$'\t' read -r -a parts <<<"$request"
-    called=() K_ERROR='' outcome=0
+    called=() K_ERROR='' K_BY='' outcome=0
     if [ "${parts[0]}" = connect ]; then
         K_TIMEOUT=$((parts[2] / 1000)).$((parts[2] % 1000 / 100))
         k_connect 127.0.0.1 "${parts[1]}" >"$scratch" 2>/dev/null || outcome=$?
-    else
-        arguments=()
-        for part in "${parts[@]:2}"; do
-            rest=${part:1}
-            case $part in
-                s*)
-                    printf -v rest '%b' "$(sed 's/../\\x&/g' <<<"$rest")"
-                    ;;
-                c*) rest=note_$rest ;;
-                z*) rest='' ;;
-                b1) rest=on ;;
-                b0) rest=off ;;
-            esac
-            arguments+=("$rest")
+    elif [ "${parts[0]}" = batch ]; then
+        words=()
+        for ((left = parts[1]; left > 0; --left)); do
+            IFS= read -r request
+            IFS=$'\t' read -r -a parts <<<"$request"
+            decode "${parts[@]:2}"
+            words+=("${parts[1]} ${arguments[*]}")
         done
+        k_batch "${words[@]}" >"$scratch" 2>/dev/null || outcome=$?
+    else
+        decode "${parts[@]:2}"
         "k_${parts[1]}" "${arguments[@]}" >"$scratch" 2>/dev/null || outcome=$?
     fi
     text=$(cat "$scratch")
     names=$(printf '"%s", ' "${called[@]}")
     [ ${#called[@]} -gt 0 ] || names=''
-    printf '{"status": %d, "kind": "%s", "printed": %s, "callbacks": [%s]}\n' \
-        "$outcome" "$K_ERROR" "$(json "$text")" "${names%, }"
+    printf '{"status": %d, "kind": "%s", "by": "%s", "printed": %s, "callbacks": [%s]}\n' \
+        "$outcome" "$K_ERROR" "$K_BY" "$(json "$text")" "${names%, }"
 done
