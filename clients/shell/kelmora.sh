@@ -1539,6 +1539,19 @@ _k_batched() {
     K_READ=$((K_READ + K_TAKEN))
 }
 
+# ---------------------------------------------------------------------------- words that other libraries have alone
+
+_k_not_here() {
+    _k_caller
+    _k_fail not_here "There is no $REPLY in the shell: $1"
+}
+k_practice() { _k_not_here "fields inside the program are in the libraries for Python and JavaScript"; }
+k_clone() { _k_not_here "a subshell with a k_connect of its own drives another turtle"; }
+k_stamp() { _k_not_here "k_dot and k_begin_fill paint areas; stamps are in the library for Python"; }
+k_undo() { _k_not_here "k_clear wipes all painting"; }
+k_done() { _k_not_here "a script ends by itself; 'while k_ping >/dev/null; do sleep 0.02; done' waits for events"; }
+k_ontimer() { _k_not_here "sleep waits"; }
+
 # ------------------------------------------------------------------------------------------------ shorter words
 
 k_fd() { k_forward "$@"; }

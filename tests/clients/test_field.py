@@ -7,7 +7,7 @@ import tempfile
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "wire"))
-from harness import CLIENT_PORT, FieldTest, main, patience  # noqa: E402
+from harness import CLIENT_PORT, FieldTest, main, patience, pixel  # noqa: E402
 
 import agents  # noqa: E402
 
@@ -49,8 +49,12 @@ class Program:
     class Failed(Exception):
         pass
 
-    def ask(self, request):
-        self.agent.ask([request])
+    def batch(self, *calls):
+        """What the calls of a batch have returned."""
+        return self.ask("batch\t%d" % len(calls), *[agents.call_line({"call": word, "args": args}) for word, *args in calls])
+
+    def ask(self, *requests):
+        self.agent.ask(requests)
         answer = self.agent.answer()
         if "raises" in answer or answer.get("status", 0) == 2:
             raise self.Failed(answer.get("kind") or answer["raises"]["kind"])
@@ -59,7 +63,8 @@ class Program:
         words = answer["printed"].split()
         if not words:
             return answer["status"] == 0
-        values = [float(word) if word.replace(".", "").replace("-", "").isdigit() else word for word in words]
+        values = [float(word) if word.replace(".", "").replace("-", "").isdigit() else {"yes": True, "no": False}.get(word, word)
+                  for word in words]
         return values if len(values) > 1 else values[0]
 
     def connect(self):
@@ -131,6 +136,44 @@ class RealField(FieldTest):
         other.do("i 3", "u over")
         self.assertEqual(turtle.message()[1], "over")
         self.assertEqual(turtle.turtles(), 2)
+
+    def check_drawing(self, turtle, other):
+        """A filled square with an edge of another colour, a dot, a circle that ends where it began, bearings, strict mode."""
+        other.do("j -240 -240")
+        turtle.connect()
+        turtle.battle(False)
+        turtle.bgcolor("white")
+        turtle.teleport(10, -100)
+        turtle.setheading(0)
+        turtle.pensize(3)
+        turtle.color("blue", "yellow")
+        turtle.begin_fill()
+        self.assertIs(turtle.filling(), True)
+        for _ in range(4):
+            self.assertTrue(turtle.forward(80))
+            self.assertTrue(turtle.left(90))
+        self.assertTrue(turtle.end_fill())
+        self.assertTrue(turtle.teleport(-60, 60))
+        self.assertTrue(turtle.dot(40, "red"))
+        self.assertTrue(turtle.teleport(100, 100))
+        self.assertTrue(turtle.circle(30))
+        self.near([*turtle.position(), turtle.heading()], [100, 100, 0])
+        self.near([turtle.distance(130, 140)], [50])
+        self.near([turtle.towards(100, -5)], [270])
+        self.near(turtle.batch(("penup",), ("left", 30), ("forward", 10), ("heading",), ("pick",)), [True, True, True, 30, True])
+        self.assertTrue(turtle.goto(1000, 1000))
+        picture = self.field.captured()
+        for x, y, color in ((50, -60, (255, 255, 0)), (10, -60, (0, 0, 255)), (50, -20, (0, 0, 255)), (50, -110, (255, 255, 255)),
+                            (-60, 60, (255, 0, 0)), (-48, 70, (255, 0, 0)), (-84, 60, (255, 255, 255)), (100, 130, (255, 255, 255)),
+                            (100, 100, (0, 0, 255)), (130, 130, (0, 0, 255))):
+            column, row = pixel(x, y)
+            near = [tuple(picture[row + dy][column + dx]) for dx in (-1, 0, 1) for dy in (-1, 0, 1)]
+            self.assertIn(color, near, (x, y))
+        other.do("j 1100 1000")
+        self.assertTrue(turtle.setheading(0))
+        turtle.strict()
+        with self.assertRaisesRegex(Program.Failed, "blocked"):
+            turtle.forward(95)
 
     def check_dying(self, turtle, shooter):
         """Four hits of 30 points take more than the 100 of the start."""

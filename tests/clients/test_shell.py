@@ -1,5 +1,8 @@
 """The shell library: vectors, hostile servers, and its own features."""
+import math
 import os
+import random
+import re
 import socket
 import subprocess
 import time
@@ -21,10 +24,73 @@ OWN = [
             {"send": ["q z p 53"], "answer": ["0.000000 0.000000 ERR @ 10 3"]}], "returns": [0, 0, "ERR", 10, 3]},
         {"call": "ask", "args": ["f 1;f 2"], "raises": {"kind": "bad_value"}},
         {"call": "ask", "args": [""], "raises": {"kind": "bad_value"}}]},
+    {"name": "words that other languages have alone", "steps": [
+        {"call": word, "raises": {"kind": "not_here"}} for word in ("practice", "clone", "stamp", "undo", "done", "ontimer")]},
+    {"name": "sizes that cannot be calculated with", "steps": [
+        {"call": "circle", "args": args, "raises": {"kind": kind}} for args, kind in (
+            ([1e6], "bad_value"), ([10, 1e5], "bad_value"), ([10, 360, 0], "bad_value"), ([10, 360, 2.5], "bad_value"),
+            ([10, 360, 3, 4], "not_a_number"), ([], "not_a_number"), (["far"], "not_a_number"))] + [
+        {"call": "dot", "args": ["1e9"], "raises": {"kind": "bad_value"}},
+        {"call": "towards", "args": ["1e30", 0], "raises": {"kind": "bad_value"}},
+        {"call": "distance", "args": [1], "raises": {"kind": "not_a_number"}}]},
+    {"name": "a place that is too far to be calculated with", "steps": [
+        {"call": "towards", "args": [0, 0], "exchanges": [{"send": ["q p"], "answer": ["1%s.000000 0.000000 " % ("0" * 30) + OK]}],
+         "raises": {"kind": "bad_answer"}}]},
+    {"name": "an area too large to be calculated with", "steps": [
+        {"call": "begin_fill", "exchanges": [{"send": ["q p"], "answer": ["0.000000 0.000000 " + OK]}]},
+        {"call": "forward", "args": [20000], "exchanges": [{"send": ["f 20000", "q p"], "answer": [OK, "20000.000000 0.000000 " + OK]}],
+         "returns": True},
+        {"call": "end_fill", "raises": {"kind": "bad_value"}},
+        {"call": "filling", "returns": False}]},
+    {"name": "what cannot stand in a batch", "steps": [
+        {"batch": [{"call": "penup"}, {"call": word, "args": args}], "raises": {"kind": kind}} for word, args, kind in (
+            ("setheading", [30], "bad_value"), ("home", [], "bad_value"), ("circle", [10], "bad_value"), ("end_fill", [], "bad_value"),
+            ("begin_fill", [], "bad_value"), ("dot", [], "bad_value"), ("reset", [], "bad_value"), ("close", [], "bad_value"),
+            ("batch", [], "bad_value"), ("sideways", [1], "bad_value"), ("forward", ["far"], "not_a_number"))] + [
+        {"call": "isdown", "returns": True}]},
+    {"name": "texts in a batch keep their blanks", "steps": [
+        {"batch": [{"call": "write", "args": ["a  *"]}, {"call": "isdown"}, {"call": "penup"}, {"call": "isdown"}],
+         "exchanges": [{"send": ["s 6120202a", "p u"], "answer": [OK, OK]}], "returns": [True, True, True, False]}]},
+    {"name": "a batch in strict mode", "steps": [
+        {"call": "strict"},
+        {"batch": [{"call": "forward", "args": [1]}, {"call": "left", "args": [1]}],
+         "exchanges": [{"send": ["f 1", "t l 1"], "answer": ["ERR @ 10 8", OK]}], "raises": {"kind": "blocked"}}]},
+    {"name": "events of a batch", "steps": [
+        {"call": "on_turtle", "args": ["$callback"]},
+        {"batch": [{"call": "forward", "args": [1]}, {"call": "forward", "args": [1]}],
+         "exchanges": [{"send": ["f 1", "f 1"], "answer": ["ERR @ 10 2", "OK @ 10 0"]}], "returns": [False, True], "callbacks": ["turtle"]}]},
+    {"name": "garbage in a batch", "steps": [
+        {"batch": [{"call": "position"}, {"call": "heading"}], "exchanges": [{"send": ["q p", "q d"], "answer": ["1 2 3 " + OK, "0 " + OK]}],
+         "raises": {"kind": "bad_answer"}},
+        {"call": "forward", "args": [1], "raises": {"kind": "lost"}}]},
+    {"name": "an area of two corners is none", "steps": [
+        {"call": "begin_fill", "exchanges": [{"send": ["q p"], "answer": ["0.000000 0.000000 " + OK]}]},
+        {"call": "teleport", "args": [40, 0], "exchanges": [{"send": ["p u", "j 40 0", "p d", "q p"], "answer": [
+            OK, OK, OK, "40.000000 0.000000 " + OK]}], "returns": True},
+        {"call": "end_fill", "returns": True}]},
     {"name": "numbers that are none", "steps": [
         {"call": word, "args": args, "raises": {"kind": "not_a_number"}}
         for word in ["forward", "pensize"] for args in (["1e999"], ["0x10"], ["nan"], ["1;q p"], ["1 2"], [".", "-"], ["$(date)"])]},
 ]
+
+
+def sides(points):
+    return zip(points, points[1:] + points[:1])
+
+
+def inside(points, x, y):
+    """1 when the place is surrounded an odd number of times, else 0."""
+    return sum((y1 > y) != (y2 > y) and x < x1 + (y - y1) * (x2 - x1) / (y2 - y1) for (x1, y1), (x2, y2) in sides(points)) % 2
+
+
+def near_edge(points, x, y):
+    """Whether rounding to hundred-thousandths may decide on which side of an edge the place is."""
+    for (x1, y1), (x2, y2) in sides(points):
+        dx, dy = x2 - x1, y2 - y1
+        along = min(1, max(0, ((x - x1) * dx + (y - y1) * dy) / (dx * dx + dy * dy))) if dx or dy else 0
+        if math.hypot(x1 + along * dx - x, y1 + along * dy - y) < 0.01:
+            return True
+    return False
 
 
 class Shell(agents.Language):
@@ -83,6 +149,66 @@ class Shell(agents.Language):
         self.server.serve({"send": ["q s"]})
         printed, told = script.communicate(timeout=60)
         self.assertEqual(printed.split("\n")[:2], ["2", "2 lost"], told)
+
+    def lines(self, script, arguments):
+        """What a script prints that reads the arguments of its command from a line each."""
+        found = subprocess.run(["bash", "-c", '. "$KELMORA_SH"; while read -r -a a; do %s; done' % script], text=True, timeout=120,
+                               capture_output=True, env=dict(os.environ, KELMORA_SH=LIBRARY),
+                               input="".join(" ".join(map(str, words)) + "\n" for words in arguments), check=True)
+        self.assertEqual(found.stderr, "")
+        return found.stdout.splitlines()
+
+    def test_arithmetic(self):
+        """Sines, directions, lengths and decimal numbers against those of Python."""
+        chance = random.Random(3)
+        angles = [chance.randrange(-10 ** 12, 10 ** 12) for _ in range(100)] + [k * 15 * 10 ** 9 for k in range(-24, 25)]
+        for angle, sine in zip(angles, self.lines('_k_sine "${a[0]}"; echo "$REPLY"', [[angle] for angle in angles]), strict=True):
+            self.assertAlmostEqual(int(sine) / 1e9, math.sin(math.radians(angle / 1e9)), delta=2e-8)
+        ways = [[int(chance.uniform(-1, 1) * 10 ** chance.randrange(1, 17)) for _ in range(2)] for _ in range(150)]
+        ways += [[x * 10 ** 7, y * 10 ** 7] for x in (-1, 0, 1) for y in (-1, 0, 1)]
+        told = self.lines('_k_direction "${a[@]}"; d=$REPLY; _k_length "${a[@]}"; echo "$d $REPLY"', ways)
+        for (dx, dy), line in zip(ways, told, strict=True):
+            direction, length = map(int, line.split())
+            off = (direction / 1e9 - math.degrees(math.atan2(dy, dx)) + 180) % 360 - 180
+            self.assertAlmostEqual(off, 0, delta=1e-6 if math.hypot(dx, dy) > 10 else 10, msg=(dx, dy))
+            self.assertAlmostEqual(length, math.hypot(dx, dy), delta=1 + math.hypot(dx, dy) * 1e-8)
+        numbers = ["1", "-2.5", ".5", "5.", "1e3", "1.23456789e2", "12e-3", "-0.0000004", "0.0000005", "1e-9", "123456789012", "0012.50",
+                   "-00", "+7", "1E+2", "-1.5e-2", "0e99", "0.1234565"]
+        for text, line in zip(numbers, self.lines('_k_fixed "${a[0]}"; n=$REPLY; _k_decimal "$n"; echo "$n $REPLY"', [[n] for n in numbers]),
+                              strict=True):
+            millionths, decimal = line.split()
+            self.assertEqual(int(millionths), math.copysign(int(abs(float(text)) * 1e6 + 0.5), float(text)), text)
+            self.assertRegex(decimal, r"^(0|-?(0\.\d*[1-9]|[1-9]\d*(\.\d*[1-9])?))$")
+            self.assertAlmostEqual(float(decimal), int(millionths) / 1e6, places=9)
+        self.assertEqual(self.lines('_k_fixed "${a[0]}" || echo "too large"', [["1e40"], ["1e12"], ["1e13"]]), ["too large"] * 3)
+
+    def test_areas(self):
+        """Each point of an area is in one piece, and each piece is convex and has six corners at most."""
+        chance = random.Random(5)
+        shapes = [[(0, 0), (100, 0), (100, 100), (50, 20), (0, 100)],
+                  [(100 * math.sin(k * 4 * math.pi / 5), 100 * math.cos(k * 4 * math.pi / 5)) for k in range(5)],
+                  [(90 * math.cos(k * math.pi / 30), 90 * math.sin(k * math.pi / 30)) for k in range(60)],
+                  [(-100, -100), (100, -100), (100, 100), (-100, 100), (-100, -100), (-50, -50), (50, -50), (50, 50), (-50, 50), (-50, -50)],
+                  [(-9999, -9999), (9999, -9999), (0, 9999)], [(0, 0), (10, 0), (20, 0)], [(5, 5)]]
+        shapes += [[(chance.uniform(-100, 100), chance.uniform(-100, 100)) for _ in range(chance.randrange(3, 12))] for _ in range(15)]
+        shapes += [[(chance.randrange(-5, 6) * 20, chance.randrange(-5, 6) * 20) for _ in range(chance.randrange(3, 9))] for _ in range(15)]
+        corners = [[round(part * 1e5) for corner in shape for part in corner] for shape in shapes]
+        told = self.lines('K_TRACE_X=() K_TRACE_Y=(); for ((i = 0; i < ${#a[@]}; i += 2)); do K_TRACE_X+=("${a[i]}") '
+                          'K_TRACE_Y+=("${a[i + 1]}"); done; _k_pieces; IFS=,; echo "${K_PIECES[*]}"; unset IFS', corners)
+        for shape, line in zip(shapes, told, strict=True):
+            pieces = [list(zip(numbers[::2], numbers[1::2])) for numbers in
+                      [[int(word) / 1e5 for word in piece.split()] for piece in line.split(",") if piece]]
+            for piece in pieces:
+                self.assertTrue(3 <= len(piece) <= 6, piece)
+                for a, b, c in zip(piece, piece[1:] + piece[:1], piece[2:] + piece[:2]):
+                    bend = (b[0] - a[0]) * (c[1] - b[1]) - (c[0] - b[0]) * (b[1] - a[1])
+                    self.assertGreater(bend, -0.02 * (1 + math.dist(a, b) + math.dist(b, c)), piece)
+            reach = max(abs(part) for corner in shape for part in corner) * 1.1
+            for _ in range(100):
+                x, y = chance.uniform(-reach, reach), chance.uniform(-reach, reach)
+                if not near_edge(shape, x, y):
+                    self.assertEqual(sum(inside(piece, x, y) for piece in pieces), inside(shape, x, y), (shape, x, y))
+        self.assertEqual([len(re.findall("[^,]+", line)) for line in told[-32:-30]], [0, 0])
 
     def test_nobody_listens(self):
         with socket.create_server(("127.0.0.1", 0)) as other:
