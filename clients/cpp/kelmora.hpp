@@ -338,6 +338,8 @@ public:
     virtual void send(std::string_view lines) = 0;
     /// Waits for the next line. What it returns, without the line feed, stays valid until the next call.
     virtual std::string_view receive() = 0;
+    /// Whether more has come than was received: asked before a packet goes out, when no answer is due.
+    [[nodiscard]] virtual bool has_more() const { return false; }
     /// Where the field is, for messages.
     [[nodiscard]] virtual std::string where() const { return "the field"; }
 };
@@ -431,6 +433,7 @@ public:
         throw TooLong("a line of more than 1024 bytes");
     }
 
+    [[nodiscard]] bool has_more() const override { return begin_ < end_; }
     [[nodiscard]] std::string where() const override { return where_; }
 
 private:
@@ -1598,6 +1601,10 @@ private:
         if (!transport_) {
             forget_packet();
             throw Lost("There is no connection to the field any more: " + ending_);
+        }
+        if (transport_->has_more()) { // whatever comes next would be taken for the answer to something else
+            forget_packet();
+            bad_answer("an answer that nobody asked for");
         }
         try {
             transport_->send(packet_);

@@ -39,6 +39,8 @@ export interface Transport {
   receive(): Promise<string>;
   /** Hangs up; calling it again does nothing. */
   close(): void;
+  /** Whether more has come than was received: asked before a packet goes out, when no answer is due. */
+  readonly hasMore?: boolean;
   /** Where the field is, for messages. */
   readonly where: string;
 }

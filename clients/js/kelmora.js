@@ -190,6 +190,8 @@ export class Turtle {
 
   async #exchange(lines, read) {
     if (!this.#transport) throw new Lost(`There is no connection to the field any more: ${this.#ending}.`);
+    // Whatever comes next would be taken for the answer to something else.
+    if (this.#transport.hasMore) throw this.#badAnswer("an answer that nobody asked for");
     const answers = [];
     try {
       this.#transport.send(`${lines.join("\n")}\n`);

@@ -12,7 +12,8 @@ const visible = (text) => text.replace(/[^ -~\u00a1-\ud7ff\ue000-\ufdcf\ufdf0-\u
 
 /** A picture that grows piece by piece. Places are in field units, colours three numbers from 0 to 1. */
 export class Picture {
-  #pieces = [];
+  #pieces = []; // complete, in their order
+  #polyline = []; // the latest one, whose corners still come: its start, then corner by corner
   #ground = [0, 0, 0];
   #turtles = new Map();
   #coins = new Map();
@@ -21,6 +22,7 @@ export class Picture {
 
   wipe(color) {
     this.#pieces = [];
+    this.#polyline = [];
     this.#ground = color;
     this.#lineEnd = "";
   }
@@ -28,13 +30,23 @@ export class Picture {
   line(x0, y0, x1, y1, width, color0, color1) {
     if (x0 === x1 && y0 === y1) return; // shows nothing
     const look = `${width} ${hexadecimal(color1)}`;
-    if (this.#lineEnd === `${x0} ${y0} ${look}`) {
-      this.#pieces.push(this.#pieces.pop().replace('"/>', ` ${place(x1, y1)}"/>`));
-    } else {
-      this.#pieces.push(`<polyline fill="none" stroke="${hexadecimal(color1)}" stroke-width="${short(width)}" ` +
-        `points="${place(x0, y0)} ${place(x1, y1)}"/>`);
+    if (this.#lineEnd !== `${x0} ${y0} ${look}`) {
+      this.#finishLine();
+      this.#polyline.push(`<polyline fill="none" stroke="${hexadecimal(color1)}" stroke-width="${short(width)}" points="${place(x0, y0)}`);
     }
+    this.#polyline.push(place(x1, y1));
     this.#lineEnd = `${x1} ${y1} ${look}`;
+  }
+
+  /** The latest polyline is complete. */
+  #finishLine() {
+    this.#pieces.push(...this.#latestLine());
+    this.#polyline = [];
+  }
+
+  /** The latest polyline, if there is one; put together here only, as with each corner it would take ever longer. */
+  #latestLine() {
+    return this.#polyline.length > 0 ? [`${this.#polyline.join(" ")}"/>`] : [];
   }
 
   polygon(points, colors) {
@@ -73,6 +85,7 @@ export class Picture {
   }
 
   #add(piece) {
+    this.#finishLine();
     this.#pieces.push(piece);
     this.#lineEnd = "";
   }
@@ -86,7 +99,7 @@ export class Picture {
     const turtles = [...this.#turtles.values()].map((turtle) => at(turtle, body(turtle)));
     return `<svg xmlns="http://www.w3.org/2000/svg" width="${SIDE}" height="${SIDE}" viewBox="0 0 ${SIDE} ${SIDE}">\n` +
       `<rect width="100%" height="100%" fill="${hexadecimal(this.#ground)}"/>\n` +
-      `${[...this.#pieces, ...coins, ...cards, ...turtles].join("\n")}\n</svg>\n`;
+      `${[...this.#pieces, ...this.#latestLine(), ...coins, ...cards, ...turtles].join("\n")}\n</svg>\n`;
   }
 }
 

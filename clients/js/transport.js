@@ -22,6 +22,7 @@ export class Silence extends Error {}
 export class TooLong extends Error {}
 
 export const LONGEST_LINE = 1024; // bytes; the field's answers have at most 511
+const MOST_LINES = 4096; // waiting to be received; a packet has 1000 at most
 
 /** Lines out of pieces of text, and whoever waits for one. A subclass feeds it and sends. */
 class LineBuffer {
@@ -73,6 +74,7 @@ class LineBuffer {
     this.#rest = pieces.pop();
     if (pieces.some((piece) => piece.length > LONGEST_LINE) || this.#rest.length > LONGEST_LINE) {
       this.end(new TooLong("a line of more than 1024 bytes"));
+      this.close();
       return;
     }
     for (const piece of pieces) this.#lines.push(piece);
@@ -80,12 +82,21 @@ class LineBuffer {
       const line = this.#lines[this.#next++];
       this.#settle((waiting) => waiting.resolve(line));
     }
+    if (this.#lines.length - this.#next > MOST_LINES) {
+      this.end(new TooLong("answers that nobody asked for"));
+      this.close();
+    }
   }
 
   /** No more lines: who waits, and who asks later, gets the error. */
   end(error) {
     this.#ending ??= error;
     this.#settle((waiting) => waiting.reject(this.#ending));
+  }
+
+  /** Whether more has come than was received: asked before a packet goes out, when no answer is due. */
+  get hasMore() {
+    return this.#next < this.#lines.length || this.#rest !== "";
   }
 
   get ended() {

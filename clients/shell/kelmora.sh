@@ -117,7 +117,7 @@ _K_ANSWER='^((.*) )?(OK|ERR) @ ([0-9]{1,20}) ([0-9]{1,10})$'
 # _k_packet LINE... : sends the lines as one packet and reads as many answers. Their values are then in K_VALUES, OK or
 # ERR in K_STATUS, clocks in K_CLOCKS, events in K_EVENTS.
 _k_packet() {
-    local LC_ALL=C line number
+    local LC_ALL=C line='' number
     K_ERROR=''
     if [ -n "$K_BATCHING" ]; then
         _k_batched "$@"
@@ -132,6 +132,14 @@ _k_packet() {
         return
     fi
     K_VALUES=() K_STATUS=() K_CLOCKS=() K_EVENTS=()
+    if read -r -t 0 -u "$K_FD"; then # its end, or an answer that nobody asked for
+        if IFS= read -r -n 60 -t 1 -u "$K_FD" line || [ -n "$line" ]; then
+            _k_bad_answer "$line"
+        else
+            _k_hung_up
+        fi
+        return
+    fi
     if ! printf '%s\n' "$@" 2>/dev/null 1>&"$K_FD"; then
         _k_hung_up
         return

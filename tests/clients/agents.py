@@ -62,7 +62,15 @@ HOSTILE = [
          "raises": {"kind": "no_answer"}}]},
     {"name": "two answers to one command", "steps": [
         {"call": "forward", "args": [1], "exchanges": [{"send": ["f 1"], "raw": "OK @ 10 0\nOK @ 11 0\n"}], "returns": True},
-        {"call": "position", "exchanges": [{"send": ["q p"]}], "raises": {"kind": "bad_answer"}}]},
+        {"call": "position", "raises": {"kind": "bad_answer"}},
+        {"call": "position", "raises": {"kind": "lost"}}]},
+    {"name": "answers that nobody asked for", "steps": [
+        {"call": "forward", "args": [1], "exchanges": [{"send": ["f 1"], "raw": "OK @ 10 0\n" * 20000}], "returns": True},
+        {"call": "forward", "args": [1], "raises": {"kind": "bad_answer"}},
+        {"call": "forward", "args": [1], "raises": {"kind": "lost"}}]},
+    {"name": "half an answer that nobody asked for", "steps": [
+        {"call": "forward", "args": [1], "exchanges": [{"send": ["f 1"], "raw": "OK @ 10 0\nOK @"}], "returns": True},
+        {"call": "position", "raises": {"kind": "bad_answer"}}]},
     {"name": "a reset in the middle of an answer", "steps": [
         {"call": "position", "exchanges": [{"send": ["q p"], "raw": "1.5 2.", "then": "reset"}], "raises": {"kind": "lost"}},
         {"call": "forward", "args": [1], "raises": {"kind": "lost"}}]},

@@ -517,6 +517,20 @@ class Hostile(unittest.TestCase):
             for _ in range(100):
                 turtle.forward(1)
 
+    def test_a_flood_of_answers_without_a_question(self):
+        """Each is well made, so that it could pass for the answer to whatever is asked next."""
+        def flood(connection):
+            self.greet(connection)
+            connection.recv(4096)
+            while True:
+                connection.sendall(b"OK @ 10 0\n" * 1000)
+        turtle = self.connect(flood, 30)
+        self.assertTrue(turtle.forward(1))
+        with self.assertRaises(kelmora.BadAnswer):
+            turtle.forward(1)
+        with self.assertRaises(kelmora.Lost):
+            turtle.forward(1)
+
     def test_silence_from_the_start(self):
         with self.assertRaises(kelmora.NoAnswer):
             self.connect(lambda connection: connection.recv(1) and connection.recv(65536) and time.sleep(2))
@@ -705,6 +719,21 @@ class Practice(unittest.TestCase):
                 with self.assertRaisesRegex(kelmora.BadValue, "ends in .svg"):
                     self.field.save(os.path.join(folder, name))
             self.assertEqual(os.listdir(folder), ["picture.SVG"])
+
+    def test_a_long_line_takes_time_in_proportion(self):
+        """A line of 100,000 corners, which to copy with each corner takes longer than this by far."""
+        from kelmora.picture import Picture
+        picture = Picture()
+        began = time.process_time()
+        for k in range(100000):
+            picture.line(k % 500, k // 500, (k + 1) % 500, (k + 1) // 500, 1.0, (1, 0, 0), (1, 0, 0))
+        text = picture.svg()
+        self.assertLess(time.process_time() - began, 5)  # 0.3 on a quiet machine
+        self.assertEqual((text.count("<polyline"), text.count(",")), (1, 100001))
+        picture.line(100000 % 500, 200, 7, 7, 1.0, (1, 0, 0), (1, 0, 0))
+        picture.line(7, 7, 8, 8, 1.0, (0, 0, 1), (0, 0, 1))
+        text = picture.svg()
+        self.assertEqual((text.count("<polyline"), text.count(",")), (2, 100004))
 
     def test_turtles_block_each_other(self):
         other = kelmora.Turtle(home=False)

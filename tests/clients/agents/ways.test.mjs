@@ -6,7 +6,7 @@ import net from "node:net";
 import { test } from "node:test";
 import { pathToFileURL } from "node:url";
 
-const { connect, BadValue, Lost, NoAnswer, NoField, NotAdmitted, NotANumber, Silence } = await import(pathToFileURL(process.env.KELMORA_JS).href);
+const { connect, BadAnswer, BadValue, Lost, NoAnswer, NoField, NotAdmitted, NotANumber, Silence } = await import(pathToFileURL(process.env.KELMORA_JS).href);
 
 /** A field that replies answer(line) to each line and keeps the packets it received. */
 async function field(t, answer = () => "OK @ 10 0") {
@@ -84,6 +84,49 @@ test("nobody listens, and a machine that does not exist", async () => {
   await assert.rejects(connect({ host: "127.0.0.1", port: 1 }), NoField);
   await assert.rejects(connect({ host: "no-such-machine.invalid", port: 2222 }), NoField);
   for (const port of [0, 65536, "x", 2.5, -1]) await assert.rejects(connect({ port }), BadValue);
+});
+
+test("a flood while the program does something else is cut off", async () => {
+  let sent = 0;
+  const ended = new Promise((resolve) => {
+    const server = net.createServer((socket) => {
+      const flood = () => {
+        while (socket.writable && socket.write("OK @ 10 0\n".repeat(1000))) sent++;
+      };
+      socket.once("data", () => {
+        socket.write("OK @ 10 0\nOK @ 10 0\n");
+        setImmediate(flood);
+      });
+      socket.on("drain", flood);
+      socket.on("error", () => {});
+      socket.on("close", () => {
+        server.close();
+        resolve();
+      });
+    }).listen(0, "127.0.0.1", async () => {
+      const turtle = await connect({ host: "127.0.0.1", port: server.address().port });
+      await ended;
+      await assert.rejects(turtle.forward(1), BadAnswer);
+      await assert.rejects(turtle.forward(1), Lost);
+    });
+  });
+  await ended;
+  assert(sent < 20000);
+});
+
+test("a long line takes time in proportion", async () => {
+  // A line of 100,000 corners, which to copy with each corner takes longer than this by far.
+  const { Picture } = await import(new URL("picture.js", pathToFileURL(process.env.KELMORA_JS)).href);
+  const picture = new Picture();
+  const began = process.cpuUsage();
+  const corner = (k) => [k % 500, Math.floor(k / 500)];
+  for (let k = 0; k < 100000; k++) picture.line(...corner(k), ...corner(k + 1), 1, [1, 0, 0], [1, 0, 0]);
+  const { user, system } = process.cpuUsage(began);
+  assert(user + system < 5e6, `${user + system} us`); // 0.1 s on a quiet machine
+  assert.deepEqual(["<polyline", ","].map((text) => picture.svg().split(text).length - 1), [1, 100001]);
+  picture.line(...corner(100000), 7, 7, 1, [1, 0, 0], [1, 0, 0]);
+  picture.line(7, 7, 8, 8, 1, [0, 0, 1], [0, 0, 1]);
+  assert.deepEqual(["<polyline", ","].map((text) => picture.svg().split(text).length - 1), [2, 100004]);
 });
 
 test("a transport of one's own", async () => {

@@ -155,6 +155,9 @@ class Field:
             hooks.check()
         while self._owed:
             self._receive()
+        if self._wire is not None and self._wire.pending:
+            # Whatever comes next would be taken for the answer to something else.
+            raise self._fail(bad_answer(self.where, self._wire.pending.decode("latin-1")))
         self._owed = len(lines)  # before they go: whatever interrupts this, their answers will come
         try:
             self._send("\n".join(lines) + "\n")

@@ -21,7 +21,8 @@ class Picture:
     """A picture that grows piece by piece. Places are in field units, colours triples from 0 to 1."""
 
     def __init__(self) -> None:
-        self.pieces: list[str] = []
+        self.pieces: list[str] = []      # complete, in their order
+        self._polyline: list[str] = []   # the latest one, whose corners still come: its start, then corner by corner
         self.ground: Sequence[float] = (0.0, 0.0, 0.0)
         self._turtles: dict[int, tuple[Any, ...]] = {}
         self._coins: dict[int, tuple[float, float]] = {}
@@ -31,6 +32,7 @@ class Picture:
     def wipe(self, color: Sequence[float]) -> None:
         """The whole ground in one colour."""
         self.pieces.clear()
+        self._polyline.clear()
         self.ground, self._line_end = color, None
 
     def line(self, x0: float, y0: float, x1: float, y1: float, width: float, color0: Any, color1: Any) -> None:
@@ -38,12 +40,21 @@ class Picture:
         if (x0, y0) == (x1, y1):
             return  # shows nothing
         look = (width, hexadecimal(color1))
-        if self._line_end == (x0, y0, look):
-            self.pieces[-1] = self.pieces[-1].replace('"/>', " " + place(x1, y1) + '"/>')
-        else:
-            self.pieces.append('<polyline fill="none" stroke="%s" stroke-width="%g" points="%s %s"/>'
-                               % (look[1], width, place(x0, y0), place(x1, y1)))
+        if self._line_end != (x0, y0, look):
+            self._finish_line()
+            self._polyline.append('<polyline fill="none" stroke="%s" stroke-width="%g" points="%s'
+                                  % (look[1], width, place(x0, y0)))
+        self._polyline.append(place(x1, y1))
         self._line_end = (x1, y1, look)
+
+    def _finish_line(self) -> None:
+        """The latest polyline is complete."""
+        self.pieces += self._latest_line()
+        self._polyline.clear()
+
+    def _latest_line(self) -> list[str]:
+        """The latest polyline, if there is one; put together here only, as with each corner it would take ever longer."""
+        return [" ".join(self._polyline) + '"/>'] if self._polyline else []
 
     def polygon(self, points: Sequence[Any], colors: Sequence[Any]) -> None:
         """A filled polygon; the colours are those of its corners (here: the last counts)."""
@@ -86,6 +97,7 @@ class Picture:
         """A frame is complete."""
 
     def _add(self, piece: str) -> None:
+        self._finish_line()
         self.pieces.append(piece)
         self._line_end = None
 
@@ -99,7 +111,7 @@ class Picture:
         shown += [self._turtle_at(*pose) for pose in self._turtles.values()]
         return ('<svg xmlns="http://www.w3.org/2000/svg" width="%d" height="%d" viewBox="0 0 %d %d">\n'
                 '<rect width="100%%" height="100%%" fill="%s"/>\n%s\n</svg>\n'
-                % (SIDE, SIDE, SIDE, SIDE, hexadecimal(self.ground), "\n".join(self.pieces + shown)))
+                % (SIDE, SIDE, SIDE, SIDE, hexadecimal(self.ground), "\n".join(self.pieces + self._latest_line() + shown)))
 
     @staticmethod
     def _turtle_at(x: float, y: float, heading: float, color: Any, name: str) -> str:
