@@ -1088,7 +1088,30 @@ class Packages(unittest.TestCase):
                               timeout=LIMIT, env={**os.environ, "PYTHONPATH": os.path.join(out, "usr/lib/python3/dist-packages")})
         self.assertTrue(made.stdout.startswith(out), made.stderr)
         self.assertTrue(os.access(os.path.join(out, "usr/bin/kelmora-repl"), os.X_OK))
-        self.assertTrue(os.path.exists(os.path.join(out, "usr/share/doc/python3-kelmora/copyright")))
+        for name in ("doc/python3-kelmora/copyright", "doc/python3-kelmora/changelog.gz", "man/man1/kelmora-repl.1.gz"):
+            self.assertTrue(os.path.exists(os.path.join(out, "usr/share", name)), name)
+
+    def test_dpkg_installs_and_removes_the_debian_package(self):
+        """Into a root of its own. It is not configured there: that runs programs which such a root does not have."""
+        root = self.path("root")
+        for folder in ("info", "updates"):
+            os.makedirs(os.path.join(root, "var/lib/dpkg", folder))
+        with open(os.path.join(root, "var/lib/dpkg/status"), "w"):
+            pass
+        dpkg = ["dpkg", "--root=" + root, "--force-not-root", "--log=/dev/null"]
+        made = self.run_in(self.folder.name, *dpkg, "--unpack", self.deb)
+        self.assertEqual(made.returncode, 0, made.stderr)
+        listed = self.run_in(self.folder.name, *dpkg, "-L", "python3-kelmora").stdout.splitlines()
+        self.assertIn("/usr/bin/kelmora-repl", listed)
+        self.assertTrue(all(os.path.lexists(root + name) for name in listed))
+        program = "import sys; sys.path.insert(0, %r)\n" % os.path.join(root, "usr/lib/python3/dist-packages") + (
+            "import kelmora; kelmora.practice(); kelmora.forward(5); print(kelmora.pos(), kelmora.__file__)")
+        made = self.run_in(self.folder.name, "/usr/bin/python3", "-B", "-I", "-c", program)
+        self.assertTrue(made.stdout.startswith("(5.00,0.00) " + root), made.stdout + made.stderr)
+        made = self.run_in(self.folder.name, *dpkg, "--purge", "python3-kelmora")
+        self.assertEqual(made.returncode, 0, made.stderr)
+        left = [os.path.join(folder, name) for folder, _, names in os.walk(root) for name in names]
+        self.assertEqual([name for name in left if "/var/lib/dpkg/" not in name], [])
 
 
 if __name__ == "__main__":
