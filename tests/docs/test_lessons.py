@@ -104,6 +104,11 @@ class Pages(unittest.TestCase):
         for word in words:
             with self.subTest(word):
                 self.assertTrue(callable(getattr(kelmora, word, None)))
+        # And the other way round: what the chapters use is explained there.
+        used = {word for path in LESSONS for block in programs.blocks_of(path)
+                for word in re.findall(r"\b([a-zA-Z_]+)\(", block.source) if word in kelmora.__all__}
+        self.assertGreater(len(used), 40)
+        self.assertEqual(used - words, set())
 
 
 if __name__ == "__main__":
