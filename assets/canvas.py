@@ -1,5 +1,5 @@
 """Drawing surface of the artwork generators: shapes are laid down by cairo several times too large and averaged down at
-the end, so that colours mix as light does. Also writes PNG files, of an exact length where one is asked for."""
+the end, so that colours mix as light does. Also writes PNG files, of an exact length if one is given."""
 import io
 import math
 
@@ -21,7 +21,7 @@ class Canvas:
 
     # -- masks: arrays of 0..1, one entry per fine pixel ------------------------------------------------------------
     def mask(self, draw):
-        """The mask of what `draw` does with a cairo context, whose units are pixels."""
+        """The mask of what `draw` paints into a cairo context whose units are pixels."""
         surface = cairo.ImageSurface(cairo.FORMAT_A8, self.w * self.scale, self.h * self.scale)
         context = cairo.Context(surface)
         context.scale(self.scale, self.scale)
@@ -77,7 +77,7 @@ class Canvas:
         return self.mask(draw)
 
     def text(self, cx, cy, words, font):
-        """Words centred on a point by their ink; the font's size counts fine pixels."""
+        """Words whose ink is centred on a point; the font's size is in fine pixels."""
         image = Image.new('L', (self.w * self.scale, self.h * self.scale), 0)
         left, top, right, bottom = font.getbbox(words)
         at = (cx * self.scale - (left + right) / 2, cy * self.scale - (top + bottom) / 2)
@@ -166,7 +166,7 @@ def save_png(path, pixels, length=None):
 
 
 def save_png_fitting(path, pixels, length):
-    """Like save_png, in as many colours as the length allows; says how many."""
+    """Like save_png, with as many colours as the length allows; returns how many, "all" without a limit."""
     if save_png(path, pixels, length):
         return 'all'
     picture = Image.fromarray(pixels)

@@ -66,7 +66,7 @@ def suit_mask(c, suit, cx, cy, size):
 
 
 def pip_places(n):
-    """Traditional places: (column -1..1, height 0 top..1 bottom); those in the lower half stand on their heads."""
+    """Traditional places: (column -1..1, height 0 top..1 bottom); pips in the lower half are upside down."""
     middle = {1: [0.5], 2: [0, 1], 3: [0, 0.5, 1], 5: [0.5], 7: [0.25], 8: [0.25, 0.75], 9: [0.5], 10: [1 / 6, 5 / 6]}
     sides = {4: [0, 1], 5: [0, 1], 6: [0, 0.5, 1], 7: [0, 0.5, 1], 8: [0, 0.5, 1], 9: [0, 1 / 3, 2 / 3, 1],
              10: [0, 1 / 3, 2 / 3, 1]}
@@ -118,7 +118,7 @@ def court_card(rank, suit, colour):
 
 
 def odd_card():
-    """The joker of the house: a turtle that stopped to think in the middle of its drawing."""
+    """Card 53: a turtle that has stopped in the middle of its drawing."""
     c = blank()
     for k in range(5):
         a, b = math.radians(-90 + 144 * k), math.radians(-90 + 144 * (k + 1))

@@ -1,6 +1,6 @@
 """The court cards: figures of plain geometric shapes, the same above and below, joined along a slanted sash.
 Kings wear a high crown and a beard and hold a sword, queens a pearl diadem and a flower, jacks a feathered cap and a spear.
-Each suit dresses its court in colours of its own."""
+Each suit has its own colours."""
 import math
 
 import numpy as np
@@ -24,7 +24,7 @@ DRESS = {
 
 
 def outlined(c, mask, colour, ink=INK):
-    """A shape with a line of ink all round it."""
+    """A shape with an ink outline."""
     wide = Image.fromarray((mask > 0).astype(np.uint8)).filter(ImageFilter.MaxFilter(2 * (c.scale // 2) - 1))
     c.paint(np.asarray(wide, dtype=float), ink)
     c.paint(mask, colour)

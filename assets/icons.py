@@ -23,8 +23,8 @@ def star(cx, cy, outer, inner, turn=-90.0, points=5):
     return out
 
 
-# Object icons are shown 19 pixels wide without smoothing: of 32 texels a row some 13 drop out. So: large shapes, no line
-# thinner than 2 texels, soft shading instead of detail.
+# Object icons are shown 19 pixels wide without smoothing, so 13 of the 32 texels of a row are left out. Therefore: large
+# shapes, no line thinner than 2 texels, soft shading instead of detail.
 def doughnut():
     c = Canvas(32, 32)
     reach = np.hypot(c.x - 16, c.y - 16)
@@ -61,7 +61,7 @@ def coin():
 
 def stone():
     """Two courses of blocks in running bond that continue over all four edges. A wall shows the lower 15 rows: exactly
-    one course and the joint below it. Of low contrast, since the help panel's thin letters stand on it."""
+    one course and the joint below it. Low contrast, because the help panel's thin letters are drawn on it."""
     size = 32
     rows, cols = np.mgrid[0:size, 0:size]
     out = np.zeros((size, size, 3))
@@ -81,8 +81,8 @@ def stone():
 
 
 def dot():
-    """White ink. Twenty dots a width make a stroke: there the core is solid and the low alpha of the edge adds up to a rim
-    about a tenth of the stroke wide, as of ink drawn into paper. A lone dot has the softer rim of a drop."""
+    """White ink. A stroke has twenty dots for each of its widths: its core is solid, and the low alpha of the dots' edges
+    adds up to a rim about a tenth of the stroke wide, like ink on paper. A single dot has a softer rim."""
     c = Canvas(32, 32)
     reach = np.hypot(c.x - 16, c.y - 16) / 16
     c.paint(0.95 * (1 - smooth(0.5, 1.0, reach)), (255, 255, 255))
