@@ -12,6 +12,7 @@ import collections
 import os
 import re
 import secrets
+import select
 import shutil
 import signal
 import socket
@@ -30,6 +31,7 @@ PROGRAM = os.environ.get("KELMORA", "")
 WINDOW = os.path.basename(PROGRAM) != "kelmora-headless"
 CLIENT_PORT = 2222
 VIEWER_PORT = 2280
+HANG = 60.0               # seconds; no deadline of a wait is shorter, as a loaded machine may stall for long
 FIELD_SIZE = 512          # pixels, also field units
 HALF = FIELD_SIZE // 2
 MAX_CLIENT = 10
@@ -50,9 +52,10 @@ def patience(seconds):
     return seconds * max(slow, 1.0)
 
 
-def wait_until(condition, seconds=10.0, what="condition", pause=0.01):
-    """Polls until the condition returns something true, and returns that."""
-    end = time.monotonic() + patience(seconds)
+def wait_until(condition, seconds=HANG, what="condition", pause=0.01):
+    """Polls until the condition returns something true, and returns that. The deadline only bounds a hang, so it is
+    never shorter than HANG."""
+    end = time.monotonic() + patience(max(seconds, HANG))
     while True:
         value = condition()
         if value:
@@ -161,7 +164,7 @@ class Display:
 
     def close(self):
         self.process.terminate()
-        self.process.wait(timeout=20)
+        self.process.wait(timeout=HANG)
         self.log.close()
         shutil.rmtree(self.scratch, ignore_errors=True)
 
@@ -190,7 +193,7 @@ class Client:
         if receive_buffer:
             self.sock.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
         self.sock.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
-        self.sock.settimeout(patience(20))
+        self.sock.settimeout(patience(HANG))
         self.pending = b""
         try:
             self.sock.bind((source, 0))
@@ -211,7 +214,7 @@ class Client:
     def send(self, data):
         self.sock.sendall(data.encode("latin-1") if isinstance(data, str) else data)
 
-    def read_line(self, seconds=20.0):
+    def read_line(self, seconds=HANG):
         end = time.monotonic() + patience(seconds)
         while b"\n" not in self.pending:
             left = end - time.monotonic()
@@ -230,7 +233,7 @@ class Client:
         line, self.pending = self.pending.split(b"\n", 1)
         return line.decode("latin-1")
 
-    def reply(self, seconds=20.0):
+    def reply(self, seconds=HANG):
         return parse_reply(self.read_line(seconds))
 
     def ask(self, line):
@@ -269,9 +272,9 @@ class Client:
         start = self.ask(".").clock
         return wait_until(lambda: self.ask(".").clock >= start + count, 5 + count * 0.1, "%d ticks" % count, 0.002)
 
-    def wait_closed(self, seconds=10.0):
+    def wait_closed(self, seconds=HANG):
         """Reads and discards until the field has closed the connection."""
-        end = time.monotonic() + patience(seconds)
+        end = time.monotonic() + patience(max(seconds, HANG))
         while True:
             self.sock.settimeout(max(0.01, end - time.monotonic()))
             try:
@@ -321,7 +324,8 @@ class Field:
         self.environment.update(env or {})
         for name in without:
             self.environment.pop(name, None)
-        self.lines, self.news = [], threading.Condition()
+        self.lines, self.news = [], threading.Lock()        # news guards the lines and the reading of more
+        self.rest, self.log_ended = b"", False
         self.process, self.window, self.ended = None, None, False
 
     def __enter__(self):
@@ -355,10 +359,11 @@ class Field:
                                         env=self.environment, cwd=self.cwd, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.DEVNULL, stderr=subprocess.PIPE,
                                         pass_fds=self.inherited, preexec_fn=self.close_streams if self.closed else None)
+        self.rest, self.log_ended = b"", False
         self.reader = threading.Thread(target=self.collect, daemon=True)
         if not self.log_unread:
             self.reader.start()
-        wait_until(lambda: self.is_up(others), 60, lambda: "the field to start; it said %r" % self.lines)
+        wait_until(lambda: self.is_up(others), 120, lambda: "the field to start; it said %r" % self.lines)
         if "KELMORA_SLOW" not in os.environ:
             slow = max(slow, time.monotonic() - began, 10.0 if instrumented() else 1.0)
         self.latest_second = int(time.time())
@@ -384,10 +389,29 @@ class Field:
         return self.window is not None
 
     def collect(self):
-        for raw in self.process.stderr:
+        """Takes the log as it comes, until its end, so that the program never finds it full."""
+        log = self.process.stderr.fileno()
+        while True:
+            readable(log, None)
             with self.news:
-                self.lines.append(raw.decode("latin-1").rstrip("\n"))
-                self.news.notify_all()
+                if not self.take():
+                    return
+
+    def take(self):
+        """Takes what the program has written so far; self.news is held. Returns False at the end of the log."""
+        if self.log_ended or self.log_unread:
+            return not self.log_ended
+        log = self.process.stderr.fileno()
+        while readable(log, 0):
+            piece = os.read(log, 65536)
+            *whole, self.rest = (self.rest + piece).split(b"\n")
+            if not piece:
+                self.log_ended = True
+                whole, self.rest = [self.rest] if self.rest else [], b""
+            self.lines += [line.decode("latin-1") for line in whole]
+            if not piece:
+                return False
+        return True
 
     # Standard error and output.
 
@@ -397,15 +421,17 @@ class Field:
         self.reader.start()
 
     def mark(self):
-        """A position in the log to search from."""
+        """A position in the log to search from: behind all that the program has written."""
         with self.news:
+            self.take()
             return len(self.lines)
 
     def said(self, start=0):
         with self.news:
+            self.take()
             return self.lines[start:]
 
-    def wait_line(self, text, start=0, seconds=10.0, count=1):
+    def wait_line(self, text, start=0, seconds=HANG, count=1):
         """Waits until the log holds exactly this line `count` times after the mark."""
         wait_until(lambda: self.said(start).count(text) >= count, seconds,
                    lambda: "the line %r in %r" % (text, self.said(start)))
@@ -524,7 +550,7 @@ class Field:
 
     # The end.
 
-    def wait_exit(self, seconds=20.0):
+    def wait_exit(self, seconds=HANG):
         """Waits for the program to end by itself and returns its exit status."""
         self.process.wait(timeout=patience(seconds))
         self.ended = True
@@ -539,14 +565,14 @@ class Field:
             # The operator's way to quit, at which the address sanitizer checks for leaks.
             self.key("Q", last=True)
             try:
-                self.wait_exit(30)
+                self.wait_exit()
             except subprocess.TimeoutExpired:
                 trouble = "the program did not end at the key Q"
         status = self.process.poll()
         if status is None:
             self.process.send_signal(signal.SIGTERM)
             try:
-                self.process.wait(timeout=patience(20))
+                self.process.wait(timeout=patience(HANG))
             except subprocess.TimeoutExpired:
                 self.process.kill()
                 self.process.wait(timeout=20)
@@ -557,13 +583,20 @@ class Field:
             trouble = "the program ended by itself with status %d" % status
         if self.log_unread:
             self.read_log()
-        self.reader.join(timeout=patience(20))
-        self.process.stderr.close()
+        self.reader.join(timeout=patience(HANG))
         said = self.said()
-        self.process = None
+        self.process.stderr.close()
+        self.process, self.log_ended = None, True
         if any(report in line for line in said for report in REPORTS):
             trouble += " a report on standard error"
         return trouble and trouble + ":\n" + "\n".join(said[-200:])
+
+
+def readable(descriptor, milliseconds):
+    """Whether something can be read, or the end has come, within that time; None: however long it takes."""
+    waiting = select.poll()
+    waiting.register(descriptor, select.POLLIN)
+    return bool(waiting.poll(milliseconds))
 
 
 def captures_in(folder):
@@ -574,6 +607,24 @@ def captures_in(folder):
 def pixel(x, y):
     """Column and row (from the top) of the pixel whose lower left corner is the field point."""
     return x + HALF, HALF - 1 - y
+
+
+def apart(*clients):
+    """Moves the clients off the field, each to a place of its own. A newcomer stands at a random place, and whoever
+    jumps near to it cannot jump away again: so all leave before the first one goes to its place."""
+    for number, client in enumerate(clients):
+        client.do("j 3000 %d" % (3000 + 100 * number))
+
+
+def client_in_maze():
+    """A new client in a maze. All of the twenty places that the field tries there may be too near to a wall, about one
+    time in a thousand; the field then closes the connection, and the next one gets twenty others."""
+    for _ in range(10):
+        try:
+            return Client()
+        except Closed:
+            continue
+    raise AssertionError("ten clients found no place in the maze")
 
 
 class FieldTest(unittest.TestCase):

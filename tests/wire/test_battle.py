@@ -126,7 +126,7 @@ class Battle(FieldTest):
         shooter.client.wait_ticks(60)
         self.assertEqual(shooter.client.ask("q n").values, "6")
 
-    def approach(self, hunter, seconds=60):
+    def approach(self, hunter, seconds=240):
         """Walks towards the nearest turtle until it is in the way. The radar's noise of 20 degrees averages out."""
         end = time.monotonic() + harness.patience(seconds)
         while True:
@@ -154,16 +154,17 @@ class Battle(FieldTest):
         # The others hunt whatever is nearest; a dead turtle is disconnected, and one without points leaves. In the end
         # one or none is left on the field.
         alive = [self.fighters[i] for i in (0, 1, 4, 5)]
-        winner, end = None, time.monotonic() + harness.patience(240)
+        winner, end = None, time.monotonic() + harness.patience(400)
         while alive and not winner:
             self.assertLess(time.monotonic(), end, "the battle takes too long")
             for fighter in list(alive):
                 try:
-                    if not self.approach(fighter):
+                    if self.approach(fighter):
+                        # While its shot flies and its explosion lasts, the others act.
+                        fighter.client.ask("x")
+                    elif fighter.score() > 0:
                         winner = fighter
                         break
-                    # While its shot flies and its explosion lasts, the others act.
-                    fighter.client.ask("x")
                     if fighter.score() < 1:
                         fighter.client.close()                      # without points: becomes a target
                         alive.remove(fighter)

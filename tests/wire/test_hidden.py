@@ -93,8 +93,11 @@ class Driver(unittest.TestCase):
             folder = "/proc/%d/task" % field.process.pid
             names = []
             for thread in os.listdir(folder):
-                with open(os.path.join(folder, thread, "comm")) as file:
-                    names.append(file.read().strip())
+                try:
+                    with open(os.path.join(folder, thread, "comm")) as file:
+                        names.append(file.read().strip())
+                except (FileNotFoundError, ProcessLookupError):     # it has ended meanwhile
+                    pass
         return [name for name in names if name.startswith("llvmpipe")]
 
     def test_driver_has_no_threads_that_draw(self):

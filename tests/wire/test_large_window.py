@@ -22,7 +22,7 @@ class LargeWindow(unittest.TestCase):
 
     def end_manager(self):
         self.manager.terminate()
-        self.manager.wait(timeout=harness.patience(20))
+        self.manager.wait(timeout=harness.patience(harness.HANG))
 
     def assertSquareAndBackground(self, field, turtle, colour, square_is_still=True):
         """The picture of the whole window once it shows a current frame."""

@@ -54,10 +54,10 @@ class Unread(unittest.TestCase):
     def test_unread_log_blocks_nobody_and_is_kept(self):
         with Field(log_unread=True) as field, Client() as turtle:
             fill(field.process.stderr.fileno())
-            turtle.do("!", "! u", "f 1")
+            turtle.do("!", "! u", "t l 1")
             with Client() as other:
-                other.do("f 1")
-            with urllib.request.urlopen("http://127.0.0.1:%d/camera" % harness.VIEWER_PORT, timeout=patience(20)) as page:
+                other.do("t l 1")
+            with urllib.request.urlopen("http://127.0.0.1:%d/camera" % harness.VIEWER_PORT, timeout=patience(harness.HANG)) as page:
                 self.assertTrue(page.read())
             turtle.ask_all(["!"] * 100)
             turtle.wait_ticks(30)

@@ -1,6 +1,7 @@
 """Many clients at once, for 5 seconds, or a minute when KELMORA_LONG is set: nobody is blocked, nothing breaks."""
 import os
 import random
+import select
 import time
 
 import crowd
@@ -17,31 +18,42 @@ class Crowd(FieldTest):
         print("seed %d" % self.seed)
 
     def test_ten_clients_step_at_once(self):
+        # One thread for all, which asks whoever has been answered: who gets how much is up to the field alone.
         clients = self.fresh(10)
-        end = time.monotonic() + SPAN
-        rounds = [0] * 10
+        source = random.Random(self.seed)
+        rounds, last = dict.fromkeys(clients, 0), dict.fromkeys(clients, 0)
+        waiting = select.poll()
+        of = {turtle.sock.fileno(): turtle for turtle in clients}
 
-        def walk(index):
-            source = random.Random(self.seed + index)
-            turtle = clients[index]
+        def ask(turtle):
+            lines = ["t l %.1f" % source.uniform(-60, 60), "f %.1f" % source.uniform(0, 9), "q p", "q w", "q r 3"]
+            turtle.send("".join(line + "\n" for line in lines))
+
+        for turtle in clients:
             turtle.do("p d", "w 2", "k %.2f %.2f 1" % (source.random(), source.random()))
-            last = 0
-            while time.monotonic() < end:
-                lines = ["t l %.1f" % source.uniform(-60, 60), "f %.1f" % source.uniform(0, 9), "q p", "q w", "q r 3"]
-                answers = turtle.ask_all(lines)
+            waiting.register(turtle.sock, select.POLLIN)
+        for turtle in clients:
+            ask(turtle)
+        began = time.monotonic()
+        while time.monotonic() < began + SPAN or min(rounds.values()) <= SPAN * 2:
+            self.assertLess(time.monotonic(), began + SPAN + harness.patience(120), rounds.values())
+            for descriptor, _ in waiting.poll(1000):
+                turtle = of[descriptor]
+                answers = [turtle.reply() for _ in range(5)]
                 x, y = (float(word) for word in answers[2].values.split())
                 if max(abs(x), abs(y)) > 240:
-                    turtle.ask("j %.1f %.1f" % (source.uniform(-200, 200), source.uniform(-200, 200)))
+                    answers.append(turtle.ask("j %.1f %.1f" % (source.uniform(-200, 200), source.uniform(-200, 200))))
                 for answer in answers:
-                    if answer.clock < last:
-                        raise AssertionError("the clock ran backwards at %r" % answer.text)
-                    last = answer.clock
-                rounds[index] += 1
-        together([lambda index=index: walk(index) for index in range(10)], SPAN)
-        print("rounds per client: %s" % rounds)
+                    self.assertGreaterEqual(answer.clock, last[turtle], "the clock ran backwards at %r" % answer.text)
+                    last[turtle] = answer.clock
+                rounds[turtle] += 1
+                ask(turtle)
+        print("rounds per client: %s" % list(rounds.values()))
         # Paced: at most one round a frame; all are served in every pass, so nobody gets much less than another.
-        self.assertGreater(min(rounds), max(rounds) * 0.5)
-        self.assertGreater(min(rounds), SPAN * 2 / max(harness.slow / 4, 1.0))
+        self.assertGreater(min(rounds.values()), max(rounds.values()) * 0.5)
+        for turtle in clients:
+            for _ in range(5):
+                turtle.reply()
         self.assertEqual(clients[0].ask("q a").values, "1")
 
     @needs_window
@@ -54,8 +66,15 @@ class Crowd(FieldTest):
             with open("/proc/%d/statm" % pid) as statm:
                 return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
 
-        def ticks_with(widths, seconds=2.0):
-            """Ticks a second while nine turtles step back and forth, with brushes of these widths in turn."""
+        def spent():
+            """Processor time of the program, seconds."""
+            with open("/proc/%d/stat" % pid) as stat:
+                words = stat.read().rsplit(")", 1)[1].split()
+            return (int(words[11]) + int(words[12])) / os.sysconf("SC_CLK_TCK")
+
+        def cost_with(widths, seconds=2.0):
+            """Milliseconds of processor time a tick while nine turtles step back and forth, with brushes of these widths
+                in turn: other than ticks a second it hardly depends on what else the machine does."""
             end = time.monotonic() + seconds
 
             def paint(turtle):
@@ -63,17 +82,18 @@ class Crowd(FieldTest):
                     for width, step in zip(widths, ("f 8", "b 8")):
                         turtle.ask("w %s" % width)
                         turtle.ask(step)                    # refused where another turtle is in the way
-            began, first = time.monotonic(), watcher.ask(".").clock
+            began, first = spent(), watcher.ask(".").clock
             together([lambda turtle=turtle: paint(turtle) for turtle in turtles], seconds)
-            return (watcher.ask(".").clock - first) / (time.monotonic() - began)
+            return 1000 * (spent() - began) / max(1, watcher.ask(".").clock - first)
         for turtle in turtles:
             turtle.do("l b", "p d")
-        ticks_with((4, 4), 0.5)
+        cost_with((4, 4), 0.5)
         before = resident()
-        ordinary, wide = ticks_with((4, 4)), ticks_with((0.01, 4000))
-        print("%.0f ticks/s with ordinary brushes, %.0f with such that cover the window" % (ordinary, wide))
-        # An otherwise idle machine keeps 60 % and more; without the bound it was less than 1 %.
-        self.assertGreater(wide, 0.3 * ordinary)
+        ordinary, wide = cost_with((4, 4)), cost_with((0.01, 4000))
+        print("%.1f ms of processor time a tick with ordinary brushes, %.1f with such that cover the window" % (ordinary, wide))
+        # An otherwise idle machine keeps 60 % and more of its ticks; without the bound it was less than 1 %: hundreds of
+        # milliseconds for each.
+        self.assertLess(wide, 10 * max(ordinary, 1))
         self.assertLess(resident(), before + (200 if harness.instrumented() else 30))
 
     @needs_window
@@ -124,7 +144,7 @@ class Crowd(FieldTest):
                 slowest[0] = max(slowest[0], time.monotonic() - asked)
         together([lambda index=index: vandal(index) for index in range(4)] + [ask], SPAN)
         print("slowest answer: %.3f s" % slowest[0])
-        self.assertLess(slowest[0], harness.patience(2))
+        self.assertLess(slowest[0], harness.patience(10))
         self.assertEqual(self.fresh().ask("q n").values, "1")
 
 

@@ -32,7 +32,7 @@ class WebPage(FieldTest):
     def connect(self):
         client = Client(greet=False)
         self.addCleanup(client.close)
-        client.sock.settimeout(harness.patience(20))
+        client.sock.settimeout(harness.patience(harness.HANG))
         return client
 
     def answered(self, client):
@@ -101,8 +101,9 @@ class WebPage(FieldTest):
         for line, status in (("GET", "OK"), ("GET 5 5", "OK"), ("GET /", "OK"), ("GET / HTTP", "OK"), ("GET / HTTP/", "OK"),
                              ("GET / HTTP/x", "OK"), ("GET / HTTP/1.1 x", "OK"), ("GET a b HTTP/1.1", "OK"), ("GETS / HTTP/1.1", "OK"),
                              ("POST / HTCP/1.1", "OK"), ("HEAD", "OK"), ("OPTIONS x HTTPS/1.1", "OK"),
-                             ("GET/ HTTP/1.1", "OK"), ("get / http/1.1", "OK"), ("DELETE", "OK"), ("f 1 HTTP/1.1", "OK"),
-                             ("GET /" + "x" * 3000, "OK"), ("GET /" + "x" * 3000 + " y", "OK")):
+                             ("GET/ HTTP/1.1", "OK"), ("get / http/1.1", "OK"), ("f 1 HTTP/1.1", "OK"),
+                             ("GET /" + "x" * 3000, "OK"), ("GET /" + "x" * 3000 + " y", "OK"),
+                             ("DELETE", "OK")):                 # makes a doughnut, which might be in the way of others
             with self.subTest(line=line[:40]):
                 client = self.connect()
                 self.assertEqual(client.ask(line).status, status)
