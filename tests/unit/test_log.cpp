@@ -41,14 +41,19 @@ struct error_pipe {
         char piece[4096];
         for (ssize_t n = 0; (n = read(read_end, piece, sizeof piece)) > 0;) text.append(piece, static_cast<size_t>(n));
     }
-    // Reads until the text contains `wanted`.
-    bool read_until(const std::string& wanted) {
+    // Reads until the condition holds.
+    template <typename Condition> bool read_while_not(Condition condition) {
         const auto end = steady::now() + PATIENCE;
-        while (text.find(wanted) == std::string::npos && steady::now() < end) {
+        for (;;) {
             read_what_is_there();
+            if (condition()) return true;
+            if (steady::now() > end) return false;
             std::this_thread::sleep_for(1ms);
         }
-        return text.find(wanted) != std::string::npos;
+    }
+    // Reads until the text contains `wanted`.
+    bool read_until(const std::string& wanted) {
+        return read_while_not([&] { return text.find(wanted) != std::string::npos; });
     }
 };
 
@@ -93,6 +98,7 @@ TEST(Log, a_steady_rate_of_twenty_a_second_loses_nothing) {
 }
 
 TEST(Log, lines_go_out_at_once_and_as_they_are) {
+    log_forget(); // what other tests have left to be told
     testing::internal::CaptureStderr();
     log_line("a line from %s %d", "127.0.0.1", 513);
     log_line("%s", "");
@@ -100,6 +106,7 @@ TEST(Log, lines_go_out_at_once_and_as_they_are) {
 }
 
 TEST(Log, a_line_is_cut_and_still_ends) {
+    log_forget(); // what other tests have left to be told
     testing::internal::CaptureStderr();
     log_line("cut: %s", std::string(10000, 'x').c_str());
     const std::string said = testing::internal::GetCapturedStderr();
@@ -115,12 +122,13 @@ TEST(Log, a_flood_is_counted_and_reported_once_while_other_kinds_go_on) {
     for (size_t i = 0; i < FLOOD; ++i) log_line("flood");
     const size_t seconds = seconds_since(start);
     log_line("another kind");
-    ASSERT_TRUE(pipe.read_until("lines left out like: flood\n"));
-    const size_t shown = count_of("\n" + pipe.text, "\nflood\n");
-    EXPECT_GE(shown, 20U);
-    EXPECT_LE(shown, 20U * seconds);
+    // A slow machine reports some of the flood before its end, and the rest later.
+    const auto shown = [&] { return count_of("\n" + pipe.text, "\nflood\n"); };
+    EXPECT_TRUE(pipe.read_while_not([&] { return shown() + left_out(pipe.text, "flood") >= FLOOD; })) << pipe.text;
+    EXPECT_EQ(shown() + left_out(pipe.text, "flood"), FLOOD);
+    EXPECT_GE(shown(), 20U);
+    EXPECT_LE(shown(), 20U * seconds);
     EXPECT_EQ(count_of(pipe.text, "another kind\n"), 1U);
-    EXPECT_EQ(shown + left_out(pipe.text, "flood"), FLOOD);
     EXPECT_LE(count_of(pipe.text, "lines left out like: flood\n"), seconds);
 }
 
@@ -130,11 +138,12 @@ TEST(Log, lines_with_values_of_their_own_are_limited_together) {
     const auto start = steady::now();
     for (size_t i = 0; i < FLOOD; ++i) log_line("newcomer %zu", i);
     const size_t seconds = seconds_since(start);
-    ASSERT_TRUE(pipe.read_until("lines left out like: newcomer 299\n"));
-    const size_t shown = count_of("\n" + pipe.text, "\nnewcomer ");
-    EXPECT_GE(shown, 300U);
-    EXPECT_LE(shown, 300U * seconds);
-    EXPECT_EQ(shown + left_out(pipe.text, "newcomer \\d+"), FLOOD);
+    const auto shown = [&] { return count_of("\n" + pipe.text, "\nnewcomer "); };
+    EXPECT_TRUE(pipe.read_while_not([&] { return shown() + left_out(pipe.text, "newcomer \\d+") >= FLOOD; }))
+        << pipe.text;
+    EXPECT_EQ(shown() + left_out(pipe.text, "newcomer \\d+"), FLOOD);
+    EXPECT_GE(shown(), 300U);
+    EXPECT_LE(shown(), 300U * seconds);
 }
 
 TEST(Log, a_flood_among_many_other_lines_is_still_one) {
@@ -145,8 +154,10 @@ TEST(Log, a_flood_among_many_other_lines_is_still_one) {
         log_line("rhythm");
     }
     const size_t seconds = seconds_since(start);
-    ASSERT_TRUE(pipe.read_until("lines left out like: rhythm\n"));
-    EXPECT_LE(count_of(pipe.text, "\nrhythm\n"), 20U * seconds);
+    const auto shown = [&] { return count_of(pipe.text, "\nrhythm\n"); };
+    EXPECT_TRUE(pipe.read_while_not([&] { return shown() + left_out(pipe.text, "rhythm") >= 250; })) << pipe.text;
+    EXPECT_EQ(shown() + left_out(pipe.text, "rhythm"), 250U);
+    EXPECT_LE(shown(), 20U * seconds);
     EXPECT_EQ(count_of(pipe.text, "guest "), 250U);
 }
 
@@ -190,12 +201,14 @@ TEST(Log, a_closed_stream_is_harmless) {
     log_line("into nothing");
     dup2(saved, STDERR_FILENO);
     close(saved);
+    log_forget(); // what other tests have left to be told
     testing::internal::CaptureStderr();
     log_line("and on again");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "and on again\n");
 }
 
 TEST(Log, threads_that_write_at_once_leave_whole_lines) {
+    log_forget(); // what other tests have left to be told
     testing::internal::CaptureStderr();
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {

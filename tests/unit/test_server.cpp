@@ -1,5 +1,7 @@
 // How the server treats a socket it cannot use. Usable ones are tested over real connections.
 #include "net/server.h"
+
+#include "base/log.h"
 #include "support.h"
 
 #include <fcntl.h>
@@ -23,6 +25,7 @@ TEST(Server, socket_beyond_what_select_can_wait_for_is_refused) {
 
     const int next = dup(taken.back());
     close(next);
+    log_forget(); // what other tests have left to be told
     testing::internal::CaptureStderr();
     const int sock = init_socket(0);
     const std::string said = testing::internal::GetCapturedStderr();
