@@ -475,7 +475,7 @@ class Hostile(unittest.TestCase):
         self.addCleanup(thread.join, LIMIT)
         return listener.getsockname()[1]
 
-    def connect(self, behave, timeout=0.5):
+    def connect(self, behave, timeout=2):  # the start must fit in, too
         turtle = kelmora.Turtle(host="127.0.0.1", port=self.serve(behave), timeout=timeout, home=False)
         self.addCleanup(turtle.close)
         return turtle
@@ -533,7 +533,7 @@ class Hostile(unittest.TestCase):
 
     def test_silence_from_the_start(self):
         with self.assertRaises(kelmora.NoAnswer):
-            self.connect(lambda connection: connection.recv(1) and connection.recv(65536) and time.sleep(2))
+            self.connect(lambda connection: connection.recv(1) and connection.recv(65536) and time.sleep(2), 0.5)
 
     def test_a_server_that_does_not_read(self):
         def deaf(connection):

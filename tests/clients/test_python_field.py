@@ -247,7 +247,8 @@ class Answers(LibraryTest):
                 turtle.forward(1)
             turtle.clock()
         self.assertEqual(len(answers), 20)
-        self.assertEqual(answers[9], answers[19], "all in one frame: %d" % began)
+        # All before the next frame. The clock may tick at any time, but not twice.
+        self.assertLessEqual(answers[19] - answers[9], 1, "began at %d" % began)
         self.assertAlmostEqual(turtle.xcor(), 18, places=4)
 
 
@@ -283,11 +284,14 @@ class Admission(LibraryTest):
         victim.on_hit(lambda: hits.append(victim.score()))
         with self.assertRaises(kelmora.Died):
             while True:
+                known = len(hits)
                 shooter.fire()
-                for _ in range(20):
-                    shooter.right(360)
-                victim.ping()
-        self.assertEqual(hits, [70, 40, 10, 0])
+                while len(hits) == known:                   # the next shot waits until this one has been noticed
+                    victim.ping()
+                    shooter.fire()                          # nothing while the last beam or its explosion is there
+        # Half a second after the fourth hit the turtle is gone: it may not learn of that one.
+        self.assertEqual(hits[:3], [70, 40, 10])
+        self.assertIn(hits[3:], ([0], []))
 
     def test_the_doctor(self):
         self.clean()

@@ -12,7 +12,7 @@ from scripted import ScriptedField, exchanges_of, load, same_value  # noqa: E402
 KINDS = {"no_field": kelmora.NoField, "not_admitted": kelmora.NotAdmitted, "died": kelmora.Died, "lost": kelmora.Lost,
          "no_answer": kelmora.NoAnswer, "bad_answer": kelmora.BadAnswer, "not_a_number": kelmora.NotANumber,
          "bad_value": kelmora.BadValue, "blocked": kelmora.Blocked, "not_here": kelmora.NotHere}
-SILENCE = 0.3   # seconds to wait for an answer that never comes
+SILENCE = 2.0   # seconds to wait for an answer that never comes; the start must fit in, too
 ANSWER = 60.0
 # Words that send nothing that vectors could show, with the reason.
 OUTSIDE = {"done", "mainloop", "exitonclick", "ontimer", "mode", "window_width", "window_height", "isvisible", "getscreen",

@@ -141,7 +141,7 @@ class Shell(agents.Language):
         """After a time-out in $(...) a late answer must not be taken for the next word's answer."""
         self.server.drop()
         script = subprocess.Popen(
-            ["bash", "-c", '. "$KELMORA_SH"; K_TIMEOUT=0.3; k_connect 127.0.0.1 "$PORT"; x=$(k_score); echo "$?"; '
+            ["bash", "-c", '. "$KELMORA_SH"; K_TIMEOUT=2; k_connect 127.0.0.1 "$PORT"; x=$(k_score); echo "$?"; '
              'k_forward 1; echo "$? $K_ERROR"'], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
             env=dict(os.environ, KELMORA_SH=LIBRARY, PORT=str(self.server.port)))
         self.server.accept()

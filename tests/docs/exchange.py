@@ -171,7 +171,7 @@ class Replay:
     @staticmethod
     def ask_list(kind):
         """A list of the page, which leaves the turtles' events alone."""
-        with urllib.request.urlopen(f"http://127.0.0.1:{harness.VIEWER_PORT}/{kind}", timeout=30) as answer:
+        with urllib.request.urlopen(f"http://127.0.0.1:{harness.VIEWER_PORT}/{kind}", timeout=harness.patience(harness.HANG)) as answer:
             return json.load(answer)
 
     def press(self, key):
@@ -191,17 +191,21 @@ class Replay:
     def hit(self, shooter, victim, times):
         """Fires until that many shots have hit, by the victim's score."""
         for _ in range({"once": 1, "twice": 2, "three times": 3}[times]):
-            before = self.score_of(victim)
-            shots = self.turtles[shooter]
+            before = self.listed(victim)["score"]
 
-            def fire_and_look():
-                shots.do("x")
-                return self.score_of(victim) != before
-            wait_until(fire_and_look, 30, "a hit")
+            def hit_or_fire():
+                # A shot costs a point, so the next one waits until it is known where the last one has landed.
+                if self.listed(shooter)["firing"]:
+                    return False
+                if self.listed(victim)["score"] != before:
+                    return True
+                self.turtles[shooter].do("x")
+                return False
+            wait_until(hit_or_fire, what="a hit")
 
-    def score_of(self, name):
-        index = list(self.turtles).index(name)
-        return self.ask_list("turtle")[index]["score"]
+    def listed(self, name):
+        """What the page's list says of a turtle."""
+        return self.ask_list("turtle")[list(self.turtles).index(name)]
 
     def exhaust(self, name):
         """Three hits by a turtle that then leaves, and shots at the edge until no score is left."""

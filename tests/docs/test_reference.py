@@ -10,7 +10,7 @@ import jsonschema
 
 import exchange
 from exchange import Replay, exchanges_of
-from harness import FieldTest, main, wait_until
+from harness import FieldTest, client_in_maze, main, wait_until
 
 TOP = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 PROTOCOL = os.path.join(TOP, "docs", "protocol.md")
@@ -111,7 +111,8 @@ class Replayed(FieldTest):
             each.wait_closed()
         turtles = []
         for k in range(4):  # newcomers enter in one corner of the maze, which must be free for the next
-            turtles.append(self.client())
+            turtles.append(client_in_maze())
+            self.addCleanup(turtles[k].close)
             turtles[k].do("! u", f"j {-208 + 64 * k} -208")
         turtles[0].do("!", "n 4f534c4f", "i 1", "o b", "o s", "u hello")
         turtles[1].close()

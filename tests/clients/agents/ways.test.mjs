@@ -225,7 +225,7 @@ test("a program ends when nothing is awaited any more", async (t) => {
 
 test("an answer that never comes ends a program with an error, not in silence", async (t) => {
   const { port } = await field(t, (line) => (line === "f 1" ? "" : "OK @ 1 0"));
-  const turtle = await connect({ host: "127.0.0.1", port, timeout: 300 });
+  const turtle = await connect({ host: "127.0.0.1", port, timeout: 2000 });
   await assert.rejects(turtle.forward(1));
 });
 
