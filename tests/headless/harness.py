@@ -16,7 +16,7 @@ import zlib
 TREE = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "build", "release")
 PROGRAM = os.environ.get("HEADLESS", os.path.join(TREE, "kelmora-headless"))
 REPLAY = os.environ.get("REPLAY", os.path.join(TREE, "kelmora-replay"))
-HANG = 120.0  # seconds after which something must have hung
+HANG = 300.0  # seconds after which something must have hung
 REPORTS = ("AddressSanitizer", "ThreadSanitizer", "LeakSanitizer", "runtime error:", "broken invariant")
 
 

@@ -86,7 +86,7 @@ class Contest(unittest.TestCase):
         spoilers = {"silent": "hung", "flood": "hung", "crash": "crashed", "leaver": "left", "absent": "never joined",
                     "thief": "took another's name", "twice": "took a second seat", "eater": "crashed",
                     "browser": "spoke HTTP"}
-        plan = self.plan(["hunter", *spoilers], turn_limit=400, ticks=40, limits={"join_seconds": 60})
+        plan = self.plan(["hunter", *spoilers], turn_limit=1000, ticks=40, limits={"join_seconds": 60})
         # All pairs would be 72 matches; those with the hunter are enough.
         with open(plan, encoding="utf-8") as file:
             text = file.read()

@@ -39,7 +39,7 @@ class FromTheWeb(GameTest):
                 for _ in range(60):
                     program.ask("f 2")
                 clock = program.clock()
-                while program.clock() < clock + 40:  # the last changes have been fetched
+                while program.clock() < clock + 400:  # the last changes have been fetched
                     pass
             finally:
                 recorder.send_signal(signal.SIGINT)
@@ -53,7 +53,7 @@ class FromTheWeb(GameTest):
         self.assertEqual((slot, turtle["name"], turtle["kind"], turtle["y"]), (0, 'An"n', "turtle", 0))
         self.assertEqual(turtle["x"], 120)
         self.assertEqual(len(full["coins"]), 7)
-        self.assertEqual(len(members_of(data)), 2)
+        self.assertGreaterEqual(len(members_of(data)), 2)  # and one more every eight seconds
         # The sum of the changes equals the last full state.
         place = [0.0, 0.0]
         for line in lines[2:-1]:
