@@ -82,7 +82,7 @@ class ForeignPage(unittest.TestCase):
                  "--user-data-dir=" + profile, "http://localhost:%d/" % PAGE_PORT],
                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             try:
-                wait_until(page.done.is_set, 120, lambda: "the page to have tried all; the field said %r" % field.said(start))
+                wait_until(page.done.is_set, 240, lambda: "the page to have tried all; the field said %r" % field.said(start))
             finally:
                 browser.terminate()
                 browser.wait(timeout=60)

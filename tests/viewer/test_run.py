@@ -38,7 +38,7 @@ class Run:
 
     def __enter__(self):
         try:
-            wait_until(self.is_ready, 120, lambda: "the field to be up: " + self.said())
+            wait_until(self.is_ready, 300, lambda: "the field to be up: " + self.said())
         except BaseException:
             self.end()
             raise
@@ -65,7 +65,7 @@ class Run:
 
 
 def scripts_of_page():
-    with urllib.request.urlopen("http://127.0.0.1:%d/" % VIEWER_PORT, timeout=20) as answer:
+    with urllib.request.urlopen("http://127.0.0.1:%d/" % VIEWER_PORT, timeout=patience(harness.HANG)) as answer:
         return re.findall(r'src="([^"]*)"', answer.read().decode())
 
 
@@ -82,7 +82,7 @@ class Script(unittest.TestCase):
             wait_until(lambda: is_listening(SCRIPT_PORT), 20, "the script server")
             self.assertEqual(listening_addresses(SCRIPT_PORT), ["127.0.0.1"])
             for address in scripts_of_page():
-                with urllib.request.urlopen(address, timeout=20) as answer:
+                with urllib.request.urlopen(address, timeout=patience(harness.HANG)) as answer:
                     self.assertGreater(len(answer.read()), 1000)
             self.end(run)
 
@@ -96,7 +96,7 @@ class Script(unittest.TestCase):
             self.assertEqual(scripts_of_page(), names)
             for name in names:  # from another address of this machine
                 path = name.split("2281")[1]
-                with urllib.request.urlopen("http://127.0.0.2:2281" + path, timeout=20) as answer:
+                with urllib.request.urlopen("http://127.0.0.2:2281" + path, timeout=patience(harness.HANG)) as answer:
                     self.assertGreater(len(answer.read()), 1000)
             self.end(run)
 
