@@ -56,6 +56,11 @@ class Browser:
         self.token = None
 
     def ask(self, method, path, body=None, headers=None):
+        self.send(method, path, body, headers)
+        return self.receive()
+
+    def send(self, method, path, body=None, headers=None):
+        """Sends a request, whose answer receive() returns."""
         sent = {"Host": "%s:%d" % (self.host, self.port)}
         if method != "GET":
             sent["Kelmora"] = "1"
@@ -66,6 +71,8 @@ class Browser:
         if isinstance(body, (dict, list)):
             body = json.dumps(body)
         self.connection.request(method, path, body=body.encode() if isinstance(body, str) else body, headers=sent)
+
+    def receive(self):
         response = self.connection.getresponse()
         return Answer(response.status, response.headers, response.read())
 
