@@ -98,6 +98,24 @@ def field_end(viewer):
     return (found[0].state, found[0].unread) if found else None
 
 
+@contextlib.contextmanager
+def small_send_buffers():
+    """Keeps the kernel from enlarging send buffers, where this namespace may say so: else hundreds of answers fit, also
+    after a while."""
+    path = "/proc/sys/net/ipv4/tcp_wmem"
+    with open(path) as file:
+        before = file.read()
+
+    def write(text):
+        with contextlib.suppress(OSError), open(path, "w") as file:
+            file.write(text)
+    write("4096 16384 16384")
+    try:
+        yield
+    finally:
+        write(before)
+
+
 def stuck_viewer():
     """A connection that sends requests and does not read, until the field's thread blocks in a send."""
     viewer = Viewer(receive_buffer=4096)
@@ -206,7 +224,7 @@ class Requests(FieldTest):
         connection.close()
 
     def test_client_that_never_reads_delays_nobody(self):
-        with stuck_viewer():
+        with small_send_buffers(), stuck_viewer():
             for _ in range(20):
                 self.assertEqual(get("/camera")[1].decode(), OVERVIEW)
 
@@ -530,6 +548,7 @@ class Limits(unittest.TestCase):
     def test_idle_or_stuck_connection_ends_after_60_seconds_altogether(self):
         with Field() as field:
             with contextlib.ExitStack() as viewers:
+                viewers.enter_context(small_send_buffers())
                 stuck = viewers.enter_context(stuck_viewer())
                 self.assertIsNotNone(field_end(stuck))
                 start = time.monotonic()
