@@ -1,10 +1,13 @@
 """The documents against the files: every link leads somewhere, every file that is named is there, and what a document lists
-of options, addresses and members is what the program has. No field is started."""
+of options, addresses and members is what the program has. Run inside scripts/in-namespace, with KELMORA set."""
 import functools
 import glob
 import json
 import os
 import re
+import subprocess
+import tempfile
+import textwrap
 import unittest
 
 TOP = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
@@ -187,6 +190,30 @@ class Headless(unittest.TestCase):
         keys |= set(re.findall(r'"(\w+)":', re.search(r"DEFAULT_LIMITS = \{(.*?)\}", text)[1]))
         self.assertGreater(len(keys), 15)
         self.assertEqual(keys, {code for row in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", read("docs/headless.md"), re.MULTILINE) for code in codes(row)})
+
+
+class Grading(unittest.TestCase):
+    """The script for continuous integration in docs/headless.md."""
+
+    def grade(self, student, limit="timeout 120"):
+        script = textwrap.dedent(re.search(r"^    #!/bin/sh\n.*?^    END\n", read("docs/headless.md"), re.MULTILINE | re.DOTALL)[0])
+        self.assertIn("timeout 120 kelmora-headless", script)
+        programs = os.path.dirname(os.environ["KELMORA"])
+        environment = {**os.environ, "PATH": programs + ":" + os.environ["PATH"],
+                       "PYTHONPATH": os.path.join(TOP, "clients", "python", "src")}
+        with tempfile.TemporaryDirectory() as folder:
+            # A busy machine may hold a program up for longer than a turn has by default.
+            for name, text in (("ci.sh", script.replace("timeout 120", limit).replace("-t 500", "-t 500 --turn-limit 60000")), ("student.py", student)):
+                with open(os.path.join(folder, name), "w", encoding="utf-8") as file:
+                    file.write(text)
+            return subprocess.run(["sh", "ci.sh"], cwd=folder, env=environment, capture_output=True, text=True, timeout=300, check=False)
+
+    def test_it_tells_right_from_wrong(self):
+        square = "from kelmora import *\nfor _ in range(4):\n    forward(100)\n    left(90)\n"
+        good = self.grade(square)
+        self.assertEqual(good.returncode, 0, good.stderr)
+        self.assertIn("the square lacks", self.grade(square.replace("100", "90")).stderr)
+        self.assertNotEqual(self.grade("1 / 0\n", "timeout 3").returncode, 0)
 
 
 class Record(unittest.TestCase):
