@@ -197,6 +197,12 @@ void server::begin(call& c) {
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what the run before still held
     live_[s.id].answer.reset();
+    // A line tried after a program's end: the turtle stays as that program left it.
+    const auto keep = c.body.find("keep");
+    if (keep != c.body.end() && keep->is_boolean() && keep->get<bool>()) {
+        return c.reply(
+            json_answer(200, {{"run", run}, {"field", where->field}, {"turtle", valid_utf8(s.turtle)}, {"keep", true}}));
+    }
     const std::string old_name = valid_utf8(s.turtle);
     s.turtle = s.name;
     // std::function needs a copyable target, which a responder is not.

@@ -71,7 +71,7 @@ test('texts follow the language, fall back to English, and fill their placeholde
   chooseLanguage('fr');
   assert.equal(t('run'), 'Run');
   assert.equal(t('no such key'), 'no such key');
-  assert.equal(refusal({ word: 'slow', told: { retry_s: 7 } }), 'Too many wrong codes. Wait 7 seconds.');
+  assert.equal(refusal({ word: 'slow', told: { retry_s: 7 } }), 'Too many wrong codes. Wait 7 s.');
   assert.equal(refusal({ word: 'unheard', message: 'as the server says' }), 'as the server says');
   assert.equal(waitText(89), '89 s');
   assert.equal(waitText(150), '3 min');

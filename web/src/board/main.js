@@ -17,19 +17,21 @@ const paused = el('p', { class: 'notice paused', role: 'status', hidden: true, t
 const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
 const FEW = 16; // names that are written large; nobody scrolls on a projector
 const who = el('ul', { class: 'who' });
+const legend = el('ul', { class: 'legend', hidden: true, 'aria-hidden': 'true' }, ...['idle', 'running', 'asking', 'error', 'practice'].map((doing) => el('li', { class: `doing-${doing}` },
+  el('span', { class: 'dot' }), t(`doing.${doing}`))));
 const tabs = el('div', { class: 'row field-tabs', role: 'group', 'aria-label': t('watch.which'), hidden: true });
 const view = makeFieldView({ every: 60 });
 let fields = 0;
 let link = '';
 
 document.body.append(
-  el('header', { class: 'bar' }, logoMark(), el('span', { class: 'grow' }), ...pageButtons()),
+  el('header', { class: 'bar' }, el('h1', { class: 'only-read', text: t('board.title') }), logoMark(), el('span', { class: 'grow' }), ...pageButtons()),
   el('main', { class: 'board' },
     el('section', { class: 'invite', 'aria-label': t('board.open') },
       el('div', { class: 'card how' },
-        el('div', {}, el('h2', { text: t('board.open') }), address, el('h2', { text: t('board.code') }), code), qr),
+        el('div', { class: 'where' }, el('h2', { text: t('board.open') }), address), el('div', {}, el('h2', { text: t('board.code') }), code), qr),
       paused, trouble,
-      el('div', { class: 'card people' }, el('div', { class: 'row' }, el('h2', { class: 'grow', text: t('board.who') }), count, waiting), who)),
+      el('div', { class: 'card people' }, el('div', { class: 'row' }, el('h2', { class: 'grow', text: t('board.who') }), count, waiting), who, legend)),
     el('section', { class: 'board-field', 'aria-label': t('watch.title') }, tabs, view.element)));
 
 function showFields(list) {
@@ -54,10 +56,11 @@ function show(told) {
   paused.hidden = !told.paused;
   count.textContent = String(told.who.length);
   who.classList.toggle('many', told.who.length > FEW);
+  legend.hidden = told.who.length === 0;
   waiting.hidden = !(told.waiting > 0);
   waiting.textContent = t('board.waiting', told.waiting);
   who.replaceChildren(...(told.who.length === 0 ? [el('li', { class: 'muted', text: t('board.nobody') })] : told.who.map((one) => el('li', {
-    class: `doing-${one.doing}`, title: t(`doing.${one.doing}`) }, el('span', { class: 'dot', 'aria-hidden': 'true' }), el('span', { class: 'name', text: one.name }),
+    class: `doing-${one.doing}${one.state === 'waiting' ? ' waiting' : ''}`, title: t(`doing.${one.doing}`) }, el('span', { class: 'dot', 'aria-hidden': 'true' }), el('span', { class: 'name', text: one.name }),
   el('span', { class: 'only-read', text: t(`doing.${one.doing}`) })))));
   showFields(told.fields);
 }

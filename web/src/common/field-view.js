@@ -114,7 +114,8 @@ export function makeFieldView({ field = 0, turtle = '', every = 80, flat = undef
 
   const size = () => [element.clientWidth || 1, element.clientHeight || 1];
   async function makePicture() {
-    if (flat ?? !drawsSolids()) return makeFlatScene(size);
+    // A turtle's eyes see in three dimensions only, however slowly.
+    if (flat ?? (!turtle && !drawsSolids())) return makeFlatScene(size);
     globalThis.THREE ||= await import('three');
     return makeScene(document, orbit, () => 0, { plain: true, size });
   }
@@ -122,11 +123,13 @@ export function makeFieldView({ field = 0, turtle = '', every = 80, flat = undef
     if (over) return;
     scene = made;
     scene.setOwn(own);
-    scene.canvas.tabIndex = 0;
     scene.canvas.setAttribute('role', 'img');
-    scene.canvas.setAttribute('aria-label', t('field.picture'));
+    scene.canvas.setAttribute('aria-label', t(scene.flat ? 'field.flat' : 'field.picture'));
     element.prepend(scene.canvas);
-    letMove(scene.canvas, orbit, () => { moved = true; });
+    if (!scene.flat) {
+      scene.canvas.tabIndex = 0;
+      letMove(scene.canvas, orbit, () => { moved = true; });
+    }
     follow();
     new ResizeObserver(() => { moved = true; }).observe(element);
     let drawUntil = 0;

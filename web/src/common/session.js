@@ -1,7 +1,7 @@
-// This browser's session with the class: its state, and a sign of life every ten seconds.
+// This browser's session with the class: its state, and a sign of life every five seconds.
 import { ApiError, getJson, postJson, setToken, token } from './api.js';
 
-const EVERY = 10000; // ms
+const EVERY = 5000; // ms
 const SOON = 1000; // at most one sign a second
 const RETRY = 3000;
 

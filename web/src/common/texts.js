@@ -49,6 +49,7 @@ export const TEXTS = {
   'view.practice': ['Practice', 'Üben'],
   'practice.canvas': ['Practice canvas', 'Übungsfläche'],
   'field.picture': ['The field in three dimensions; the arrow keys turn it', 'Das Feld in drei Dimensionen; die Pfeiltasten drehen es'],
+  'field.flat': ['The field from above', 'Das Feld von oben'],
   'field.lost': ['The field does not answer. Trying again…', 'Das Feld antwortet nicht. Neuer Versuch…'],
   'field.nogl': ['This browser cannot show the field in three dimensions. Your programs run all the same.', 'Dieser Browser kann das Feld nicht dreidimensional zeigen. Deine Programme laufen trotzdem.'],
 
@@ -73,6 +74,7 @@ export const TEXTS = {
   'end.lost': ['— stopped; the variables are lost —', '— angehalten; die Variablen sind verloren —'],
   'end.replaced': ['— ended: another run of yours has begun, perhaps in another tab —', '— beendet: Ein anderer Lauf von dir hat begonnen, vielleicht in einem anderen Tab —'],
   'end.ended': ['— the run has ended —', '— der Lauf ist zu Ende —'],
+  'end.desk': ['— stopped by your teacher; the variables are kept —', '— von der Lehrkraft angehalten; die Variablen bleiben —'],
   'end.removed': ['— ended by your teacher —', '— von der Lehrkraft beendet —'],
   'end.turn': ['— your turn is over; others wait for the place —', '— du bist nicht mehr an der Reihe; andere warten auf den Platz —'],
   'end.seat': ['— your place went to somebody else —', '— dein Platz ging an jemand anderen —'],
@@ -83,12 +85,14 @@ export const TEXTS = {
   'error.through': ['called from line {0}', 'aufgerufen in Zeile {0}'],
   'run.practice': ['All places on the field are taken: your program runs on the practice canvas.', 'Alle Plätze auf dem Feld sind besetzt: Dein Programm läuft auf der Übungsfläche.'],
   'run.offline': ['The class server does not answer: practising without input().', 'Der Klassenserver antwortet nicht: Üben ohne input().'],
+  'run.idle': ['{0} alone does nothing: to do it, write round brackets after it.', '{0} allein bewirkt nichts: Damit es geschieht, schreibe runde Klammern dahinter.'],
 
   'seat.none': ['Practising', 'Beim Üben'],
   'seat.offline': ['No connection', 'Keine Verbindung'],
   'seat.paused': ['Paused by your teacher', 'Von der Lehrkraft angehalten'],
   'seat.on': ['{0}: on the field', '{0}: auf dem Feld'],
   'seat.turn': ['{0}: on the field, {1} left', '{0}: auf dem Feld, noch {1}'],
+  'seat.arrived': ['You have a place on the field now: press Run.', 'Du hast jetzt einen Platz auf dem Feld: Drücke Start.'],
   'seat.queued': ['{0}: place {1} in the queue', '{0}: Platz {1} in der Reihe'],
   'seat.waiting': ['{0}: place {1} in the queue, about {2}', '{0}: Platz {1} in der Reihe, etwa {2}'],
   'wait.seconds': ['{0} s', '{0} s'],
@@ -110,6 +114,8 @@ export const TEXTS = {
   'share.copy': ['Copy', 'Kopieren'],
   'share.copied': ['Copied.', 'Kopiert.'],
   'share.byhand': ['Press Ctrl-C to copy.', 'Mit Strg-C kopieren.'],
+  'share.bad': ['The program in this address cannot be read: was the address cut?', 'Das Programm in dieser Adresse ist nicht lesbar: Wurde die Adresse abgeschnitten?'],
+  'blocks.bad': ['These blocks cannot be read, so here are the first ones.', 'Diese Blöcke sind nicht lesbar, darum stehen hier die ersten.'],
   'share.opened': ['This program was shared with you. Look at it before you run it.', 'Dieses Programm wurde mit dir geteilt. Sieh es an, bevor du es startest.'],
 
   'help.search': ['Search the help', 'In der Hilfe suchen'],
@@ -247,7 +253,7 @@ export const TEXTS = {
   'error.offline': ['The class server does not answer. Is the wireless still on?', 'Der Klassenserver antwortet nicht. Ist das WLAN noch an?'],
   'error.token': ['You are no longer in the class: join again.', 'Du bist nicht mehr in der Klasse: Tritt noch einmal bei.'],
   'error.code': ['That is not the class code. Look at the big screen again.', 'Das ist nicht der Klassencode. Sieh noch einmal auf die große Anzeige.'],
-  'error.slow': ['Too many wrong codes. Wait {0} seconds.', 'Zu viele falsche Codes. Warte {0} Sekunden.'],
+  'error.slow': ['Too many wrong codes. Wait {0} s.', 'Zu viele falsche Codes. Warte {0} s.'],
   'error.name': ['A name has 1 to 24 characters.', 'Ein Name hat 1 bis 24 Zeichen.'],
   'error.full': ['The class is full.', 'Die Klasse ist voll.'],
   'error.no_seat': ['All places on the field are taken.', 'Alle Plätze auf dem Feld sind besetzt.'],
@@ -262,6 +268,7 @@ export const TEXTS = {
   'error.origin': ['Another site may not ask this.', 'Eine andere Seite darf das nicht verlangen.'],
   'error.header': ['The class server did not understand.', 'Der Klassenserver hat das nicht verstanden.'],
   'error.desk': ['Only on the machine of the class server.', 'Nur auf dem Rechner des Klassenservers.'],
+  'error.alone': ['This works only after joining the class: press Join at the top.', 'Das geht erst, wenn du in der Klasse bist: Drücke oben auf Mitmachen.'],
   'error.missing': ['There is nothing.', 'Da ist nichts.'],
 };
 

@@ -7,6 +7,14 @@ const TURTLE_WORDS = new Set(['forward', 'fd', 'back', 'bk', 'backward', 'left',
   'setheading', 'home', 'penup', 'pu', 'up', 'pendown', 'pd', 'down', 'pensize', 'width', 'pencolor', 'fillcolor', 'color', 'begin_fill',
   'end_fill', 'dot', 'circle', 'write', 'position', 'pos', 'xcor', 'ycor', 'heading', 'distance', 'towards', 'clear', 'reset', 'bgcolor',
   'speed', 'brush', 'fire', 'finder', 'sonar', 'radar', 'score', 'pick', 'drop', 'battle', 'Turtle']);
+const TURTLE_LIST = [...TURTLE_WORDS];
+const COLOURS = new Set(['red', 'green', 'blue', 'yellow', 'orange', 'purple', 'pink', 'black', 'white', 'brown', 'gray', 'grey', 'cyan', 'magenta',
+  'violet', 'gold', 'silver', 'turquoise', 'lime', 'navy', 'skyblue', 'darkgreen', 'lightblue', 'lightgreen', 'darkblue']);
+const OWN_WORDS = 'and|as|assert|break|class|continue|def|del|elif|else|except|finally|for|from|global|if|import|in|is|lambda|not|or|pass|raise|return|try|while|with|yield';
+const isOwn = (word) => new RegExp(`^(?:${OWN_WORDS})$`).test(word);
+const BUILT_IN = ['print', 'input', 'range', 'len', 'int', 'float', 'str', 'list', 'sum', 'max', 'min', 'abs', 'round', 'sorted'];
+const THINGS = { en: { str: 'text', int: 'number', float: 'number', list: 'list', dict: 'dictionary', tuple: 'group of values' },
+  de: { str: 'Text', int: 'Zahl', float: 'Zahl', list: 'Liste', dict: 'Wörterbuch', tuple: 'Gruppe von Werten' } };
 const MODULES = { randint: 'random', choice: 'random', randrange: 'random', shuffle: 'random', uniform: 'random', sleep: 'time', sqrt: 'math',
   sin: 'math', cos: 'math', pi: 'math' };
 const MODULE_NAMES = new Set(['random', 'time', 'math', 'turtle', 'kelmora', 'json', 'datetime', 'string', 'itertools', 'sys', 'os', 're']);
@@ -16,6 +24,9 @@ function lineOf(error) {
   const text = (error.source || '').split('\n')[(error.line || 0) - 1] ?? '';
   return /['"]/.test(text) ? text : text.replace(/#.*$/, '');
 }
+
+/** The same line without what stands in quotation marks. */
+const codeOf = (error) => lineOf(error).replace(/"[^"]*"|'[^']*'/g, '""');
 
 /** Edit distance between two words: inserted, omitted, replaced or swapped letters. */
 export function editDistance(a, b) {
@@ -34,7 +45,7 @@ export function editDistance(a, b) {
 /** The known word nearest to `word`, when near enough; else null. */
 export function nearest(word, known) {
   let best = null;
-  let least = word.length <= 3 ? 2 : word.length <= 6 ? 3 : 4; // strictly less than this
+  let least = word.length <= 2 ? 1 : word.length <= 3 ? 2 : word.length <= 6 ? 3 : 4; // strictly less than this
   for (const candidate of known) {
     const steps = editDistance(word.toLowerCase(), candidate.toLowerCase());
     if (steps < least && candidate !== word) {
@@ -53,10 +64,61 @@ const python = (kinds, test, en, de) => ({ kinds: new Set([kinds].flat()), test,
 const javascript = (kinds, test, en, de) => ({ ...python(kinds, test, en, de), language: 'javascript' });
 const says = (pattern) => (error) => pattern.exec(error.message || '');
 const line = (pattern) => (error) => pattern.exec(lineOf(error));
+const code = (pattern) => (error) => pattern.exec(codeOf(error));
+const either = (...tests) => (error) => tests.reduce((found, test) => found || test(error), null);
+/** The word of a NameError; null for other errors. */
+const unknownName = (error) => /name '([^']+)' is not defined/.exec(error.message || '')?.[1] ?? null;
 
 // Each text gets what its test matched: usually the groups of a pattern.
 export const RULES = [
-  /* how a program is written */
+  /* how a program is written: first what one line shows, whatever Python says about it */
+  python('SyntaxError', code(/\b(?:else\s+if|elseif|elsif)\b/), () => 'In Python "else if" is one word: elif.', () => 'In Python ist "else if" ein Wort: elif.'),
+  python('SyntaxError', code(/^\s*else\s+[^:\s]/), () => 'After "else" stands only a colon; with a condition it is called elif.',
+    () => 'Nach "else" steht nur ein Doppelpunkt; mit Bedingung heißt es elif.'),
+  python('SyntaxError', (error) => {
+    const found = new RegExp(`^\\s*(${OWN_WORDS})\\b`, 'i').exec(lineOf(error));
+    return found && found[1] !== found[1].toLowerCase() ? found : null;
+  }, ([, word]) => `Capital letters count: write ${word.toLowerCase()}, not ${word}.`, ([, word]) => `Groß- und Kleinschreibung zählt: Schreibe ${word.toLowerCase()}, nicht ${word}.`),
+  python('SyntaxError', code(/^\s*(?:\/\/|\/\*)/), () => 'A remark begins with # in Python.', () => 'Eine Bemerkung beginnt in Python mit #.'),
+  python('SyntaxError', code(/\{\s*$/), () => 'Python has no braces here: end the line with a colon ":" and move the lines below to the right.',
+    () => 'Python braucht hier keine geschweiften Klammern: Beende die Zeile mit einem Doppelpunkt ":" und rücke die Zeilen darunter ein.'),
+  python('SyntaxError', code(/=<|=>|=!/), () => 'In comparisons the equals sign comes last: <=, >= and !=.', () => 'In Vergleichen steht das Gleichheitszeichen hinten: <=, >= und !=.'),
+  python('SyntaxError', code(/&&|\|\||!(?!=)/), () => 'Python writes these as words: and, or, not.', () => 'Python schreibt das mit Wörtern: and, or, not.'),
+  python('SyntaxError', code(new RegExp(`^\\s*(${OWN_WORDS})\\s*=[^=]`)), ([, word]) => `"${word}" is one of Python's own words: take another name.`,
+    ([, word]) => `"${word}" ist ein Wort von Python selbst: Nimm einen anderen Namen.`),
+  python('SyntaxError', code(/^\s*(?:for\s+\w+\s*=|for\s+\w+\s+range|for\b.*\brange\s+\w|for\s*\(|(?:repeat|loop|wiederhole)\b)/i), () => 'A loop that counts looks like this: for i in range(10):',
+    () => 'Eine Schleife, die zählt, sieht so aus: for i in range(10):'),
+  python('SyntaxError', code(/\bthen\b/), () => 'Python has no "then": a colon ":" ends the line.', () => 'Python kennt kein "then": Ein Doppelpunkt ":" beendet die Zeile.'),
+  python('SyntaxError', code(/^\s*(?:var|let|const|int|float|str|string)\s+(\w+)\s*=/), ([, name]) => `A new name needs no word before it: ${name} = ...`,
+    ([, name]) => `Vor einem neuen Namen steht kein Wort: ${name} = ...`),
+  python('SyntaxError', code(/^\s*(?:function|func|fun|void|sub)\s+(\w+)/), ([, name]) => `In Python a function begins with def: def ${name}():`,
+    ([, name]) => `In Python beginnt eine Funktion mit def: def ${name}():`),
+  python('SyntaxError', either(says(/expected '\('/), code(/^\s*def\s+\w+\s*:/)), () => 'After a function\'s name stand round brackets and a colon: def name():',
+    () => 'Nach dem Namen einer Funktion stehen runde Klammern und ein Doppelpunkt: def name():'),
+  python('SyntaxError', code(/\([^)]*;/), () => 'Values are separated by commas, not by semicolons.', () => 'Werte trennt man mit Kommas, nicht mit Strichpunkten.'),
+  python('SyntaxError', line(/^(?=[^"]*$).*'[^']*\p{L}'\p{L}.*'/u), () => 'The apostrophe ends this text too early: put texts with an apostrophe into "double" quotation marks.',
+    () => 'Der Apostroph beendet diesen Text zu früh: Setze Texte mit Apostroph in "doppelte" Anführungszeichen.'),
+  python('SyntaxError', (error) => {
+    const text = codeOf(error);
+    return /invalid syntax/.test(error.message || '') && (text.match(/\(/g) || []).length > (text.match(/\)/g) || []).length ? ['('] : null;
+  }, () => 'The bracket "(" is never closed: count opening and closing brackets.', () => 'Die Klammer "(" wird nie geschlossen: Zähle die öffnenden und die schließenden Klammern.'),
+  python('SyntaxError', (error) => (/^(?!\s*(?:if|elif|else|for|while|def|class|try|except|finally|with|match|case)\b).*:\s*$/.test(codeOf(error)) ? [] : null),
+    () => 'Only lines that begin with if, for, while, def or else end with a colon ":": take it away here.',
+    () => 'Nur Zeilen, die mit if, for, while, def oder else beginnen, enden mit einem Doppelpunkt ":": Nimm ihn hier weg.'),
+  python('SyntaxError', (error) => {
+    const found = /^\s*(\p{L}\w*)\s+(-?\d[\d.]*|"[^"]*"|'[^']*')\s*$/u.exec(lineOf(error));
+    return found && found[1] !== 'print' && !isOwn(found[1]) ? found : null;
+  }, ([, name, value]) => `What belongs to ${name} stands in round brackets: ${name}(${value}).`, ([, name, value]) => `Was zu ${name} gehört, steht in runden Klammern: ${name}(${value}).`),
+  python('SyntaxError', (error) => {
+    const found = /^\s*(\p{L}\w*)\s+(\p{L}\w*)\s*=[^=]/u.exec(codeOf(error));
+    return found && !isOwn(found[1]) && !isOwn(found[2]) ? found : null;
+  }, ([, a, b]) => `A name holds no blanks: write ${a}_${b}.`, ([, a, b]) => `Ein Name enthält keine Leerzeichen: Schreibe ${a}_${b}.`),
+  python('SyntaxError', code(/^\s*(\p{L}\w*)-(\p{L}\w*)\s*=[^=]/u), ([, a, b]) => `A name holds no minus sign: write ${a}_${b}.`, ([, a, b]) => `Ein Name enthält kein Minuszeichen: Schreibe ${a}_${b}.`),
+  python('SyntaxError', says(/f-string/), () => 'In a text that begins with f" each "{" needs its "}".', () => 'In einem Text, der mit f" beginnt, braucht jedes "{" sein "}".'),
+  python('SyntaxError', says(/non-printable/), () => 'An invisible character is in this line, perhaps from copying: delete the line and type it anew.',
+    () => 'In dieser Zeile steckt ein unsichtbares Zeichen, vielleicht vom Kopieren: Lösche die Zeile und tippe sie neu.'),
+
+  /* how a program is written: by what Python says */
   python('SyntaxError', says(/expected ':'/), () => 'Lines that begin with if, for, while, def or else end with a colon ":".',
     () => 'Zeilen, die mit if, for, while, def oder else beginnen, enden mit einem Doppelpunkt ":".'),
   python('SyntaxError', line(/^\s*(?:for|while|if|elif|else|def|class)\b[^:]*$/),
@@ -78,70 +140,104 @@ export const RULES = [
     ([, close]) => `Hier steht ein "${close}" zu viel, oder davor fehlt die öffnende Klammer.`),
   python('SyntaxError', says(/Missing parentheses in call to '(\w+)'/), ([, name]) => `What ${name} shall show stands in round brackets: ${name}("Hello").`,
     ([, name]) => `Was ${name} zeigen soll, steht in runden Klammern: ${name}("Hallo").`),
-  python('SyntaxError', says(/Maybe you meant '==' /), () => 'To compare two values write two equals signs: ==. One alone stores a value.',
+  python('SyntaxError', (error) => (/cannot assign to/.test(error.message || '') && !/^\s*(?:if|elif|while)\b/.test(lineOf(error)) ? [] : null),
+    () => 'Left of "=" stands the name that shall keep the value: age = 12, not 12 = age; to compare, write ==.',
+    () => 'Links vom "=" steht der Name, der den Wert behalten soll: alter = 12, nicht 12 = alter; zum Vergleichen schreibt man ==.'),
+  python('SyntaxError', says(/Maybe you meant '==' |cannot assign to/), () => 'To compare two values write two equals signs: ==. One alone stores a value.',
     () => 'Zum Vergleichen schreibt man zwei Gleichheitszeichen: ==. Eines allein speichert einen Wert.'),
   python('SyntaxError', line(/^\s*(?:if|elif|while)\b[^=!<>]*[^=!<>]=[^=]/), () => 'To compare two values write two equals signs: ==. One alone stores a value.',
     () => 'Zum Vergleichen schreibt man zwei Gleichheitszeichen: ==. Eines allein speichert einen Wert.'),
-  python('SyntaxError', says(/cannot assign to/), () => 'Left of "=" stands the name that shall keep the value: age = 12, not 12 = age.',
-    () => 'Links vom "=" steht der Name, der den Wert behalten soll: alter = 12, nicht 12 = alter.'),
-  python('SyntaxError', says(/invalid decimal literal|invalid digit/), () => 'A name may not begin with a digit, and a number may hold no letters.',
-    () => 'Ein Name darf nicht mit einer Ziffer beginnen, und eine Zahl darf keine Buchstaben enthalten.'),
+  python('SyntaxError', says(/invalid decimal literal|invalid digit/), () => 'A name may not begin with a digit; between a number and a name stands a sign: 2 * x.',
+    () => 'Ein Name darf nicht mit einer Ziffer beginnen; zwischen Zahl und Name steht ein Zeichen: 2 * x.'),
   python('SyntaxError', says(/leading zeros/), () => 'Write numbers without zeros at the front: 7, not 07.',
     () => 'Schreibe Zahlen ohne Nullen am Anfang: 7, nicht 07.'),
   python('SyntaxError', says(/invalid character '([„“”‚‘’«»])'/), () => 'These are quotation marks of a word processor: type plain ones, " or \'.',
     () => 'Das sind Anführungszeichen aus einer Textverarbeitung: Tippe einfache, " oder \'.'),
   python('SyntaxError', says(/invalid character '(.)'/u), ([, letter]) => `The character "${letter}" has no meaning in Python outside of a text.`,
     ([, letter]) => `Das Zeichen "${letter}" hat in Python außerhalb eines Textes keine Bedeutung.`),
-  python('SyntaxError', says(/forgot a comma/), () => 'There is probably a comma missing between two values.',
-    () => 'Wahrscheinlich fehlt zwischen zwei Werten ein Komma.'),
-  python('SyntaxError', line(/\belse\s+if\b/), () => 'In Python "else if" is one word: elif.', () => 'In Python ist "else if" ein Wort: elif.'),
+  python('SyntaxError', says(/forgot a comma/), () => 'There is probably a comma missing between two values, or quotation marks around a text.',
+    () => 'Wahrscheinlich fehlt zwischen zwei Werten ein Komma, oder um einen Text fehlen die Anführungszeichen.'),
   python('SyntaxError', line(/\+\+|--\s*$/), () => 'Python has no ++: write count = count + 1 or count += 1.',
     () => 'Python kennt kein ++: Schreibe zahl = zahl + 1 oder zahl += 1.'),
   python('SyntaxError', says(/'(return|break|continue)'.*outside|'(break|continue)' not properly in loop/), (found) => `"${found[1] || found[2]}" works only inside ${found[1] === 'return' ? 'a function (def)' : 'a loop'}: check how far the line is indented.`,
     (found) => `"${found[1] || found[2]}" geht nur in ${found[1] === 'return' ? 'einer Funktion (def)' : 'einer Schleife'}: Prüfe, wie weit die Zeile eingerückt ist.`),
+  python('SyntaxError', code(/^\s*(else|elif|except|finally)\b/), ([, word]) => `"${word}" needs ${/^el/.test(word) ? '"if"' : '"try"'} above it, beginning in the same column, and nothing between that begins there.`,
+    ([, word]) => `"${word}" braucht darüber ${/^el/.test(word) ? '"if"' : '"try"'} in derselben Spalte, und dazwischen darf dort nichts anderes beginnen.`),
   python('SyntaxError', line(/[,;]?\s*\d+,\d+\s*$/), () => 'Decimal numbers have a point, not a comma: 1.5.', () => 'Kommazahlen schreibt man mit Punkt: 1.5.'),
 
   /* names */
   python('NameError', (error) => {
-    const found = /name '(\w+)' is not defined/.exec(error.message || '');
-    const meant = found && (CAPITAL[found[1]] || { true: 'True', false: 'False', none: 'None', null: 'None' }[found[1]]);
-    return meant ? [found[1], meant] : null;
+    const name = unknownName(error);
+    const meant = name && (CAPITAL[name] || { true: 'True', false: 'False', none: 'None', null: 'None' }[name]
+      || [...TURTLE_LIST, ...BUILT_IN].find((word) => word !== name && word.toLowerCase() === name.toLowerCase()));
+    return meant ? [name, meant] : null;
   }, ([name, meant]) => `Capital letters count: write ${meant}, not ${name}.`, ([name, meant]) => `Groß- und Kleinschreibung zählt: Schreibe ${meant}, nicht ${name}.`),
   python('NameError', (error) => {
-    const found = /name '(\w+)' is not defined/.exec(error.message || '');
-    if (!found) return null;
-    if (MODULE_NAMES.has(found[1])) return [found[1], `import ${found[1]}`];
-    return MODULES[found[1]] ? [found[1], `from ${MODULES[found[1]]} import ${found[1]}`] : null;
+    const name = unknownName(error);
+    if (MODULE_NAMES.has(name)) return [name, `import ${name}`];
+    return MODULES[name] ? [name, `from ${MODULES[name]} import ${name}`] : null;
   }, ([name, text]) => `To use ${name}, write at the very top: ${text}`, ([name, text]) => `Um ${name} zu verwenden, schreibe ganz oben: ${text}`),
+  python('NameError', (error) => (TURTLE_WORDS.has(unknownName(error)) ? [unknownName(error)] : null),
+    ([name]) => `Write "from kelmora import *" at the very top, or kelmora.${name}(...).`, ([name]) => `Schreibe ganz oben "from kelmora import *", oder kelmora.${name}(...).`),
+  python('NameError', (error) => (COLOURS.has(unknownName(error)) ? [unknownName(error)] : null),
+    ([name]) => `A colour is a text: put it in quotation marks, "${name}".`, ([name]) => `Eine Farbe ist ein Text: Setze sie in Anführungszeichen, "${name}".`),
   python('NameError', (error) => {
-    const found = /name '(\w+)' is not defined/.exec(error.message || '');
-    return found && TURTLE_WORDS.has(found[1]) ? [found[1]] : null;
-  }, ([name]) => `Write "from kelmora import *" at the very top, or kelmora.${name}(...).`, ([name]) => `Schreibe ganz oben "from kelmora import *", oder kelmora.${name}(...).`),
+    const name = unknownName(error);
+    const below = (error.source || '').split('\n').slice(error.line || 0).some((text) => new RegExp(`^\\s*(?:def\\s+${name}\\b|${name}\\s*=(?!=))`).test(text));
+    return /^\w+$/.test(name || '') && below ? [name] : null;
+  }, ([name]) => `${name} is made only further down: put that above this line.`, ([name]) => `${name} entsteht erst weiter unten: Setze das über diese Zeile.`),
   python('NameError', (error) => {
-    const found = /name '(\w+)' is not defined/.exec(error.message || '');
-    if (!found) return null;
-    const known = [...wordsOf(error.source), ...TURTLE_WORDS, 'print', 'input', 'range', 'len', 'True', 'False', 'None', 'int', 'float', 'str'];
-    const meant = nearest(found[1], known.filter((word) => word !== found[1]));
-    return meant ? [found[1], meant] : null;
+    const name = unknownName(error);
+    const meant = name && nearest(name, [...wordsOf(error.source), ...TURTLE_LIST, ...BUILT_IN, 'True', 'False', 'None'].filter((word) => word !== name));
+    return meant ? [name, meant] : null;
   }, ([name, meant]) => `Did you mean ${meant} instead of ${name}? Names must be written the same way everywhere.`,
   ([name, meant]) => `Meinst du ${meant} statt ${name}? Namen müssen überall gleich geschrieben sein.`),
-  python('NameError', says(/name '(\w+)' is not defined/), ([, name]) => `Nothing is called ${name} yet: give it a value first (${name} = ...), or put it in quotation marks if it is a text.`,
-    ([, name]) => `Noch heißt nichts ${name}: Gib ihm zuerst einen Wert (${name} = ...), oder setze es in Anführungszeichen, wenn es ein Text ist.`),
+  python('NameError', (error) => (unknownName(error) ? [unknownName(error)] : null), ([name]) => `Nothing is called ${name} yet: give it a value first (${name} = ...), or put it in quotation marks if it is a text.`,
+    ([name]) => `Noch heißt nichts ${name}: Gib ihm zuerst einen Wert (${name} = ...), oder setze es in Anführungszeichen, wenn es ein Text ist.`),
+  python('UnboundLocalError', says(/variable '(\w+)'/), ([, name]) => `Inside the function ${name} has no value yet: hand it over in the brackets, or write "global ${name}" as the function's first line.`,
+    ([, name]) => `In der Funktion hat ${name} noch keinen Wert: Übergib es in den Klammern, oder schreibe als erste Zeile der Funktion "global ${name}".`),
   python('UnboundLocalError', () => true, () => 'Inside the function this name has no value yet: hand it over in the brackets, or write "global name" first.',
     () => 'In der Funktion hat dieser Name noch keinen Wert: Übergib ihn in den Klammern, oder schreibe zuerst "global name".'),
+  python('ModuleNotFoundError', (error) => {
+    const name = /No module named '([\w.]+)'/.exec(error.message || '')?.[1];
+    const meant = name && nearest(name, MODULE_NAMES);
+    return meant ? [name, meant] : null;
+  }, ([name, meant]) => `There is no module called ${name}: did you mean ${meant}?`, ([name, meant]) => `Ein Modul ${name} gibt es nicht: Meinst du ${meant}?`),
   python('ModuleNotFoundError', says(/No module named '([\w.]+)'/), ([, name]) => `There is no module called ${name} here: check its spelling; in the class you have Python's own modules and kelmora.`,
     ([, name]) => `Ein Modul ${name} gibt es hier nicht: Prüfe die Schreibweise; in der Klasse gibt es Pythons eigene Module und kelmora.`),
+  python('ImportError', says(/cannot import name '(\w+)'.*Did you mean: '(\w+)'/), ([, name, meant]) => `Did you mean ${meant} instead of ${name}?`, ([, name, meant]) => `Meinst du ${meant} statt ${name}?`),
   python('ImportError', says(/cannot import name '(\w+)' from '([\w.]+)'/), ([, name, module]) => `${module} has nothing called ${name}: check its spelling.`,
     ([, name, module]) => `In ${module} gibt es nichts, das ${name} heißt: Prüfe die Schreibweise.`),
   python('AttributeError', says(/Did you mean: '(\w+)'/), ([, meant]) => `Did you mean ${meant}?`, ([, meant]) => `Meinst du ${meant}?`),
   python('AttributeError', says(/'NoneType' object has no attribute/), () => 'What stands before the point is None, so nothing was stored there: many functions do something but give nothing back.',
     () => 'Was vor dem Punkt steht, ist None, also wurde dort nichts gespeichert: Viele Funktionen tun etwas, geben aber nichts zurück.'),
-  python('AttributeError', says(/'(\w+)' object has no attribute '(\w+)'/), ([, kind, name]) => `A ${kind} has nothing called ${name}: check its spelling in the help.`,
-    ([, kind, name]) => `Ein ${kind} hat nichts, das ${name} heißt: Prüfe die Schreibweise in der Hilfe.`),
+  python('AttributeError', says(/'(\w+)' object has no attribute '(\w+)'/), ([, kind, name]) => `${name} does not belong to what stands before the point (${THINGS.en[kind] || kind}): check its spelling in the help.`,
+    ([, kind, name]) => `${name} gehört nicht zu dem, was vor dem Punkt steht (${THINGS.de[kind] || kind}): Prüfe die Schreibweise in der Hilfe.`),
   python('AttributeError', says(/module '([\w.]+)' has no attribute '(\w+)'/), ([, module, name]) => `${module} has nothing called ${name}: check its spelling in the help.`,
     ([, module, name]) => `${module} hat nichts, das ${name} heißt: Prüfe die Schreibweise in der Hilfe.`),
 
   /* values */
+  python('TypeError', says(/\btuple\b/), () => 'A comma makes a group of several values: decimal numbers have a point, 1.5 and not 1,5.',
+    () => 'Ein Komma macht daraus mehrere Werte: Kommazahlen schreibt man mit Punkt, 1.5 und nicht 1,5.'),
+  python(['TypeError', 'ValueError'], says(/unpack/), () => 'On the left of "=" there must be as many names as values on the right.',
+    () => 'Links vom "=" müssen so viele Namen stehen wie rechts Werte.'),
+  python('TypeError', says(/indices must be integers/), () => 'In square brackets stands a whole number: [0] is the first; int(...) makes one.',
+    () => 'In eckigen Klammern steht eine ganze Zahl: [0] ist das erste; int(...) macht eine daraus.'),
+  python('TypeError', says(/can't multiply sequence/), () => 'A text can be repeated a whole number of times only; to compute, make a number of each text first: int(...).',
+    () => 'Ein Text lässt sich nur eine ganze Zahl mal wiederholen; zum Rechnen mache aus jedem Text zuerst eine Zahl: int(...).'),
+  python('TypeError', says(/has no len\(\)/), () => 'len counts the letters of a text or the things in a list, and this is neither.',
+    () => 'len zählt die Buchstaben eines Textes oder die Dinge in einer Liste, und das hier ist keins von beiden.'),
+  python('TypeError', says(/is not a container/), () => 'After "in" stands a list, a text or range(...).', () => 'Nach "in" steht eine Liste, ein Text oder range(...).'),
+  python('TypeError', says(/\w+\.\w+\(\) takes 0 positional/), () => 'A function inside a class needs "self" first in its brackets: def name(self):',
+    () => 'Eine Funktion in einer Klasse braucht "self" als Erstes in ihren Klammern: def name(self):'),
+  python('TypeError', says(/'(?:function|method|builtin_function_or_method)' object is not subscriptable/), () => 'A function is used with round brackets, not with square ones: forward(50).',
+    () => 'Eine Funktion verwendet man mit runden Klammern, nicht mit eckigen: forward(50).'),
+  python('TypeError', (error) => {
+    if (!/object is not callable/.test(error.message || '')) return null;
+    const called = [...lineOf(error).matchAll(/(\w+)\s*\(/g)].map(([, name]) => name);
+    const lost = called.find((name) => (BUILT_IN.includes(name) || TURTLE_WORDS.has(name)) && new RegExp(`^\\s*${name}\\s*=(?!=)`, 'm').test(error.source || ''));
+    return lost ? [lost] : null;
+  }, ([name]) => `In another line ${name} got a value of its own: take a different name there.`, ([name]) => `In einer anderen Zeile hat ${name} einen eigenen Wert bekommen: Nimm dort einen anderen Namen.`),
   python('TypeError', says(/can only concatenate str|must be str, not|unsupported operand type\(s\) for \+: '(?:int|float)' and 'str'/),
     () => 'A text and a number cannot be joined with +: use str(number), or a comma in print.',
     () => 'Text und Zahl lassen sich nicht mit + verbinden: Nimm str(zahl), oder in print ein Komma.'),
@@ -151,7 +247,7 @@ export const RULES = [
   (found, error) => (/NoneType/.test(error.message)
     ? 'Einer der beiden Werte ist None: Etwas wurde nie gespeichert, oder eine Funktion gab nichts zurück.'
     : 'Diese beiden Werte passen nicht zusammen; was von input() kommt, ist ein Text: Mache mit int(...) eine Zahl daraus.')),
-  python('TypeError', says(/'str' object cannot be interpreted as an integer/), () => 'Here a number is needed, not a text; turn what comes from input() into one with int(...).',
+  python('TypeError', says(/'str' object cannot be interpreted as|doesn't define __round__|must be real number, not str|bad operand type|number of seconds/), () => 'Here a number is needed, not a text; turn what comes from input() into one with int(...).',
     () => 'Hier wird eine Zahl gebraucht, kein Text; mache mit int(...) eine aus dem, was von input() kommt.'),
   python('TypeError', says(/'float' object cannot be interpreted as an integer/), () => 'Here a whole number is needed: use int(...), or // to divide.',
     () => 'Hier wird eine ganze Zahl gebraucht: Nimm int(...), oder // zum Teilen.'),
@@ -167,6 +263,14 @@ export const RULES = [
     () => 'Um so oft zu wiederholen, schreibe range(...): for i in range(10):'),
   python('ValueError', says(/invalid literal for int\(\)|could not convert string to float/), () => 'This text is no number: ask for one, and type digits only (with a point, not a comma, in decimals).',
     () => 'Dieser Text ist keine Zahl: Frage nach einer, und tippe nur Ziffern (Kommazahlen mit Punkt).'),
+  python('ValueError', says(/not in list/), () => 'The list does not hold this value: ask with "in" first.', () => 'Die Liste enthält diesen Wert nicht: Frage zuerst mit "in".'),
+  python('ValueError', says(/nonnegative|domain/), () => 'This cannot be computed with this number, as there is no root of a negative number.',
+    () => 'Mit dieser Zahl lässt sich das nicht rechnen, wie die Wurzel einer negativen Zahl.'),
+  python('FileNotFoundError', () => true, () => 'A program in the browser has no files: keep the values in the program itself.',
+    () => 'Ein Programm im Browser hat keine Dateien: Bewahre die Werte im Programm selbst auf.'),
+  python('OverflowError', () => true, () => 'This number is far too large.', () => 'Diese Zahl ist viel zu groß.'),
+  python('IndexError', says(/string/), () => 'The text is shorter than that: counting begins at 0, so the last of 5 letters is number 4.',
+    () => 'So lang ist der Text nicht: Gezählt wird ab 0, der letzte von 5 Buchstaben ist also Nummer 4.'),
   python('IndexError', () => true, () => 'The list is shorter than that: counting begins at 0, so the last of 5 is number 4.',
     () => 'So lang ist die Liste nicht: Gezählt wird ab 0, das letzte von 5 ist also Nummer 4.'),
   python('KeyError', () => true, () => 'The dictionary has no such key: check its spelling, or ask with "in" first.',
@@ -177,6 +281,10 @@ export const RULES = [
     () => 'Eine Funktion ruft sich ohne Ende selbst auf: Sie braucht ein "if", bei dem sie aufhört.'),
 
   /* the field */
+  python(['NotANumber'], says(/not None/), () => 'A value is missing in the round brackets, or it is None: many functions do something but give nothing back.',
+    () => 'In den runden Klammern fehlt ein Wert, oder er ist None: Viele Funktionen tun etwas, geben aber nichts zurück.'),
+  python(['BadValue'], says(/colour/), () => 'Colours have English names in quotation marks, such as "red", "blue" or "green", or are written like "#ff8800".',
+    () => 'Farben haben englische Namen in Anführungszeichen, etwa "red", "blue" oder "green", oder man schreibt sie wie "#ff8800".'),
   python(['NotANumber'], () => true, () => 'The turtle needs a number here; what comes from input() is a text: int(input(...)).',
     () => 'Die Schildkröte braucht hier eine Zahl; was von input() kommt, ist ein Text: int(input(...)).'),
   python(['Blocked'], () => true, () => 'Something stands in the way: turn first, or go round it.', () => 'Etwas steht im Weg: Drehe dich zuerst, oder gehe außen herum.'),
@@ -185,9 +293,13 @@ export const RULES = [
 
   /* JavaScript */
   javascript('ReferenceError', (error) => {
+    const found = /\b(None|True|False|begin_fill|end_fill|on_hit|on_wall|on_turtle|on_coin|on_message|elif|def)\b/.exec(error.message || '');
+    return found ? [found[1], { None: 'null', elif: 'else if', def: 'function' }[found[1]] || found[1].replace(/^[TF]/, (letter) => letter.toLowerCase()).replace(/_(\w)/g, (_, letter) => letter.toUpperCase())] : null;
+  }, ([name, meant]) => `In JavaScript ${name} is written ${meant}.`, ([name, meant]) => `In JavaScript schreibt man ${meant} statt ${name}.`),
+  javascript('ReferenceError', (error) => {
     const found = /(\w+) is not defined/.exec(error.message || '') || /find variable: (\w+)/.exec(error.message || '');
     if (!found) return null;
-    const meant = nearest(found[1], [...wordsOf(error.source), 'turtle', 'forward', 'print', 'input', 'sleep', 'console', 'Math'].filter((word) => word !== found[1]));
+    const meant = nearest(found[1], [...wordsOf(error.source), ...TURTLE_LIST, 'turtle', 'print', 'input', 'sleep', 'randint', 'console', 'Math'].filter((word) => word !== found[1]));
     return meant ? [found[1], meant] : null;
   }, ([name, meant]) => `Did you mean ${meant} instead of ${name}? Capital letters count.`, ([name, meant]) => `Meinst du ${meant} statt ${name}? Groß- und Kleinschreibung zählt.`),
   javascript('ReferenceError', says(/(\w+) is not defined/), ([, name]) => `Nothing is called ${name} yet: make it with let ${name} = ...`, ([, name]) => `Noch heißt nichts ${name}: Lege es mit let ${name} = ... an.`),
@@ -195,6 +307,17 @@ export const RULES = [
     () => 'Was vor den runden Klammern steht, ist keine Funktion: Prüfe die Schreibweise in der Hilfe.'),
   javascript('TypeError', says(/[Aa]ssignment to constant|invalid assignment to const/), () => 'A const keeps its first value: use let for what changes.',
     () => 'Ein const behält seinen ersten Wert: Nimm let für das, was sich ändert.'),
+  javascript('TypeError', says(/(?:undefined|null)\b/), () => 'What stands before the point or the square bracket has no value yet.',
+    () => 'Was vor dem Punkt oder der eckigen Klammer steht, hat noch keinen Wert.'),
+  javascript('NotANumber', () => true, () => 'The turtle needs a number here; what comes from input() is a text: Number(input("...")).',
+    () => 'Die Schildkröte braucht hier eine Zahl; was von input() kommt, ist ein Text: Number(input("...")).'),
+  javascript('BadValue', says(/colou?r/), () => 'Colours have English names in quotation marks, such as "red", "blue" or "green", or are written like "#ff8800".',
+    () => 'Farben haben englische Namen in Anführungszeichen, etwa "red", "blue" oder "green", oder man schreibt sie wie "#ff8800".'),
+  javascript('SyntaxError', code(/^\s*(?:(?:for|while|if|elif)\b\s*[^(\s].*|else|def\b.*):\s*$/), () => 'This is Python; in JavaScript the condition stands in round brackets and the lines in braces: while (x < 3) { ... }',
+    () => 'Das ist Python; in JavaScript steht die Bedingung in runden Klammern, und die Zeilen stehen in geschweiften: while (x < 3) { ... }'),
+  javascript('SyntaxError', says(/already been declared|redeclaration|[Cc]annot declare|duplicate/), () => 'This name exists already: leave out the second "let".',
+    () => 'Diesen Namen gibt es schon: Lass das zweite "let" weg.'),
+  javascript('SyntaxError', says(/left-hand side|Left hand side/), () => 'To compare two values write ===; left of a single "=" stands a name.', () => 'Zum Vergleichen schreibt man ===; links von einem einzelnen "=" steht ein Name.'),
   javascript('SyntaxError', () => true, () => 'Check brackets, braces, quotation marks and commas around this place.',
     () => 'Prüfe an dieser Stelle Klammern, geschweifte Klammern, Anführungszeichen und Kommas.'),
 

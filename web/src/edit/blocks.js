@@ -110,7 +110,7 @@ const FIRST = { blocks: { languageVersion: 0, blocks: [{ type: 'controls_repeat_
 
 /**
  * @param changed  gets the blocks as text, and the Python that they mean, whenever one of them changes
- * @returns {open(text): shows the blocks of a text, or of a first program}
+ * @returns {open(text): shows the blocks of a text, or of a first program when it is empty or, answered by false, holds none}
  */
 export function makeBlocks(parent, changed) {
   const german = pageLanguage() === 'de';
@@ -118,7 +118,10 @@ export function makeBlocks(parent, changed) {
   const dark = Blockly.Theme.defineTheme('kelmora-dark', { name: 'kelmora-dark', base: Blockly.Themes.Classic, componentStyles: {
     workspaceBackgroundColour: '#132431', toolboxBackgroundColour: '#1a2f3f', toolboxForegroundColour: '#e6eff5',
     flyoutBackgroundColour: '#1a2f3f', flyoutForegroundColour: '#e6eff5', scrollbarColour: '#4a677b', insertionMarkerColour: '#fff' } });
-  const theme = () => (look() === 'dark' ? dark : Blockly.Themes.Classic);
+  const light = Blockly.Theme.defineTheme('kelmora-light', { name: 'kelmora-light', base: Blockly.Themes.Classic, componentStyles: {
+    workspaceBackgroundColour: '#ffffff', toolboxBackgroundColour: '#f6f9fb', toolboxForegroundColour: '#10283a',
+    flyoutBackgroundColour: '#eef3f7', flyoutForegroundColour: '#10283a', scrollbarColour: '#cbd8e2' } });
+  const theme = () => (look() === 'dark' ? dark : light);
   const workspace = Blockly.inject(parent, { toolbox: toolbox(german), media: new URL('./media/', import.meta.url).href, trashcan: true,
     theme: theme(), renderer: 'zelos', zoom: { controls: true, startScale: 0.8 }, move: { scrollbars: true, drag: true, wheel: true }, sounds: false });
   document.addEventListener('look', () => workspace.setTheme(theme()));
@@ -130,17 +133,18 @@ export function makeBlocks(parent, changed) {
   workspace.addChangeListener((event) => { if (!event.isUiEvent && !workspace.isDragging()) tell(); });
   return {
     open(text) {
-      let state = FIRST;
+      let good = true;
       try {
-        if (text) state = JSON.parse(text);
-      } catch { /* a file that holds no blocks shows the first program */ }
-      try {
+        const state = text ? JSON.parse(text) : FIRST;
+        if (typeof state !== 'object' || !Array.isArray(state?.blocks?.blocks ?? [])) throw new TypeError('no blocks');
+        if (state.blocks === undefined && Object.keys(state).length > 0) throw new TypeError('no blocks');
         Blockly.serialization.workspaces.load(state, workspace);
-      } catch (error) {
-        console.warn('These blocks cannot be shown:', error);
+      } catch {
+        good = false;
         Blockly.serialization.workspaces.load(FIRST, workspace);
       }
       tell();
+      return good;
     },
     workspace,
   };

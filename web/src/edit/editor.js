@@ -4,11 +4,12 @@ import { autocompletion } from '@codemirror/autocomplete';
 import { indentWithTab } from '@codemirror/commands';
 import { javascript, javascriptLanguage } from '@codemirror/lang-javascript';
 import { python, pythonLanguage } from '@codemirror/lang-python';
-import { HighlightStyle, indentUnit, syntaxHighlighting } from '@codemirror/language';
+import { HighlightStyle, ensureSyntaxTree, indentUnit, syntaxHighlighting } from '@codemirror/language';
 import { Compartment, EditorState, StateEffect, StateField } from '@codemirror/state';
 import { Decoration, EditorView, keymap } from '@codemirror/view';
 import { tags } from '@lezer/highlight';
 
+const PARSE_TIME = 200; // ms
 const setMarks = StateEffect.define(); // {kind: 'run' | 'error', line, column, end} or null
 
 function decorationsFor(state, mark) {
@@ -123,6 +124,19 @@ export function makeEditor({ parent, label, words, changed, keys }) {
       const line = view.state.doc.line(number);
       view.dispatch({ selection: { anchor: line.from }, effects: EditorView.scrollIntoView(line.from, { y: 'center' }) });
       view.focus();
+    },
+    /** Line (from 1) and column of the first place that the editor cannot read as its language; {} when there is none. */
+    firstFault() {
+      const { state } = view;
+      let at = null;
+      ensureSyntaxTree(state, state.doc.length, PARSE_TIME)?.iterate({ enter: (node) => {
+        if (node.type.isError && (at === null || node.from < at)) at = node.from;
+        return at === null;
+      } });
+      if (at === null) return {};
+      // What is missing is missed where the next thing begins; it belongs to the end of what was written before.
+      const line = state.doc.lineAt(state.doc.sliceString(0, at).trimEnd().length || at);
+      return { line: line.number };
     },
     focus: () => view.focus(),
   };

@@ -74,6 +74,9 @@ export function makeHost(post) {
     }
   }
 
+  // Without a run at the class server nothing can wake a program that waits.
+  const alone = () => new Refused('alone', 'This works after joining the class only.');
+
   function refuse(answer) {
     let told = {};
     try {
@@ -130,6 +133,7 @@ export function makeHost(post) {
   /** Sends protocol lines, waits for the field's answers; both end with a line feed. Throws Refused or Ended. */
   function lines(body) {
     if (stopped) throw new Ended('stopped');
+    if (run === null) throw alone();
     for (;;) {
       const answer = request('POST', `/api/run/lines?run=${run}`, body);
       if (answer.status === 200) {
@@ -145,8 +149,8 @@ export function makeHost(post) {
   /** Asks the person at the page; null when Stop was pressed. */
   function ask(prompt) {
     flush();
+    if (run === null) throw alone();
     post({ kind: 'ask', prompt });
-    if (run === null) throw new Refused('offline', 'input() needs the class server, which does not answer.');
     for (;;) {
       const answer = request('POST', `/api/run/ask?run=${run}`, prompt.slice(0, 500));
       if (answer.status === 200) {

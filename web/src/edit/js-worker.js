@@ -1,7 +1,7 @@
 // The worker in which JavaScript programs run. The turtle's words are global functions and methods of `turtle`; each
 // blocks until the field answers, and `await` before it is harmless. Stop ends the worker.
 // Messages as in python-worker.js.
-import { Ended, makeHost } from './host.js';
+import { Ended, Refused, makeHost } from './host.js';
 import { KelmoraError, makeWords } from './js-turtle.js';
 import { PracticeField } from './js-practice.js';
 
@@ -36,7 +36,7 @@ function lineOf(error) {
 function describe(error) {
   const isError = error instanceof Error;
   return { kind: isError ? error.name : 'Error', message: isError ? error.message : show(error), line: isError ? lineOf(error) : null,
-    column: null, end: null, through: [], bases: [] };
+    column: null, end: null, through: [], bases: [], ...(error instanceof Refused ? { refused: { ...error, message: error.message } } : {}) };
 }
 
 const withoutImports = (source) => source.replace(/^\s*import\s*\{[^}]*\}\s*from\s*(["'])kelmora\1;?/gm, (found) => found.replace(/[^\n]/g, ''));

@@ -12,7 +12,7 @@ import { makeLearn } from './learn.js';
 import { makeOutput } from './output.js';
 import { makePractice } from './practice.js';
 import { dropProgram, fileName, fromFile, keepProgram, listPrograms, newProgram } from './programs.js';
-import { fromFragment, toFragment } from './share.js';
+import { SHARED_MOST, fromFragment, toFragment } from './share.js';
 import { STARTERS } from './starters.js';
 import { WorkerLink } from './worker-link.js';
 
@@ -81,18 +81,27 @@ const learn = makeLearn({ button: learnButton, open: (made) => openProgram(made)
 
 document.body.append(
   el('header', { class: 'bar' },
-    logoMark(), titleInput, seatChip, joinLink, el('span', { class: 'grow' }),
+    el('h1', { class: 'only-read', text: t('edit.title') }), logoMark(), titleInput, seatChip, joinLink, el('span', { class: 'grow' }),
     el('nav', { class: 'bar-tools', 'aria-label': t('edit.tools') },
       learnButton, helpButton, programsButton, shareButton, saveButton, openButton, ...pageButtons())),
   el('main', { class: 'edit' },
     el('section', { class: 'work', 'aria-label': t('edit.section') },
       el('div', { class: 'run-bar', role: 'toolbar', 'aria-label': t('edit.running') },
-        runButton, stopButton, speedSelect, languageSelect, status),
+        runButton, stopButton, speedSelect, languageSelect),
       notice, blocksHost, textHost),
     el('section', { class: 'side', 'aria-label': t('view.section') },
-      el('div', { class: 'view-tabs', role: 'tablist', 'aria-label': t('view.section') }, fieldTab, practiceTab),
+      el('div', { class: 'view-bar' },
+        el('div', { class: 'view-tabs', role: 'tablist', 'aria-label': t('view.section') }, fieldTab, practiceTab), status),
       field.element, practiceBox, output.element),
     help.element, learn.element));
+
+// On a phone the part in use is the large one.
+const usePane = (pane) => { document.body.dataset.pane = pane; };
+usePane('edit');
+textHost.addEventListener('focusin', () => usePane('edit'));
+for (const host of [textHost, blocksHost]) host.addEventListener('pointerdown', () => usePane('edit'));
+output.element.addEventListener('focusin', () => usePane('run'));
+field.element.addEventListener('pointerdown', () => usePane('run'));
 
 /* ---- programs ---- */
 
@@ -121,7 +130,9 @@ function sendProgram() {
 
 async function openProgram(next) {
   if (keepTimer) keepNow();
+  if (!current && program && program.id !== next.id) output.clear(); // its lines are not those of the next program
   program = next;
+  say('');
   titleInput.value = program.title;
   languageSelect.value = program.language;
   const isBlocks = program.language === 'blocks';
@@ -136,7 +147,7 @@ async function openProgram(next) {
       program.text = state;
       editor.open(code, 'blocks');
     });
-    blocks.open(program.text);
+    if (!blocks.open(program.text)) say(t('blocks.bad'));
   }
   link().prepare();
   keepNow();
@@ -158,10 +169,17 @@ function save() {
   download(fileName(program), program.text);
 }
 saveButton.addEventListener('click', save);
-openButton.addEventListener('click', () => openFile('.py,.js,.mjs,.json,.txt,text/*', (text, name) => openProgram(fromFile(name, text))));
+openButton.addEventListener('click', () => openFile('.py,.js,.mjs,.json,.txt,text/*', (text, name) => {
+  if (text.length > SHARED_MOST) say(refusal({ word: 'too_big' }));
+  else openProgram(fromFile(name, text));
+}));
 
 shareButton.addEventListener('click', async () => {
   keepNow();
+  if (program.text.length > SHARED_MOST) {
+    say(refusal({ word: 'too_big' }));
+    return;
+  }
   const link = `${location.origin}/edit#${await toFragment(program)}`;
   const box = el('input', { type: 'text', readOnly: true, value: link, class: 'mono', 'aria-label': t('share.link') });
   const done = el('p', { role: 'status', class: 'small muted' });
@@ -217,7 +235,14 @@ function say(text) {
   notice.hidden = text === '';
 }
 
+let before = null; // the state that was shown last
 const session = new Session((state, online) => {
+  if (before && !state) say(refusal({ word: 'token' }));
+  else if (before && !before.seat && state?.seat) {
+    say(t('seat.arrived'));
+    chosenView = null;
+  }
+  before = state;
   joinLink.hidden = Boolean(state);
   seatChip.className = 'chip';
   if (!online) {
@@ -258,14 +283,11 @@ async function offerStarter(version) {
 
 /* ---- field and practice ---- */
 
-let chosenView = store.get('view');
+let chosenView = null; // what the reader pressed; forgotten when a place on the field becomes free
 let view = 'field';
 function showView(next, chosen) {
   view = next;
-  if (chosen) {
-    chosenView = next;
-    store.set('view', next);
-  }
+  if (chosen) chosenView = next;
   fieldTab.setAttribute('aria-selected', String(next === 'field'));
   practiceTab.setAttribute('aria-selected', String(next === 'practice'));
   fieldTab.tabIndex = next === 'field' ? 0 : -1;
@@ -304,7 +326,11 @@ function showState(state) {
 }
 
 let lastHow = 'done';
+let lastPractice = null; // whether the last program ran on the practice canvas; null: there was none
 let asking = '';
+/** Whether the editor shows the program of a run, so that its lines may be marked. */
+const showsRun = (run) => Boolean(run) && !run.tried && run.program === program?.id;
+
 const hear = (engine, message) => {
   const mine = program && engineOf(program.language) === engine;
   switch (message.kind) {
@@ -327,7 +353,7 @@ const hear = (engine, message) => {
       output.write(`${message.text}\n`, 'in');
       break;
     case 'line':
-      editor.mark({ kind: 'run', line: message.line });
+      if (showsRun(current)) editor.mark({ kind: 'run', line: message.line });
       break;
     case 'draw':
       practice.carryOut(message.what);
@@ -346,11 +372,13 @@ async function start() {
   if (current || !program) return;
   const engine = engineOf(program.language);
   const source = program.language === 'blocks' ? editor.text() : program.text;
-  current = { number: null, practice: true, engine, source, language: engine };
+  current = { number: null, practice: true, engine, source, language: engine, program: program.id };
   const mine = current;
   say('');
   output.clear();
   editor.mark(null);
+  usePane('run');
+  if (matchMedia('(pointer: coarse)').matches && textHost.contains(document.activeElement)) document.activeElement.blur(); // its keyboard hides the field
   showState('starting');
   keepNow();
   sendProgram();
@@ -404,14 +432,16 @@ function finish(message) {
   if (run && run.number !== null && run.number !== undefined && !(message.how === 'stopped' && !run.pressed)) {
     postJson(`/api/run/end?run=${run.number}`, { how: message.how === 'error' ? 'error' : 'done' }).catch(() => {});
   }
-  if (message.how !== 'error') editor.mark(null);
-  if (run?.tried && message.how !== 'error') { /* a tried line shows its own result */
-  } else if (message.how === 'done') output.box(el('p', { class: 'end muted small', text: t('end.done') }));
-  else if (message.how === 'stopped') {
+  if (message.how !== 'error' && showsRun(run)) editor.mark(null);
+  if (run && !run.tried) lastPractice = run.practice;
+  if (message.how === 'done') {
+    for (const { line, word } of message.idle || []) output.box(el('p', { class: 'notice' }, lineLink(line), ' ', t('run.idle', word)));
+    if (!run?.tried) output.box(el('p', { class: 'end muted small', text: t('end.done') })); // a tried line shows its own result
+  } else if (message.how === 'stopped') {
     const plain = run?.engine === 'javascript' && message.reason === 'stopped';
     const reason = message.lost ? 'lost' : plain ? 'plain' : message.reason || 'stopped';
     output.box(el('p', { class: 'end muted small', text: t(`end.${reason}`) }));
-    if (!run?.pressed && reason === 'stopped' && run?.number) tellWhy(run.number, output.last());
+    if (!run?.pressed && message.reason === 'stopped' && run?.number) tellWhy(run.number, output.last());
   } else if (message.how === 'crashed') output.box(el('p', { class: 'alert', role: 'alert', text: t('end.crashed') }));
   else if (message.how === 'error') showError(message.error, run);
   if (program) showState(link().state);
@@ -424,21 +454,55 @@ async function tellWhy(number, note) {
     await postText(`/api/run/lines?run=${number}`, '');
   } catch (error) {
     const { reason } = error.told || {};
-    if (reason && reason !== 'stopped') note.textContent = t(`end.${reason}`);
+    if (reason === 'stopped') note.textContent = t('end.desk');
+    else if (reason) note.textContent = t(`end.${reason}`);
+    else if (error.status === 401) {
+      note.textContent = t('end.removed');
+      session.beat();
+    }
   }
 }
 
+const lineLink = (line) => el('button', { type: 'button', class: 'link', text: t('error.line', line), on: { click: () => editor.goTo(line) } });
+
 function showError(error, run) {
   const source = run ? run.source : editor.text();
-  if (error.line && !run?.tried) editor.mark({ kind: 'error', line: error.line, column: error.column, end: error.end });
+  // JavaScript's engines do not tell where a program cannot be read; the editor's own reader knows about where.
+  if (error.kind === 'SyntaxError' && !error.line && run?.language === 'javascript' && showsRun(run)) error = { ...error, ...editor.firstFault() };
+  if (error.line && showsRun(run)) editor.mark({ kind: 'error', line: error.line, column: error.column, end: error.end });
   if (error.refused) error = { ...error, kind: t('error.refused'), message: refusal({ word: error.refused.word, told: error.refused, message: error.message }) };
   const advice = advise({ ...error, source, language: run?.language || 'python' }, pageLanguage());
-  const where = error.line && !run?.tried
-    ? el('button', { type: 'button', class: 'link', text: t('error.line', error.line), on: { click: () => editor.goTo(error.line) } }) : null;
+  const where = error.line && !run?.tried ? lineLink(error.line) : null;
+  const what = [el('strong', { text: error.kind }), error.message ? `: ${error.message}` : ''];
   output.box(el('div', { class: 'alert error', role: 'alert' },
-    el('p', {}, where, where ? ' ' : null, el('strong', { text: error.kind }), error.message ? `: ${error.message}` : ''),
-    error.through?.length && !run?.tried ? el('p', { class: 'small muted', text: t('error.through', error.through.join(', ')) }) : null,
-    advice ? el('p', { class: 'advice', text: advice }) : null));
+    el('p', {}, where, where ? ' ' : null, ...(advice ? [el('span', { class: 'advice', text: advice })] : what)),
+    advice ? el('p', { class: 'small told' }, ...what) : null,
+    error.through?.length && !run?.tried ? el('p', { class: 'small muted', text: t('error.through', error.through.join(', ')) }) : null));
+}
+
+/** Carries out one more line after the end of a program, with its variables and its turtle. */
+async function tryLine(text) {
+  output.write(`>>> ${text}\n`, 'in');
+  const practice = lastPractice ?? !session.state?.seat;
+  current = { number: null, practice, engine: 'python', language: 'python', source: text, tried: true };
+  const mine = current;
+  showState(links.python.state);
+  if (token()) {
+    try {
+      const begun = await postJson('/api/run/begin', { language: 'python', ...(practice ? { practice: true } : { keep: true }) });
+      mine.number = begun.run;
+    } catch (error) {
+      if (error.status === 401) session.beat();
+      if (error.status !== 401 && !(practice && error.word === 'offline')) {
+        current = null;
+        output.box(el('p', { class: 'alert', role: 'alert', text: refusal(error) }));
+        showState(links.python.state);
+        return;
+      }
+    }
+  }
+  if (current !== mine) return; // Stop was pressed meanwhile
+  links.python.start({ do: 'try', source: text, run: mine.number, speed: 0 });
 }
 
 function submitLine(text) {
@@ -450,9 +514,7 @@ function submitLine(text) {
     return true;
   }
   if (current || text.trim() === '' || links.python.state !== 'ready') return false;
-  output.write(`>>> ${text}\n`, 'in');
-  current = { number: null, practice: true, engine: 'python', language: 'python', source: text, tried: true };
-  links.python.start({ do: 'try', source: text, run: null, speed: 0 });
+  tryLine(text);
   return true;
 }
 
@@ -479,14 +541,18 @@ document.addEventListener('keydown', (event) => {
 
 async function openFirst() {
   const shared = await fromFragment(location.hash);
+  const given = location.hash.startsWith('#p=');
+  if (given) history.replaceState(null, '', location.pathname + location.search);
   if (shared) {
-    history.replaceState(null, '', location.pathname + location.search);
     await openProgram(newProgram(shared.language, shared.title, shared.text));
-    say(t('share.opened'));
+    if (notice.hidden) say(t('share.opened'));
     return;
   }
-  const kept = listPrograms();
-  await openProgram(kept.find((one) => one.id === store.get('current')) || kept[0] || startingProgram('python'));
+  if (!program) {
+    const kept = listPrograms();
+    await openProgram(kept.find((one) => one.id === store.get('current')) || kept[0] || startingProgram('python'));
+  }
+  if (given) say(t('share.bad'));
 }
 
 addEventListener('hashchange', () => { if (location.hash.startsWith('#p=')) openFirst(); });

@@ -67,7 +67,9 @@ export function makeOutput(submit) {
     box(node) {
       last = null;
       append(node, node.textContent.length);
-      log.scrollTop = log.scrollHeight;
+      // Its beginning is seen, however large it is.
+      const start = node.offsetTop - log.offsetTop - 4;
+      log.scrollTop = Math.min(log.scrollHeight, start);
     },
     clear() {
       log.replaceChildren();

@@ -87,10 +87,9 @@ def _input(prompt=""):
 
 
 def _sleep(seconds):
-    try:
-        left = float(seconds)
-    except (TypeError, ValueError):
-        raise TypeError(f"sleep() wants a number of seconds, not {seconds!r}") from None
+    if isinstance(seconds, (str, bytes)) or not hasattr(seconds, "__float__") and not hasattr(seconds, "__index__"):
+        raise TypeError(f"sleep() wants a number of seconds, not {seconds!r}")
+    left = float(seconds)
     if left < 0:
         raise ValueError("sleep length must be non-negative")
     host.flush()
@@ -240,11 +239,11 @@ def _with_place(told, error):
     return told
 
 
-def _finish(error):
+def _finish(error, idle):
     for name in ("stdout", "stderr"):
         setattr(sys, name, _streams[name])
     if error is None:
-        return json.dumps({"how": "done"})
+        return json.dumps({"how": "done", "idle": idle})
     if isinstance(error, KeyboardInterrupt):
         reason = getattr(error, "reason", "stopped")
         return json.dumps({"how": "stopped", "reason": reason})
@@ -286,9 +285,14 @@ def _execute(source, mode, prepare=None):
     linecache.cache[PROGRAM] = (len(source), None, source.splitlines(True), PROGRAM)
     before = set(sys.modules)
     error = painter = None
+    idle = []
     try:
         painter = prepare() if prepare else None
-        code = compile(source, PROGRAM, mode)
+        if mode == "single":
+            source += "\n"  # that ends a loop written in one line
+        tree = compile(source, PROGRAM, mode, ast.PyCF_ONLY_AST)
+        idle = _idle_words(tree)
+        code = compile(tree, PROGRAM, mode)
         if host.speed() != FULL_SPEED:
             sys.settrace(_trace)
         exec(code, _globals)
@@ -300,7 +304,14 @@ def _execute(source, mode, prepare=None):
     if painter is not None:
         painter.frame()  # what the last commands have painted
     _forget_modules(before)
-    return _finish(error)
+    idle = [] if mode == "single" else [told for told in idle if callable(_globals.get(told["word"]))]
+    return _finish(error, idle[:3])
+
+
+def _idle_words(tree):
+    """Names that stand alone as a statement, as when the brackets of a call were forgotten."""
+    return [{"line": node.lineno, "word": node.value.id} for node in ast.walk(tree)
+            if isinstance(node, ast.Expr) and isinstance(node.value, ast.Name)]
 
 
 def set_up():

@@ -2,7 +2,8 @@
 
 const VERSION = '1'; // deflated; '0': plain
 export const LANGUAGES = ['python', 'javascript', 'blocks'];
-const MOST = 200000; // letters of a fragment that is read
+const MOST = 200000; // letters of a fragment that is read, bytes of what is in it
+export const SHARED_MOST = 64000; // letters of a program; in UTF-8 and JSON they stay below MOST
 
 function toBase64(bytes) {
   let text = '';

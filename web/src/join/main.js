@@ -6,9 +6,9 @@ import { Session } from '../common/session.js';
 import { refusal, t } from '../common/texts.js';
 
 setUpPage('join.title');
-const given = /[#&]code=([^&]+)/.exec(location.hash);
+const given = new URLSearchParams(location.hash.slice(1)).get('code') || '';
 const codeInput = el('input', { id: 'code', type: 'text', class: 'mono code', autocomplete: 'off', autocapitalize: 'characters',
-  spellcheck: false, required: true, maxLength: 40, 'aria-describedby': 'code-hint', value: given ? decodeURIComponent(given[1]) : '' });
+  spellcheck: false, required: true, maxLength: 40, 'aria-describedby': 'code-hint', value: given.slice(0, 40) });
 const nameInput = el('input', { id: 'name', type: 'text', autocomplete: 'off', maxLength: 24, required: true, spellcheck: false,
   value: store.get('name', '') });
 const button = el('button', { type: 'submit', class: 'main', text: t('join') });
@@ -30,6 +30,15 @@ document.body.append(
       el('p', { class: 'row small' }, el('a', { href: '/edit', text: t('join.practice') }), el('span', { class: 'grow' }),
         el('a', { href: '/watch', text: t('join.watch') })))));
 
+/** Shows how long is still to wait, second by second. */
+async function countDown(error) {
+  for (let left = Math.min(Math.ceil(error.told?.retry_s || 1), 3600); left > 0; --left) {
+    trouble.textContent = refusal({ ...error, word: 'slow', told: { retry_s: left } });
+    await new Promise((done) => setTimeout(done, 1000));
+  }
+  trouble.hidden = true;
+}
+
 form.addEventListener('submit', async (event) => {
   event.preventDefault();
   trouble.hidden = true;
@@ -42,6 +51,7 @@ form.addEventListener('submit', async (event) => {
   } catch (error) {
     trouble.textContent = refusal(error);
     trouble.hidden = false;
+    if (error.word === 'slow') await countDown(error);
     button.disabled = false;
     button.textContent = t('join');
     (error.word === 'name' ? nameInput : codeInput).focus();

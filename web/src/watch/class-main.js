@@ -36,7 +36,7 @@ const view = makeFieldView({ field: wanted, turtle: eyes ? encodeURIComponent(ey
 } });
 
 document.body.append(
-  el('header', { class: 'bar' }, logoMark(), which, el('label', { class: 'row eyes' }, el('span', { class: 'small', text: t('watch.eyes') }), through),
+  el('header', { class: 'bar' }, el('h1', { class: 'only-read', text: t('watch.title') }), logoMark(), which, el('label', { class: 'row eyes' }, el('span', { class: 'small', text: t('watch.eyes') }), through),
     el('span', { class: 'grow' }), ...pageButtons()),
   el('main', { class: 'watch' }, view.element, scores));
 
