@@ -194,12 +194,14 @@ void server::begin(call& c) {
     const auto where = room_.seats().seat_of(s.id);
     if (!where) return c.reply(error_answer(409, "no_seat", "You have no place on a field yet."));
     if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
+    // A line tried after a program's end: the turtle stays as that program left it, if there was one and it ended here.
+    const auto wish = c.body.find("keep");
+    const bool keep = wish != c.body.end() && wish->is_boolean() && wish->get<bool>() && s.current.id != 0 &&
+                      !s.current.practice && (s.current.over == ending::ended || s.current.over == ending::stopped);
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what the run before still held
     live_[s.id].answer.reset();
-    // A line tried after a program's end: the turtle stays as that program left it.
-    const auto keep = c.body.find("keep");
-    if (keep != c.body.end() && keep->is_boolean() && keep->get<bool>()) {
+    if (keep) {
         return c.reply(
             json_answer(200, {{"run", run}, {"field", where->field}, {"turtle", valid_utf8(s.turtle)}, {"keep", true}}));
     }

@@ -210,6 +210,23 @@ class Lesson(unittest.TestCase):
         self.assertEqual(tab.post("/api/run/begin", {}).status, 200)
         self.assertEqual(ann.lines("f 10", run=first).json["reason"], "replaced")
 
+    def test_a_line_tried_after_a_run_finds_the_turtle_where_it_was(self):
+        ann = self.room.student()
+        ann.begin()
+        ann.do("j 40 30", "t l 90")
+        ann.post("/api/run/end?run=%d" % ann.run, {})
+        before = ann.run
+        kept = ann.begin(keep=True)
+        self.assertTrue(kept["keep"])
+        self.assertGreater(ann.run, before)
+        self.assertEqual(ann.position(), (40, 30))
+        ann.do("f 10")
+        self.assertAlmostEqual(ann.position()[1], 40, places=3)
+        self.assertEqual(ann.get("/api/run/stop?run=%d" % ann.run).text, "0")
+        self.assertEqual(ann.get("/api/run/stop?run=%d" % before).text, "2")
+        ann.begin()
+        self.assertEqual(ann.position(), (0, 0))
+
     def test_practice_needs_no_field(self):
         ann = self.room.student()
         begun = ann.begin(practice=True)

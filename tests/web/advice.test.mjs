@@ -55,6 +55,59 @@ const MISTAKES = [
   ['KeyError', "'x'", 'd["x"]', 'key'],
   ['ZeroDivisionError', 'division by zero', '1 / 0', 'zero'],
   ['RecursionError', 'maximum recursion depth exceeded', 'f()', 'calls itself'],
+  // What one line shows is told, whatever CPython says about it.
+  ['SyntaxError', "expected ':'", 'else if x > 3:', 'elif'],
+  ['SyntaxError', "expected ':'", 'else x > 3:', 'elif'],
+  ['SyntaxError', 'invalid syntax', 'While x < 3:', 'write while, not While'],
+  ['SyntaxError', 'invalid syntax', '// my program', 'begins with #'],
+  ['SyntaxError', 'invalid syntax', 'for i in range(3) {', 'braces'],
+  ['SyntaxError', 'invalid syntax', 'if x =< 3:', '<='],
+  ['SyntaxError', 'invalid syntax', 'if x > 1 && x < 3:', 'and'],
+  ['SyntaxError', 'invalid syntax', 'if !x:', 'not'],
+  ['SyntaxError', 'invalid syntax', 'class = 3', 'own words'],
+  ['SyntaxError', 'invalid syntax', 'for i = 1 to 4:', 'for i in range(10):'],
+  ['SyntaxError', 'invalid syntax', 'for i in range 4:', 'for i in range(10):'],
+  ['SyntaxError', 'invalid syntax', 'repeat 4:', 'for i in range(10):'],
+  ['SyntaxError', 'invalid syntax', 'for i in range(4:', 'never closed'],
+  ['SyntaxError', 'invalid syntax', 'if x > 2 then:', 'then'],
+  ['SyntaxError', 'invalid syntax', 'let x = 3', 'x = ...'],
+  ['SyntaxError', 'invalid syntax', 'function f():', 'def f():'],
+  ['SyntaxError', "expected '('", 'def f:', 'def name():'],
+  ['SyntaxError', 'invalid syntax', 'goto(3; 4)', 'commas'],
+  ['SyntaxError', 'unterminated string literal (detected at line 1)', "print('it's')", 'apostrophe'],
+  ['SyntaxError', 'invalid syntax', 'forward(50):', 'take it away'],
+  ['SyntaxError', 'invalid syntax', 'forward 50', 'forward(50)'],
+  ['SyntaxError', 'invalid syntax', 'my name = 3', 'my_name'],
+  ['SyntaxError', "cannot assign to expression here. Maybe you meant '==' instead of '='?", 'my-name = 3', 'my_name'],
+  ['SyntaxError', "cannot assign to literal here. Maybe you meant '==' instead of '='?", '3 = x', 'Left of'],
+  ['SyntaxError', 'invalid syntax', 'x = 3 y = 4', 'line of its own'],
+  ['SyntaxError', 'invalid decimal literal', 'y = 2x', '2 * x'],
+  ['SyntaxError', "f-string: expecting '}'", 'print(f"{x")', 'each "{"'],
+  ['SyntaxError', 'invalid non-printable character U+00A0', 'x = 3', 'invisible'],
+  ['SyntaxError', 'invalid syntax', 'else:', 'same column'],
+  ['NameError', "name 'Forward' is not defined", 'Forward(3)', 'write forward'],
+  ['NameError', "name 'turtle' is not defined", 'turtle.forward(3)', 'import turtle'],
+  ['NameError', "name 'red' is not defined", 'pencolor(red)', 'colour is a text'],
+  ['NameError', "name 't' is not defined", 't.forward(3)', 'Nothing is called t'],
+  ['NameError', "name 'f' is not defined", 'f()\ndef f():\n    pass', 'further down'],
+  ['ModuleNotFoundError', "No module named 'kelmroa'", 'from kelmroa import *', 'kelmora'],
+  ['ImportError', "cannot import name 'forwrd' from 'kelmora' (/lib/x.py). Did you mean: 'forward'?", 'from kelmora import forwrd', 'Did you mean forward'],
+  ['AttributeError', "'str' object has no attribute 'append'", 'x.append(3)', 'text'],
+  ['TypeError', 'can only concatenate tuple (not "int") to tuple', 'print(x + 1)', 'point'],
+  ['TypeError', 'cannot unpack non-iterable int object', 'x, y = 3', 'as many names'],
+  ['ValueError', 'too many values to unpack (expected 2, got 3)', 'x, y = 1, 2, 3', 'as many names'],
+  ['TypeError', 'list indices must be integers or slices, not str', 'a["0"]', 'whole number'],
+  ['TypeError', "can't multiply sequence by non-int of type 'str'", '"a" * "b"', 'int('],
+  ['TypeError', "object of type 'int' has no len()", 'len(5)', 'letters'],
+  ['TypeError', "'function' object is not subscriptable", 'forward[50]', 'round brackets'],
+  ['TypeError', "'int' object is not callable", 'print("x")\nprint = 3', 'different name'],
+  ['TypeError', 'A.f() takes 0 positional arguments but 1 was given', 'A().f()', 'self'],
+  ['TypeError', "int() argument must be a string, a bytes-like object or a real number, not 'builtin_function_or_method'", 'int(input)', 'input()'],
+  ['ValueError', 'list.remove(x): x not in list', 'a.remove(5)', '"in"'],
+  ['FileNotFoundError', "[Errno 44] No such file or directory: 'x.txt'", 'open("x.txt")', 'no files'],
+  ['IndexError', 'string index out of range', 'x[5]', 'letters'],
+  ['NotANumber', 'A finite number is needed here, not None.', 'goto(3)', 'missing'],
+  ['BadValue', "There is no colour 'bleu'.", 'pencolor("bleu")', '"red"'],
 ];
 
 test('each common mistake gets its advice, in both languages', () => {
@@ -74,6 +127,20 @@ test('an error that no rule matches gets no advice', () => {
 });
 
 test('JavaScript has its own advice', () => {
+  for (const [kind, message, source, word] of [
+    ['SyntaxError', "Unexpected identifier 'i'", 'for i in range(3):', 'This is Python'],
+    ['SyntaxError', "Identifier 'a' has already been declared", 'let a = 2;', 'second "let"'],
+    ['SyntaxError', 'Invalid left-hand side in assignment', 'if (3 = x) {}', '==='],
+    ['ReferenceError', 'None is not defined', 'print(None);', 'null'],
+    ['ReferenceError', 'begin_fill is not defined', 'begin_fill();', 'beginFill'],
+    ['TypeError', "Cannot read properties of undefined (reading 'b')", 'a.b();', 'no value yet'],
+    ['NotANumber', 'the distance must be a number, not "x"', 'forward("x");', 'Number('],
+    ['BadValue', 'no such colour: "bleu"', 'pencolor("bleu");', '"red"'],
+  ]) {
+    const told = ['en', 'de'].map((page) => advise({ kind, message, source, line: 1, language: 'javascript' }, page));
+    assert.ok(told[0]?.includes(word), `${message} is advised: ${told[0]}`);
+    assert.notEqual(told[1], told[0]);
+  }
   assert.match(advise({ kind: 'ReferenceError', message: 'forwrd is not defined', source: 'forwrd(3)', line: 1, language: 'javascript' }, 'en'), /forward/);
   assert.match(advise({ kind: 'TypeError', message: 'Assignment to constant variable.', source: 'x = 3', line: 1, language: 'javascript' }, 'en'), /let/);
 });

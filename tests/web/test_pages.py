@@ -82,6 +82,28 @@ class Pages:
             ann.says("42")
             ann.ready()
 
+        with self.subTest("a line tried after a program has its turtle, input() and Stop"):
+            ann.start("from kelmora import *\nforward(20)\n")
+            ann.finished()
+            ann.answer("forward(25); print('at', round(xcor()))")
+            ann.says("at 45")
+            ann.ready()
+            ann.answer("for i in range(2): print('n', i + int(input('? ')))")
+            for number in (4, 5):
+                ann.wait("document.body.dataset.state === 'asking'", "the question")
+                ann.answer(str(number))
+                ann.says("n %d" % (number + (number == 5)))
+            ann.ready()
+            ann.answer("while True: pass")
+            ann.wait("document.body.dataset.state === 'running'", "the line to run")
+            ann.press("Stop")
+            ann.says("the variables are kept")
+            ann.ready()
+
+        with self.subTest("a word without its brackets is told"):
+            ann.start("from kelmora import *\nforward\nprint('x')\n")
+            self.assertIn("forward alone does nothing", ann.finished())
+
         with self.subTest("input in place"):
             ann.start("name = input('Who? ')\nprint('Hello', name)\n")
             ann.wait("document.body.dataset.state === 'asking'", "the question")
@@ -142,6 +164,8 @@ class Pages:
             ann.start("forward(40); left(90);\nprint('at', Math.round(position()[0]));\n")
             self.assertIn("at 40", ann.finished())
             ann.start("let a = 1;\nnowhere(a);\n")
+            self.assertIn("Line 2", ann.finished())
+            ann.start("let a = 1;\nif (a > 0 {\n}\n")
             self.assertIn("Line 2", ann.finished())
             ann.start("print('spinning');\nfor (;;) {}\n")
             ann.says("spinning")
@@ -218,11 +242,29 @@ class Pages:
         teacher.press("Remove Anna")
         teacher.run("document.querySelector('dialog .main').click();")
         wait_until(lambda: ann.get("/api/me").status == 401, 60, "Anna to be out")
+        self.told_when_stopped_and_removed(teacher)
         # From another address the desk is refused.
         ann = Pupil(self.browser, self.origin)
         ann.open("/desk")
         ann.see("localhost")
         self.assertFalse(ann.is_there("Pause all"))
+
+    def told_when_stopped_and_removed(self, teacher):
+        """The desk stops one child's program, then removes the child: its page says so."""
+        for student in self.room.desk()["sessions"]:
+            self.room.teacher().post("/api/desk/remove", {"id": student["id"]})
+        bea = self.pupil
+        bea.sit_down(CODE, "Bea")
+        program = "from kelmora import *\nprint('begun')\nwhile True:\n    left(1)\n"
+        number = next(s["id"] for s in self.room.desk()["sessions"] if s["name"] == "Bea")
+        for action, words in (("stop", "stopped by your teacher"), ("remove", "ended by your teacher")):
+            bea.start(program)
+            bea.says("begun")
+            self.room.teacher().post("/api/desk/" + action, {"id": number})
+            bea.says(words)
+            bea.ready()
+        bea.see("You are no longer in the class")
+        self.assertTrue(bea.is_there("Join"))
 
     def test_starting_program_and_waiting_pupil(self):
         """Ten have seats; the eleventh practises meanwhile, and finds the teacher's program in the editor."""
@@ -241,6 +283,13 @@ class Pages:
         self.assertIn("yes", eve.finished())
         self.assertTrue(self.red_at(eve, 60, 0))
         self.assertIsNone(self.on_field("Eve"))
+        eve.run("document.getElementById('tab-practice').click();")
+        first = self.room.desk()["sessions"][0]
+        self.room.teacher().post("/api/desk/remove", {"id": first["id"]})
+        eve.see("You have a place on the field now")
+        eve.start("from kelmora import *\nforward(40)\nprint('there')\n")
+        self.assertIn("there", eve.finished())
+        self.assertIsNotNone(self.on_field("Eve"))
 
     @staticmethod
     def red_at(pupil, x, y):
@@ -259,6 +308,8 @@ class Pages:
         eve.says("spinning")
         eve.press("Stop")
         self.assertIn("stopped", eve.finished())
+        eve.start("input('who? ')\n")
+        self.assertIn("after joining the class", eve.finished())
 
     def test_share_and_german(self):
         ann = self.pupil
@@ -280,6 +331,11 @@ class Pages:
         ann.write("for i in range(3)\n    pass\n")
         ann.press("Start")
         self.assertIn("Doppelpunkt", ann.finished())
+        ann.open("about:blank" if link.startswith("/") else "/watch")
+        self.browser.open(link[:-9])  # an address that was cut
+        ann.see("Wurde die Adresse abgeschnitten?")
+        self.browser.open(self.origin + "/#code=%E0%A4%A")
+        ann.wait("document.querySelector('form')", "the form, in spite of a spoilt address")
 
 
 class InChromium(Pages, unittest.TestCase):
@@ -330,17 +386,24 @@ class InChromium(Pages, unittest.TestCase):
 
     def test_phone_upright(self):
         """Nothing is wider than the window, and all controls can be reached."""
-        self.browser.fresh(width=390, height=844)
+        self.browser.fresh(width=360, height=740)
         ann = self.pupil
         for path in ("/", "/edit", "/watch"):
             ann.open(path)
             ann.wait("document.querySelector('main')", "the page")
-            self.assertLessEqual(ann.run("return document.documentElement.scrollWidth;"), 390, path)
+            self.assertLessEqual(ann.run("return document.documentElement.scrollWidth;"), 360, path)
         ann.open("/edit")
         ann.ready()
         for name in ("Run", "Stop", "Program", "Output", "Language", "Speed"):
             box = ann.run(FIND + "const b = named(%s).getBoundingClientRect(); return [b.left, b.right];" % json.dumps(name))
-            self.assertTrue(0 <= box[0] and box[1] <= 391, (name, box))
+            self.assertTrue(0 <= box[0] and box[1] <= 361, (name, box))
+        # After Run the field, the marked line and the error with its advice are seen at once, without scrolling.
+        ann.start("from kelmora import *\nforward(5)\nfoward(20)\n")
+        ann.finished()
+        for what, least in ((".cm-error-line", 15), (".practice canvas", 150), (".advice", 20)):
+            box = ann.run("const b = document.querySelector('%s').getBoundingClientRect(); return [b.top, b.bottom];" % what)
+            self.assertTrue(0 <= box[0] and box[1] <= 740 and box[1] - box[0] >= least, (what, box))
+        self.assertLessEqual(ann.run("return document.documentElement.scrollHeight;"), 740)
 
 
 class InFirefox(Pages, unittest.TestCase):

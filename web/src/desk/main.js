@@ -126,6 +126,8 @@ function show() {
     pauseButton.textContent = t(state.paused ? 'desk.resume' : 'desk.pause');
     pauseButton.setAttribute('aria-pressed', String(state.paused));
   });
+  // Who is away comes last.
+  state.sessions.sort((a, b) => (a.state === 'away') - (b.state === 'away'));
   part('sessions', state.sessions.map(({ seen_s: _, ...rest }) => rest), () => rows.replaceChildren(...(state.sessions.length > 0 ? state.sessions.map(row)
     : [el('tr', {}, el('td', { colSpan: 5, class: 'muted', text: t('desk.nobody') }))])));
   part('fields', state.fields, () => {

@@ -114,6 +114,7 @@ export const RULES = [
     return found && !isOwn(found[1]) && !isOwn(found[2]) ? found : null;
   }, ([, a, b]) => `A name holds no blanks: write ${a}_${b}.`, ([, a, b]) => `Ein Name enthält keine Leerzeichen: Schreibe ${a}_${b}.`),
   python('SyntaxError', code(/^\s*(\p{L}\w*)-(\p{L}\w*)\s*=[^=]/u), ([, a, b]) => `A name holds no minus sign: write ${a}_${b}.`, ([, a, b]) => `Ein Name enthält kein Minuszeichen: Schreibe ${a}_${b}.`),
+  python('SyntaxError', code(/^\s*\p{L}\w*\s*=\s*[\w."]+\s+\p{L}\w*\s*=[^=]/u), () => 'Each statement begins on a line of its own.', () => 'Jede Anweisung beginnt in einer eigenen Zeile.'),
   python('SyntaxError', says(/f-string/), () => 'In a text that begins with f" each "{" needs its "}".', () => 'In einem Text, der mit f" beginnt, braucht jedes "{" sein "}".'),
   python('SyntaxError', says(/non-printable/), () => 'An invisible character is in this line, perhaps from copying: delete the line and type it anew.',
     () => 'In dieser Zeile steckt ein unsichtbares Zeichen, vielleicht vom Kopieren: Lösche die Zeile und tippe sie neu.'),
@@ -168,15 +169,15 @@ export const RULES = [
   /* names */
   python('NameError', (error) => {
     const name = unknownName(error);
+    if (MODULE_NAMES.has(name)) return [name, `import ${name}`];
+    return MODULES[name] ? [name, `from ${MODULES[name]} import ${name}`] : null;
+  }, ([name, text]) => `To use ${name}, write at the very top: ${text}`, ([name, text]) => `Um ${name} zu verwenden, schreibe ganz oben: ${text}`),
+  python('NameError', (error) => {
+    const name = unknownName(error);
     const meant = name && (CAPITAL[name] || { true: 'True', false: 'False', none: 'None', null: 'None' }[name]
       || [...TURTLE_LIST, ...BUILT_IN].find((word) => word !== name && word.toLowerCase() === name.toLowerCase()));
     return meant ? [name, meant] : null;
   }, ([name, meant]) => `Capital letters count: write ${meant}, not ${name}.`, ([name, meant]) => `Groß- und Kleinschreibung zählt: Schreibe ${meant}, nicht ${name}.`),
-  python('NameError', (error) => {
-    const name = unknownName(error);
-    if (MODULE_NAMES.has(name)) return [name, `import ${name}`];
-    return MODULES[name] ? [name, `from ${MODULES[name]} import ${name}`] : null;
-  }, ([name, text]) => `To use ${name}, write at the very top: ${text}`, ([name, text]) => `Um ${name} zu verwenden, schreibe ganz oben: ${text}`),
   python('NameError', (error) => (TURTLE_WORDS.has(unknownName(error)) ? [unknownName(error)] : null),
     ([name]) => `Write "from kelmora import *" at the very top, or kelmora.${name}(...).`, ([name]) => `Schreibe ganz oben "from kelmora import *", oder kelmora.${name}(...).`),
   python('NameError', (error) => (COLOURS.has(unknownName(error)) ? [unknownName(error)] : null),
@@ -225,6 +226,8 @@ export const RULES = [
     () => 'In eckigen Klammern steht eine ganze Zahl: [0] ist das erste; int(...) macht eine daraus.'),
   python('TypeError', says(/can't multiply sequence/), () => 'A text can be repeated a whole number of times only; to compute, make a number of each text first: int(...).',
     () => 'Ein Text lässt sich nur eine ganze Zahl mal wiederholen; zum Rechnen mache aus jedem Text zuerst eine Zahl: int(...).'),
+  python('TypeError', says(/not '(?:function|method|builtin_function_or_method)'/), () => 'The round brackets after the name of a function are missing, as in input().',
+    () => 'Nach dem Namen einer Funktion fehlen die runden Klammern, wie bei input().'),
   python('TypeError', says(/has no len\(\)/), () => 'len counts the letters of a text or the things in a list, and this is neither.',
     () => 'len zählt die Buchstaben eines Textes oder die Dinge in einer Liste, und das hier ist keins von beiden.'),
   python('TypeError', says(/is not a container/), () => 'After "in" stands a list, a text or range(...).', () => 'Nach "in" steht eine Liste, ein Text oder range(...).'),
