@@ -202,8 +202,8 @@ void server::begin(call& c) {
     settle(); // ends what the run before still held
     live_[s.id].answer.reset();
     if (keep) {
-        return c.reply(
-            json_answer(200, {{"run", run}, {"field", where->field}, {"turtle", valid_utf8(s.turtle)}, {"keep", true}}));
+        return c.reply(json_answer(
+            200, {{"run", run}, {"field", where->field}, {"turtle", valid_utf8(s.turtle)}, {"keep", true}}));
     }
     const std::string old_name = valid_utf8(s.turtle);
     s.turtle = s.name;

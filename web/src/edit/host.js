@@ -82,9 +82,9 @@ export function makeHost(post) {
     try {
       told = JSON.parse(answer.text);
     } catch { /* an answer of no server of ours */ }
-    if (answer.status === 410) {
+    if (answer.status === 410 || answer.status === 401) { // over, or the whole session is
       stopped = true;
-      throw new Ended(told.reason || 'ended');
+      throw new Ended(answer.status === 401 ? 'removed' : told.reason || 'ended');
     }
     throw new Refused(told.error || 'bad', told.message || `The class server answered ${answer.status}.`, told);
   }
