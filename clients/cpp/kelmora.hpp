@@ -9,8 +9,8 @@
 //         }
 //     }
 //
-// A turtle belongs to one thread at a time. What goes wrong is thrown as a kelmora::Error. A command allocates nothing:
-// its line is made, and its answer is read, in buffers that the turtle keeps.
+// A turtle belongs to one thread at a time. Errors are thrown as a kelmora::Error. A command allocates nothing: the
+// turtle keeps buffers for its line and its answer.
 #pragma once
 
 #include <algorithm>
@@ -48,7 +48,7 @@ namespace kelmora {
 
 // ------------------------------------------------------------------------------------------------------ errors
 
-/// Whatever goes wrong; what() says in plain words what it was and what to do.
+/// Base of all errors; what() says in plain words what is wrong and what to do.
 class Error : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -72,7 +72,7 @@ class Lost : public Error {
 class NoAnswer : public Error {
     using Error::Error;
 };
-/// What came is no answer to what was sent.
+/// The field sent something that is no answer to the command.
 class BadAnswer : public Error {
     using Error::Error;
 };
@@ -110,7 +110,7 @@ struct Color {
     double b = 0;
 };
 
-/// A text of its own inside the value, so that nothing is allocated. Use it as a std::string_view.
+/// A text stored inside the value, so that nothing is allocated. Use it as a std::string_view.
 class Text {
 public:
     static constexpr std::size_t CAPACITY = 1024;
@@ -212,7 +212,7 @@ struct NamedColor {
     std::uint32_t rgb;
 };
 
-// The colour names of CSS, which are those of Tk, too; in the order of the alphabet.
+// The colour names of CSS, in alphabetical order; Tk has the same ones.
 // clang-format off
 inline constexpr std::array<NamedColor, 148> COLORS = {{
     {"aliceblue", 0xf0f8ff}, {"antiquewhite", 0xfaebd7}, {"aqua", 0x00ffff}, {"aquamarine", 0x7fffd4},
@@ -313,7 +313,7 @@ inline Color Paint::color(double mode) const {
 
 // --------------------------------------------------------------------------------------------------- transport
 
-/// Carries lines to a field and back. A program with a way of its own to a field hands that to Turtle.
+/// Carries lines to a field and back. A program can derive its own and give it to Turtle.
 class Transport {
 public:
     /// Thrown by send() and receive(): the field has hung up.
@@ -324,7 +324,7 @@ public:
     struct Silent : std::runtime_error {
         using std::runtime_error::runtime_error;
     };
-    /// Thrown by receive(): the line never ends.
+    /// Thrown by receive(): the line is too long.
     struct TooLong : std::runtime_error {
         using std::runtime_error::runtime_error;
     };
@@ -355,7 +355,7 @@ struct Options {
 /// Lines over TCP.
 class TcpTransport final : public Transport {
 public:
-    /// An answer of the field has 512 bytes at most; a longer line than this is none.
+    /// An answer of the field is shorter; a longer line is refused.
     static constexpr std::size_t LONGEST_LINE = 1024;
 
     /// Connects. Throws NoField, or BadValue for a port that is none.
@@ -387,8 +387,8 @@ public:
         }
     }
 
-    // The deadline is for the whole line: bytes that drip in do not stretch it. The clock is only asked when the line
-    // was not complete at once.
+    // The deadline is for the whole line, so bytes that come one by one do not extend it. The clock is only read if the
+    // line was not complete at once.
     std::string_view receive() override {
         std::size_t seen = 0; // bytes without a line feed
         bool waited = false;
@@ -535,7 +535,7 @@ private:
 
 namespace detail {
 
-// What the pen leaves, by the field's command for it.
+// How the pen paints, by the field's command for it.
 enum class Way : std::uint8_t { lines, polygons, points, brush };
 inline constexpr std::array<std::string_view, 4> WAYS = {"l", "l s", "l p", "l b"};
 
@@ -577,7 +577,7 @@ inline std::string with_numbers(std::string_view word, std::initializer_list<dou
 inline std::string jump_to(Point p) { return with_numbers("j", {p.x, p.y}); }
 inline std::string paint_of(Color c) { return with_numbers("k", {c.r, c.g, c.b}); }
 
-/// Corners of a polygon that passes for a disc.
+/// Corners of a polygon that looks like a disc.
 inline Piece disc(Point middle, double diameter) {
     constexpr double PI = 3.14159265358979323846;
     const int count = 4 * static_cast<int>(std::clamp(std::round(diameter / 5), 3.0, 12.0));
@@ -651,7 +651,7 @@ struct Slab {
     Slab(const Edge* left, const Edge* right, double low, double high) : edges{left, right} {
         for (std::size_t k = 0; k < 2; ++k) sides[k] = {{edges[k]->at(low), low}, {edges[k]->at(high), high}};
     }
-    // Takes in what lies above between two sides, if it joins on and the whole stays convex and small enough.
+    // Adds what lies above between two sides, if it adjoins and the whole stays convex and small enough.
     bool grow(const Edge* left, const Edge* right, double high) {
         const std::array<const Edge*, 2> next = {left, right};
         std::array<Piece, 2> grown = sides;
@@ -675,7 +675,7 @@ struct Slab {
     }
 };
 
-/// The area that a closed line surrounds, as convex pieces; what it surrounds twice is outside again.
+/// The area inside a closed line, as convex pieces; what the line surrounds twice counts as outside.
 inline std::vector<Piece> pieces_of(const std::vector<Point>& points) {
     const std::vector<Edge> edges = edges_of(points);
     const std::vector<double> levels = levels_of(edges);
@@ -721,7 +721,7 @@ inline std::vector<Packet> fill_packets(std::vector<Piece> pieces, Color color) 
     for (const Piece& piece : pieces) {
         const std::string start = jump_to(piece.front());
         if (painted == 0) {
-            // The pen put down forgets older points and colours; the step that follows is the first that counts.
+            // `p d` drops older points and colours; the next step is the first of the polygon.
             packets.push_back({"p u", start, paint_of(color), "l s", "p d", start});
             painted = 1;
         }
@@ -780,7 +780,7 @@ inline std::vector<Packet> stroke_packets(const std::vector<Stroke>& strokes) {
 
 // ------------------------------------------------------------------------------------------------------ turtle
 
-/// One connection to the field, and the turtle that it drives, with its pen down. Hangs up when it goes.
+/// One connection to the field and its turtle, with the pen down. The destructor hangs up.
 ///
 /// Units are field units and degrees; 0 degrees points east, left turns are positive. Words that return a bool return
 /// false when something is in the way or the field refuses; none of them throws for that, but in strict() mode.
@@ -794,7 +794,7 @@ public:
     Turtle() : Turtle(Options{}) {}
     explicit Turtle(const std::string& host, int port = 0) : Turtle(Options{host, port}) {}
     explicit Turtle(const Options& options) : Turtle(std::make_unique<TcpTransport>(options)) {}
-    /// Over a way of your own.
+    /// Uses your own transport.
     explicit Turtle(std::unique_ptr<Transport> transport) : transport_(std::move(transport)) {
         packet_.reserve(PACKET_BYTES);
         due_.reserve(DUE_EVENTS);
@@ -891,7 +891,7 @@ public:
         return run<bool>(Kind::face);
     }
     /// Draws a circle whose middle is `radius` left of the turtle (right when it is negative), or the arc of `extent`
-    /// degrees of it, as a polygon of `steps` sides (0: as many as look round). False when something is in the way.
+    /// degrees of it, as a polygon of `steps` sides (0: enough to look round). False when something is in the way.
     bool circle(double radius, double extent = 360, int steps = 0) {
         check(radius, extent);
         not_in_batch("circle");
@@ -983,7 +983,7 @@ public:
         mode_ = mode;
     }
     [[nodiscard]] double colormode() const { return mode_; }
-    /// What the pen leaves: lines; a filled polygon of the latest six points; points; strokes of a brush.
+    /// How the pen paints: lines; a filled polygon of the latest six points; points; strokes of a brush.
     bool lines() { return way(Way::lines); }
     bool polygons() { return way(Way::polygons); }
     bool points() { return way(Way::points); }
@@ -1009,7 +1009,7 @@ public:
         return painted(packets, &trace->points.back());
     }
     [[nodiscard]] bool filling() const { return trace_ != nullptr; }
-    /// Paints a disc so wide, in the pen's colour or in the one given, whether the pen is up or down.
+    /// Paints a disc of this width, in the pen's colour or the given one, whether the pen is up or down.
     bool dot() { return dot(std::max(pen_.width + 4, pen_.width * 2)); }
     bool dot(double size) { return dot_in(size, pen_.color); }
     bool dot(double size, const Paint& paint) { return dot_in(size, paint.color(mode_)); }
@@ -1146,17 +1146,17 @@ public:
         line("q z p", n);
         return run<Point>(Kind::position);
     }
-    /// Does nothing but ask for an answer, and so for events; the field's clock.
+    /// Only asks for an answer, which also tells of events. Returns the field's clock.
     std::uint64_t ping() {
         line(".");
         return static_cast<std::uint64_t>(run<double>(Kind::ping));
     }
-    /// What has happened since events() was asked last.
+    /// What has happened since the last call of events().
     Events events() {
         line(".");
         return run<Events>(Kind::events);
     }
-    /// Sends any line and hands back its answer.
+    /// Sends any line and returns its answer.
     Answer ask(std::string_view text) {
         if (text.size() > LONGEST_COMMAND || text.find_first_not_of(' ') == std::string_view::npos) {
             throw BadValue("ask: a line has 1 to 511 characters");
@@ -1261,7 +1261,7 @@ public:
     /// Runs `words`, in which the words send nothing and return empty values; then sends all their lines as one packet
     /// and returns what they would have returned. Throws BadValue for a word that needs an answer on its way, or for
     /// more than 1000 lines; nothing has been sent then. In strict mode the first refusal is thrown once all are done.
-    /// What the pen leaves may have gaps: a frame paints one piece.
+    /// The painting may have gaps, because a frame paints one piece.
     template <class Words> std::vector<Value> batch(Words&& words) {
         if (batching_) throw BadValue("batch: a batch in a batch");
         queries_.clear();
@@ -1406,7 +1406,7 @@ private:
         word_begin_ = 0;
     }
 
-    // The field blends a line from the colour before to the new one; putting the pen down anew makes it whole.
+    // The field blends a line from the colour before to the new one; after `p d` the line has one colour.
     void color_rule() {
         if (!pen_.recolored || !pen_.down || pen_.way != Way::lines) return;
         line("p d");
@@ -1878,7 +1878,7 @@ private:
         }
     }
 
-    // What the library knows of the pen without asking.
+    // The state of the pen, which the library knows without asking.
     struct Pen {
         bool down = true;
         bool recolored = false; // since the last piece of line

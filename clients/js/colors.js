@@ -1,4 +1,4 @@
-// The colour names of CSS, which are those of Tk, too.
+// The colour names of CSS; Tk has the same ones.
 const NAMES = new Map(`
 aliceblue=f0f8ff antiquewhite=faebd7 aqua=00ffff aquamarine=7fffd4 azure=f0ffff beige=f5f5dc bisque=ffe4c4
 black=000000 blanchedalmond=ffebcd blue=0000ff blueviolet=8a2be2 brown=a52a2a burlywood=deb887 cadetblue=5f9ea0

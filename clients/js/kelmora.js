@@ -7,9 +7,9 @@
 //       await turtle.left(90);
 //     }
 //
-// One packet is one exchange, and the next goes out only after all answers of the one before are in. The field reads
-// nothing behind a command that moves or paints until it has drawn a frame: so each packet has a frame of its own, and
-// no line is lost. Words that were not awaited run one after the other all the same, in the order of their calls.
+// One packet is one exchange. The next packet is sent only after all answers to the one before have come. After a
+// command that moves or paints, the field reads nothing until it has drawn a frame. So each packet has a frame of its
+// own, and no line is lost. Words that are not awaited still run one after the other, in the order of their calls.
 import { colorByName } from "./colors.js";
 import { disc, fillPackets, paintOf, piecesOf, straightened, strokePackets } from "./shapes.js";
 import { PracticeField } from "./practice.js";
@@ -190,7 +190,7 @@ export class Turtle {
 
   async #exchange(lines, read) {
     if (!this.#transport) throw new Lost(`There is no connection to the field any more: ${this.#ending}.`);
-    // Whatever comes next would be taken for the answer to something else.
+    // Otherwise the next line would be taken for the answer to another command.
     if (this.#transport.hasMore) throw this.#badAnswer("an answer that nobody asked for");
     const answers = [];
     try {
@@ -270,7 +270,7 @@ export class Turtle {
     if (this.#batch) throw new BadValue(`${word} needs an answer on its way and cannot be part of a batch.`);
   }
 
-  // Lets what is wrong with the arguments of a word come out of its promise, as all else does.
+  // Makes errors in a word's arguments reject its promise, like all other errors.
   #guard(make) {
     if (this.#batch) return make();
     try {
@@ -294,8 +294,8 @@ export class Turtle {
   }
 
   /**
-   * One step or jump: sent with what has to stand before it, in one packet; its answer alone decides. While an area is
-   * being made, the turtle's place is asked behind it. `say` is how the packet goes.
+   * One step or jump, sent in one packet with the lines that must come before it. Only its own answer decides. While an
+   * area is being made, the packet also asks for the turtle's place. `say` sends the packet.
    */
   #step(say, line, { jump = false, first = [], after = [], painting = true, rule = undefined } = {}) {
     const lines = [...first, ...(painting ? rule ?? this.#colorRule() : []), line];
@@ -518,7 +518,7 @@ export class Turtle {
       const packets = this.#liftBrush();
       this.#pen.way = line;
       if (this.#pen.down) this.#pen.recolored = false;
-      // The pen put down anew leaves older points out.
+      // `p d` drops older points.
       return this.#packets([...packets, this.#pen.down ? [line, "p d"] : [line]]);
     });
   }
@@ -583,7 +583,7 @@ export class Turtle {
       this.#pen.recolored = false;
       return this.#word(async () => {
         const here = await this.#exchange(["q p"], readPoint);
-        // Up to this size a square cannot be told from a disc.
+        // Up to this size a square looks like a disc.
         if (width > 4) return this.#painted(fillPackets(piecesOf(disc(here, width)), ink), pen, here);
         return this.#painted([["p u", "l p", paintOf(ink), `w ${width}`, "p d", "f 0"]], pen, null);
       });

@@ -7,7 +7,7 @@ const place = (x, y) => `${short(x + SIDE / 2)},${short(SIDE / 2 - y)}`;
 const hexadecimal = (color) =>
   `#${color.map((part) => Math.round(255 * Math.min(1, Math.max(0, part))).toString(16).padStart(2, "0")).join("")}`;
 const escaped = (text) => text.replace(/[&<>"']/g, (letter) => `&#${letter.charCodeAt(0)};`);
-// Letters that may stand in a text of XML and can be seen.
+// Characters that XML allows and that are visible.
 const visible = (text) => text.replace(/[^ -~\u00a1-\ud7ff\ue000-\ufdcf\ufdf0-\ufffd]/g, "");
 
 /** A picture that grows piece by piece. Places are in field units, colours three numbers from 0 to 1. */

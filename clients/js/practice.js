@@ -1,6 +1,6 @@
-// A field inside the program: for trying out without one, and for tests. It takes the protocol's lines and answers them by
-// a field's rules, one frame for each packet that moves or paints. What is painted goes to a painter; without one, it is
-// kept and can be saved as a picture. Brush strokes are plain lines here, and there are no stones and no maze.
+// A field inside the program, for trying out and for tests. It takes the protocol's lines and answers them by a field's
+// rules, one frame for each packet that moves or paints. Paintings go to a painter; without one they are kept and can be
+// saved as a picture. Brush strokes are plain lines here, and there are no stones and no maze.
 import { BadValue, HungUp } from "./transport.js";
 import { Picture } from "./picture.js";
 
@@ -492,7 +492,7 @@ export class PracticeField {
 
 const colorOf = (words) => words.slice(0, 3).map((word) => Math.min(1, Math.max(0, leadingNumber(word))));
 
-// Each takes the field, the turtle, the words behind the first and the line's rest; false is an ERR.
+// Each takes the field, the turtle, the words after the first and the rest of the line; false means ERR.
 const COMMANDS = {
   f: (field, being, [far]) => field.walk(being, leadingNumber(far)),
   b: (field, being, [far]) => field.walk(being, -leadingNumber(far)),
@@ -605,7 +605,7 @@ const COMMANDS = {
   ".": () => true,
 };
 
-// Each gives the values of its answer; an object, when the answer may be an ERR.
+// Each returns the values of its answer, or an object if the status may be ERR.
 const QUESTIONS = {
   p: (field, being) => `${six(being.x)} ${six(being.y)}`,
   d: (field, being) => six(being.heading),

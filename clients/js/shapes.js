@@ -119,7 +119,7 @@ export function fillPackets(pieces, color) {
   for (const piece of [...pieces].sort((a, b) => a.length - b.length)) {
     const start = jumpTo(piece[0]);
     if (painted === 0) {
-      // The pen put down forgets older points and colours; the step that follows is the first that counts.
+      // `p d` drops older points and colours; the next step is the first of the polygon.
       packets.push(["p u", start, paintOf(color), "l s", "p d", start]);
       painted = 1;
     }

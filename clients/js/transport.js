@@ -1,5 +1,5 @@
-// How lines travel: over TCP in Node, over a WebSocket in browsers. What the library asks of a connection is little:
-// send(lines), receive(), close() and the text `where`; so that a program can give a connection of its own.
+// Carries lines over TCP in Node, and over a WebSocket in browsers. The library needs only send(lines), receive(),
+// close() and the text `where` of a connection, so a program can easily give its own.
 
 /** Base of all errors; what goes wrong, in plain words. */
 export class KelmoraError extends Error {
@@ -13,7 +13,7 @@ export class NoField extends KelmoraError {}
 /** An argument is out of its range; nothing was sent. */
 export class BadValue extends KelmoraError {}
 
-// What a transport's send() and receive() may throw; the library makes its own errors of them.
+// Errors that a transport's send() and receive() may throw; the library turns them into its own.
 /** The field has hung up. */
 export class HungUp extends Error {}
 /** Nothing came in time. */

@@ -10,7 +10,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE = os.path.join(HERE, "..", "src")
 TARGET = os.path.join(SOURCE, "kelmora", "functions.py")
 
-# The package without its own beginning, which needs the file that is to be made.
+# The package without its __init__, which imports the file that is to be made.
 package = types.ModuleType("kelmora")
 package.__path__ = [os.path.join(SOURCE, "kelmora")]
 sys.modules["kelmora"] = package
@@ -18,7 +18,7 @@ sys.modules["kelmora"] = package
 from kelmora.compat import ABSENT, NOTED  # noqa: E402
 from kelmora.turtles import SCREEN_WORDS, Screen, Turtle  # noqa: E402
 
-# Words that concern the whole field: any turtle of the program will do, and none is made where there is one.
+# Words for the whole field: they use any turtle of the program, and make one only if there is none.
 OF_THE_FIELD = {"bgcolor", "clear", "clearscreen", "battle", "robot", "throw_coin", "card", "take_card", "clear_cards",
                 "card_shown", "card_position", "clock", "turtles"}
 OF_THE_SCREEN = set(NOTED) - {"speed", "hideturtle", "showturtle"} | {

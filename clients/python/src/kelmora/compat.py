@@ -11,7 +11,7 @@ from . import crowd, hooks, world
 from .body import Body, number
 from .errors import BadValue, NotHere
 
-# Words that change nothing of the picture: what the note says.
+# Words that do not change the picture, each with its note.
 NOTED = {
     "speed": "speed() changes nothing: the field's clock moves all turtles alike, a step a frame.",
     "delay": "delay() changes nothing: the field's clock moves all turtles alike, a step a frame.",
@@ -26,7 +26,7 @@ NOTED = {
     "screensize": "screensize() changes nothing: the field is 512 wide and 512 high.",
 }
 
-# Words that are not there: what comes nearest.
+# Words that do not exist here, each with the nearest one.
 ABSENT = {
     "clearstamp": "a stamp is paint, and clear() wipes all painting",
     "clearstamps": "a stamp is paint, and clear() wipes all painting",
@@ -124,7 +124,7 @@ class Compat(Body):
         """512."""
         return 512
 
-    # How the program counts
+    # Units and modes
 
     def mode(self, mode: Optional[str] = None) -> Optional[str]:
         """"standard": 0 is right and angles grow to the left; "logo": 0 is up and they grow to the right.
@@ -161,7 +161,7 @@ class Compat(Body):
         world.current, world.logo, world.painted = new, False, False
         crowd.count_anew()
 
-    # Questions to whoever sits at the computer
+    # Questions to the user
 
     def textinput(self, title: str, prompt: str) -> Optional[str]:
         """Asks in the terminal: the text that is typed, None at its end."""
@@ -210,6 +210,6 @@ class Compat(Body):
     bye = close
 
 
-# One by one, not by __getattr__(): a class that has one pays for it with each look at a turtle's own names.
+# One by one instead of by __getattr__(), which would slow down every access to a turtle's own names.
 for _word in ABSENT:
     setattr(Compat, _word, _Absent(_word))

@@ -156,7 +156,7 @@ class Field:
         while self._owed:
             self._receive()
         if self._wire is not None and self._wire.pending:
-            # Whatever comes next would be taken for the answer to something else.
+            # Otherwise the next line would be taken for the answer to another command.
             raise self._fail(bad_answer(self.where, self._wire.pending.decode("latin-1")))
         self._owed = len(lines)  # before they go: whatever interrupts this, their answers will come
         try:

@@ -205,7 +205,7 @@ class Motion(Body):
         """Lets angles be given in radians."""
         self.degrees(2 * math.pi)
 
-    # Lines so long that they leave the numbers that graphics count with
+    # Lines too long for the graphics library's coordinates
 
     def _walk_far(self, distance: float) -> bool:
         """Steps so far; with the pen down in up to three: to the field's edge, over the field, and on from there."""
@@ -313,7 +313,7 @@ class Motion(Body):
         lines = before or []
         if self._down and painting:
             if self._recolored and self._way == LINES:
-                # The field blends a line from the colour of the point before. A pen put down anew starts with its own.
+                # The field blends a line from the colour of the point before. After `p d` it starts with the pen's own colour.
                 lines = lines + ["p d"]
                 self._recolored = False
             if self._field.batching:

@@ -143,7 +143,7 @@ class Pen(Motion):
         pieces = pieces_of(trace.points)
         if not pieces:
             return True
-        # An edge in the colour of the area needs no second painting, unless it is wider than what the area covers of it.
+        # An edge in the area's colour need not be painted again, unless it is wider than the part of it that the area covers.
         edge = [stroke for stroke in straightened(trace.strokes) if stroke.color != self._fillcolor or stroke.width > 1]
         packets = [*fill_packets(pieces, self._fillcolor), *stroke_packets(edge)]
         return self._painted(packets, trace.points[-1])

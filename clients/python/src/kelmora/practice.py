@@ -186,7 +186,7 @@ def call(painter: Any, name: str, *arguments: Any) -> None:
         method(*arguments)
 
 
-# Commands: each takes the field, the turtle, the words behind the first and the line's rest; False is an ERR.
+# Commands: each takes the field, the turtle, the words after the first and the rest of the line; False means ERR.
 
 def step(field: PracticeField, being: Being, words: Any, rest: str) -> bool:
     return field.walk(being, leading_number(words[0]))
@@ -349,7 +349,7 @@ COMMANDS: dict[str, Callable[..., Any]] = {
     "x": fire, "y": event_mask, "z": card, "r": robot, "!": battle, ".": nothing}
 
 
-# Questions: each gives the values and whether there was an answer.
+# Questions: each returns the values and whether the status is OK.
 
 def nearest(field: PracticeField, being: Being, words: Any) -> tuple[str, bool]:
     rank = "12345".find(words[1][:1]) if words[1] else 0

@@ -145,7 +145,7 @@ def fill_packets(pieces: Sequence[Piece], color: Color) -> Iterator[list[str]]:
     for piece in sorted(pieces, key=len):
         if painted == 0:
             start = jump_to(piece[0])
-            # The pen put down forgets older points and colours; the step that follows is the first that counts.
+            # `p d` drops older points and colours; the next step is the first of the polygon.
             yield ["p u", start, paint_of(color), POLYGONS, "p d", start]
             painted = 1
         while min(painted + 1, CORNERS - 1) + 1 < len(piece):

@@ -55,7 +55,7 @@ class Turtle(Looks, Deeds, Compat):
         try:
             if home:
                 self._field.exchange(["."])
-                # The walk ends within the last digit of the middle; the jump from there is safe, and ends in it.
+                # The walk ends at the middle up to rounding; the jump from there is safe and ends exactly there.
                 at_home = self.home()
                 self._field.exchange(["j %s %s" % tuple(map(spell, self._home())), "p d"] if at_home else ["p d"])
                 if not at_home:

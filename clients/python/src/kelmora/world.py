@@ -46,7 +46,7 @@ class World:
         return 1 / math.hypot(math.cos(turn) / self.scales[0], math.sin(turn) / self.scales[1])
 
 
-# Of the whole program; each turtle keeps what holds for it.
+# For the whole program; each turtle keeps the one that applies to it.
 current: Optional[World] = None
 logo = False      # headings from the top clockwise, as in mode("logo")
 painted = False   # whether anything has been painted in the current world
