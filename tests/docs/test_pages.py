@@ -172,6 +172,29 @@ class ClassServer(unittest.TestCase):
         self.assertEqual(with_help, options - {"-h"})
 
 
+class Labels(unittest.TestCase):
+    """What documents quote from pages and messages."""
+
+    def test_the_words_of_the_pages_in_the_class_guide(self):
+        text = read("docs/classroom.md")
+        labels = {part for label in re.findall(r"(?<!\*)\*([^*\n]+)\*(?!\*)", text) for part in label.split(": ")}
+        self.assertGreater(len(labels), 15)
+        for label in labels:
+            with self.subTest(label):
+                self.assertTrue(f"['{label}" in read("web/src/common/texts.js"))
+
+    def test_the_messages_on_the_teachers_page(self):
+        quoted = re.findall(r'^\| "([^"]+)"', read("docs/lessons/teachers.md"), re.MULTILINE)
+        self.assertGreater(len(quoted), 4)
+        source = ""
+        for name in ("errors", "turtles"):  # without the breaks of long texts
+            source += re.sub(r'"\s*\n\s*"', "", read(f"clients/python/src/kelmora/{name}.py"))
+        for text in quoted:
+            for part in text.split("..."):
+                with self.subTest(text):
+                    self.assertTrue(part.strip() in source, part)
+
+
 class Headless(unittest.TestCase):
     """docs/headless.md and the man page against the programs."""
 
