@@ -195,6 +195,17 @@ class Labels(unittest.TestCase):
                     self.assertTrue(part.strip() in source, part)
 
 
+class Keys(unittest.TestCase):
+    def test_the_operators_guide_names_all_keys(self):
+        handler = re.search(r"^void keyboardfunc.*?^}", read("src/display/window.cpp"), re.MULTILINE | re.DOTALL)
+        self.assertIsNotNone(handler)
+        keys = {key.lower() for key in re.findall(r"case '(.)':", handler[0])}
+        self.assertGreater(len(keys), 15)
+        section = re.search(r"^## Keys$(.*?)^## ", read("docs/operator.md"), re.MULTILINE | re.DOTALL)[1]
+        named = {code.lower() for row in re.findall(r"^\| (`.*?) \| ", section, re.MULTILINE) for code in codes(row) if len(code) == 1}
+        self.assertEqual(named, keys)
+
+
 class Headless(unittest.TestCase):
     """docs/headless.md and the man page against the programs."""
 
@@ -205,6 +216,15 @@ class Headless(unittest.TestCase):
         self.assertEqual({name for name in options if not name.startswith("--")},
                          {"-" + letter for letter in re.search(r'SHORT_OPTIONS\[\] = "([\w:]+)"', read("src/play/options.cpp"))[1] if letter != ":"} | {"-js"})
         self.assertEqual(options_in_man("docs/kelmora-headless.1"), options)
+
+    def test_the_manual_pages_name_all_options(self):
+        for name, source in (("kelmora-contest", "contest/kelmora-contest"), ("kelmora-record", "contest/kelmora-record"),
+                             ("kelmora-replay", "src/replay.cpp")):
+            options = set(re.findall(r'add_argument\("(--[a-z-]+)"', read(source))) | options_in_source(source) - {"--help"}
+            self.assertTrue(options, source)
+            named = set(re.findall(r"(?<![\w-])--[a-z]+(?:-[a-z]+)*", read(f"docs/{name}.1").replace("\\-", "-")))
+            with self.subTest(name):
+                self.assertEqual(named, options)
 
     def test_the_keys_of_a_plan(self):
         text = read("contest/kelmora-contest")
