@@ -2,19 +2,26 @@
 of options, addresses and members is what the program has. Run inside scripts/in-namespace, with KELMORA set."""
 import functools
 import glob
+import gzip
 import json
 import os
 import re
+import socket
 import subprocess
 import tempfile
 import textwrap
 import unittest
+
+import jsonschema
 
 TOP = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 SKIPPED = {".git", "build", "dist", "node_modules", "__pycache__"}
 FENCE = re.compile(r"^ *```.*?^ *```$", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\]\(([^)\s]+)\)|(?:src|href)=\"([^\"]+)\"")
 FILE = re.compile(r"(?<![\w./<-])(?:\./)?((?:scripts|src|tests|docs|web|class|clients|bench|contest|assets)/[\w./-]*[\w/])")
+GAME = (["n 416e6e", "i 2", "p d", "f 30", "k 0 1 0", "w 2.5", "f 10.25", "t l 45", "f 20"] + ["f 2"] * 5 + ["l p", "f 5", "l", "h 1 0 0"] +
+        ["f 3"] * 5 + ["o b", "o s", "o x", "j 100 -100", "j nan 0", "j 0 0", "d", "r", "x", "!"] + ["f 2"] * 8 +
+        ["q p", "! -", "z 3 5 5", "u hello"] + ["f 1"] * 30)  # commands, each answered before the next
 MADE = re.compile(r"^(web/dist|clients/python/dist|bench/kelmora_bench)|NAME|/v/")  # by a build or a reader; or an example's name
 
 
@@ -260,8 +267,12 @@ class Grading(unittest.TestCase):
 
 
 class Record(unittest.TestCase):
-    """docs/recording.md against the recorder."""
+    """docs/recording.md and its schema against the recorder."""
     page = "docs/recording.md"
+
+    @classmethod
+    def setUpClass(cls):
+        cls.schema = jsonschema.Draft202012Validator(json.loads(read("docs/schema/record.json")))
 
     def test_its_members(self):
         text = read("src/play/recorder.cpp")
@@ -271,6 +282,55 @@ class Record(unittest.TestCase):
         rows = {code for row in re.findall(r"^\| (`\w+`(?:, `\w+`)*) \|", read(self.page), re.MULTILINE) for code in codes(row)}
         self.assertGreater(len(rows), 25)
         self.assertEqual(rows - written, set())
+
+    def test_its_schema_names_the_same_members(self):
+        named = set()
+
+        def collect(value):
+            if isinstance(value, dict):
+                named.update(value.get("properties", {}))
+                for each in value.values():
+                    collect(each)
+            elif isinstance(value, list):
+                for each in value:
+                    collect(each)
+        collect(self.schema.schema)
+        self.assertEqual(named - words_in_code(self.page), set())
+
+    def play(self, folder, *options):
+        """A short game in turns with all that a record can tell; its lines."""
+        path = os.path.join(folder, "game.gz")
+        program = os.path.join(os.path.dirname(os.environ["KELMORA"]), "kelmora-headless")
+        with subprocess.Popen([program, "-p", "0", "-w", "off", "--pace", "turns", "--turn-limit", "0", "-s", "3", "-r", path, *options],
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True) as field:
+            try:
+                port = int(field.stdout.readline().split()[1])
+                with socket.create_connection(("127.0.0.1", port), timeout=120) as sock, sock.makefile("rw", newline="\n") as turtle:
+                    for line in GAME:
+                        print(line, file=turtle, flush=True)
+                        self.assertRegex(turtle.readline(), r"(OK|ERR) @ \d+ \d+\n")
+                self.assertEqual(field.wait(timeout=300), 0)
+            finally:
+                field.kill()
+        with gzip.open(path, "rt", encoding="utf-8") as file:
+            return [json.loads(line) for line in file]
+
+    def test_a_game_follows_the_schema(self):
+        seen = set()
+        for options in (("-t", "1100", "--coins", "20", "--stones", "2"), ("-t", "300", "-m", "battle", "--anonymous")):
+            with tempfile.TemporaryDirectory() as folder:
+                for line in self.play(folder, *options):
+                    self.schema.validate(line)
+                    seen |= set(line) | set(line.get("full", {})) | {key for _, change in line.get("set", []) for key in change}
+        self.assertGreaterEqual(seen, {"d", "c", "wipe", "p", "set", "m", "new", "b", "coin", "battle", "h", "full", "end", "zombie"})
+
+    def test_a_wrong_line_is_noticed(self):
+        good = {"t": 4, "p": [[0, 1, 2]], "coin": [[3]]}
+        self.schema.validate(good)
+        for wrong in ({"t": 4}, {"t": -1, "c": ""}, {"t": 4, "p": [[0, 1, 2, 3]]}, {"t": 4, "p": [[30, 1, 2]]}, {"t": 4, "more": 1},
+                      {"t": 4, "set": [[0, {}]]}, {"t": 4, "h": "12"}, {"t": 4, "full": {}}, {"kelmora_record": 1}):
+            with self.subTest(wrong=wrong), self.assertRaises(jsonschema.ValidationError):
+                self.schema.validate(wrong)
 
 
 class Lists(unittest.TestCase):
