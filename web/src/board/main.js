@@ -48,6 +48,7 @@ function showFields(list) {
 function show(told) {
   address.textContent = told.address.replace(/^http:\/\//, '').replace(/\/$/, '');
   code.textContent = told.code;
+  code.style.setProperty('--letters', Math.max(told.code.length, 4));
   if (told.link !== link) {
     link = told.link;
     qr.src = `/api/board/qr.svg?${encodeURIComponent(told.code)}`;
