@@ -28,9 +28,12 @@ function lineIn(stack) {
   return found ? Number(found[1]) - FIRST_LINES : null;
 }
 
+// Firefox tells the line of a program that it cannot read in the error itself.
+const syntaxLine = (error) => (error instanceof SyntaxError && error.lineNumber > FIRST_LINES ? error.lineNumber - FIRST_LINES : null);
+
 // Stack traces without file names (WebKit): an error from no file of ours carries its line itself.
 function lineOf(error) {
-  return lineIn(error.stack) ?? (typeof error.line === 'number' && !error.sourceURL && !(error instanceof KelmoraError) ? error.line - FIRST_LINES : null);
+  return lineIn(error.stack) ?? syntaxLine(error) ?? (typeof error.line === 'number' && !error.sourceURL && !(error instanceof KelmoraError) ? error.line - FIRST_LINES : null);
 }
 
 function describe(error) {
