@@ -9,7 +9,7 @@ import { Compartment, EditorState, StateEffect, StateField } from '@codemirror/s
 import { Decoration, EditorView, keymap } from '@codemirror/view';
 import { tags } from '@lezer/highlight';
 
-const PARSE_TIME = 200; // ms
+const PARSE_TIME = 5000; // ms, on a machine that is very busy
 const setMarks = StateEffect.define(); // {kind: 'run' | 'error', line, column, end} or null
 
 function decorationsFor(state, mark) {
