@@ -152,6 +152,14 @@ TEST_F(Overlays, help_panel_is_seen_from_above_only) {
     EXPECT_TRUE(panel_of_help().empty());
 }
 
+TEST_F(Overlays, help_panel_lies_flat_under_the_light) {
+    // Tilted by 60 degrees, as the bird's-eye view tilts it, it gets half of the light that comes from the eye.
+    glRotated(-60.0, 1.0, 0.0, 0.0);
+    const auto panel = panel_of_help();
+    ASSERT_FALSE(panel.empty());
+    for (const vertex& v : panel) EXPECT_NEAR(v.red, 0.3 + 0.06 + 0.3 * 0.5, COLOUR_TOLERANCE);
+}
+
 TEST_F(Overlays, help_makes_the_stone_texture_when_it_is_missing_and_only_that) {
     for (size_t slot = 0; slot < OBJ_TEXTURES; ++slot)
         if (obj_tex_initialized[slot]) glDeleteTextures(1, &obj_textures[slot]);
