@@ -237,6 +237,30 @@ class Words(unittest.TestCase):
             self.assertEqual(self.notes, [compat.NOTED[name]])
         self.assertEqual(echo.packets, [])
 
+    def test_a_step_that_is_not_made_says_so_once(self):
+        """A program for Python's turtle does not look at what forward() gives."""
+        answers = ["ERR @ 5 2", "ERR @ 5 0", "ERR @ 5 8"]
+        turtle, _ = quiet_turtle(answers)
+        for _ in answers:
+            self.assertIs(turtle.forward(5), False)
+        self.assertEqual(len(self.notes), 1)
+        self.assertRegex(self.notes[0], "a turtle is in the way.*False.*zombies")
+        hooks._told.clear()
+        turtle, _ = quiet_turtle(["ERR @ 5 8"])
+        turtle.forward(5)
+        self.assertRegex(self.notes[1], "a stone is in the way.*strict\\(\\) makes that an error\\.$")
+        hooks._told.clear()
+        turtle, _ = quiet_turtle(["OK @ 5 0", "ERR @ 5 2", "ERR @ 5 0"])
+        turtle.penup()
+        turtle.forward(5)  # nothing is missing in the picture
+        self.assertEqual(len(self.notes), 2)
+        turtle.goto(5, 5)
+        self.assertIn("refused the jump", self.notes[2])
+
+    def test_a_word_that_is_not_there_names_the_nearest(self):
+        with self.assertRaisesRegex(AttributeError, "foward.*Did you mean forward"):
+            kelmora.foward
+
     def test_aliases(self):
         for names in ("forward fd", "back bk backward", "left lt", "right rt", "goto setpos setposition", "setheading seth",
                       "penup pu up", "pendown pd down", "pensize width", "position pos", "done mainloop exitonclick"):

@@ -31,7 +31,10 @@ def __getattr__(name: str) -> Any:
     """`kelmora.field` is the connection of the turtle that the functions drive."""
     if name == "field":
         return _default().field
-    raise AttributeError("kelmora has no word %r. help(kelmora.Turtle) shows all." % name)
+    from difflib import get_close_matches
+    near = get_close_matches(name, _words, 1)
+    raise AttributeError("kelmora has no word %r.%s help(kelmora.Turtle) shows all."
+                         % (name, " Did you mean %s?" % near[0] if near else ""))
 
 
 def _warn_of_names() -> None:

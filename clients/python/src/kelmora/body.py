@@ -5,12 +5,12 @@ import math
 from typing import Any, NamedTuple, Optional
 
 from . import world
-from .colors import Color
+from .colors import Color, named
 from .errors import NotANumber
 from .link import Field, Reader
 from .vector import Vec2D
 
-RED: Color = (1.0, 0.0, 0.0)  # the field's pen for a fresh turtle
+RED = named("red")         # the field's pen for a fresh turtle
 LONGEST_WHOLE = 10 ** 15   # whole numbers below this are their own shortest digits
 LINES, POLYGONS, POINTS, BRUSH = "l", "l s", "l p", "l b"  # the commands of the four ways to paint
 
@@ -88,7 +88,7 @@ class Body:
         self._fill: Optional[Trace] = None
         self._poly: Optional[Trace] = None
         self._colormode: Optional[float] = None   # None: that of the whole program
-        self._ground: Color = (0.0, 0.0, 0.0)
+        self._ground = named("black")
         self._fillcolor = RED
         self._forget_pen()
 

@@ -7,6 +7,12 @@ from .errors import BadValue, NotANumber
 
 Color = Tuple[float, float, float]  # red, green, blue, each from 0 to 1
 
+
+class NamedColor(Tuple[float, float, float]):
+    """A colour that was given by its name, which pencolor() and the like then tell, as Python's turtle does."""
+    name: str
+
+
 # The names of style sheets, which are Tk's too; gray0 to gray100 are computed.
 NAMES = dict(entry.split("=") for entry in """
 aliceblue=f0f8ff antiquewhite=faebd7 aqua=00ffff aquamarine=7fffd4 azure=f0ffff beige=f5f5dc bisque=ffe4c4
@@ -85,6 +91,16 @@ def from_name(name: str) -> Color:
                    'hexadecimal digits, or three numbers.' % name)
 
 
+def named(name: str) -> Color:
+    """The colour of a name, and that name, or of "#rrggbb"; raises BadValue."""
+    color = from_name(name)
+    if name.lstrip().startswith("#"):
+        return color
+    result = NamedColor(color)
+    result.name = name
+    return result
+
+
 def from_arguments(arguments: tuple[Any, ...], top: float) -> Color:
     """The colour of a call's arguments: a name, a triple or three parts from 0 to top.
 
@@ -92,7 +108,7 @@ def from_arguments(arguments: tuple[Any, ...], top: float) -> Color:
     """
     value: Any = arguments[0] if len(arguments) == 1 else arguments
     if isinstance(value, str):
-        return from_name(value)
+        return named(value)
     try:
         red, green, blue = value
     except (TypeError, ValueError):
@@ -110,7 +126,9 @@ def from_arguments(arguments: tuple[Any, ...], top: float) -> Color:
 
 
 def to_mode(color: Color, top: float) -> Any:
-    """The colour as its parts from 0 to top, whole numbers when top is 255."""
+    """The colour by its name if it was given so, else as its parts from 0 to top, whole numbers when top is 255."""
+    if isinstance(color, NamedColor):
+        return color.name
     return color if top == 1 else tuple(round(part * top) for part in color)
 
 

@@ -385,7 +385,9 @@ def pen(pen: Optional[Dict[str, Any]] = None, **pendict: Any) -> Any:
 
 
 def pencolor(*color: Any) -> Any:
-    """Sets the colour of the pen: a name, "#rrggbb", a triple or three numbers; without it, tells the colour."""
+    """Sets the colour of the pen: a name, "#rrggbb", a triple or three numbers; without it, tells the colour,
+    by its name if it was given so.
+    """
     return default().pencolor(*color)
 
 

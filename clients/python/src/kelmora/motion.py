@@ -7,7 +7,7 @@ from __future__ import annotations
 import math
 from typing import Any, Optional
 
-from . import world
+from . import hooks, world
 from .body import LINES, Body, number, numbers_in, read_place, spell
 from .errors import BadValue, Blocked
 from .link import Answer, names_of
@@ -343,6 +343,12 @@ class Motion(Body):
             self._obstacle = told[-1]
         if self._strict:
             raise Blocked("jump" if jump and not told else self._obstacle or "something")
+        # A program for Python's turtle does not look at what forward() gives, and draws something else from here on.
+        if (self._down or jump) and not self._field.listening:
+            why = "the field refused the jump" if jump and not told else "a %s is in the way" % (self._obstacle or "thing")
+            zombies = " The operator's key z takes zombies away, and so does clearscreen()."
+            hooks.note_once("blocked", why + ", so the turtle stays, and the word gives False; strict() makes that an error."
+                            + ("" if told and told[-1] != "turtle" else zombies))
         return False
 
     fd = forward

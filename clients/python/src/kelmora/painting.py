@@ -93,7 +93,8 @@ class Pen(Motion):
         return colors.mode if self._colormode is None else self._colormode
 
     def pencolor(self, *color: Any) -> Any:
-        """Sets the colour of the pen: a name, "#rrggbb", a triple or three numbers; without it, tells the colour."""
+        """Sets the colour of the pen: a name, "#rrggbb", a triple or three numbers; without it, tells the colour,
+        by its name if it was given so."""
         if not color:
             return colors.to_mode(self._color, self._top())
         self._color = colors.from_arguments(color, self._top())
