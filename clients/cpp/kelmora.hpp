@@ -1084,6 +1084,7 @@ public:
         return run<double>(Kind::distance, LAST, {x, y});
     }
     double distance(Point p) { return distance(p.x, p.y); }
+    double distance(Turtle& other) { return distance(other.position()); }
     /// The heading from here to a point, 0 or more and below 360.
     double towards(double x, double y) {
         check(x, y);
@@ -1091,6 +1092,7 @@ public:
         return run<double>(Kind::towards, LAST, {x, y});
     }
     double towards(Point p) { return towards(p.x, p.y); }
+    double towards(Turtle& other) { return towards(other.position()); }
     int score() { return count("q s"); }
     bool alive() {
         line("q a");
@@ -1440,7 +1442,7 @@ private:
     static double wrap(double angle) {
         const double rest = std::fmod(angle, 360);
         const double wrapped = rest < 0 ? rest + 360 : rest;
-        return wrapped < 360 ? wrapped : 0;
+        return wrapped < 360 ? wrapped + 0.0 : 0; // no -0
     }
     /// To more than -180 and at most 180.
     static double half_turn(double angle) {

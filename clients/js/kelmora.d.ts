@@ -252,10 +252,10 @@ export class Turtle {
   /** 0 or more and below 360. */
   heading(): Promise<number>;
   distance(x: number, y: number): Promise<number>;
-  distance(place: Place): Promise<number>;
-  /** The heading to a place, 0 or more and below 360. */
+  distance(place: Place | Turtle): Promise<number>;
+  /** The heading to a place, or to another turtle, 0 or more and below 360. */
   towards(x: number, y: number): Promise<number>;
-  towards(place: Place): Promise<number>;
+  towards(place: Place | Turtle): Promise<number>;
   score(): Promise<number>;
   alive(): Promise<boolean>;
   /** Ticks of the field. */
@@ -325,7 +325,7 @@ export class Turtle {
    * Runs the function, in which words send nothing and return nothing; then sends all their lines as one packet and
    * gives what they would have returned. Words that need an answer on their way throw BadValue in it.
    */
-  batch(words: () => void): Promise<unknown[]>;
+  batch(words: (turtle: Turtle) => void): Promise<unknown[]>;
   /** Hangs up. The turtle stays on the field as a zombie. */
   close(): void;
   bye(): void;

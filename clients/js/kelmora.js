@@ -659,21 +659,25 @@ export class Turtle {
     return this.#guard(() => this.#say(["q d"], (answer) => wrap(readNumber(answer))));
   }
   distance(x, y) {
-    return this.#guard(() => {
-      const [toX, toY] = pair(x, y).map(number);
-      return this.#say(["q p"], (answer) => {
-        const here = readPoint(answer);
-        return Math.hypot(toX - here.x, toY - here.y);
-      });
-    });
+    return this.#wayTo(x, y, (dx, dy) => Math.hypot(dx, dy));
   }
   towards(x, y) {
+    return this.#wayTo(x, y, (dx, dy) => wrap(Math.atan2(dy, dx) * DEGREES));
+  }
+  #wayTo(x, y, read) {
     return this.#guard(() => {
-      const [toX, toY] = pair(x, y).map(number);
-      return this.#say(["q p"], (answer) => {
+      const readWay = (goal) => (answer) => {
         const here = readPoint(answer);
-        return wrap(Math.atan2(toY - here.y, toX - here.x) * DEGREES);
-      });
+        return read(goal.x - here.x, goal.y - here.y);
+      };
+      if (x instanceof Turtle && y === undefined) {
+        this.#immediate("The way to another turtle");
+        const place = x.position(); // asked at once: so two turtles may ask for each other
+        place.catch(() => {});
+        return this.#word(async () => this.#exchange(["q p"], readWay(await place)));
+      }
+      const [toX, toY] = pair(x, y).map(number);
+      return this.#say(["q p"], readWay({ x: toX, y: toY }));
     });
   }
   #count(line) {
@@ -846,7 +850,7 @@ export class Turtle {
       this.#batch = { words: [], lines: 0 };
       let made;
       try {
-        if (words() instanceof Promise) throw new BadValue("The function of a batch awaits nothing: it is no async function.");
+        if (words(this) instanceof Promise) throw new BadValue("The function of a batch awaits nothing: it is no async function.");
         made = this.#batch.words;
       } catch (error) {
         this.#pen = pen;

@@ -23,7 +23,7 @@ LIBRARY = os.path.join(TOP, "clients", "python")
 sys.path.insert(0, os.path.join(LIBRARY, "src"))
 
 import kelmora  # noqa: E402
-from kelmora import body, compat, hooks, link, motion, repl, shapes  # noqa: E402
+from kelmora import body, compat, crowd, hooks, link, motion, repl, shapes  # noqa: E402
 from kelmora import transport as transports  # noqa: E402
 
 LIMIT = 120  # seconds that bound a hang
@@ -256,6 +256,18 @@ class Words(unittest.TestCase):
         self.assertEqual(len(self.notes), 2)
         turtle.goto(5, 5)
         self.assertIn("refused the jump", self.notes[2])
+
+    def test_names_of_arguments_and_an_empty_text(self):
+        """As programs for Python's turtle have them."""
+        screen = kelmora.Screen()
+        for where in (screen, kelmora):
+            where.ontimer(fun=self.notes.append, t=0)
+            where.colormode(cmode=1.0)
+        crowd._timers.clear()
+        turtle, echo = quiet_turtle(["OK @ 5 0"] * 2)
+        self.assertTrue(turtle.write(""))
+        self.assertTrue(turtle.write("", True, align="center"))
+        self.assertEqual(echo.packets, [])
 
     def test_a_word_that_is_not_there_names_the_nearest(self):
         with self.assertRaisesRegex(AttributeError, "foward.*Did you mean forward"):

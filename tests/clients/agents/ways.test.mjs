@@ -129,6 +129,17 @@ test("a long line takes time in proportion", async () => {
   assert.deepEqual(["<polyline", ","].map((text) => picture.svg().split(text).length - 1), [2, 100004]);
 });
 
+test("two turtles that ask for the way to each other", async (t) => {
+  const [left, right] = await Promise.all(["-3.000000 0.000000", "1.000000 3.000000"].map(async (place) =>
+    connect(await field(t, (line) => (line === "q p" ? `${place} OK @ 10 0` : "OK @ 10 0")))));
+  assert.deepEqual(await Promise.all([left.distance(right), right.distance(left), left.distance(left)]), [5, 5, 0]);
+  assert.equal(await right.towards(left), 180 + Math.atan2(3, 4) * 180 / Math.PI);
+  await assert.rejects(left.batch((turtle) => { turtle.distance(right); }), BadValue);
+  left.close();
+  await assert.rejects(right.distance(left), Lost);
+  assert.equal(await right.distance(1, 0), 3);
+});
+
 test("a transport of one's own", async () => {
   const sent = [];
   const answers = ["OK @ 1 0", "OK @ 1 0", "7 OK @ 1 0"];

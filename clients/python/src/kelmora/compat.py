@@ -190,9 +190,9 @@ class Compat(Body):
 
     # The end of a program
 
-    def ontimer(self, function: Callable[[], object], t: int = 0) -> None:
-        """Calls function() once, t milliseconds from now, while the program waits in done()."""
-        crowd.ontimer(function, t)
+    def ontimer(self, fun: Callable[[], object], t: int = 0) -> None:
+        """Calls fun() once, t milliseconds from now, while the program waits in done()."""
+        crowd.ontimer(fun, t)
 
     def done(self) -> None:
         """The end of a program: at once, unless on_hit() and the like or ontimer() wait for something.

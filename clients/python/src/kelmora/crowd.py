@@ -35,9 +35,9 @@ def count_anew() -> None:
         turtle._count_anew()
 
 
-def ontimer(function: Callable[[], object], t: int = 0) -> None:
-    """Calls function() once, t milliseconds from now, while the program waits in done()."""
-    _timers.append((time.monotonic() + t / 1000, function))
+def ontimer(fun: Callable[[], object], t: int = 0) -> None:
+    """Calls fun() once, t milliseconds from now, while the program waits in done()."""
+    _timers.append((time.monotonic() + t / 1000, fun))
 
 
 def done() -> None:

@@ -145,9 +145,9 @@ def color(*args: Any) -> Any:
     return default().color(*args)
 
 
-def colormode(mode: Optional[float] = None) -> Any:
+def colormode(cmode: Optional[float] = None) -> Any:
     """Sets what the parts of this turtle's colours go up to, 1.0 or 255; without it, tells it."""
-    return Screen().colormode(mode)
+    return Screen().colormode(cmode)
 
 
 def degrees(fullcircle: float = 360.0) -> None:
@@ -374,9 +374,9 @@ def on_wall(function: Callback) -> Callback:
     return default().on_wall(function)
 
 
-def ontimer(function: Callable[[], object], t: int = 0) -> None:
-    """Calls function() once, t milliseconds from now, while the program waits in done()."""
-    Screen().ontimer(function, t)
+def ontimer(fun: Callable[[], object], t: int = 0) -> None:
+    """Calls fun() once, t milliseconds from now, while the program waits in done()."""
+    Screen().ontimer(fun, t)
 
 
 def pen(pen: Optional[Dict[str, Any]] = None, **pendict: Any) -> Any:
@@ -643,7 +643,7 @@ def write(arg: object, move: bool = False, align: str = "left", font: Optional[A
     move  -- whether the turtle then goes to the text's end
     align -- whether the turtle is at the "left" end, in the "center" or at the "right" end of the text
     font  -- the field has one only: any other is accepted with a note
-    At most 127 letters, digits and signs of ASCII: the field has no others.
+    At most 127 letters, digits and signs of ASCII: the field has no others. An empty text leaves nothing.
     """
     return default().write(arg, move, align, font)
 

@@ -82,11 +82,11 @@ class Pen(Motion):
 
     # Colours
 
-    def colormode(self, mode: Optional[float] = None) -> Any:
+    def colormode(self, cmode: Optional[float] = None) -> Any:
         """Sets what the parts of this turtle's colours go up to, 1.0 or 255; without it, tells it."""
-        if mode is None:
+        if cmode is None:
             return self._top()
-        self._colormode = colors.valid_mode(mode)
+        self._colormode = colors.valid_mode(cmode)
         return None
 
     def _top(self) -> float:
@@ -211,14 +211,16 @@ class Pen(Motion):
         move  -- whether the turtle then goes to the text's end
         align -- whether the turtle is at the "left" end, in the "center" or at the "right" end of the text
         font  -- the field has one only: any other is accepted with a note
-        At most 127 letters, digits and signs of ASCII: the field has no others.
+        At most 127 letters, digits and signs of ASCII: the field has no others. An empty text leaves nothing.
         """
         text = str(arg)
+        if not text:
+            return True
         strange = next((letter for letter in text if not " " <= letter <= "~"), None)
         if strange is not None:
             raise BadValue("The field cannot write %r: it has plain letters, digits and signs alone." % strange)
-        if not 1 <= len(text) <= LONGEST_TEXT:
-            raise BadValue("A text to write has 1 to 127 letters, not %d." % len(text))
+        if len(text) > LONGEST_TEXT:
+            raise BadValue("A text to write has at most 127 letters, not %d." % len(text))
         if align not in ("left", "center", "right"):
             raise BadValue('align is "left", "center" or "right", not %.40r.' % (align,))
         if font is not None:

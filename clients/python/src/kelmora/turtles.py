@@ -128,11 +128,11 @@ class Turtle(Looks, Deeds, Compat):
 class Screen:
     """The field, with the words that Python's turtle gives its screen. It needs no turtle before one of them asks."""
 
-    def colormode(self, mode: Optional[float] = None) -> Any:
+    def colormode(self, cmode: Optional[float] = None) -> Any:
         """Sets what the parts of all colours go up to, 1.0 or 255; without it, tells it."""
-        if mode is None:
+        if cmode is None:
             return colors.mode
-        colors.mode = colors.valid_mode(mode)
+        colors.mode = colors.valid_mode(cmode)
         return None
 
     def turtles(self) -> list[Body]:
