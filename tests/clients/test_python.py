@@ -95,6 +95,17 @@ class Numbers(unittest.TestCase):
                 getattr(turtle, word)(*arguments)
         self.assertEqual([packet for packet in echo.packets if packet not in ("q p\n",)], [])
 
+    def test_packets_that_are_kept_are_those_that_are_made(self):
+        turtle, echo = quiet_turtle(["OK @ 5 0"] * 5000)
+        numbers = [1, 1.0, True, 0, -0.0, 0.1, -2.5, 1e-7, 8192, -8192, *range(300), 1]
+        for word, line in ((turtle.forward, "f"), (turtle.left, "t l"), (turtle.right, "t r")):
+            echo.packets.clear()
+            for value in numbers:
+                word(value)
+            sent = [packet.split("\n")[0].rsplit(" ", 1) for packet in echo.packets]
+            self.assertEqual([(name, float(value)) for name, value in sent if name == line], [(line, float(value)) for value in numbers])
+        self.assertTrue(all(len(kept) <= motion.KEPT for kept in (motion._steps, *motion._turns.values())))
+
     def test_shortest_turns(self):
         for angle, turn in ((0, 0), (180, 180), (-180, 180), (181, -179), (-181, 179), (720, 0), (-90, -90), (450, 90)):
             self.assertAlmostEqual(motion.shortest(angle), turn)

@@ -335,7 +335,7 @@ class Cost(LibraryTest):
                     costs[call].append((time.process_time_ns() - began) / 1000)
         library, plain = statistics.median(costs[turtle.left]), statistics.median(costs[exchange])
         print("measured: on the field a step costs %.0f us of processor time, a bare exchange %.0f us" % (library, plain))
-        self.assertLessEqual(library, max(60, 3 * plain))
+        self.assertLessEqual(library, max(60, 2.5 * plain))
 
     def test_ten_programs_keep_up_with_the_window(self):
         """Ten Python programs, each a process: steps per frame. Prints what a free machine reaches."""

@@ -81,6 +81,9 @@ class Seat:
         answer = self.exchange([line])[-1]
         return None if answer.ok and not answer.events else answer
 
+    def do_packet(self, packet: bytes) -> Optional[Answer]:
+        return self.do(packet[:-1].decode("ascii"))
+
     def say(self, lines: List[str], read: Reader) -> Any:
         if self._in_body():
             return self.group.field.say(lines, read)

@@ -93,16 +93,21 @@ class Field:
     def do(self, line: str) -> Optional[Answer]:
         """One command that is no question, outside a batch: None when it was carried out and nothing happened.
 
-        Whoever calls it calls settle() when there is an answer. Nearly all that a program says goes this way. A step comes
-        once a frame, and by then the processor has to fetch all of its code from memory again: so this is one function,
-        down to the socket, and does not ask the clock.
+        Whoever calls it calls settle() when there is an answer.
+        """
+        return self.do_packet(line.encode("ascii") + b"\n")
+
+    def do_packet(self, packet: bytes) -> Optional[Answer]:
+        """As do(), of a line with its line feed.
+
+        Nearly all that a program says goes this way. A step comes once a frame, and by then the processor has to fetch all
+        of its code from memory again: so this is one function, down to the socket, and does not ask the clock.
         """
         wire = self._wire
-        if wire is None or wire.pending or self._owed or self.closed:
-            return self.exchange([line])[0]
+        if wire is None or wire.pending or self._owed:
+            return self.exchange([packet[:-1].decode("ascii")])[0]
         if hooks.check is not None:
             hooks.check()
-        packet = line.encode("ascii") + b"\n"
         self._owed = 1  # before it goes: whatever interrupts this, the answer will come
         try:
             sent = wire.write(packet)
@@ -110,9 +115,10 @@ class Field:
                 wire.send_rest(packet[sent:])
             else:
                 told = wire.read(ONE_ANSWER)
-                if told[:5] == b"OK @ " and told[-3:] == b" 0\n" and told[5:-3].isdigit():
+                clock = told[5:-3]
+                if clock.isdigit() and told[:5] == b"OK @ " and told[-3:] == b" 0\n":
                     self._owed = 0
-                    self._clock = told[5:-3]
+                    self._clock = clock
                     return None
                 wire.keep(told)
         except (EOFError, OSError) as error:
@@ -205,7 +211,7 @@ class Field:
 
     def close(self) -> None:
         """Hangs up. The turtle stays on the field as a zombie."""
-        self.closed = True
+        self.closed, self._wire = True, None
         self.transport.close()
 
     @property

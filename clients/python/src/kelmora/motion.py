@@ -21,6 +21,20 @@ LONG = 8192                      # longer lines are cut: from some ten times tha
 AROUND = 512.0                   # half the side of the square at whose edge they are cut; the field's is 256
 
 
+# Packets of plain steps and turns by their number: programs take the same ones again and again.
+_steps: dict[float, bytes] = {}
+_turns: dict[str, dict[float, bytes]] = {"t l ": {}, "t r ": {}}
+KEPT = 256                       # packets of a kind
+
+
+def _kept(packets: dict[float, bytes], command: str, value: float) -> bytes:
+    """Makes the packet of a number, and keeps it."""
+    if len(packets) >= KEPT:
+        packets.clear()
+    packet = packets[value] = ("%s%s\n" % (command, value)).encode("ascii")
+    return packet
+
+
 def shortest(angle: float) -> float:
     """The angle in degrees as the shortest turn, above -180 and up to 180."""
     angle = math.fmod(angle, 360.0) + 0.0  # no -0
@@ -46,10 +60,10 @@ class Motion(Body):
     def forward(self, distance: float) -> bool:
         """Goes so many units forward, all of them or none; a negative distance leads back."""
         field = self._field
-        # Nearly all steps go this way. It is short: this and Field.do() are all of a step.
+        # Nearly all steps go this way. It is short: this and Field.do_packet() are all of a step.
         if (distance.__class__ in PLAIN and -LONG <= distance <= LONG
                 and not (self._recolored or self._traces or field.batching or self._world)):
-            answer = field.do("f %s" % distance)
+            answer = field.do_packet(_steps.get(distance) or _kept(_steps, "f ", distance))
             if answer is None:
                 self._obstacle = None
                 return True
@@ -249,7 +263,8 @@ class Motion(Body):
         field = self._field
         if angle.__class__ in PLAIN and -LONG <= angle <= LONG and self._angle_unit == 1.0 and not (
                 field.batching or self._world):
-            answer = field.do(command + "%s" % angle)
+            turns = _turns[command]
+            answer = field.do_packet(turns.get(angle) or _kept(turns, command, angle))
             if answer is None:
                 self._obstacle = None
                 return True
