@@ -210,6 +210,26 @@ class Shell(agents.Language):
                     self.assertEqual(sum(inside(piece, x, y) for piece in pieces), inside(shape, x, y), (shape, x, y))
         self.assertEqual([len(re.findall("[^,]+", line)) for line in told[-32:-30]], [0, 0])
 
+    def test_the_readme_names_every_word(self):
+        with open(os.path.join(os.path.dirname(LIBRARY), "README.md"), encoding="utf-8") as file:
+            text = file.read()
+        self.assertEqual({word for word in self.agent.words() - set(agents.ALIASES) if "`k_%s" % word not in text}, set())
+
+    def test_whatever_the_script_makes_of_ifs(self):
+        """Words split and join by blanks, also while the script does otherwise."""
+        self.server.drop()
+        script = subprocess.Popen(
+            ["bash", "-c", '. "$KELMORA_SH"; k_connect 127.0.0.1 "$PORT" || exit; IFS=:,.; k_position; k_pencolor "sky blue"; '
+             "k_write a b; k_batch 'left 10' position"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+            env=dict(os.environ, KELMORA_SH=LIBRARY, PORT=str(self.server.port)))
+        self.server.accept()
+        place = "10.500000 -2.000000 " + OK
+        for lines, answers in (([".", "p d"], [OK, OK]), (["q p"], [place]), (["k 0.52941176 0.80784314 0.92156863"], [OK]),
+                               (["s 612062"], [OK]), (["t l 10", "q p"], [OK, place])):
+            self.server.serve({"send": lines, "answer": answers})
+        printed, told = script.communicate(timeout=60)
+        self.assertEqual((printed, told), ("10.500000 -2.000000\nyes\n10.500000 -2.000000\n", ""))
+
     def test_nobody_listens(self):
         with socket.create_server(("127.0.0.1", 0)) as other:
             port = other.getsockname()[1]

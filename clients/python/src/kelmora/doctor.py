@@ -54,7 +54,7 @@ class Doctor:
         try:
             connection = SocketTransport(self.host, self.port, TIMEOUT)
         except NoField as error:
-            self.wrong("port", str(error))
+            self.wrong("port", str(error).replace(" `python -m kelmora doctor` looks closer.", ""))
             return None
         self.right("port", "something listens on port %d" % self.port)
         return connection

@@ -359,7 +359,7 @@ class Motion(Body):
         if self._strict:
             raise Blocked("jump" if jump and not told else self._obstacle or "something")
         # A program for Python's turtle does not look at what forward() gives, and draws something else from here on.
-        if (self._down or jump) and not self._field.listening:
+        if (self._down or jump) and not self._field.listening and hooks.result_is_dropped():
             why = "the field refused the jump" if jump and not told else "a %s is in the way" % (self._obstacle or "thing")
             zombies = " The operator's key z takes zombies away, and so does clearscreen()."
             hooks.note_once("blocked", why + ", so the turtle stays, and the word gives False; strict() makes that an error."
