@@ -117,7 +117,7 @@ _K_ANSWER='^((.*) )?(OK|ERR) @ ([0-9]{1,20}) ([0-9]{1,10})$'
 # _k_packet LINE... : sends the lines as one packet and reads as many answers. Their values are then in K_VALUES, OK or
 # ERR in K_STATUS, clocks in K_CLOCKS, events in K_EVENTS.
 _k_packet() {
-    local LC_ALL=C line='' number
+    local LC_ALL=C IFS=$'\n' line='' number
     K_ERROR=''
     if [ -n "$K_BATCHING" ]; then
         _k_batched "$@"
@@ -140,7 +140,9 @@ _k_packet() {
         fi
         return
     fi
-    if ! printf '%s\n' "$@" 2>/dev/null 1>&"$K_FD"; then
+    # As one text: else bash writes each line by itself, and the field carries them out in as many frames. Some 1000 bytes go
+    # at once this way, on what k_connect's first output has prepared.
+    if ! printf '%s' "$*"$'\n' 2>/dev/null 1>&"$K_FD"; then
         _k_hung_up
         return
     fi

@@ -187,6 +187,9 @@ class Server:
             piece = self.sock.recv(65536)
             if not piece:
                 raise AssertionError("the library hung up, after %r" % self.pending)
+            # On loopback what was sent at once comes at once; two packets would be carried out in two frames.
+            if self.pending:
+                raise AssertionError("more than one packet: %r, and later %r" % (self.pending, piece))
             self.pending += piece
         *lines, self.pending = self.pending.split(b"\n", count)
         return [line.decode("ascii") for line in lines]

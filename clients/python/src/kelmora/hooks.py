@@ -4,7 +4,6 @@ Assign to these names; they are looked up at each use.
 """
 from __future__ import annotations
 
-import opcode
 import sys
 import time
 from typing import Callable, Optional
@@ -23,6 +22,10 @@ def result_is_dropped() -> bool:
 
     That stands in the instruction behind the call. For rare cases only: it is slow. False where Python does not tell.
     """
+    try:
+        import opcode  # here, so that the import of the library does not take it
+    except ImportError:
+        return False
     frame = sys._getframe(1) if hasattr(sys, "_getframe") else None
     while frame is not None and str(frame.f_globals.get("__name__")).partition(".")[0] == "kelmora":
         frame = frame.f_back
