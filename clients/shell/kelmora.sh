@@ -350,6 +350,7 @@ _k_values() {
             return
         fi
     done
+    REPLY=${REPLY//-0.000000/0.000000} # looks odd
 }
 
 # _k_ask LINE COUNT : asks for so many numbers, which are then in REPLY.

@@ -138,7 +138,7 @@ class RealField(FieldTest):
         self.assertEqual(turtle.turtles(), 2)
 
     def check_drawing(self, turtle, other):
-        """A filled square with an edge of another colour, a dot, a circle that ends where it began, bearings, strict mode."""
+        """A filled square with an edge of another colour, a star, a dot, a circle that ends where it began, bearings, strict mode."""
         other.do("j -240 -240")
         turtle.connect()
         turtle.battle(False)
@@ -153,6 +153,12 @@ class RealField(FieldTest):
             self.assertTrue(turtle.forward(80))
             self.assertTrue(turtle.left(90))
         self.assertTrue(turtle.end_fill())
+        self.assertTrue(turtle.teleport(-200, -100))
+        self.assertTrue(turtle.begin_fill() in (True, None))
+        for _ in range(5):  # a star with its tips at (-200, -100), (-100, -100), (-181, -159), (-150, -64) and (-119, -159)
+            self.assertTrue(turtle.forward(100))
+            self.assertTrue(turtle.right(144))
+        self.assertTrue(turtle.end_fill())
         self.assertTrue(turtle.teleport(-60, 60))
         self.assertTrue(turtle.dot(40, "red"))
         self.assertTrue(turtle.teleport(100, 100))
@@ -164,6 +170,9 @@ class RealField(FieldTest):
         self.assertTrue(turtle.goto(1000, 1000))
         picture = self.field.captured()
         for x, y, color in ((50, -60, (255, 255, 0)), (10, -60, (0, 0, 255)), (50, -20, (0, 0, 255)), (50, -110, (255, 255, 255)),
+                            (-150, -80, (255, 255, 0)), (-185, -104, (255, 255, 0)), (-115, -104, (255, 255, 0)),
+                            (-175, -150, (255, 255, 0)), (-125, -150, (255, 255, 0)), (-150, -150, (255, 255, 255)),
+                            (-150, -112, (255, 255, 255)), (-190, -130, (255, 255, 255)), (-110, -130, (255, 255, 255)),
                             (-60, 60, (255, 0, 0)), (-48, 70, (255, 0, 0)), (-84, 60, (255, 255, 255)), (100, 130, (255, 255, 255)),
                             (100, 100, (0, 0, 255)), (130, 130, (0, 0, 255))):
             column, row = pixel(x, y)

@@ -210,6 +210,10 @@ class Shell(agents.Language):
                     self.assertEqual(sum(inside(piece, x, y) for piece in pieces), inside(shape, x, y), (shape, x, y))
         self.assertEqual([len(re.findall("[^,]+", line)) for line in told[-32:-30]], [0, 0])
 
+    def test_zeroes_have_no_sign(self):
+        self.assertEqual(self.lines('K_VALUES=("${a[*]}"); _k_values 3; echo "$REPLY"', [["-0.000000", "-10.000000", "-0.000000"]]),
+                         ["0.000000 -10.000000 0.000000"])
+
     def test_the_readme_names_every_word(self):
         with open(os.path.join(os.path.dirname(LIBRARY), "README.md"), encoding="utf-8") as file:
             text = file.read()
