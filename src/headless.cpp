@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <sys/stat.h>
 
 namespace {
 
@@ -35,6 +36,13 @@ FILE* open_output(const char* name, const char* what) {
     exit(WRONG_OPTION);
 }
 
+// Whether results and record would be written over each other. Devices and pipes take both.
+bool are_one_file(FILE* a, FILE* b) {
+    struct stat one = {}, other = {};
+    if (a == nullptr || b == nullptr || fstat(fileno(a), &one) != 0 || fstat(fileno(b), &other) != 0) return false;
+    return S_ISREG(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -49,8 +57,14 @@ int main(int argc, char** argv) {
         break;
     }
     options_t& options = game.options;
+    // Before the files: those of a game that has these ports are not touched.
+    if (!open_ports(game)) return PORT_TAKEN;
     FILE* const results = open_output(options.results, "the results");
     game.record_file = open_output(options.record, "the record");
+    if (are_one_file(results, game.record_file)) {
+        fputs("kelmora-headless: results and record cannot both go to one file\n", stderr);
+        return WRONG_OPTION;
+    }
     if (!options.seed_given) options.setting.seed = static_cast<uint32_t>(time(nullptr));
     if (options.admit_all) signals.accept_only_localhost = signals.private_mode = false;
     set_jscript_src(options.scripts);
@@ -58,7 +72,7 @@ int main(int argc, char** argv) {
     take_signals();
     furnish_field(options.setting);
     open_ledger(game.ledger);
-    if (!open_ports(game)) return PORT_TAKEN;
+    if (!serve_ports(game)) return PORT_TAKEN;
     if (game.record_file != nullptr) {
         game.recorder = &recorder;
         start_record(game);

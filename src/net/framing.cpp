@@ -118,6 +118,12 @@ bool take_line(int slot, char* line) {
     return false;
 }
 
+bool is_first_line_told(int slot) {
+    client_t& c = client_tab[slot];
+    if (!is_told(c.first_line)) first_line_is_command(c);
+    return is_told(c.first_line);
+}
+
 bool is_http_request(int slot) { return client_tab[slot].first_line.state == first_line_state::http_request; }
 
 void try_to_exec(int slot) {

@@ -15,6 +15,10 @@ int receive_bytes(int slot);
 /// @param[out] line  LINE_MAX_BYTES bytes; the line, terminated  @return whether there was one
 bool take_line(int slot, char* line);
 
+/// Examines what has been received, without taking a line. @return whether the connection's first line is told:
+/// commands or an HTTP request
+bool is_first_line_told(int slot);
+
 /// Whether the connection began with an HTTP request line. Its input is not executed, and it must be closed.
 bool is_http_request(int slot);
 

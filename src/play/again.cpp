@@ -44,6 +44,7 @@ void vacate(int slot) {
 
 // @return false when the record contains something impossible
 bool run(again_t& a, int slot, const std::string& line) {
+    if (line == RECORD_FREE_ROUND) return true;
     if (line == "+") return join(a, slot);
     if (!is_seated(slot)) return false;
     if (line == "-") {

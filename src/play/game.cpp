@@ -7,6 +7,7 @@
 #include "play/seats.h"
 #include "play/turns.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -17,6 +18,8 @@ constexpr char WHY_ONE_LEFT[] = "one left"; // --until-one
 constexpr char WHY_STOPPED[] = "stopped";   // by a signal
 
 constexpr std::array<const char*, 3> PACE_NAMES{"real", "free", "turns"};
+
+constexpr int64_t FIRST_LINE_MOST = 20'000'000; // ns
 
 bool anybody_seated() {
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -36,10 +39,8 @@ void write_record(game_t& game) {
 }
 
 bool is_one_left(game_t& game) {
-    int sides = 0;
-    static_cast<void>(count_players(sides));
-    if (sides > 1) game.several_seen = true;
-    return game.several_seen && sides <= 1;
+    if (count_proven_sides(game.ledger) > 1) game.several_seen = true;
+    return game.several_seen && count_sides() <= 1;
 }
 
 void look_for_the_end(game_t& game) {
@@ -68,18 +69,22 @@ void step_game(game_t& game) {
     look_for_the_end(game);
 }
 
+void run_lines(game_t& game, int slot) {
+    char line[LINE_MAX_BYTES];
+    while (take_line(slot, line)) execute_line(game, slot, line);
+    if (is_http_request(slot)) turn_away(game, slot); // nothing of it was executed
+}
+
 // Serves the clients like the window's server: each that has sent no paced command since the last tick gets one
 // receive, and all complete lines run.
 void serve_ready(game_t& game, const seat_set_t& ready) {
-    char line[LINE_MAX_BYTES];
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
         if (!ready[static_cast<size_t>(slot)] || !is_seated(slot)) continue;
         if (receive_client_packet(slot) < 1) {
             leave_seat(game, slot);
             continue;
         }
-        while (take_line(slot, line)) execute_line(game, slot, line);
-        if (is_http_request(slot)) turn_away(game, slot); // nothing of it was executed
+        run_lines(game, slot);
     }
 }
 
@@ -94,13 +99,51 @@ void serve(game_t& game, int64_t patience) {
     if (arrivals.newcomer) admit_newcomers(game);
 }
 
+// Seats of which it is not known yet whether a browser sits there.
+seat_set_t unknown_seats(const seat_set_t& ended) {
+    seat_set_t unknown{};
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        const auto seat = static_cast<size_t>(slot);
+        unknown[seat] = is_seated(slot) && !ended[seat] && !is_first_line_told(slot);
+    }
+    return unknown;
+}
+
+// Browsers do not count, so first lines are looked at. When all are there, those that are silent have a moment to show
+// what they are.
 void wait_for_start(game_t& game) {
-    while (game.joined < game.options.start && !is_stopped()) {
-        if (wait_for_bytes(game, {}, true, FOR_EVER).newcomer) admit_newcomers(game);
+    seat_set_t ended{};
+    int64_t moment_ends = FOR_EVER;
+    while (game.options.start > 0 && !is_stopped()) {
+        const bool all_here = game.joined >= game.options.start;
+        const seat_set_t unknown = unknown_seats(ended);
+        const int64_t now = monotonic_now();
+        if (!all_here) {
+            moment_ends = FOR_EVER;
+        } else if (moment_ends == FOR_EVER) {
+            moment_ends = now + FIRST_LINE_MOST;
+        }
+        const bool any_unknown = std::find(unknown.begin(), unknown.end(), true) != unknown.end();
+        if (all_here && (!any_unknown || now >= moment_ends)) return;
+        const arrivals_t arrivals = wait_for_bytes(game, unknown, !all_here, all_here ? moment_ends - now : FOR_EVER);
+        for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+            if (!arrivals.ready[static_cast<size_t>(slot)]) continue;
+            if (receive_bytes(slot) < 1) ended[static_cast<size_t>(slot)] = true;
+            if (is_first_line_told(slot) && is_http_request(slot)) turn_away(game, slot);
+        }
+        if (arrivals.newcomer) admit_newcomers(game);
+    }
+}
+
+// What came meanwhile; no poll tells of it any more.
+void run_first_lines(game_t& game) {
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        if (is_seated(slot)) run_lines(game, slot);
     }
 }
 
 void play_real(game_t& game) {
+    run_first_lines(game);
     int64_t due = monotonic_now() + tick_period();
     while (game.why == nullptr) {
         const int64_t now = monotonic_now();
@@ -115,6 +158,7 @@ void play_real(game_t& game) {
 }
 
 void play_free(game_t& game) {
+    run_first_lines(game);
     while (game.why == nullptr) {
         serve(game, 0);
         step_game(game);

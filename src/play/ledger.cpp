@@ -1,12 +1,15 @@
 #include "play/ledger.h"
 
 #include "field/turtles.h"
+#include "game/pacer.h"
 #include "play/json.h"
 
+#include <algorithm>
 #include <cstring>
-#include <vector>
 
 namespace {
+
+constexpr int64_t SILENT_MOST = 1'000'000'000; // ns; a browser sends its request at once
 
 // The program in `slot`; null when it is not listed.
 program_t* program_of(ledger_t& ledger, int slot) {
@@ -41,9 +44,24 @@ int place_of(const ledger_t& ledger, const program_t& p) {
     int better = 0;
     for (int k = 0; k < ledger.count; ++k) {
         const program_t& other = ledger.programs[static_cast<size_t>(k)];
-        if (!other.browser && is_better(rank_of(other), rank_of(p))) ++better;
+        if (is_better(rank_of(other), rank_of(p))) ++better;
     }
     return better + 1;
+}
+
+// Teams, and programs without a team, of which `counts(turtle, slot)` says that they count.
+template <typename counts_t> int sides_among(const counts_t& counts) {
+    int sides = 0;
+    std::array<bool, TEAM_MAX> teams_seen{};
+    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+        if (client_tab[static_cast<size_t>(slot)].sockfd < 0 || !owns_turtle(slot)) continue;
+        const turtle_t& t = ttl[static_cast<size_t>(client_tab[static_cast<size_t>(slot)].turtle_id)];
+        if (!counts(t, slot)) continue;
+        const bool has_team = t.team > 0 && t.team < TEAM_MAX;
+        if (!has_team || !teams_seen[static_cast<size_t>(t.team)]) ++sides;
+        if (has_team) teams_seen[static_cast<size_t>(t.team)] = true;
+    }
+    return sides;
 }
 
 void add_field(std::string& json, const char* name, int64_t number) {
@@ -73,6 +91,7 @@ void note_join(ledger_t& ledger, int slot) {
     p.seat = slot;
     p.turtle = client_tab[seat].turtle_id;
     p.death = p.left = -1;
+    p.since = monotonic_now();
     p.score = ttl[static_cast<size_t>(p.turtle)].score;
     ledger.seated[seat] = ledger.count++;
 }
@@ -108,28 +127,28 @@ void note_leave(ledger_t& ledger, int slot, bool hung_up) {
 }
 
 void note_turned_away(ledger_t& ledger, int slot) {
-    if (program_t* const p = program_of(ledger, slot)) p->browser = true;
-    ledger.seated[static_cast<size_t>(slot)] = -1;
+    int32_t& seat = ledger.seated[static_cast<size_t>(slot)];
+    if (seat < 0) return;
+    const auto at = ledger.programs.begin() + seat;
+    std::copy(at + 1, ledger.programs.begin() + ledger.count, at);
+    --ledger.count;
+    for (int32_t& other : ledger.seated) other -= other > seat ? 1 : 0;
+    seat = -1;
 }
 
-int count_players(int& sides) {
-    int players = 0;
-    int alone = 0;
-    std::array<bool, TEAM_MAX> teams_left{};
-    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
-        if (client_tab[static_cast<size_t>(slot)].sockfd < 0 || !owns_turtle(slot)) continue;
-        const turtle_t& t = ttl[static_cast<size_t>(client_tab[static_cast<size_t>(slot)].turtle_id)];
-        if (!has_any(t.flags, TTL_ALIVE) || has_any(t.flags, TTL_ZOMBIE) || t.dying_count > 0) continue;
-        ++players;
-        if (t.team > 0 && t.team < TEAM_MAX) {
-            teams_left[static_cast<size_t>(t.team)] = true;
-        } else {
-            ++alone;
-        }
-    }
-    sides = alone;
-    for (const bool left : teams_left) sides += left ? 1 : 0;
-    return players;
+int count_sides() {
+    return sides_among([](const turtle_t& t, int) {
+        return has_any(t.flags, TTL_ALIVE) && !has_any(t.flags, TTL_ZOMBIE) && t.dying_count == 0;
+    });
+}
+
+int count_proven_sides(const ledger_t& ledger, int leaves) {
+    return sides_among([&](const turtle_t& t, int slot) {
+        const int32_t k = ledger.seated[static_cast<size_t>(slot)];
+        if (slot == leaves || t.dying_count > 0 || k < 0) return true;
+        const program_t& p = ledger.programs[static_cast<size_t>(k)];
+        return p.commands > 0 || p.missed_turns > 0 || monotonic_now() - p.since > SILENT_MOST;
+    });
 }
 
 std::string results_json(const ledger_t& ledger, const setting_t& setting, const char* why, bool names) {
@@ -141,12 +160,9 @@ std::string results_json(const ledger_t& ledger, const setting_t& setting, const
     json += ",\"why\":";
     add_json_string(json, why);
     json += ",\"programs\":[";
-    bool any = false;
     for (int k = 0; k < ledger.count; ++k) {
         const program_t& p = ledger.programs[static_cast<size_t>(k)];
-        if (p.browser) continue;
-        json += any ? ",{\"name\":" : "{\"name\":";
-        any = true;
+        json += k > 0 ? ",{\"name\":" : "{\"name\":";
         const auto length = static_cast<size_t>(bounded_length(p.name, TEXT_BYTES));
         add_json_string(json, names ? std::string_view(p.name, length) : std::string_view());
         add_field(json, "team", p.team);

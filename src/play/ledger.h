@@ -22,7 +22,7 @@ struct program_t {
     int64_t left;     // tick of its disconnect; -1 = still connected
     int64_t commands; // lines executed
     int64_t missed_turns;
-    bool browser;          // a browser, not a program: the results leave it out
+    int64_t since;         // ns of the monotonic clock at which it joined
     char name[TEXT_BYTES]; // may lack a terminator
 };
 
@@ -51,12 +51,16 @@ void note_state(ledger_t& ledger);
 /// The client in `slot` is gone: it `hung_up`, or was dropped after its turtle's death.
 void note_leave(ledger_t& ledger, int slot, bool hung_up);
 
-/// The client in `slot` was a browser and has been disconnected: the results leave it out.
+/// The client in `slot` was a browser: it is listed no more.
 void note_turned_away(ledger_t& ledger, int slot);
 
-/// Programs that still play: connected, their turtles alive, neither dying nor zombies. @param[out] sides  teams among
-/// them; each program without a team is its own side
-[[nodiscard]] int count_players(int& sides);
+/// Sides that still play: teams, and programs without a team, that are connected, their turtles alive, neither dying
+/// nor zombies.
+[[nodiscard]] int count_sides();
+
+/// Sides that are connected, without those that have been silent for less than a second and may be browsers. Whoever
+/// missed a turn, leaves or dies in silence is no browser. @param leaves  slot of a program that leaves; -1 = none
+[[nodiscard]] int count_proven_sides(const ledger_t& ledger, int leaves = -1);
 
 /// The results as one JSON object without a line feed.
 /// Places: programs that still play first, by score; then the others, the last to leave first, then by score. Equals

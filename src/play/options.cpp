@@ -123,7 +123,7 @@ bool take_option(int key, options_t& o) {
             o.viewer_port = VIEWER_OFF;
             return true;
         }
-        return read_int("--viewer-port", optarg, 0, 65535, o.viewer_port);
+        return read_int("--viewer-port, unless it is off,", optarg, 0, 65535, o.viewer_port);
     case 'm':
         return read_mode(optarg, o.setting.mode);
     case STONES:

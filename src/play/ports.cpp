@@ -24,12 +24,18 @@ bool open_ports(game_t& game) {
     if (game.listen_sock < 0) return false;
     // A peer that disconnects before it is accepted must not block the game.
     fcntl(game.listen_sock, F_SETFL, fcntl(game.listen_sock, F_GETFL) | O_NONBLOCK);
+    if (game.options.viewer_port == VIEWER_OFF) return true;
+    game.viewer_sock = open_viewer_socket(game.options.viewer_port);
+    return game.viewer_sock >= 0;
+}
+
+bool serve_ports(const game_t& game) {
     if (game.options.viewer_port == VIEWER_OFF) {
         printf("listening %d off\n", port_of(game.listen_sock));
     } else {
-        const int sock = open_viewer_socket(game.options.viewer_port);
-        if (sock < 0 || !serve_viewers(sock)) return false;
-        printf("listening %d %d\n", port_of(game.listen_sock), port_of(sock));
+        const int port = port_of(game.viewer_sock);
+        if (!serve_viewers(game.viewer_sock)) return false;
+        printf("listening %d %d\n", port_of(game.listen_sock), port);
     }
     fflush(stdout);
     return true;

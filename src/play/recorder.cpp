@@ -158,6 +158,34 @@ void add_line(recorder_t& r, int slot, std::string_view line) {
     }
 }
 
+// Joins come before all rounds of their tick. When browsers were turned away among them, each has a round of its own,
+// from the second on: a join in the first comes before it.
+void tell_arrivals(recorder_t& r) {
+    if (r.begun) return;
+    r.begun = true;
+    const auto is_away = [](const auto& arrival) { return arrival.second == TURNED_AWAY; };
+    const bool in_rounds =
+        r.order == command_order_t::rounds && std::any_of(r.arrivals.begin(), r.arrivals.end(), is_away);
+    const auto leave_free = [&](int slot, int rounds) {
+        while (r.by_seat[static_cast<size_t>(slot)].lines < rounds) add_line(r, slot, RECORD_FREE_ROUND);
+    };
+    int round = in_rounds ? 1 : 0;
+    for (const auto& [slot, what] : r.arrivals) {
+        if (in_rounds) leave_free(slot, round++);
+        add_line(r, slot, what);
+    }
+    for (const auto& [slot, what] : r.arrivals) leave_free(slot, round);
+    r.arrivals.clear();
+}
+
+void add_arrival(recorder_t& r, int slot, std::string_view what) {
+    if (r.begun) {
+        add_line(r, slot, what);
+    } else {
+        r.arrivals.emplace_back(slot, what);
+    }
+}
+
 // Appends `text` in its recorded form: one character for a text seen before in this member, else the text itself.
 void add_token(recorder_t& r, std::string& commands, const std::string& text) {
     const auto [at, is_new] = r.texts.try_emplace(text, -1);
@@ -175,11 +203,12 @@ void add_token(recorder_t& r, std::string& commands, const std::string& text) {
     commands += RECORD_CLOSING;
 }
 
-// Questions after the last relevant command need no place in a round.
+// Questions and free places after the last relevant command need no place in a round.
 void cut_questions(std::string& text) {
-    while (text == "?" || (text.size() >= 2 && text.compare(text.size() - 2, 2, ";?") == 0)) {
-        text.resize(text.size() == 1 ? 0 : text.size() - 2);
-    }
+    const size_t last = text.find_last_not_of(";?_");
+    // "_" or "?" may end a line that is longer than that.
+    const size_t end = last == std::string::npos ? 0 : text.find(';', last);
+    if (end != std::string::npos) text.resize(end);
 }
 
 std::string commands_of_tick(recorder_t& r) {
@@ -210,6 +239,7 @@ bool has_commands(const std::string& commands) {
 }
 
 void end_tick_of_commands(recorder_t& r) {
+    tell_arrivals(r);
     r.ticks.push_back(commands_of_tick(r));
     r.any_command = r.any_command || has_commands(r.ticks.back());
 }
@@ -639,15 +669,19 @@ void open_record(recorder_t& r, const setting_t& setting, const char* pace, comm
     add_full_state(r, {});
 }
 
-void record_join(recorder_t& r, int slot) { add_line(r, slot, JOINED); }
+void record_join(recorder_t& r, int slot) { add_arrival(r, slot, JOINED); }
 
-void record_leave(recorder_t& r, int slot) { add_line(r, slot, LEFT); }
+void record_leave(recorder_t& r, int slot) {
+    tell_arrivals(r);
+    add_line(r, slot, LEFT);
+}
 
 void record_drop(recorder_t& r, int slot) { add_line(r, slot, DROPPED); }
 
-void record_turned_away(recorder_t& r, int slot) { add_line(r, slot, TURNED_AWAY); }
+void record_turned_away(recorder_t& r, int slot) { add_arrival(r, slot, TURNED_AWAY); }
 
 void record_command(recorder_t& r, int slot, std::string_view line) {
+    tell_arrivals(r);
     if (changes_nothing(line)) {
         // In rounds an empty entry keeps the others' lines in place.
         if (r.order == command_order_t::rounds) add_line(r, slot, NOTHING_CHANGED);
@@ -680,6 +714,7 @@ void record_tick(recorder_t& r, const tick_view_t& view) {
 }
 
 void close_record(recorder_t& r, std::string_view results) {
+    tell_arrivals(r);
     r.after = commands_of_tick(r);
     if (!has_commands(r.after)) r.after.clear();
     add_changes(r);

@@ -24,7 +24,8 @@ static_assert(FULL_STATE_EVERY % STATE_EVERY == 0, "a full state stands where a 
 // Commands in a record: a listed text by one letter, another text between the two quotes, none as a dot.
 inline constexpr std::string_view RECORD_OPENING = "\xC2\xAB", RECORD_CLOSING = "\xC2\xBB"; // the quotes, UTF-8
 inline constexpr char RECORD_NO_COMMAND = '.';
-inline constexpr char RECORD_NEXT_TICK = ' '; // between two ticks, command_order_t::blocks
+inline constexpr std::string_view RECORD_FREE_ROUND = "_"; // a line's place left free, order rounds
+inline constexpr char RECORD_NEXT_TICK = ' ';              // between two ticks, command_order_t::blocks
 
 /// The letters of listed texts, in the order of the list.
 [[nodiscard]] std::string_view record_letters();
@@ -65,14 +66,16 @@ struct recorder_t {
     std::array<bool, COIN_MAX> coin_told;
     std::array<point_t, COIN_MAX> coin_place;
     bool battle_told;
-    uint64_t wiped;                                  // tick of the last wipe
-    int64_t pieces;                                  // segments painted since then
-    std::array<seat_commands_t, MAX_CLIENT> by_seat; // of the tick that comes, command_order_t::rounds
-    std::vector<std::pair<int, std::string>> blocks; // likewise, command_order_t::blocks
-    std::vector<std::string> ticks;                  // commands of the ticks since the last line, in recorded form
-    bool any_command;                                // in one of them
-    std::string after;                               // commands that ran after the last tick
-    std::map<std::string, int, std::less<>> texts;   // texts of this member: index in its list, or -1 seen once
+    uint64_t wiped;                                    // tick of the last wipe
+    int64_t pieces;                                    // segments painted since then
+    std::array<seat_commands_t, MAX_CLIENT> by_seat;   // of the tick that comes, command_order_t::rounds
+    std::vector<std::pair<int, std::string>> blocks;   // likewise, command_order_t::blocks
+    std::vector<std::pair<int, std::string>> arrivals; // joined or turned away before the first line of the game
+    bool begun;                                        // that line has come
+    std::vector<std::string> ticks;                    // commands of the ticks since the last line, in recorded form
+    bool any_command;                                  // in one of them
+    std::string after;                                 // commands that ran after the last tick
+    std::map<std::string, int, std::less<>> texts;     // texts of this member: index in its list, or -1 seen once
     int texts_listed;
     std::string new_texts; // listed since the last line, as JSON
     std::string painted;   // segments since the last line, as JSON

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -19,14 +20,8 @@ namespace {
 
 constexpr int64_t SECOND = 1'000'000'000; // ns
 
-std::atomic<bool> stop_requested = false;
-static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler writes it");
-
-// The signal mask while the game waits: signals are unblocked only there, so that none is lost between a check and a
-// wait.
-sigset_t signals_while_waiting;
-
-void request_stop(int) { stop_requested = true; }
+bool stop_requested = false;
+int stop_fd = -1; // readable from the first SIGINT or SIGTERM on, so that no wait can miss it
 
 int slot_of_socket(int sock) {
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -41,27 +36,27 @@ void set_moment(int sock) {
     setsockopt(sock, SOL_SOCKET, SO_RCVTIMEO, &moment, sizeof moment);
 }
 
+// `fds` has room for one more. A signal ends the wait also when something else is ready at any time.
 bool wait_on(pollfd* fds, nfds_t count, int64_t patience) {
-    if (stop_requested) return false; // no further signal may come to end the wait
+    if (stop_requested) return false;
+    fds[count] = {.fd = stop_fd, .events = POLLIN, .revents = 0};
     const timespec timeout{.tv_sec = patience / SECOND, .tv_nsec = patience % SECOND};
-    return ppoll(fds, count, patience < 0 ? nullptr : &timeout, &signals_while_waiting) > 0;
+    if (ppoll(fds, count + 1, patience < 0 ? nullptr : &timeout, nullptr) < 1) return false;
+    stop_requested = fds[count].revents != 0;
+    return !stop_requested;
 }
 
 } // namespace
 
 void take_signals() {
-    sigset_t blocked;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGINT);
-    sigaddset(&blocked, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &blocked, &signals_while_waiting); // inherited by all threads
-    sigdelset(&signals_while_waiting, SIGINT);
-    sigdelset(&signals_while_waiting, SIGTERM);
-    struct sigaction action = {};
-    action.sa_handler = request_stop;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
     signal(SIGPIPE, SIG_IGN);
+    sigset_t stops;
+    sigemptyset(&stops);
+    sigaddset(&stops, SIGINT);
+    sigaddset(&stops, SIGTERM);
+    stop_fd = signalfd(-1, &stops, SFD_CLOEXEC);
+    // Blocked in all threads, which inherit it. Without a descriptor they end the program at once.
+    if (stop_fd >= 0) pthread_sigmask(SIG_BLOCK, &stops, nullptr);
 }
 
 bool is_stopped() { return stop_requested; }
@@ -73,7 +68,7 @@ arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool new
         newcomers = false;
         patience = patience < 0 ? pause : std::min(patience, pause);
     }
-    std::array<pollfd, MAX_CLIENT + 1> fds{};
+    std::array<pollfd, MAX_CLIENT + 2> fds{}; // clients, the door, the stop
     std::array<int, MAX_CLIENT> slots{};
     nfds_t count = 0;
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -92,8 +87,8 @@ arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool new
 }
 
 void admit_newcomers(game_t& game) {
-    pollfd door{.fd = game.listen_sock, .events = POLLIN, .revents = 0};
-    while (accept_pause() == 0 && wait_on(&door, 1, 0)) {
+    std::array<pollfd, 2> door{{{.fd = game.listen_sock, .events = POLLIN, .revents = 0}, {}}};
+    while (accept_pause() == 0 && wait_on(door.data(), 1, 0)) {
         const int sock = accept_connection(game.listen_sock);
         const int slot = sock < 0 ? -1 : slot_of_socket(sock);
         if (slot < 0) continue;
@@ -113,6 +108,8 @@ void execute_line(game_t& game, int slot, const char* line) {
 
 void leave_seat(game_t& game, int slot) {
     note_state(game.ledger);
+    if (count_proven_sides(game.ledger, slot) > 1)
+        game.several_seen = true; // no browser, though it may be a silent one
     note_leave(game.ledger, slot, true);
     if (game.recorder != nullptr) record_leave(*game.recorder, slot);
     make_zombie(client_tab[static_cast<size_t>(slot)].turtle_id);
@@ -120,6 +117,7 @@ void leave_seat(game_t& game, int slot) {
 }
 
 void turn_away(game_t& game, int slot) {
+    --game.joined;
     note_turned_away(game.ledger, slot);
     if (game.recorder != nullptr) record_turned_away(*game.recorder, slot);
     turn_away_http(slot);

@@ -17,8 +17,7 @@ struct arrivals_t {
     bool newcomer;    // a program wants to join
 };
 
-/// Makes SIGINT and SIGTERM end the game in order; they are handled while the game waits for bytes. Call before any
-/// thread is started.
+/// Makes SIGINT and SIGTERM end the game in order, at its next look for bytes. Call before any thread is started.
 void take_signals();
 
 /// Waits until something arrives from one of the `wanted` slots or, with `newcomers`, a connection request, for at most

@@ -73,6 +73,22 @@ class Program:
             self.sock.settimeout(HANG)
         return True
 
+    def send_for_ever(self, line="q p"):
+        """Until the connection ends; somebody else has to read."""
+        try:
+            while True:
+                self.send(*[line] * 1000)
+        except OSError:
+            pass
+
+    def read_for_ever(self, until=float("inf")):
+        """So many bytes, or until the connection ends."""
+        try:
+            while until > 0 and (piece := self.sock.recv(65536)):
+                until -= len(piece)
+        except OSError:
+            pass
+
     def hang_up(self):
         self.sock.close()
 

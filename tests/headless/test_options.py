@@ -6,6 +6,7 @@ import re
 import resource
 import signal
 import subprocess
+import threading
 
 import harness
 from harness import HANG, PROGRAM, GameTest, lines_of
@@ -113,6 +114,31 @@ class Options(GameTest):
                     lines = lines_of(game.record())
                     self.assertEqual(lines[-1]["end"]["why"], "stopped")
                     self.assertIn("verified", harness.replay("--verify", game.record_file).stdout)
+
+    def test_a_signal_ends_the_game_also_while_programs_send_all_the_time(self):
+        for pace in ("real", "free"):
+            with self.subTest(pace=pace):
+                game = self.game("--pace", pace)
+                flood = game.join()
+                flood.send(*["q p"] * 1000)
+                flood.answer()
+                keeps = threading.Thread(target=flood.send_for_ever)
+                keeps.start()
+                flood.read_for_ever(until=1 << 20)
+                game.process.send_signal(signal.SIGTERM)
+                threading.Thread(target=flood.read_for_ever).start()
+                self.assertEqual(game.results()["why"], "stopped")
+                keeps.join(HANG)
+                flood.hang_up()
+
+    def test_the_files_of_a_running_game_are_left_alone(self):
+        first = self.recorded("-n", "1")
+        while not (before := first.record()):  # the head comes behind the ports
+            self.assertIsNone(first.process.poll())
+        self.assertEqual(run("-p", str(first.port), "-w", "off", "-r", first.record_file).returncode, 3)
+        self.assertTrue(first.record().startswith(before))
+        both = os.path.join(first.folder.name, "both")
+        self.assertEqual(run("-p", "0", "-w", "off", "-t", "1", "-o", both, "-r", both).returncode, 2)
 
     def test_only_this_machine_is_admitted_unless_public(self):
         for options, admitted in (([], False), (["--public"], True)):

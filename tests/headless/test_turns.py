@@ -161,22 +161,45 @@ class Turns(GameTest):
         self.assertEqual(b.clock("f 1"), 1)
 
     def test_a_browser_at_the_wrong_port_is_no_program(self):
-        game = self.recorded("--pace", "turns", "--turn-limit", LONG, "-n", 2, "-s", 3, "-t", 6)
-        browser, a = game.join(), game.join()
+        game = self.recorded("--pace", "turns", "--turn-limit", LONG, "-n", 1, "-s", 3, "-t", 2000)
+        a = game.join()
+        a.ask("f 1")
+        browser = game.join()
         for piece in (b"GET /", b";!;z%205", b" HTTP/1.1\r\nHost: x\r\n\r\n"):
             browser.sock.sendall(piece)
-        a.send("f 1")
+        for _ in range(1000):
+            a.ask("f 0")
+            if browser.has_answer(0.001):
+                break
         with self.assertRaises(Closed):
             browser.answer()
-        self.assertEqual(a.answer(), "OK @ 0 0")
         self.assertEqual(a.ask("q n", "q z s 5").split(" ")[0], "0")
-        self.assertEqual(a.ask("q n"), "1 OK @ 1 0")  # not even a zombie
-        for _ in range(5):
-            a.ask("f 1")
-        self.assertEqual([(p["seat"], p["place"]) for p in game.results()["programs"]], [(1, 1)])
-        self.assertIn("verified", harness.replay("--verify", game.record_file).stdout)
+        self.assertEqual(a.ask("q n").split(" @ ")[0], "1 OK")  # not even a zombie
         a.hang_up()
+        self.assertEqual([(p["seat"], p["place"]) for p in game.results()["programs"]], [(0, 1)])
+        self.assertIn("verified", harness.replay("--verify", game.record_file).stdout)
         browser.hang_up()
+
+    def test_a_browser_before_the_start_takes_no_part(self):
+        for pace in ("turns", "free"):
+            with self.subTest(pace=pace):
+                game = self.recorded("--pace", pace, "--turn-limit", LONG, "-n", 2, "-s", 3, "-t", 6)
+                programs = []
+                for _ in range(2):
+                    browser = game.join()
+                    browser.sock.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+                    with self.assertRaises(Closed):
+                        browser.answer()
+                    browser.hang_up()
+                    programs.append(game.join())
+                    programs[-1].send("q f", *["f 1"] * 6)
+                results = game.results()
+                self.assertEqual([(p["seat"], p["place"]) for p in results["programs"]], [(0, 1), (1, 1)])
+                if pace == "turns":
+                    self.assertEqual([p["commands"] for p in results["programs"]], [7, 7])
+                self.assertIn("verified", harness.replay("--verify", game.record_file).stdout)
+                for program in programs:
+                    program.hang_up()
 
     def test_a_program_that_joins_later_plays_from_the_next_turn(self):
         game, a = self.turns(1)
@@ -221,6 +244,20 @@ class Endings(GameTest):
         self.assertEqual(results["why"], "one left")
         self.assertEqual([p["place"] for p in results["programs"]][0], 1)
         a.hang_up()
+
+    def test_a_browser_is_no_side(self):
+        game = self.game("--pace", "free", "-n", 1, "--until-one")
+        with game.join() as a:
+            a.ask("f 1")
+            for _ in range(3):
+                browser = game.join()
+                browser.sock.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+                with self.assertRaises(Closed):
+                    browser.answer()
+                browser.hang_up()
+                a.ask("f 1")  # the game goes on
+            game.join().hang_up()  # a silent one is a side
+            self.assertEqual(game.results()["why"], "one left")
 
     def test_players_of_one_team_are_one(self):
         game = self.game("--pace", "turns", "-n", 3, "--until-one", "--turn-limit", LONG)
