@@ -43,6 +43,14 @@ try:
         second = socket.create_connection(sock.getpeername())
     if kind == "silent":
         time.sleep(100000)
+    if kind == "greedy":
+        for what, take in (("memory", lambda: bytearray(1 << 34)), ("network", lambda: socket.create_connection(("192.0.2.1", 9), 5)),
+                           ("file", lambda: open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "mine"), "w")),
+                           ("process", lambda: [os.fork() or time.sleep(60) or os._exit(0) for _ in range(20)])):
+            try:
+                take()
+            except (OSError, MemoryError):
+                print("no-" + what, flush=True)
     if kind == "eater":
         os.write(1, b"x" * 100)
         ask("f 1")

@@ -103,6 +103,20 @@ class Contest(unittest.TestCase):
         with open(os.path.join(self.folder, "out-crash", "matches", "00001", "crash.log"), encoding="utf-8") as log:
             self.assertIn("this bot crashes", log.read())
 
+    def test_bots_are_bounded(self):
+        # Whether others can read the plan's folder or not.
+        for mode in (0o755, 0o700):
+            with self.subTest(mode=mode):
+                os.chmod(self.folder, mode)
+                out = self.run_plan(self.plan(["target", "greedy"], ticks=5, limits={"processes": 8}), "out-%o" % mode)[2]
+                with open(os.path.join(out, "matches", "00001", "greedy.log"), encoding="utf-8") as log:
+                    told = log.read().split()
+                self.assertIn("no-memory", told)
+                self.assertIn("no-network", told)
+                if os.getuid() == 0:  # else others' processes count, too
+                    self.assertIn("no-process", told)
+                    self.assertIn("no-file", told)
+
     def test_all_meet_and_teams_meet(self):
         results = self.run_plan(self.plan(["hunter", "target", "leaver"], meet="all", ticks=30))[0]
         self.assertEqual([sorted(m["bots"]) for m in results["matches"]], [["hunter", "leaver", "target"]] * 3)
@@ -179,6 +193,9 @@ class Contest(unittest.TestCase):
         self.contest("run", self.plan(["hunter"]), "--out", os.path.join(self.folder, "no"), code=2)
         self.contest("run", self.plan(["hunter", "hunter"]), "--out", os.path.join(self.folder, "no"), code=2)
         self.contest("table", self.folder, code=2)
+        plan = self.plan(["hunter", "target"])
+        for words in (["--out", plan], ["--out", os.path.join(self.folder, "no"), "--hosts", "/nowhere"]):
+            self.assertEqual(self.contest("run", plan, *words, code=2).stderr.count("\n"), 1)
 
 
 if __name__ == "__main__":
