@@ -28,7 +28,10 @@ export class Session {
 
   async beat() {
     clearTimeout(this.timer);
-    if (!token()) return;
+    if (!token()) {
+      if (this.state) this.changed(this.state = null, true); // left the class in another tab
+      return;
+    }
     this.sent = performance.now();
     let again = EVERY;
     try {
@@ -58,7 +61,7 @@ export class Session {
   }
 
   soon() {
-    if (!token()) return;
+    if (!token() && !this.state) return;
     clearTimeout(this.timer);
     this.timer = setTimeout(() => this.beat(), Math.max(0, this.sent + SOON - performance.now()));
   }
