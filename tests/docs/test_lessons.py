@@ -54,8 +54,10 @@ class Lessons(FieldTest):
     def check(self, block):
         self.assertTrue({"ends", "picture"} & set(block.notes), "says neither how it ends nor what it paints")
         left = block.run(self.field)
-        # A second turtle may find the first one on its way to the middle, or later, and says so.
-        self.assertRegex(left.errors, r"^(kelmora: (.*so the turtle starts at|a turtle is in the way,) .*\n)*$" if len(left.turtles) > 1 else r"^$")
+        # Whatever chance puts in a turtle's way is told once, and so is a place in the middle that is taken.
+        in_the_way = len(left.turtles) > 1 or re.search(r"\b(doughnut|robot|battle)\(", block.source)
+        noted = r"^(kelmora: (.*so the turtle starts at|a (turtle|doughnut|stone|wall) is in the way,) .*\n)*$"
+        self.assertRegex(left.errors, noted if in_the_way else r"^$")
         if "ends" in block.notes:
             self.assertTrue(eval(block.notes["ends"], programs.names(left)),  # pylint: disable=eval-used
                             f"{block.notes['ends']}\nprinted {left.out!r}, left {left.turtles}, "
