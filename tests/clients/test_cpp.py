@@ -31,7 +31,7 @@ def setUpModule():
     source = os.path.join(agents.HERE, "agents", "agent.cpp")
     subprocess.run(["c++", "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsanitize=address,undefined",
                     "-fno-sanitize-recover=all", "-I", os.path.dirname(HEADER), source,
-                    "-o", os.path.join(scratch.name, "agent")], check=True, timeout=600)
+                    "-o", os.path.join(scratch.name, "agent")], check=True, timeout=1200)
 
 
 def tearDownModule():
@@ -82,7 +82,7 @@ target_link_libraries(user PRIVATE kelmora::client)
 
 
 def run(*command, **options):
-    return subprocess.run(command, check=True, timeout=600, capture_output=True, text=True, **options)
+    return subprocess.run(command, check=True, timeout=1200, capture_output=True, text=True, **options)
 
 
 class Header(unittest.TestCase):

@@ -16,7 +16,7 @@ ENVIRONMENT = {"KELMORA_JS": os.path.join(PACKAGE, "kelmora.js")}
 
 def node(*arguments):
     return subprocess.run(["node", *arguments], env=dict(os.environ, **ENVIRONMENT), capture_output=True, text=True,
-                          timeout=300, check=False)
+                          timeout=1200, check=False)
 
 
 def camel(word):
@@ -63,7 +63,7 @@ class Package(unittest.TestCase):
                   "let text = ''; for await (const piece of process.stdin) text += piece;"
                   "console.log(JSON.stringify(JSON.parse(text).map((packet) => field.packet(field.beings[0], packet))))")
         made = subprocess.run(["node", "--input-type=module", "-e", script], env=dict(os.environ, **ENVIRONMENT), input=json.dumps(packets),
-                              capture_output=True, text=True, timeout=300, check=True)
+                              capture_output=True, text=True, timeout=1200, check=True)
         field = kelmora.PracticeField()
         field.transport()
         self.assertEqual(len(field.beings), 1)
@@ -115,7 +115,7 @@ class Package(unittest.TestCase):
             environment = dict(os.environ, npm_config_cache=os.path.join(folder, "cache"), npm_config_update_notifier="false",
                                npm_config_offline="true")
             packed = subprocess.run(["npm", "pack", "--json", "--pack-destination", folder], cwd=PACKAGE, env=environment,
-                                    capture_output=True, text=True, check=True, timeout=300)
+                                    capture_output=True, text=True, check=True, timeout=1200)
             contents = json.loads(packed.stdout)[0]
             self.assertEqual({file["path"] for file in contents["files"]},
                              {"LICENSE", "README.md", "colors.js", "kelmora.d.ts", "kelmora.js", "package.json", "picture.js",
@@ -123,12 +123,12 @@ class Package(unittest.TestCase):
             empty = os.path.join(folder, "empty")
             os.mkdir(empty)
             subprocess.run(["npm", "install", "--silent", "--no-audit", "--no-fund", os.path.join(folder, contents["filename"])],
-                           cwd=empty, env=environment, check=True, timeout=300)
+                           cwd=empty, env=environment, check=True, timeout=1200)
             self.assertEqual(set(os.listdir(os.path.join(empty, "node_modules"))), {".package-lock.json", "kelmora"})
             ended = subprocess.run(["node", "--input-type=module", "-e",
                                     "import { connect, NoField } from 'kelmora';"
                                     "connect({ host: '127.0.0.1', port: 1 }).catch((e) => console.log(e instanceof NoField))"],
-                                   cwd=empty, capture_output=True, text=True, check=True, timeout=60)
+                                   cwd=empty, capture_output=True, text=True, check=True, timeout=300)
             self.assertEqual(ended.stdout, "true\n")
 
     def test_cost(self):

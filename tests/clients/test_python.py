@@ -26,7 +26,7 @@ import kelmora  # noqa: E402
 from kelmora import body, compat, crowd, hooks, link, motion, repl, shapes  # noqa: E402
 from kelmora import transport as transports  # noqa: E402
 
-LIMIT = 120  # seconds that bound a hang
+LIMIT = 600  # seconds that bound a hang
 
 
 def run_python(code, *arguments, **environment):
@@ -551,7 +551,7 @@ class Hostile(unittest.TestCase):
         began = time.monotonic()
         with self.assertRaises(kelmora.NoAnswer):
             turtle.position()
-        self.assertLess(time.monotonic() - began, 30)
+        self.assertLess(time.monotonic() - began, 60)
 
     def test_a_line_without_an_end(self):
         def flood(connection):

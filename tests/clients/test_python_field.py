@@ -17,7 +17,7 @@ from harness import FieldTest, main, pixel, served_connections, wait_until  # no
 from kelmora import hooks  # noqa: E402
 from kelmora.transport import SocketTransport  # noqa: E402
 
-LIMIT = 120
+LIMIT = 600
 WHITE, BLACK, RED, BLUE, YELLOW = (255, 255, 255), (0, 0, 0), (255, 0, 0), (0, 0, 255), (255, 255, 0)
 hooks.note = lambda text: None
 

@@ -134,7 +134,7 @@ class Shell(agents.Language):
         return {True: "yes", False: "no", None: "no"}[value] if isinstance(value, bool) or value is None else str(value)
 
     def bash(self, script, **environment):
-        return subprocess.run(["bash", "-c", '. "$KELMORA_SH"\n' + script], capture_output=True, text=True, timeout=60,
+        return subprocess.run(["bash", "-c", '. "$KELMORA_SH"\n' + script], capture_output=True, text=True, timeout=300,
                               env=dict(os.environ, KELMORA_SH=LIBRARY, **environment))
 
     def test_a_subshell_that_found_the_end_tells_the_script(self):
@@ -147,12 +147,12 @@ class Shell(agents.Language):
         self.server.accept()
         self.server.serve({"send": [".", "p d"], "answer": [OK, OK]})
         self.server.serve({"send": ["q s"]})
-        printed, told = script.communicate(timeout=60)
+        printed, told = script.communicate(timeout=300)
         self.assertEqual(printed.split("\n")[:2], ["2", "2 lost"], told)
 
     def lines(self, script, arguments):
         """What a script prints that reads the arguments of its command from a line each."""
-        found = subprocess.run(["bash", "-c", '. "$KELMORA_SH"; while read -r -a a; do %s; done' % script], text=True, timeout=120,
+        found = subprocess.run(["bash", "-c", '. "$KELMORA_SH"; while read -r -a a; do %s; done' % script], text=True, timeout=300,
                                capture_output=True, env=dict(os.environ, KELMORA_SH=LIBRARY),
                                input="".join(" ".join(map(str, words)) + "\n" for words in arguments), check=True)
         self.assertEqual(found.stderr, "")
@@ -231,7 +231,7 @@ class Shell(agents.Language):
         for lines, answers in (([".", "p d"], [OK, OK]), (["q p"], [place]), (["k 0.52941176 0.80784314 0.92156863"], [OK]),
                                (["s 612062"], [OK]), (["t l 10", "q p"], [OK, place])):
             self.server.serve({"send": lines, "answer": answers})
-        printed, told = script.communicate(timeout=60)
+        printed, told = script.communicate(timeout=300)
         self.assertEqual((printed, told), ("10.500000 -2.000000\nyes\n10.500000 -2.000000\n", ""))
 
     def test_nobody_listens(self):
@@ -257,7 +257,7 @@ class Shell(agents.Language):
             for sock in waiting:
                 sock.close()
         self.assertEqual(found.stdout, "2 no_field\ntrap -- 'echo mine' SIGALRM\n")
-        self.assertLess(time.monotonic() - began, 30)
+        self.assertLess(time.monotonic() - began, 60)
 
     def test_malformed_addresses(self):
         for port in ("0", "65536", "22x", "-1", "$(date)"):
@@ -271,7 +271,7 @@ class Shell(agents.Language):
 
     def test_no_other_program_is_needed(self):
         """With an empty PATH every word that needs no field still works."""
-        found = subprocess.run(["/bin/bash", "-c", '. "$KELMORA_SH"; k_connect 127.0.0.1 1; k_colormode'], timeout=60,
+        found = subprocess.run(["/bin/bash", "-c", '. "$KELMORA_SH"; k_connect 127.0.0.1 1; k_colormode'], timeout=300,
                                capture_output=True, text=True, env={"PATH": "", "KELMORA_SH": LIBRARY})
         self.assertEqual(found.stdout, "1\n")
         self.assertNotIn("not found", found.stderr)

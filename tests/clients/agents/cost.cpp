@@ -120,7 +120,7 @@ int main() {
               [&](int) { turtle.batch([&] { turtle.forward(1); }); }); // may allocate: shows that the counter works
         std::printf("heard %d\n", heard >= 100 ? 0 : 1);
 
-        constexpr int COMMANDS = 50000;
+        constexpr int COMMANDS = 10000;
         rusage before{};
         rusage after{};
         getrusage(RUSAGE_SELF, &before);

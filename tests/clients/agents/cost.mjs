@@ -17,7 +17,7 @@ if (process.argv[2] === "field") {
   const port = await new Promise((resolve) => field.once("message", resolve));
   const { connect } = await import(pathToFileURL(process.env.KELMORA_JS).href);
   const turtle = await connect({ host: "127.0.0.1", port });
-  const COMMANDS = 20000;
+  const COMMANDS = 10000;
   for (let k = 0; k < COMMANDS / 4; k++) await turtle.forward(k % 10);
   const before = process.cpuUsage();
   for (let k = 0; k < COMMANDS; k++) await turtle.forward(k % 10);
