@@ -189,6 +189,7 @@ void server::begin(call& c) {
     const auto practice = c.body.find("practice");
     if (practice != c.body.end() && practice->is_boolean() && practice->get<bool>()) {
         const uint32_t run = room_.begin_run(s, true);
+        live_[s.id].lines_number = 0;
         return c.reply(json_answer(200, {{"run", run}, {"field", nullptr}}));
     }
     const auto where = room_.seats().seat_of(s.id);
@@ -201,6 +202,8 @@ void server::begin(call& c) {
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what the run before still held
     live_[s.id].answer.reset();
+    live_[s.id].lines_answer.reset();
+    live_[s.id].lines_number = 0;
     if (keep) {
         return c.reply(json_answer(
             200, {{"run", run}, {"field", where->field}, {"turtle", valid_utf8(s.turtle)}, {"keep", true}}));
@@ -237,8 +240,8 @@ std::optional<outgoing> server::refused_run(person_id who, uint32_t run) {
 
 // The same after an exchange with the field; if that failed, the run ends.
 std::optional<outgoing> server::refused_start(person_id who, uint32_t run, seat where, field_link::outcome o) {
-    class_field& f = fields_[static_cast<size_t>(where.field)];
-    if (!f.page && o != field_link::outcome::busy) f.ok = o == field_link::outcome::ok;
+    if (!fields_[static_cast<size_t>(where.field)].page && o != field_link::outcome::busy)
+        judge(where.field, o == field_link::outcome::ok);
     auto refused = refused_run(who, run);
     if (refused || o == field_link::outcome::ok) return refused;
     room_.end_run(*room_.find(who), ending::field);
@@ -283,26 +286,30 @@ void server::lines(call& c) {
     if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
     if (s.current.practice) return c.reply(run_over(ending::practice));
     live_session& live = live_[s.id];
+    // A client, or its browser, that got no answer sends the same request again, with the same number: its commands are
+    // carried out once.
+    const auto number = decimal(query_value(c.in.query, "n").value_or(""), MOST_RUNS);
+    if (number && *number == live.lines_number) {
+        if (live.lines) {
+            responder before = std::exchange(*live.lines, std::move(c.reply));
+            return before(again());
+        }
+        if (live.lines_answer) return c.reply(*live.lines_answer);
+    }
+    if (number && *number < live.lines_number)
+        return c.reply(error_answer(409, "busy", "This request has been answered already."));
     if (live.lines) return c.reply(error_answer(409, "busy", "Another request of this run is under way."));
     std::vector<std::string> commands = split_lines(c.in.message.body(), LINES_A_REQUEST + 1);
     if (commands.size() > LINES_A_REQUEST)
         return c.reply(error_answer(413, "too_big", "At most 256 commands at once."));
-    for (size_t i = 0; i < commands.size(); ++i) {
-        const int rule = forbidden_by(room_.rules, commands[i]);
-        if (rule < 0) continue;
-        const auto& r = RULES[static_cast<size_t>(rule)];
-        return c.reply(json_answer(403, {{"error", "forbidden"},
-                                         {"command", r.key},
-                                         {"what", r.what},
-                                         {"index", i},
-                                         {"message", "Your teacher has switched this off: " + std::string(r.what) +
-                                                         " (" + std::string(r.key) + ")."}}));
-    }
+    if (auto refused = refused_lines(commands)) return c.reply(std::move(*refused));
     if (commands.empty()) return c.reply(text_answer(200, ""));
     const double wait = s.lines.take(static_cast<double>(commands.size()), now_s());
     live.lines.emplace(std::move(c.reply));
     live.lines_waiting = std::move(commands);
     ++live.lines_serial;
+    live.lines_number = number.value_or(0);
+    live.lines_answer.reset();
     if (wait <= 0) return forward_lines(s.id);
     live.lines_limit =
         std::make_unique<net::steady_timer>(io_, std::chrono::microseconds(static_cast<int64_t>(wait * 1e6)));
@@ -311,22 +318,43 @@ void server::lines(call& c) {
     });
 }
 
+// The refusal of the first command that a rule forbids; nothing when all may be sent.
+std::optional<outgoing> server::refused_lines(const std::vector<std::string>& commands) const {
+    for (size_t i = 0; i < commands.size(); ++i) {
+        const int rule = forbidden_by(room_.rules, commands[i]);
+        if (rule < 0) continue;
+        const auto& r = RULES[static_cast<size_t>(rule)];
+        return json_answer(403, {{"error", "forbidden"},
+                                 {"command", r.key},
+                                 {"what", r.what},
+                                 {"index", i},
+                                 {"message", "Your teacher has switched this off: " + std::string(r.what) + " (" +
+                                                 std::string(r.key) + ")."}});
+    }
+    return std::nullopt;
+}
+
 // Sends the lines in live.lines_waiting, or keeps them while the class is paused.
 void server::forward_lines(person_id who) {
     const auto found = live_.find(who);
     session* const s = room_.find(who);
     if (found == live_.end() || s == nullptr || !found->second.lines) return;
     live_session& live = found->second;
+    if (live.lines_waiting.empty()) return; // they have been sent already
     const auto where = room_.seats().seat_of(who);
     if (!where || s->current.over != ending::running) return answer_lines(who, run_over(s->current.over));
     if (room_.paused) {
         live.lines_limit = std::make_unique<net::steady_timer>(io_, HELD_LIMIT);
         live.lines_limit->async_wait([self = shared_from_this(), who](error_code error) {
-            if (!error) self->answer_lines(who, again());
+            const auto held = self->live_.find(who);
+            if (error || held == self->live_.end() || held->second.lines_waiting.empty()) return;
+            self->answer_lines(who, again());
         });
         return;
     }
     live.lines_limit.reset();
+    // The rules may have changed while the lines waited.
+    if (auto refused = refused_lines(live.lines_waiting)) return answer_lines(who, std::move(*refused));
     std::string out;
     std::vector<bool> keep;
     for (const std::string& line : std::exchange(live.lines_waiting, {})) {
@@ -348,7 +376,9 @@ void server::forward_lines(person_id who) {
         if (now == self->live_.end() || now->second.lines_serial != serial || !now->second.lines) return;
         if (o == field_link::outcome::ok) {
             const bool all = std::find(keep.begin(), keep.end(), false) == keep.end();
-            return self->answer_lines(who, text_answer(200, all ? answers : select_lines(answers, keep)));
+            outgoing answer = text_answer(200, all ? answers : select_lines(answers, keep));
+            if (now->second.lines_number != 0) now->second.lines_answer = answer;
+            return self->answer_lines(who, std::move(answer));
         }
         const bool silent = o == field_link::outcome::silent;
         self->answer_lines(
@@ -464,10 +494,9 @@ void server::end(call& c) {
 }
 
 void server::put_program(call& c) {
-    auto p = program_in(c.body);
-    if (!p)
-        return c.reply(error_answer(413, "too_big", "A program has at most 64 KiB, in python, javascript or blocks."));
-    c.who->saved = std::move(*p);
+    auto given = program_in(c.body);
+    if (auto* const refusal = std::get_if<outgoing>(&given)) return c.reply(std::move(*refusal));
+    c.who->saved = std::move(std::get<program>(given));
     c.reply(nothing());
 }
 

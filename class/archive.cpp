@@ -26,6 +26,14 @@ std::nullopt_t failed(const char* what) {
     return std::nullopt;
 }
 
+// Names that stand for devices on Windows, whatever follows their first dot.
+bool is_device(const std::string& name) {
+    std::string stem = lower(name.substr(0, name.find('.')));
+    stem.erase(stem.find_last_not_of(' ') + 1);
+    if (stem == "con" || stem == "prn" || stem == "aux" || stem == "nul") return true;
+    return stem.size() == 4 && (stem.starts_with("com") || stem.starts_with("lpt")) && stem[3] >= '0' && stem[3] <= '9';
+}
+
 // "Ann.py" becomes "Ann (2).py" when the name is taken, in whatever case.
 std::string unique_in(std::set<std::string>& used, const std::string& wish) {
     const size_t dot = wish.rfind('.');
@@ -47,7 +55,7 @@ std::string safe_file_name(const std::string& name) {
             (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
         out += letter || byte >= 0x80 || byte == ' ' || byte == '-' || byte == '_' || byte == '.' ? c : '_';
     }
-    if (out.empty() || out[0] == '.') out.insert(out.begin(), '_');
+    if (out.empty() || out[0] == '.' || out[0] == '-' || is_device(out)) out.insert(out.begin(), '_');
     return out;
 }
 

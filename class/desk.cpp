@@ -59,7 +59,7 @@ json server::fields_json(bool for_desk) {
     json list = json::array();
     for (size_t i = 0; i < fields_.size(); ++i) {
         const class_field& f = fields_[i];
-        json entry = {{"n", i}, {"places", PLACES}, {"taken", room_.seats().taken(static_cast<int>(i))}, {"ok", f.ok}};
+        json entry = {{"n", i}, {"places", PLACES}, {"taken", room_.seats().taken(static_cast<int>(i))}, {"ok", f.ok()}};
         if (for_desk) {
             entry["address"] = f.name;
             entry["canvas"] = !f.canvas_folder.empty();
@@ -198,18 +198,19 @@ void server::desk_rule(call& c) {
 }
 
 void server::desk_starter(call& c) {
-    auto p = program_in(c.body);
-    if (!p)
-        return c.reply(error_answer(413, "too_big", "A program has at most 64 KiB, in python, javascript or blocks."));
+    auto given = program_in(c.body);
+    if (auto* const refusal = std::get_if<outgoing>(&given)) return c.reply(std::move(*refusal));
+    auto& p = std::get<program>(given);
     ++room_.starter_version;
     room_.starter.reset();
-    if (!p->text.empty()) room_.starter = std::move(*p);
+    if (!p.text.empty()) room_.starter = std::move(p);
     c.reply(json_answer(200, {{"version", room_.starter_version}}));
 }
 
 void server::desk_code(call& c) {
     const std::string wish = text_in(c.body, "code");
-    const std::string chosen = wish.empty() ? random_code() : normal_code(wish);
+    const bool is_text = !c.body.contains("code") || c.body["code"].is_string();
+    const std::string chosen = !is_text ? "" : wish.empty() ? random_code() : normal_code(wish);
     if (chosen.empty()) return c.reply(error_answer(400, "bad", "A code has 3 to 16 letters and digits."));
     room_.set_code(chosen);
     const auto all = c.body.find("all");

@@ -54,11 +54,14 @@ void field_link::read() {
             if (!self->sending_) return self->fail(outcome::lost);
             self->lines_ += static_cast<size_t>(std::count(self->piece_.data(), self->piece_.data() + n, '\n'));
             self->answers_.append(self->piece_.data(), n);
-            if (self->lines_ >= self->orders_.front().count) {
-                self->take_answers();
-            } else if (self->answers_.size() > self->orders_.front().count * ANSWER_BYTES) {
+            const size_t count = self->orders_.front().count;
+            const bool whole = self->lines_ == count && self->answers_.back() == '\n';
+            // Neither is a field's: more answers than commands, and longer ones.
+            if (self->lines_ > count || (self->lines_ == count && !whole) ||
+                self->answers_.size() > count * ANSWER_BYTES) {
                 return self->fail(outcome::lost);
             }
+            if (whole) self->take_answers();
             if (mine == self->generation_) self->read();
         });
 }
@@ -94,8 +97,8 @@ void field_link::start_timer(std::chrono::seconds limit, outcome o) {
 }
 
 void field_link::fail(outcome o) {
-    ++generation_;
-    ready_ = false;
+    const uint32_t mine = ++generation_;
+    const bool existed = std::exchange(ready_, false);
     sending_ = false;
     lines_ = 0;
     answers_.clear();
@@ -103,6 +106,7 @@ void field_link::fail(outcome o) {
     error_code ignored;
     socket_.close(ignored);
     for (order& x : std::exchange(orders_, {})) x.done(o, "");
+    if (existed && lost_ && mine == generation_) lost_();
 }
 
 } // namespace classroom

@@ -33,6 +33,8 @@ public:
     void exchange(std::string lines, size_t count, done_t done);
     /// Ends the connection; exchanges under way end as lost.
     void close();
+    /// `lost` is called each time a connection that existed has ended, whoever ended it; empty: nothing is.
+    void when_lost(std::function<void()> lost) { lost_ = std::move(lost); }
 
 private:
     struct order {
@@ -50,6 +52,7 @@ private:
     tcp::socket socket_;
     net::steady_timer timer_;
     tcp::endpoint field_;
+    std::function<void()> lost_;
     std::deque<order> orders_;
     std::array<char, 4096> piece_{};
     std::string answers_;

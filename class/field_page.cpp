@@ -50,11 +50,13 @@ void field_page::fetch_anew(const std::string& what, done_t done) {
 }
 
 void field_page::enqueue(const std::string& what, done_t done) {
-    if (waiting_ >= FETCHES_WAITING) return done({});
+    // The list of turtles, which starts and all views need, goes first: questions of one browser cannot keep it back.
+    const bool first = what == "turtle";
+    if (waiting_ >= FETCHES_WAITING && !first) return done({});
     entry& e = copies_[what];
     ++waiting_;
     e.waiting.push_back(std::move(done));
-    if (e.waiting.size() == 1) queue_.push_back(what);
+    if (e.waiting.size() == 1) queue_.insert(first ? queue_.begin() + (busy_ ? 1 : 0) : queue_.end(), what);
     if (!busy_) work();
 }
 

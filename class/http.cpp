@@ -1,6 +1,7 @@
 #include "class/http.h"
 
 #include "class/static_files.h"
+#include "class/text.h"
 
 #include <algorithm>
 #include <boost/asio/error.hpp>
@@ -26,8 +27,19 @@ constexpr std::chrono::milliseconds ACCEPT_PAUSE{100}; // when no descriptor is 
 constexpr std::chrono::seconds DRAIN_LIMIT{2};         // after an answer that ends the connection
 constexpr size_t DRAIN_BYTES = 256 * 1024;
 constexpr size_t READ_BYTES = 4096;
+constexpr size_t WRITE_BYTES = 65536; // at once, before others have their turn
 
 std::string_view view(beast::string_view s) { return {s.data(), s.size()}; }
+
+// The target as a path with its query. A client may also name the server in front of it, if by the same name as in Host.
+std::string_view target_of(const request_t& message) {
+    const std::string_view target = view(message.target());
+    constexpr std::string_view scheme = "http://";
+    if (!same_word(target.substr(0, scheme.size()), scheme)) return target;
+    const size_t path = std::min(target.find('/', scheme.size()), target.size());
+    const std::string_view name = target.substr(scheme.size(), path - scheme.size());
+    return path < target.size() && same_word(name, view(message[http::field::host])) ? target.substr(path) : target;
+}
 
 } // namespace
 
@@ -96,7 +108,10 @@ private:
     }
 
     void read_body() {
-        const std::string_view target = view(parser_->get().target());
+        // Of a body in another coding the end would not be known.
+        if (parser_->get().count(http::field::transfer_encoding) != 0 && !parser_->chunked())
+            return refuse(http::error::bad_transfer_encoding);
+        const std::string_view target = target_of(parser_->get());
         const size_t limit = server_->body_limit_(target.substr(0, target.find('?')));
         const auto length = parser_->content_length();
         if (length && *length > limit) return refuse(http::error::body_limit);
@@ -129,9 +144,10 @@ private:
     void pace() {
         stream_.expires_never();
         const double now = now_s();
-        double wait = requests_.take(1, now);
+        const double cost = 1 + static_cast<double>(parser_->get().body().size() / BYTES_AS_A_REQUEST);
+        double wait = requests_.take(cost, now);
         const auto peer = server_->peers_.find(address_);
-        if (peer != server_->peers_.end()) wait = std::max(wait, peer->second.requests.take(1, now));
+        if (peer != server_->peers_.end()) wait = std::max(wait, peer->second.requests.take(cost, now));
         if (wait <= 0) return handle();
         timer_.expires_after(std::chrono::microseconds(static_cast<int64_t>(wait * 1e6)));
         timer_.async_wait([self = shared_from_this()](error_code error) {
@@ -142,7 +158,7 @@ private:
     void handle() {
         answered_ = false;
         const request_t& message = parser_->get();
-        const std::string_view target = view(message.target());
+        const std::string_view target = target_of(message);
         const size_t question = target.find('?');
         const incoming request = {message, target.substr(0, question),
                                   question == std::string_view::npos ? std::string_view() : target.substr(question + 1),
@@ -176,6 +192,7 @@ private:
         m.set("Cross-Origin-Resource-Policy", "same-origin");
         m.keep_alive(keep_alive_);
         serializer_.emplace(m);
+        serializer_->limit(WRITE_BYTES); // so that large files on many connections hold no small answer up
         write_some();
     }
 

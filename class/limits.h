@@ -11,10 +11,13 @@ namespace classroom {
 inline constexpr double LINES_A_SECOND = 2000;            // of one student; an ordinary program sends about 120
 inline constexpr double REQUESTS_A_SECOND = 400;          // of one connection
 inline constexpr double ADDRESS_REQUESTS_A_SECOND = 3000; // of all connections of one address
+inline constexpr size_t BYTES_AS_A_REQUEST = 8192;        // each so many of a body count as one more request
 inline constexpr int CONNECTIONS = 2048;                  // in all
 inline constexpr int ADDRESS_CONNECTIONS = 256;           // of one address
 inline constexpr int FREE_GUESSES = 5;                    // wrong codes that cost only half a second each
-inline constexpr double LONGEST_PAUSE_S = 60;             // between two guesses, however many were wrong
+// Between two guesses, however many were wrong. Short, because a whole class may share one address: who knows the code
+// must not be kept out by who does not. All codes take two years at this rate.
+inline constexpr double LONGEST_PAUSE_S = 5;
 inline constexpr double GUESSES_FORGOTTEN_S = 600;
 inline constexpr size_t GUESSERS = 4096; // addresses remembered
 

@@ -152,7 +152,10 @@ std::string room::unique_name(std::string_view name, person_id self) const {
 void room::follow_seats() {
     for (const seat_change& c : seats_.take_changes()) {
         session* s = find(c.who);
-        if (!c.seated && s != nullptr && !s->current.practice) end_run(*s, s->away ? ending::seat : ending::turn);
+        if (!c.seated && s != nullptr && !s->current.practice) {
+            const bool lost = !seats_.is_open(c.where.field);
+            end_run(*s, s->away ? ending::seat : lost ? ending::field : ending::turn);
+        }
         changes_.push_back({c.seated ? room_change::kind::seated : room_change::kind::unseated, c.who, c.where});
     }
 }

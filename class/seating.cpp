@@ -21,6 +21,7 @@ void seating::leave(person_id who) {
 }
 
 void seating::tick(double now) {
+    leave_closed(now);
     fill(now);
     if (turn_ <= 0) return;
     // The k-th oldest holder is matched with the k-th in the queue. A holder who hands on goes to the end of the queue,
@@ -80,11 +81,25 @@ std::optional<double> seating::expected_wait(person_id who, double now) const {
     return std::max(0.0, first - now) + static_cast<double>(rounds) * turn_;
 }
 
+// Places of the field are given: it is open, or none is.
+bool seating::is_in_use(int field) const {
+    return is_open(field) || std::find(open_.begin(), open_.end(), true) == open_.end();
+}
+
+void seating::leave_closed(double now) {
+    for (size_t i = 0; i < places_.size(); ++i) {
+        const person_id who = places_[i].who;
+        if (who == 0 || is_in_use(seat_at(i).field)) continue;
+        leave(who);
+        queue_.push_back({who, -1, now});
+    }
+}
+
 // A free place of the preferred field, else of the emptiest one. @return index in places_, -1 when all are taken
 int seating::free_place(int wish) const {
     int best = -1;
     for (int f = 0; f < fields(); ++f) {
-        if (taken(f) == PLACES) continue;
+        if (taken(f) == PLACES || !is_in_use(f)) continue;
         if (f == wish) {
             best = f;
             break;
@@ -113,7 +128,9 @@ std::vector<size_t> seating::by_age() const {
 // one. In the long run S seats and q waiting give each person turn * q / S of waiting for each turn of sitting; an
 // earlier claim would push people out and back in at once.
 double seating::handed_on_at(size_t holder_index, const waiter& claimant) const {
-    const double share = static_cast<double>(queue_.size()) / static_cast<double>(places_.size());
+    int places = 0;
+    for (int f = 0; f < fields(); ++f) places += is_in_use(f) ? PLACES : 0;
+    const double share = static_cast<double>(queue_.size()) / places;
     return std::max(places_[holder_index].since + turn_, claimant.since + turn_ * std::min(1.0, share));
 }
 

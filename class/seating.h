@@ -29,7 +29,8 @@ struct seat_change {
 class seating {
 public:
     /// @param turn  seconds after which a place is handed on when people wait; 0: never
-    seating(int fields, double turn) : places_(static_cast<size_t>(fields) * PLACES), turn_(turn) {}
+    seating(int fields, double turn)
+        : places_(static_cast<size_t>(fields) * PLACES), open_(static_cast<size_t>(fields), true), turn_(turn) {}
 
     /// Requests a place; does nothing for someone who has one or waits. `wish` is a preferred field, -1 for none.
     /// Places are given in changes(), at the latest at the next tick.
@@ -38,6 +39,10 @@ public:
     void leave(person_id who);
     /// Fills free places from the queue and hands on those whose turn is over.
     void tick(double now);
+    /// A field that does not answer is closed: while another one is open nobody gets a place there, and at the next
+    /// tick those who have one are moved.
+    void set_open(int field, bool open) { open_[static_cast<size_t>(field)] = open; }
+    [[nodiscard]] bool is_open(int field) const { return open_[static_cast<size_t>(field)]; }
     /// What happened since the last call, in order.
     [[nodiscard]] std::vector<seat_change> take_changes();
 
@@ -69,6 +74,8 @@ private:
         return static_cast<size_t>(s.field) * PLACES + static_cast<size_t>(s.place);
     }
     [[nodiscard]] static seat seat_at(size_t i) { return {static_cast<int>(i) / PLACES, static_cast<int>(i) % PLACES}; }
+    [[nodiscard]] bool is_in_use(int field) const;
+    void leave_closed(double now);
     [[nodiscard]] int free_place(int wish) const;
     [[nodiscard]] std::vector<size_t> by_age() const;
     [[nodiscard]] double handed_on_at(size_t holder_index, const waiter& claimant) const;
@@ -76,6 +83,7 @@ private:
     void fill(double now);
 
     std::vector<holder> places_;
+    std::vector<bool> open_; // by field
     std::deque<waiter> queue_;
     std::vector<seat_change> changes_;
     double turn_;

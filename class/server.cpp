@@ -21,8 +21,7 @@ namespace {
 
 constexpr std::string_view API = "/api/";
 constexpr std::string_view FIELD = "/field/";
-constexpr std::string_view DESK_TEXT = "The desk and the board open on the teacher's machine "
-                                       "only:\nhttp://localhost:2288/desk\nhttp://localhost:2288/board\n";
+constexpr std::string_view DESK_TEXT = "The desk and the board open on the teacher's machine only:\n";
 
 // The address by which others reach this machine: the first that is not loopback, private ones first.
 std::string own_address() {
@@ -120,11 +119,17 @@ std::optional<unsigned> number_in(const json& object, const char* key, unsigned 
 
 json program_json(const program& p) { return {{"language", p.language}, {"title", p.title}, {"text", p.text}}; }
 
-std::optional<program> program_in(const json& object) {
+std::variant<program, outgoing> program_in(const json& object) {
+    for (const char* const key : {"language", "title", "text"}) {
+        const auto found = object.find(key);
+        if (found != object.end() && !found->is_string())
+            return error_answer(400, "bad", "A program's language, title and text are texts.");
+    }
     program p = {text_in(object, "language"), cut_text(text_in(object, "title"), TITLE_BYTES), text_in(object, "text")};
     if (p.language.empty()) p.language = "python";
-    if (p.language != "python" && p.language != "javascript" && p.language != "blocks") return std::nullopt;
-    if (p.text.size() > PROGRAM_BYTES) return std::nullopt;
+    if (p.language != "python" && p.language != "javascript" && p.language != "blocks")
+        return error_answer(400, "bad", "A program is written in python, javascript or blocks.");
+    if (p.text.size() > PROGRAM_BYTES) return error_answer(413, "too_big", "A program has at most 64 KiB.");
     return p;
 }
 
@@ -141,7 +146,11 @@ server::server(net::io_context& io, const options& opts, const std::vector<tcp::
         f.canvas_folder = opts.canvases[i];
         if (viewers[i]) f.page = std::make_shared<field_page>(io, *viewers[i]);
         f.start_limit = std::make_unique<net::steady_timer>(io);
-        for (field_place& p : f.places) p.link = std::make_shared<field_link>(io, f.address);
+        for (int p = 0; p < PLACES; ++p) {
+            const auto link = std::make_shared<field_link>(io, f.address);
+            link->when_lost([this, where = seat{static_cast<int>(i), p}] { lose(where); });
+            f.places[static_cast<size_t>(p)].link = link;
+        }
     }
 }
 
@@ -178,7 +187,10 @@ void server::stop() {
 
 void server::close() {
     for (class_field& f : fields_) {
-        for (field_place& p : f.places) p.link->close();
+        for (field_place& p : f.places) {
+            p.link->when_lost({});
+            p.link->close();
+        }
         if (f.page) f.page->forget();
         f.starts.clear();
         f.start_limit->cancel();
@@ -201,15 +213,25 @@ void server::handle(const incoming& in, responder reply) {
 }
 
 void server::handle_api(const incoming& in, responder reply) {
-    const bool ours =
-        page_is_ours(in.header(http::field::origin), in.header(http::field::host), in.header("Sec-Fetch-Site"));
+    const size_t origins = in.message.count(http::field::origin);
+    const std::string_view origin = in.header(http::field::origin);
+    const bool ours = origins <= 1 && (origins == 0 || !origin.empty()) &&
+                      page_is_ours(origin, in.header(http::field::host), in.header("Sec-Fetch-Site"));
     if (!ours) return reply(error_answer(403, "origin", "Another site may not ask this."));
     if (!in.is_get() && in.header("Kelmora") != "1")
         return reply(error_answer(403, "header", "The header Kelmora: 1 is missing."));
     const auto method = in.message.method() == http::verb::head ? http::verb::get : in.message.method();
     const route* found = nullptr;
+    std::string methods;
     for (const route& r : routes()) {
-        if (r.path == in.path && r.method == method) found = &r;
+        if (r.path != in.path) continue;
+        if (r.method == method) found = &r;
+        methods += (methods.empty() ? "" : ", ") + std::string(http::to_string(r.method));
+    }
+    if (found == nullptr && !methods.empty()) {
+        outgoing answer = error_answer(405, "bad", "This address takes other methods: " + methods + '.');
+        answer.headers = {{http::field::allow, methods}};
+        return reply(std::move(answer));
     }
     if (found == nullptr) return reply(error_answer(404, "missing", "There is nothing under this address."));
     if (found->need == route::need::desk && !is_local(in)) {
@@ -267,11 +289,14 @@ void server::handle_canvas(const incoming& in, responder reply, class_field& fie
 }
 
 void server::handle_file(const incoming& in, responder reply) {
-    if ((in.path == "/desk" || in.path == "/board") && !is_local(in))
-        return reply(text_answer(403, std::string(DESK_TEXT)));
+    const auto name = file_for(in.path);
+    const bool of_desk = name && (name->starts_with("desk.html") || name->starts_with("board.html"));
+    if (of_desk && !is_local(in)) {
+        const std::string here = "http://localhost:" + std::to_string(port_);
+        return reply(text_answer(403, std::string(DESK_TEXT) + here + "/desk\n" + here + "/board\n"));
+    }
     if (!files_.usable())
         return reply(text_answer(503, "The pages have not been built: scripts/web-build makes them.\n"));
-    const auto name = file_for(in.path);
     if (!name) return reply(text_answer(404, "There is no such page.\n"));
     const bool takes_gzip = in.header(http::field::accept_encoding).find("gzip") != std::string_view::npos;
     const auto packed = files_.find(*name + ".gz");
@@ -296,13 +321,28 @@ void server::every_tick() {
 
 // A successful fetch shows that a field with a page is up; one without a page is judged by its connections.
 void server::look_at_fields() {
-    for (class_field& f : fields_) {
-        if (f.page) f.page->fetch("turtle", [&f](const field_page::copy& copy) { f.ok = copy.ok; });
+    for (int i = 0; i < room_.seats().fields(); ++i) {
+        class_field& f = fields_[static_cast<size_t>(i)];
+        if (f.page) {
+            f.page->fetch("turtle",
+                          [self = shared_from_this(), i](const field_page::copy& copy) { self->judge(i, copy.ok); });
+        } else if (f.failures >= FIELD_FAILURES && now_s() - f.failed_at > FIELD_TRY_AGAIN_S) {
+            f.failures = FIELD_FAILURES - 1;
+            room_.seats().set_open(i, true);
+        }
     }
     look_.expires_after(FIELD_LOOK);
     look_.async_wait([self = shared_from_this()](error_code error) {
         if (!error) self->look_at_fields();
     });
+}
+
+// Takes note of a check that a field is there.
+void server::judge(int field, bool good) {
+    class_field& f = fields_[static_cast<size_t>(field)];
+    f.failures = good ? 0 : f.failures + 1;
+    if (!good) f.failed_at = now_s();
+    room_.seats().set_open(field, f.failures < FIELD_FAILURES);
 }
 
 // Makes the fields and the held requests follow changes in the room.
@@ -328,6 +368,14 @@ void server::settle() {
 
 field_link& server::link_at(seat where) {
     return *fields_[static_cast<size_t>(where.field)].places[static_cast<size_t>(where.place)].link;
+}
+
+// The connection of a place has ended, and its turtle with it: a run that went on would drive another turtle.
+void server::lose(seat where) {
+    session* const s = room_.find(room_.seats().at(where));
+    if (s == nullptr || s->current.practice) return;
+    room_.end_run(*s, ending::field);
+    settle();
 }
 
 // Bodies on the field except the turtle `self`; none when the field has no page.
@@ -399,8 +447,7 @@ void server::enter(person_id who, seat where) {
             count = 3;
         }
         link.exchange(std::move(lines), count, [self, field = where.field](field_link::outcome o, const std::string&) {
-            class_field& f = self->fields_[static_cast<size_t>(field)];
-            if (!f.page) f.ok = o == field_link::outcome::ok;
+            if (!self->fields_[static_cast<size_t>(field)].page) self->judge(field, o == field_link::outcome::ok);
         });
     });
 }

@@ -20,6 +20,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <variant>
 #include <vector>
 
 namespace classroom {
@@ -28,6 +29,8 @@ inline constexpr std::chrono::seconds HELD_LIMIT{25}; // a held request; the cli
 inline constexpr std::chrono::milliseconds WRONG_CODE_PAUSE{500};
 inline constexpr std::chrono::milliseconds TICK{500}; // of seats and turns
 inline constexpr std::chrono::seconds FIELD_LOOK{5};  // between two looks whether a field is there
+inline constexpr int FIELD_FAILURES = 2;              // in a row; then nobody is seated there while another field is up
+inline constexpr double FIELD_TRY_AGAIN_S = 30;       // a field without a page is given another try
 inline constexpr std::chrono::seconds PARK_AGAIN{2};  // when a turtle could not leave
 inline constexpr int PARK_TRIES = 20;
 inline constexpr std::chrono::milliseconds PARTING_LIMIT{1000}; // for the last lines to the fields
@@ -58,7 +61,9 @@ struct class_field {
     std::unique_ptr<net::steady_timer> start_limit;        // of the one that runs
     uint32_t start_turn = 0;                               // its number
     bool starting = false;
-    bool ok = true; // as of the last check
+    int failures = 0;    // in a row, of checks that it is there
+    double failed_at = 0; // the last of them
+    [[nodiscard]] bool ok() const { return failures == 0; }
 };
 
 // What a session has in progress.
@@ -73,6 +78,8 @@ struct live_session {
     std::unique_ptr<net::steady_timer> lines_limit;
     std::vector<std::string> lines_waiting; // held by a pause
     uint32_t lines_serial = 0;              // which request it is: late answers of the field to others are dropped
+    unsigned lines_number = 0;              // the client's number of its last request, 0 when it gives none
+    std::optional<outgoing> lines_answer;   // to the request with that number, kept in case it did not arrive
 };
 
 // One request to the API with what was derived from it.
@@ -120,7 +127,9 @@ private:
     void every_tick();
     void look_at_fields();
     void settle();
+    void judge(int field, bool good);
     field_link& link_at(seat where);
+    void lose(seat where);
     void enter(person_id who, seat where);
     void park(seat where, int tries = PARK_TRIES);
     void add_given_starts(seat but, std::vector<spot>& others) const;
@@ -153,6 +162,7 @@ private:
     void get_program(call& c);
     void get_starter(call& c);
     [[nodiscard]] json state_of(const session& s);
+    [[nodiscard]] std::optional<outgoing> refused_lines(const std::vector<std::string>& commands) const;
     void forward_lines(person_id who);
     void resume_lines();
     void answer_lines(person_id who, outgoing what);
@@ -205,7 +215,7 @@ private:
 /// A member that is a whole number from 0 to `most`, nothing otherwise.
 [[nodiscard]] std::optional<unsigned> number_in(const json& object, const char* key, unsigned most);
 [[nodiscard]] json program_json(const program& p);
-/// @return nothing when the program cannot be kept
-[[nodiscard]] std::optional<program> program_in(const json& object);
+/// The program in a request; a refusal, with the reason, when it cannot be kept.
+[[nodiscard]] std::variant<program, outgoing> program_in(const json& object);
 
 } // namespace classroom

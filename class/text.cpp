@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <utility>
 
 namespace classroom {
 
@@ -37,12 +38,21 @@ bool is_space(char32_t c) {
     return c == ' ' || c == 0xA0 || c == 0x3000 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F;
 }
 
-// Control characters, line and paragraph separators, direction marks, invisible characters, private use.
+// Control characters, line and paragraph separators, direction marks, invisible characters, fillers, private use.
 bool is_forbidden(char32_t c) {
-    return c < ' ' || (c >= 0x7F && c < 0xA0) || c == 0xAD || c == 0x61C || (c >= 0x200B && c <= 0x200F) ||
-           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0xFEFF || c == 0xFFFD ||
+    return c < ' ' || (c >= 0x7F && c < 0xA0) || c == 0xAD || c == 0x34F || c == 0x61C || c == 0x115F || c == 0x1160 || c == 0x17B4 || c == 0x17B5 ||
+           (c >= 0x180B && c <= 0x180F) || (c >= 0x200B && c <= 0x200F) ||
+           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0x2800 || c == 0x3164 || c == 0xFEFF || c == 0xFFA0 || c == 0xFFFD ||
            (c >= 0xFFF0 && c <= 0xFFFF) || (c >= 0xE000 && c <= 0xF8FF) || c >= 0xE0000;
 }
+
+// Joiners of letters and of pictures, and the choices between two forms of one: invisible by themselves.
+bool is_joiner(char32_t c) { return c == 0x200C || c == 0x200D; }
+bool is_variation(char32_t c) { return c >= 0xFE00 && c <= 0xFE0F; }
+
+// What a joiner may stand beside: scripts that need it begin with Arabic, and pictures come after them. Between Latin
+// letters it would only make two names look the same.
+bool takes_joiners(char32_t c) { return c >= 0x600 && !is_joiner(c) && !is_space(c); }
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -100,12 +110,17 @@ std::optional<std::string> clean_name(std::string_view text) {
     std::string name;
     size_t count = 0;
     bool space = false;
-    for (const char32_t c : *characters) {
+    char32_t before = ' ';
+    for (size_t i = 0; i < characters->size(); ++i) {
+        const char32_t c = (*characters)[i];
+        const char32_t previous = std::exchange(before, c);
+        const char32_t next = i + 1 < characters->size() ? (*characters)[i + 1] : U' ';
         if (is_space(c)) {
             space = count > 0;
             continue;
         }
-        if (is_forbidden(c)) return std::nullopt;
+        if (is_joiner(c) ? !takes_joiners(previous) || !takes_joiners(next) : is_forbidden(c)) return std::nullopt;
+        if (is_variation(c) && (is_space(previous) || is_variation(previous))) return std::nullopt;
         if (space) {
             name.push_back(' ');
             ++count;

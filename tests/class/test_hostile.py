@@ -4,6 +4,7 @@ Time limits here are lower bounds on what must be slowed down, or only bound a h
 """
 import contextlib
 import random
+import re
 import socket
 import threading
 import unittest
@@ -160,9 +161,9 @@ class Hostile(unittest.TestCase):
     def test_three_hundred_sessions(self):
         room = self.classroom(self.fake_field())
         people = []
+        browsers = [room.browser() for _ in range(3)]
         for k in range(300):
-            if k % 100 == 0:
-                browser = room.browser()
+            browser = browsers[k % 3]
             joined = browser.post("/api/join", {"code": CODE, "name": "Child %d" % k})
             self.assertEqual(joined.status, 200)
             people.append(joined.json)
@@ -170,7 +171,8 @@ class Hostile(unittest.TestCase):
         self.assertEqual(len(room.desk()["sessions"]), 300)
         self.assertEqual(people[-1]["queue"]["place"], 290)
         self.assertGreater(people[-1]["queue"]["wait_s"], people[11]["queue"]["wait_s"])
-        for someone in people:
+        for k, someone in enumerate(people):
+            browser = browsers[k % 3]
             browser.token = someone["token"]
             self.assertEqual(browser.post("/api/beat", {"doing": "idle", "said": "x" * 400}).status, 200)
             self.assertEqual(browser.ask("PUT", "/api/program", {"language": "python", "text": "x" * 60000}).status, 204)
@@ -237,7 +239,180 @@ class Hostile(unittest.TestCase):
         line = wait_until(lambda: room.line("Zo"), 20, "the line")
         self.assertEqual(line, "Zo\\xc3\\xab has joined from " + LAN)
 
+    def raw_statuses(self, room, raw, peer=LAN):
+        """Status codes of the answers to raw bytes; the server must end the connection."""
+        with socket.create_connection((peer, room.port), timeout=patience(60)) as sock:
+            sock.sendall(raw)
+            answers = b""
+            with contextlib.suppress(ConnectionError):
+                while piece := sock.recv(65536):
+                    answers += piece
+        return [int(status) for status in re.findall(rb"HTTP/1\.1 (\d\d\d) ", answers)]
+
+    def test_unusual_requests_open_no_side_door(self):
+        room = self.classroom(self.fake_field())
+        here = b"%s:%d" % (LAN.encode(), room.port)
+        desk = b"GET /api/desk/state HTTP/1.1"
+        hello = b"GET /api/hello HTTP/1.1"
+        join = b"POST /api/join HTTP/1.1"
+        for first, headers, body, status, peer in (
+                (hello, [b"Host: " + here], b"", 200, LAN),
+                (hello, [], b"", 421, LAN),
+                (hello, [b"Host: evil.example"], b"", 421, LAN),
+                # This machine, but under two names.
+                (desk, [b"Host: localhost"], b"", 200, "127.0.0.1"),
+                (desk, [b"Host: localhost", b"Host: evil.example"], b"", 421, "127.0.0.1"),
+                (desk, [b"Host: evil.example", b"Host: localhost"], b"", 421, "127.0.0.1"),
+                (desk, [b"Host: localhost", b"Host: localhost"], b"", 421, "127.0.0.1"),
+                # Who says that it is another one.
+                (desk, [b"Host: localhost", b"X-Forwarded-For: 127.0.0.1", b"Forwarded: for=127.0.0.1"], b"", 403, LAN),
+                (desk, [b"Host: localhost", b"Origin: null"], b"", 403, "127.0.0.1"),
+                (desk, [b"Host: localhost", b"Origin:"], b"", 403, "127.0.0.1"),
+                (desk, [b"Host: localhost", b"Origin: http://localhost", b"Origin: http://evil.example"], b"", 403, "127.0.0.1"),
+                # The same page by other paths.
+                (b"GET /desk.html HTTP/1.1", [b"Host: " + here], b"", 403, LAN),
+                (b"GET /board.html.gz HTTP/1.1", [b"Host: " + here], b"", 403, LAN),
+                (b"GET /%64esk HTTP/1.1", [b"Host: " + here], b"", 404, LAN),
+                (b"GET //desk HTTP/1.1", [b"Host: " + here], b"", 404, LAN),
+                (b"GET /v/../desk.html HTTP/1.1", [b"Host: " + here], b"", 404, LAN),
+                (b"GET http://" + here + b"/api/hello HTTP/1.1", [b"Host: " + here], b"", 200, LAN),
+                (b"GET http://localhost/api/desk/state HTTP/1.1", [b"Host: " + here], b"", 404, LAN),
+                (b"GET http://evil.example/api/hello HTTP/1.1", [b"Host: " + here], b"", 404, LAN),
+                # Where a body ends.
+                (join, [b"Host: " + here, b"Kelmora: 1", b"Transfer-Encoding: chunked"], b"2\r\n{}\r\n0\r\n\r\n", 403, LAN),
+                (join, [b"Host: " + here, b"Kelmora: 1", b"Transfer-Encoding: chunked", b"Content-Length: 2"], b"2\r\n{}\r\n0\r\n\r\n", 400, LAN),
+                (join, [b"Host: " + here, b"Kelmora: 1", b"Transfer-Encoding: gzip"], b"{}", 400, LAN),
+                (join, [b"Host: " + here, b"Kelmora: 1", b"Content-Length: 2", b"Content-Length: 3"], b"{}", 400, LAN),
+                (join, [b"Host: " + here, b"Kelmora: 1", b"Content-Length: -2"], b"{}", 400, LAN),
+                # Methods.
+                (b"GET /api/join HTTP/1.1", [b"Host: " + here], b"", 405, LAN),
+                (b"DELETE /api/program HTTP/1.1", [b"Host: " + here, b"Kelmora: 1"], b"", 405, LAN),
+                (b"NONE /api/none HTTP/1.1", [b"Host: " + here, b"Kelmora: 1"], b"", 404, LAN),
+                (b"TRACE / HTTP/1.1", [b"Host: " + here], b"", 405, LAN)):
+            raw = b"\r\n".join([first, *headers, b"Connection: close", b"", body])
+            self.assertEqual(self.raw_statuses(room, raw, peer), [status], raw)
+        one = b"GET /api/hello HTTP/1.1\r\nHost: " + here
+        self.assertEqual(self.raw_statuses(room, (one + b"\r\n\r\n") * 3 + one + b"\r\nConnection: close\r\n\r\n"), [200] * 4)
+        self.assert_works(room)
+
+    def test_values_of_a_wrong_kind_change_nothing(self):
+        room = self.classroom(self.fake_field())
+        ann, teacher = room.student("Ann"), room.teacher()
+        program = {"language": "python", "title": "Mine", "text": "forward(1)"}
+        self.assertEqual(ann.ask("PUT", "/api/program", program).status, 204)
+        before = room.desk()
+        for value in (True, 7, -1, 1.5, [], {}, "\0", ["x"]):
+            for key in ("language", "title", "text"):
+                if not isinstance(value, str) or key == "language":
+                    self.assertEqual(ann.ask("PUT", "/api/program", {**program, key: value}).json["error"], "bad", (key, value))
+                    self.assertEqual(teacher.post("/api/desk/starter", {**program, key: value}).status, 400, (key, value))
+            for path, key in (("remove", "id"), ("rename", "id"), ("pause", "paused"), ("stop", "id"), ("rule", "key"), ("code", "code"),
+                              ("turns", "minutes"), ("start", "start"), ("field", "do")):
+                if (path, value) in (("pause", True), ("turns", 1.5), ("turns", 7)):
+                    continue
+                self.assertIn(teacher.post("/api/desk/" + path, {key: value, "allowed": True}).status, (400, 404), (path, value))
+        for body in (b'{"minutes":1e999}', b'{"minutes":NaN}', b'{"minutes":-0.1}', b'{"minutes":1441}', b"\0", b'{"minutes":"\xff"}'):
+            self.assertEqual(teacher.ask("POST", "/api/desk/turns", body).status, 400, body)
+        after = room.desk()
+        for seen in (before, after):
+            seen["sessions"][0].pop("seen_s")
+        self.assertEqual(before, after)
+        self.assertEqual(ann.get("/api/program").json, program)
+
+    def test_large_bodies_count_as_many_requests(self):
+        room = self.classroom(self.fake_field())
+        ann, honest = room.student("Ann"), room.student("Honest")
+        text = "\n" * 65536  # 128 KiB as JSON: 17 requests
+        began = time.monotonic()
+        flood = in_thread(lambda: {ann.ask("PUT", "/api/program", {"text": text}).status for _ in range(60)})
+        self.assert_works(room, honest)
+        self.assertEqual(flood.result(120), {204})
+        self.assertGreater(time.monotonic() - began, (60 * 17 - 400) / 400 * 0.9)
+
+    # Requests for lines.
+
+    def test_a_request_that_is_sent_again_is_carried_out_once(self):
+        field = self.fake_field()
+        room = self.classroom(field)
+        ann = room.student("Ann")
+        again = ann.worker()
+        ann.begin()
+
+        def ask(browser, number, lines):
+            return browser.post("/api/run/lines?run=%d&n=%d" % (ann.run, number), lines)
+        self.assertEqual(ask(ann, 1, "f 10;f 11").text, "OK @ 1 0\n" * 2)
+        self.assertEqual(ask(again, 1, "f 10;f 11").text, "OK @ 1 0\n" * 2)
+        self.assertEqual(field.lines.count("f 10"), 1)
+        # The same while the field has not answered: the answer goes to the later one.
+        field.awake.clear()
+        first = in_thread(lambda: ask(ann, 2, "f 20"))
+        wait_until(lambda: "f 20" in field.lines, 20, "the step to reach the field")
+        second = in_thread(lambda: ask(again, 2, "f 20"))
+        self.assertEqual(first.result().status, 202)
+        field.awake.set()
+        self.assertEqual(second.result().text, "OK @ 1 0\n")
+        self.assertEqual(field.lines.count("f 20"), 1)
+        self.assertEqual(ask(again, 1, "f 10").status, 409)  # late
+        self.assertEqual(ask(ann, 3, "c a").status, 403)
+        self.assertEqual(ask(ann, 3, "f 30").status, 200)  # nothing was carried out
+        before = ann.run
+        ann.begin()
+        self.assertEqual(ask(ann, 1, "f 40").status, 200)
+        self.assertEqual(ann.post("/api/run/lines?run=%d&n=4" % before, "f 50").json["reason"], "replaced")
+        self.assertEqual([line for line in field.lines if line[0] == "f"], ["f 10", "f 11", "f 20", "f 30", "f 40"])
+
+    def test_a_rule_holds_for_lines_that_wait(self):
+        field = self.fake_field()
+        room = self.classroom(field)
+        ann, teacher = room.student("Ann"), room.teacher()
+        ann.begin()
+        teacher.post("/api/desk/pause", {"paused": True})
+        firing = in_thread(lambda: ann.lines("f 10;x"))
+        wait_until(lambda: room.desk()["sessions"][0]["held"], 20, "the lines to be held")
+        teacher.post("/api/desk/rule", {"key": "x", "allowed": False})
+        teacher.post("/api/desk/pause", {"paused": False})
+        self.assertEqual(firing.result().json["command"], "x")
+        ann.do("f 1")
+        self.assertNotIn("x", field.lines)
+        self.assertNotIn("f 10", field.lines)
+
     # Fields that misbehave.
+
+    def test_a_field_that_restarts_ends_the_runs_on_it(self):
+        field = self.fake_field()
+        room = self.classroom(field)
+        ann = room.student("Ann")
+        worker = ann.worker()
+        ann.begin()
+        field.connections[-1].shutdown(socket.SHUT_RDWR)  # between two commands
+        wait_until(lambda: worker.get("/api/run/stop?run=%d" % ann.run).text == "2", 20, "the end of the run")
+        self.assertEqual(ann.lines("f 10").json["reason"], "field")
+        self.assertNotIn("f 10", field.lines)  # another turtle would have made this step
+        self.assert_works(room, ann)
+
+    def test_a_field_that_answers_too_much_or_too_little(self):
+        for said in (b"OK @ 1 0\nOK @ 1 0\n", b"OK @ 1 0\nOK @", b"OK @ 1", b"\0\xff" * 600, b"\n\n\n"):
+            def script(connection, line, said=said):
+                connection.sendall(said if line[0] == "f" else b"OK @ 1 0\n")
+                if said == b"OK @ 1" and line[0] == "f":
+                    connection.shutdown(socket.SHUT_RDWR)
+            room = self.classroom(self.fake_field(script))
+            ann = room.student("Ann")
+            ann.begin()
+            self.assertEqual(ann.lines("f 1").status, 503, said)
+            self.assertEqual(ann.lines("q p").json["reason"], "field", said)
+            ann.begin()
+
+    def test_a_field_that_is_down_gets_nobody_while_another_is_up(self):
+        gone, good = FakeField(), self.fake_field()
+        gone.close()
+        room = self.enterContext(Classroom("--fields", "127.0.0.1:%d,127.0.0.1:%d" % (gone.port, good.port), "--viewer", "off,off"))
+        people = [room.student("P%d" % k) for k in range(4)]
+        wait_until(lambda: [p.me()["seat"]["field"] for p in people] == [1] * 4, 30, "everybody to be moved")
+        for p in people:
+            self.assert_works(room, p, 1)
+        self.assertEqual(room.student("Late").state["seat"]["field"], 1)
+        self.assertEqual([f["ok"] for f in room.desk()["fields"]], [False, True])
 
     def test_a_field_that_is_silent(self):
         field = self.fake_field(lambda connection, line: connection.sendall(b"OK @ 1 0\n") if line[0] != "f" else None)

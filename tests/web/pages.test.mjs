@@ -152,3 +152,25 @@ test('a file that has not changed is used once, a missing one is requested rarel
   assert.equal(used, 2);
   assert.deepEqual(pauses, [150, 150, 150, 5000]);
 });
+
+test('after a failure the next try comes soon, and later ones ever less often', async () => {
+  const pauses = [];
+  const fails = [false, true, true, 'busy', true, true, true, true, false, true];
+  await new Promise((resolve) => {
+    const world = {
+      hidden: () => false,
+      fetch: async () => {
+        const fail = fails.shift();
+        if (fail === true) throw new TypeError('no network');
+        return fail ? { ok: false, status: 502, headers: { get: () => null } } : { ok: true, status: 200, headers: { get: () => 'a' } };
+      },
+      setTimeout: (next, ms) => {
+        pauses.push(ms);
+        if (fails.length > 0) next();
+        else resolve();
+      },
+    };
+    pollChanges(world, 'x', 150, async () => {});
+  });
+  assert.deepEqual(pauses, [150, 300, 600, 1200, 2400, 4800, 5000, 5000, 150, 300]);
+});

@@ -132,6 +132,15 @@ TEST(Names, are_what_people_are_called) {
         EXPECT_FALSE(clean_name(bad)) << testing::PrintToString(bad);
     }
     EXPECT_FALSE(clean_name(std::string_view("a\0b", 3)));
+    for (const char* invisible : {"\u3164", "\u115f", "\u2800", "\u180e", "\ufe0f", "a\u034fb", "\u200d", "\ufeff"})
+        EXPECT_FALSE(clean_name(invisible)) << testing::PrintToString(invisible);
+}
+
+TEST(Names, may_join_pictures_and_letters_of_scripts_that_need_it) {
+    for (const char* good : {"👩‍🚀", "❤️‍🔥", "ශ්‍රී", "می‌خواهم", "☺️"})
+        EXPECT_EQ(clean_name(good), good);
+    for (const char* bad : {"A\u200dnn", "Ann\u200d", "\u200dAnn", "👩\u200d", "👩\u200d\u200d🚀", "👩\u200d 🚀"})
+        EXPECT_FALSE(clean_name(bad)) << testing::PrintToString(bad);
 }
 
 TEST(Texts, are_made_fit_for_a_log) {
@@ -320,6 +329,10 @@ TEST(Archive, names_are_safe_and_unique_and_the_zip_is_one) {
     EXPECT_EQ(safe_file_name("a<b>:\"|?*.py"), "a_b______.py");
     EXPECT_EQ(safe_file_name("Zoë.py"), "Zoë.py");
     EXPECT_EQ(safe_file_name(""), "_");
+    EXPECT_EQ(safe_file_name("-rf.py"), "_-rf.py");
+    for (const char* device : {"CON.py", "nul .py", "Com1.x.py", "LPT9.js"})
+        EXPECT_EQ(safe_file_name(device), std::string("_") + device);
+    for (const char* plain : {"Conny.py", "com.py", "com10.py"}) EXPECT_EQ(safe_file_name(plain), plain);
     const auto zip = make_zip({{"Ann.py", "print(1)\n"}, {"ann.py", "x"}, {"Ann.py", ""}});
     ASSERT_TRUE(zip);
     EXPECT_EQ(zip->substr(0, 2), "PK");

@@ -56,6 +56,30 @@ TEST(Seating, the_emptiest_field_is_next_unless_one_is_wished_for) {
     EXPECT_EQ(s.seat_of(5)->field, 0);
 }
 
+TEST(Seating, a_closed_field_is_left_while_another_is_open) {
+    seating s(2, 0);
+    fill(s, 3, 0); // 1 and 3 on field 0
+    s.set_open(0, false);
+    s.arrive(4, 0, 1); // although it wishes for that field
+    EXPECT_EQ(s.seat_of(4)->field, 1);
+    EXPECT_EQ(s.taken(0), 2);
+    s.tick(2);
+    EXPECT_EQ(s.taken(0), 0);
+    EXPECT_EQ(s.taken(1), 4);
+    fill(s, 12, 3);
+    EXPECT_EQ(s.waiting(), 2);
+    s.set_open(0, true);
+    s.tick(4);
+    EXPECT_EQ(s.waiting(), 0);
+    EXPECT_EQ(s.taken(0), 2);
+    // Without an open field everybody stays, and newcomers sit down.
+    s.set_open(0, false);
+    s.set_open(1, false);
+    s.tick(5);
+    s.arrive(13, -1, 6);
+    EXPECT_EQ(s.taken(0) + s.taken(1), 13);
+}
+
 TEST(Seating, the_eleventh_waits_and_moves_up) {
     seating s(1, 0);
     fill(s, 12, 0);

@@ -45,6 +45,7 @@ export function sleep(ms) {
 export function makeHost(post) {
   let token = '';
   let run = null; // number of the run, or null: no server behind it
+  let serial = 0; // number of the last request for lines, so that one that is sent again is carried out once
   let askedStop = 0; // when the run was last known to go on
   let polledStop = 0; // when that was last polled, which also returns the speed
   let stopped = false;
@@ -134,8 +135,9 @@ export function makeHost(post) {
   function lines(body) {
     if (stopped) throw new Ended('stopped');
     if (run === null) throw alone();
+    serial += 1;
     for (;;) {
-      const answer = request('POST', `/api/run/lines?run=${run}`, body);
+      const answer = request('POST', `/api/run/lines?run=${run}&n=${serial}`, body);
       if (answer.status === 200) {
         const now = performance.now();
         if (now - polledStop < STOP_AT_LEAST) askedStop = now;

@@ -2,7 +2,7 @@
 // are none. Only the text functions are pure; THREE is a global of the page.
 
 export const PAINTING_EVERY = 150; // ms
-const ABSENT_EVERY = 5000; // ms, while there is none
+const ABSENT_EVERY = 5000; // ms, while there is none; the longest pause after a failure
 const SIDE = 512; // field units, and pixels of the painting
 const CARDS_MOST = 53;
 
@@ -28,18 +28,25 @@ export function parseCards(text) {
 export function pollChanges(world, address, every, use) {
   let stopped = false;
   let before = null;
+  let failures = 0; // in a row; after each the next pause is twice as long
+  const failed = () => {
+    failures += 1;
+    return Math.min(every * 2 ** failures, ABSENT_EVERY);
+  };
   const turn = async () => {
     let pause = every;
     try {
       const answer = await world.fetch(address, { cache: 'no-cache' });
       const tag = answer.headers.get('ETag');
-      if (!answer.ok) pause = ABSENT_EVERY;
+      if (answer.status >= 500) pause = failed();
+      else if (!answer.ok) pause = ABSENT_EVERY;
       else if (tag === null || tag !== before) {
         if ((await use(answer)) === false) pause = ABSENT_EVERY;
         else before = tag;
       }
+      if (!(answer.status >= 500)) failures = 0;
     } catch {
-      pause = ABSENT_EVERY;
+      pause = failed();
     }
     if (!stopped) world.setTimeout(turn, world.hidden() ? Math.max(pause, 1000) : pause);
   };
