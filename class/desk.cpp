@@ -59,7 +59,8 @@ json server::fields_json(bool for_desk) {
     json list = json::array();
     for (size_t i = 0; i < fields_.size(); ++i) {
         const class_field& f = fields_[i];
-        json entry = {{"n", i}, {"places", PLACES}, {"taken", room_.seats().taken(static_cast<int>(i))}, {"ok", f.ok()}};
+        json entry = {
+            {"n", i}, {"places", PLACES}, {"taken", room_.seats().taken(static_cast<int>(i))}, {"ok", f.ok()}};
         if (for_desk) {
             entry["address"] = f.name;
             entry["canvas"] = !f.canvas_folder.empty();

@@ -46,24 +46,23 @@ void field_link::connect() {
 
 // Reads all the time, also between exchanges, so that the end of a connection is noticed at once.
 void field_link::read() {
-    socket_.async_read_some(
-        net::buffer(piece_), [self = shared_from_this(), mine = generation_](error_code error, size_t n) {
-            if (mine != self->generation_) return;
-            if (error) return self->fail(outcome::lost);
-            // More answers than requested: the peer is not a field.
-            if (!self->sending_) return self->fail(outcome::lost);
-            self->lines_ += static_cast<size_t>(std::count(self->piece_.data(), self->piece_.data() + n, '\n'));
-            self->answers_.append(self->piece_.data(), n);
-            const size_t count = self->orders_.front().count;
-            const bool whole = self->lines_ == count && self->answers_.back() == '\n';
-            // Neither is a field's: more answers than commands, and longer ones.
-            if (self->lines_ > count || (self->lines_ == count && !whole) ||
-                self->answers_.size() > count * ANSWER_BYTES) {
-                return self->fail(outcome::lost);
-            }
-            if (whole) self->take_answers();
-            if (mine == self->generation_) self->read();
-        });
+    socket_.async_read_some(net::buffer(piece_), [self = shared_from_this(), mine = generation_](error_code error,
+                                                                                                 size_t n) {
+        if (mine != self->generation_) return;
+        if (error) return self->fail(outcome::lost);
+        // More answers than requested: the peer is not a field.
+        if (!self->sending_) return self->fail(outcome::lost);
+        self->lines_ += static_cast<size_t>(std::count(self->piece_.data(), self->piece_.data() + n, '\n'));
+        self->answers_.append(self->piece_.data(), n);
+        const size_t count = self->orders_.front().count;
+        const bool whole = self->lines_ == count && self->answers_.back() == '\n';
+        // Neither is a field's: more answers than commands, and longer ones.
+        if (self->lines_ > count || (self->lines_ == count && !whole) || self->answers_.size() > count * ANSWER_BYTES) {
+            return self->fail(outcome::lost);
+        }
+        if (whole) self->take_answers();
+        if (mine == self->generation_) self->read();
+    });
 }
 
 void field_link::take_answers() {

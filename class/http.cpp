@@ -27,11 +27,12 @@ constexpr std::chrono::milliseconds ACCEPT_PAUSE{100}; // when no descriptor is 
 constexpr std::chrono::seconds DRAIN_LIMIT{2};         // after an answer that ends the connection
 constexpr size_t DRAIN_BYTES = 256 * 1024;
 constexpr size_t READ_BYTES = 4096;
-constexpr size_t WRITE_BYTES = 65536; // at once, before others have their turn
+constexpr size_t WRITE_BYTES = 16384; // at once, before others have their turn
 
 std::string_view view(beast::string_view s) { return {s.data(), s.size()}; }
 
-// The target as a path with its query. A client may also name the server in front of it, if by the same name as in Host.
+// The target as a path with its query. A client may also name the server in front of it, if by the same name as in
+// Host.
 std::string_view target_of(const request_t& message) {
     const std::string_view target = view(message.target());
     constexpr std::string_view scheme = "http://";

@@ -62,6 +62,47 @@ bool has_etag(const incoming& in, const std::string& etag) {
     return in.header(http::field::if_none_match).find(etag) != std::string_view::npos;
 }
 
+// Reads an object of plain members, as all bodies of the API are: what is nested ends the reading at once, however deep
+// or long it is. Called by the library's parser; false ends the parsing.
+struct flat_reader {
+    static constexpr size_t MEMBERS = 32;
+    json object;
+    std::string name;
+
+    bool put(json value) {
+        if (!object.is_object() || object.size() >= MEMBERS) return false;
+        object[name] = std::move(value);
+        return true;
+    }
+    bool null() { return put(nullptr); }
+    bool boolean(bool value) { return put(value); }
+    bool number_integer(int64_t value) { return put(value); }
+    bool number_unsigned(uint64_t value) { return put(value); }
+    bool number_float(double value, const std::string&) { return put(value); }
+    bool string(std::string& value) { return put(std::move(value)); }
+    bool binary(std::vector<uint8_t>&) { return false; }
+    bool start_object(size_t) {
+        if (object.is_object()) return false;
+        object = json::object();
+        return true;
+    }
+    bool key(std::string& value) {
+        name = std::move(value);
+        return true;
+    }
+    bool end_object() { return true; }
+    bool start_array(size_t) { return false; }
+    bool end_array() { return false; }
+    bool parse_error(size_t, const std::string&, const std::exception&) { return false; }
+};
+
+std::optional<json> object_in(const std::string& body) {
+    flat_reader reader;
+    if (body.empty()) return json::object();
+    if (!json::sax_parse(body, &reader)) return std::nullopt;
+    return std::move(reader.object);
+}
+
 outgoing file_answer(const incoming& in, const static_file& file, std::string_view name) {
     outgoing answer;
     answer.type = type_of(name);
@@ -244,8 +285,9 @@ void server::handle_api(const incoming& in, responder reply) {
             return c.reply(error_answer(401, "token", "You are not in this class, or no longer. Please join."));
     }
     if (found->body == route::body::object) {
-        c.body = in.message.body().empty() ? json::object() : json::parse(in.message.body(), nullptr, false);
-        if (!c.body.is_object()) return c.reply(error_answer(400, "bad", "The body is no JSON object."));
+        auto object = object_in(in.message.body());
+        if (!object) return c.reply(error_answer(400, "bad", "The body is no JSON object of plain members."));
+        c.body = std::move(*object);
     }
     (this->*found->handle)(c);
     settle();

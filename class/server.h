@@ -61,7 +61,7 @@ struct class_field {
     std::unique_ptr<net::steady_timer> start_limit;        // of the one that runs
     uint32_t start_turn = 0;                               // its number
     bool starting = false;
-    int failures = 0;    // in a row, of checks that it is there
+    int failures = 0;     // in a row, of checks that it is there
     double failed_at = 0; // the last of them
     [[nodiscard]] bool ok() const { return failures == 0; }
 };

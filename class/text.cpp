@@ -38,12 +38,34 @@ bool is_space(char32_t c) {
     return c == ' ' || c == 0xA0 || c == 0x3000 || (c >= 0x2000 && c <= 0x200A) || c == 0x202F;
 }
 
-// Control characters, line and paragraph separators, direction marks, invisible characters, fillers, private use.
+struct range {
+    char32_t first;
+    char32_t last;
+};
+constexpr std::array<range, 16> FORBIDDEN = {{
+    {0, 0x1F},        // control characters
+    {0x7F, 0x9F},     // more of them
+    {0xAD, 0xAD},     // invisible
+    {0x34F, 0x34F},   // invisible
+    {0x61C, 0x61C},   // direction mark
+    {0x115F, 0x1160}, // fillers
+    {0x17B4, 0x17B5}, // invisible
+    {0x180B, 0x180F}, // invisible
+    {0x200B, 0x200F}, // invisible, joiners by themselves, direction marks
+    {0x2028, 0x202E}, // line and paragraph separators, direction marks
+    {0x2060, 0x206F}, // invisible, direction marks
+    {0x2800, 0x2800}, // looks like a space
+    {0x3164, 0x3164}, // filler
+    {0xE000, 0xF8FF}, // private use
+    {0xFEFF, 0xFEFF}, // invisible
+    {0xFFA0, 0xFFA0}, // filler
+}};
+constexpr char32_t SPECIALS = 0xFFF0; // up to FFFF: no characters of texts
+constexpr char32_t TAGS = 0xE0000;    // from here on: tags, private use
+
 bool is_forbidden(char32_t c) {
-    return c < ' ' || (c >= 0x7F && c < 0xA0) || c == 0xAD || c == 0x34F || c == 0x61C || c == 0x115F || c == 0x1160 || c == 0x17B4 || c == 0x17B5 ||
-           (c >= 0x180B && c <= 0x180F) || (c >= 0x200B && c <= 0x200F) ||
-           (c >= 0x2028 && c <= 0x202E) || (c >= 0x2060 && c <= 0x206F) || c == 0x2800 || c == 0x3164 || c == 0xFEFF || c == 0xFFA0 || c == 0xFFFD ||
-           (c >= 0xFFF0 && c <= 0xFFFF) || (c >= 0xE000 && c <= 0xF8FF) || c >= 0xE0000;
+    return c >= TAGS || (c >= SPECIALS && c <= 0xFFFF) ||
+           std::any_of(FORBIDDEN.begin(), FORBIDDEN.end(), [c](const range& r) { return c >= r.first && c <= r.last; });
 }
 
 // Joiners of letters and of pictures, and the choices between two forms of one: invisible by themselves.

@@ -3,6 +3,7 @@
 Time limits here are lower bounds on what must be slowed down, or only bound a hang.
 """
 import contextlib
+import json
 import random
 import re
 import socket
@@ -220,6 +221,8 @@ class Hostile(unittest.TestCase):
         deep = room.browser(host="localhost")
         self.assertEqual(deep.post("/api/join", "[" * 16000).status, 400)
         self.assertEqual(deep.post("/api/join", '{"a":' * 3000).status, 400)
+        for body in ('{"name":{"a":1}}', '{"name":["a"]}', json.dumps({str(k): k for k in range(33)}), "{} {}", "[]", "7", '"x"', "{"):
+            self.assertEqual(deep.post("/api/join", body).status, 400, body)
         self.assert_works(room, room.student("Honest", host="localhost"))
 
     def test_a_reader_that_does_not_read(self):
@@ -301,7 +304,7 @@ class Hostile(unittest.TestCase):
         program = {"language": "python", "title": "Mine", "text": "forward(1)"}
         self.assertEqual(ann.ask("PUT", "/api/program", program).status, 204)
         before = room.desk()
-        for value in (True, 7, -1, 1.5, [], {}, "\0", ["x"]):
+        for value in (True, 7, -1, 1.5, [], {}, "\0", ["x"], None):
             for key in ("language", "title", "text"):
                 if not isinstance(value, str) or key == "language":
                     self.assertEqual(ann.ask("PUT", "/api/program", {**program, key: value}).json["error"], "bad", (key, value))
