@@ -198,7 +198,8 @@ void server::begin(call& c) {
     // A line tried after a program's end: the turtle stays as that program left it, if there was one and it ended here.
     const auto wish = c.body.find("keep");
     const bool keep = wish != c.body.end() && wish->is_boolean() && wish->get<bool>() && s.current.id != 0 &&
-                      !s.current.practice && (s.current.over == ending::ended || s.current.over == ending::stopped);
+                      !s.current.practice && (s.current.over == ending::ended || s.current.over == ending::stopped) &&
+                      link_at(*where).connected();
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what the run before still held
     live_[s.id].answer.reset();
