@@ -35,7 +35,7 @@ export class Session {
     this.sent = performance.now();
     let again = EVERY;
     try {
-      this.state = await postJson('/api/beat', { doing: this.doing, said: this.said.slice(-400) });
+      this.state = await postJson('/api/beat', { doing: this.doing, said: this.said.slice(-400).replace(/\p{Cs}/gu, '') }); // no half pictures: the server would refuse them
       this.online = true;
     } catch (error) {
       if (error instanceof ApiError && error.status === 401) {
