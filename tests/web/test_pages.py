@@ -145,7 +145,7 @@ class Pages:
 
         with self.subTest("step by step marks the line; full speed goes on without"):
             ann.fill("Speed", "1")
-            ann.start("from kelmora import *\nfor i in range(500):\n    left(1)\nprint('through')\n")
+            ann.start("from kelmora import *\nfor i in range(150):\n    left(1)\nprint('through')\n")
             ann.wait("document.querySelector('.cm-run-line')", "the line to be marked")
             ann.fill("Speed", "0")
             ann.says("through")
