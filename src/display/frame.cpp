@@ -112,8 +112,7 @@ void draw_picture(const tick_view_t& view) {
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     draw_turtles(std::span(view.turns).first(static_cast<size_t>(view.count)));
     if (!use_reference_path) glFlush();
-    if (modes.disp_help) drawHelp();
-    if (signals.socket_error_occurred) drawWarning();
+    draw_overlays();
     glDisable(GL_DEPTH_TEST);
     // Last, because tiles, wide lines and earlier contents extend beyond the edge.
     fill_beyond_field(window_width, window_height, color_level(bgcol[0]), color_level(bgcol[1]), color_level(bgcol[2]));

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -140,9 +141,24 @@ struct vertex_t {
     float r, g, b;
 };
 std::array<vertex_t, BODY_CORNERS * TTL_MAX> vertices;
-std::array<window_point_t, BODY_CORNERS> seen;
 std::array<unsigned short, 3 * BODY_TRIANGLES * TTL_MAX> indices;
 static_assert(BODY_CORNERS * TTL_MAX <= 65536);
+
+// Where a corner is seen: in 1/256 of a pixel, to which GL rounds, too.
+struct seen_t {
+    int x, y;
+    bool is_known; // else it lies behind the eye or far outside the window
+};
+constexpr int PIXEL = 256;
+std::array<seen_t, BODY_CORNERS> seen;
+
+seen_t to_steps(const window_point_t& p) {
+    constexpr double FAR = 1e4; // pixels
+    if (!p.is_before_eye || !(std::abs(p.x) < FAR && std::abs(p.y) < FAR)) return {0, 0, false};
+    constexpr double BIAS = 2 * FAR * PIXEL + 0.5; // a positive number is rounded by cutting it
+    const auto steps = [](double v) { return static_cast<int>(v * PIXEL + BIAS) - static_cast<int>(BIAS); };
+    return {steps(p.x), steps(p.y), true};
+}
 
 // The light comes from the eye's side: a face turned to it has its color 1 and 0.2 times its ambient color, 0.6 of it.
 constexpr double AMBIENT = 0.2 * 0.6;
@@ -162,21 +178,38 @@ void place_body(const body_t& body, const std::array<double, 3>& light, const pr
         const auto level = [bright](double share) { return static_cast<float>(std::min(1.0, share * bright)); };
         out[k] = {static_cast<float>(field_x), static_cast<float>(field_y), static_cast<float>(z),
                   level(body.color.r),         level(body.color.g),         level(body.color.b)};
-        seen[k] = to_window(projection, field_x, field_y, z);
+        seen[k] = to_steps(to_window(projection, field_x, field_y, z));
     }
 }
 
-// Whether a triangle is certain to change nothing: it shows its back, or no middle of a pixel lies within its sides.
-// GL rounds to 1/256 of a pixel and counts middles that lie on a side to one of its two triangles.
-bool is_invisible(const window_point_t& a, const window_point_t& b, const window_point_t& c) {
-    constexpr double ROUNDING = 1.0 / 64.0;
-    if (!a.is_before_eye || !b.is_before_eye || !c.is_before_eye) return false;
-    if ((b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x) < -ROUNDING) return true;
-    const auto has_no_middle = [](double low, double high) {
-        return std::ceil(low - ROUNDING - 0.5) > high + ROUNDING - 0.5;
-    };
-    return has_no_middle(std::min({a.x, b.x, c.x}), std::max({a.x, b.x, c.x})) ||
-           has_no_middle(std::min({a.y, b.y, c.y}), std::max({a.y, b.y, c.y}));
+// What is so near to a decision is left to GL; in the units of seen_t.
+constexpr int MARGIN = 4;
+
+// How far a point lies to the left of the way from a to b, times the length of the way; a little more, in truth.
+int left_of(const seen_t& a, const seen_t& b, int x, int y) {
+    const int dx = b.x - a.x, dy = b.y - a.y;
+    return dx * (y - a.y) - dy * (x - a.x) + MARGIN * (std::abs(dx) + std::abs(dy));
+}
+
+// Whether a triangle is certain to change nothing: it shows its back, or no middle of a pixel lies in it. Most
+// triangles of a body are as small as that.
+bool is_invisible(const seen_t& a, const seen_t& b, const seen_t& c) {
+    constexpr int LARGE = 16 * PIXEL; // such a triangle is drawn, and no product is greater than an int
+    if (!a.is_known || !b.is_known || !c.is_known) return false;
+    const auto area = int64_t{b.x - a.x} * (c.y - a.y) - int64_t{b.y - a.y} * (c.x - a.x);
+    if (area < -PIXEL * MARGIN) return true;
+    const int left = std::min({a.x, b.x, c.x}), right = std::max({a.x, b.x, c.x});
+    const int bottom = std::min({a.y, b.y, c.y}), top = std::max({a.y, b.y, c.y});
+    if (right - left > LARGE || top - bottom > LARGE) return false;
+    // The first middle of a pixel at or after a place, less the margin.
+    const auto middle_from = [](int v) { return ((v - MARGIN + PIXEL / 2 - 1) & -PIXEL) + PIXEL / 2; };
+    for (int y = middle_from(bottom); y <= top + MARGIN; y += PIXEL) {
+        for (int x = middle_from(left); x <= right + MARGIN; x += PIXEL) {
+            // The sign of a union of bits is negative where one of them is: one jump instead of three.
+            if ((left_of(a, b, x, y) | left_of(b, c, x, y) | left_of(c, a, x, y)) >= 0) return false;
+        }
+    }
+    return true;
 }
 
 } // namespace

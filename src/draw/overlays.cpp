@@ -1,11 +1,14 @@
 #include "draw/overlays.h"
 
 #include <array>
+#include <cstring>
 
 #include <GL/freeglut.h>
 
 #include "draw/icons.h"
 #include "draw/primitives.h"
+#include "draw/scene.h"
+#include "draw/texts.h"
 #include "field/state.h"
 
 namespace {
@@ -30,6 +33,9 @@ void set_glow_and_color(const color_t& c) {
 }
 
 void draw_panel() {
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    set_glow_and_color(PANEL_GREY);
     glEnable(GL_TEXTURE_2D);
     bind_obj_tex(TEX_STONE);
     glColor3d(1.0, 1.0, 1.0);
@@ -47,28 +53,64 @@ void draw_panel() {
     glEnd();
     glBindTexture(GL_TEXTURE_2D, 0);
     glDisable(GL_TEXTURE_2D);
+    glDisable(GL_CULL_FACE);
 }
 
 struct help_line_t {
-    double x, y;
+    double x, y, z;
     const char* text;
 };
 
-// The keys of the keyboard handler, 27.25 units apart; continuation lines are indented.
-constexpr std::array<help_line_t, 12> KEY_LINES = {{
-    {-140.8, 102.4, "c  clear screen"},
-    {-140.8, 75.15, "z  erase zombie"},
-    {-140.8, 47.9, "!  toggle graphics/battle mode"},
-    {-140.8, 20.65, "@  toggle public/private mode"},
-    {-140.8, -6.6, "p  capture screen"},
-    {-140.8, -33.85, "3  toggle birds-eye view mode"},
-    {-102.4, -61.1, "+ - zoom  < > rotate"},
-    {-140.8, -88.35, "M  toggle maze mode"},
-    {-140.8, -115.6, "h  help (show this screen)"},
-    {-140.8, -142.85, "K  kill all turtles"},
-    {-140.8, -170.1, "Q  exit"},
-    {-102.4, -194.56, "Press ESC to dismiss this screen"},
+// The title, the banner, and the keys of the keyboard handler, 27.25 units apart; continuation lines are indented.
+constexpr std::array<help_line_t, 14> HELP_LINES = {{
+    {-168.96, 163.84, 32.0, "Kelmora"},
+    {-168.96, 128.0, 35.0, copyright},
+    {-140.8, 102.4, 35.0, "c  clear screen"},
+    {-140.8, 75.15, 35.0, "z  erase zombie"},
+    {-140.8, 47.9, 35.0, "!  toggle graphics/battle mode"},
+    {-140.8, 20.65, 35.0, "@  toggle public/private mode"},
+    {-140.8, -6.6, 35.0, "p  capture screen"},
+    {-140.8, -33.85, 35.0, "3  toggle birds-eye view mode"},
+    {-102.4, -61.1, 35.0, "+ - zoom  < > rotate"},
+    {-140.8, -88.35, 35.0, "M  toggle maze mode"},
+    {-140.8, -115.6, 35.0, "h  help (show this screen)"},
+    {-140.8, -142.85, 35.0, "K  kill all turtles"},
+    {-140.8, -170.1, 35.0, "Q  exit"},
+    {-102.4, -194.56, 35.0, "Press ESC to dismiss this screen"},
 }};
+
+void draw_help_texts() {
+    set_glow_and_color(HELP_RED);
+    for (const help_line_t& line : HELP_LINES) drawString(GLUT_BITMAP_9_BY_15, line.text, line.x, line.y, line.z);
+    set_glow(NO_GLOW);
+}
+
+void draw_help_texts_at_once() {
+    const text_color_t lit = lit_text_color(HELP_RED, HELP_RED, HELP_RED);
+    for (const help_line_t& line : HELP_LINES) {
+        gather_text(line.text, static_cast<int>(strlen(line.text)), line.x, line.y, line.z, lit);
+    }
+    draw_gathered_texts();
+}
+
+// The help screen, with the depth test on, over a finished scene.
+void draw_help_over_scene() {
+    glEnable(GL_BLEND);
+    // Nothing is as high as the panel: it needs no depths.
+    glDisable(GL_DEPTH_TEST);
+    draw_panel();
+    set_glow(NO_GLOW);
+    // Where the strokes of a text cross, only the first is blended.
+    glEnable(GL_DEPTH_TEST);
+    if (modes.bird_view_mode) {
+        // An alpha of 0.9 lies halfway between two of 255. In perspective the last bit of a corner decides which one a
+        // pixel gets, so that only the same calls give the same pixels.
+        draw_help_texts();
+    } else {
+        draw_help_texts_at_once();
+    }
+    glDisable(GL_BLEND);
+}
 
 } // namespace
 
@@ -85,18 +127,20 @@ void drawWarning() {
 }
 
 void drawHelp() {
-    constexpr double TITLE_X = -168.96, TITLE_HEIGHT = 32.0, TEXT_HEIGHT = 35.0;
     glEnable(GL_BLEND);
-    glEnable(GL_CULL_FACE);
-    glCullFace(GL_BACK);
-    set_glow_and_color(PANEL_GREY);
     draw_panel();
-    glDisable(GL_CULL_FACE);
-
-    set_glow_and_color(HELP_RED);
-    drawString(GLUT_BITMAP_HELVETICA_18, "Kelmora", TITLE_X, 163.84, TITLE_HEIGHT);
-    drawString(GLUT_BITMAP_HELVETICA_12, copyright, TITLE_X, 128.0, TEXT_HEIGHT);
-    for (const help_line_t& line : KEY_LINES) drawString(GLUT_BITMAP_9_BY_15, line.text, line.x, line.y, TEXT_HEIGHT);
-    set_glow(NO_GLOW);
+    draw_help_texts();
     glDisable(GL_BLEND);
+}
+
+void draw_overlays() {
+    if (modes.disp_help) {
+        // The warning lies as high as the panel, which hides it by its depths.
+        if (use_reference_path || signals.socket_error_occurred) {
+            drawHelp();
+        } else {
+            draw_help_over_scene();
+        }
+    }
+    if (signals.socket_error_occurred) drawWarning();
 }

@@ -9,3 +9,7 @@ void drawHelp();
 /// Four red lines: the ports could not be opened. Leaves the front emission at (0, 0, 0, 1); the ambient and diffuse
 /// color stays red.
 void drawWarning();
+
+/// Draws those overlays over a finished scene, with the depth test on, that the modes and signals ask for: as drawHelp
+/// and drawWarning would, but for rounding, and faster.
+void draw_overlays();

@@ -13,8 +13,7 @@ namespace {
 constexpr double STEP = 0.5235987755982988; // pi/6
 constexpr double TURN = 6.283185307179586;  // 2 pi; twelve steps add up to a little more
 
-constexpr double TEXT_SCALE = 0.1; // of the font's native size, in which a capital is 100 units high
-constexpr int FONT_GLYPHS = 128;   // the stroke font has nothing beyond ASCII
+constexpr int FONT_GLYPHS = 128; // the stroke font has nothing beyond ASCII
 
 void outline(double x, double y, double z, double rx, double ry) {
     if (first_call) init_sc_tab();

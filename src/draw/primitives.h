@@ -4,7 +4,8 @@
 
 #include <array>
 
-inline constexpr int RIM_VERTICES = 12; // one every 30 degrees: cheap, and round enough at field sizes
+inline constexpr int RIM_VERTICES = 12;   // one every 30 degrees: cheap, and round enough at field sizes
+inline constexpr double TEXT_SCALE = 0.1; // of the font's own size, in which a capital is 100 units high
 
 // Sine and cosine of k * pi/6, k = 0..11; filled on the first circle or oval drawn and never changed.
 extern std::array<double, RIM_VERTICES> sine_tab, cosine_tab;

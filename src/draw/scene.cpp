@@ -3,6 +3,7 @@
 #include "draw/bodies.h"
 #include "draw/icons.h"
 #include "draw/primitives.h"
+#include "draw/texts.h"
 #include "field/palette.h"
 #include "field/state.h"
 #include "field/turtles.h"
@@ -27,6 +28,7 @@ constexpr double BODY_HEIGHT = 5.0;   // also that of the sensor lines
 constexpr double LABEL_HEIGHT = 16.0; // above every body
 constexpr double BALL_RADIUS = 5.0;   // a beam in flight
 constexpr double BURST_RADIUS = 15.0; // explosions and the glow
+constexpr double AMBIENT_SHARE = 0.6; // of a body's color: what it throws back of the ambient light
 
 // The solids that turtles and beams are made of, each a display list.
 enum class solid_t { head, leg, shell, tail, ball, burst, count };
@@ -167,21 +169,33 @@ void draw_flying_beam(const beam_view_t& view) {
     if (view.struck != 0) draw_solid_at(solid_t::burst, view.strike.x, view.strike.y, BEAM_HEIGHT);
 }
 
-// The label's color is its emission; the body's material, still set, tints it.
+// A label glows in this color; the body's material tints it.
+constexpr color4_t LABEL_GLOW{0.7F, 0.7F, 0.7F, 1.0F};
+
 void draw_label(const char* text, int size, double x, double y, float alpha_afterwards) {
-    front_material(GL_EMISSION, {0.7F, 0.7F, 0.7F, 1.0F});
+    front_material(GL_EMISSION, LABEL_GLOW);
     drawBoundedString(GLUT_BITMAP_HELVETICA_12, text, size, x, y, LABEL_HEIGHT);
     front_material(GL_EMISSION, {0.0F, 0.0F, 0.0F, alpha_afterwards});
 }
 
-void draw_labels(const turtle_t& t) {
+// Hands each label of a turtle to `draw` as text, size, place and what the emission's alpha is afterwards.
+template <typename Draw> void for_each_label(const turtle_t& t, Draw draw) {
     if (has_any(t.flags, TTL_OBJECT)) return;
     if (modes.disp_score) {
         std::array<char, 16> text;
         const int length = snprintf(text.data(), text.size(), "%d", t.score);
-        draw_label(text.data(), length, t.pos[0].x - 12.0, t.pos[0].y + 10.0, 1.0F);
+        draw(text.data(), length, t.pos[0].x - 12.0, t.pos[0].y + 10.0, 1.0F);
     }
-    if (modes.disp_name) draw_label(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
+    if (modes.disp_name) draw(t.name, TEXT_BYTES, t.pos[0].x - 12.0, t.pos[0].y - 22.0, 0.0F);
+}
+
+// The labels of turtles by themselves, with the material of their bodies.
+void gather_labels(const turtle_t& t) {
+    const rgb_t c = team_color(t.team);
+    const color4_t lit = lit_text_color(LABEL_GLOW, color4(c, AMBIENT_SHARE, 1.0), color4(c, 1.0, 1.0));
+    for_each_label(t, [&lit](const char* text, int size, double x, double y, float) {
+        gather_text(text, size, x, y, LABEL_HEIGHT, lit);
+    });
 }
 
 void draw_death(const turn_t& turn) {
@@ -252,7 +266,7 @@ void draw_beam(const turn_t& turn) {
 void set_ttl_color(const turtle_t& t) {
     const rgb_t c = team_color(t.team);
     front_material(GL_DIFFUSE, color4(c, 1.0, 1.0));
-    front_material(GL_AMBIENT, color4(c, 0.6, 1.0));
+    front_material(GL_AMBIENT, color4(c, AMBIENT_SHARE, 1.0));
 }
 
 void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double leg_phase, double head_phase) {
@@ -294,7 +308,7 @@ void draw_turtle(const turn_t& turn) {
     const gait_t gait = gait_of(turn.slot);
     draw_beam(turn);
     draw_turtle_body(t, t.pos[0].x, t.pos[0].y, t.dir, gait.leg, gait.head);
-    draw_labels(t);
+    for_each_label(t, draw_label);
     draw_death(turn);
     draw_explosion(turn.explosion);
 }
@@ -304,6 +318,7 @@ void draw_turtles(std::span<const turn_t> turns) {
     size_t count = 0;
     const auto draw_gathered = [&count] {
         draw_bodies(std::span(bodies).first(count), false);
+        draw_gathered_texts();
         count = 0;
     };
     for (const turn_t& turn : turns) {
@@ -319,8 +334,7 @@ void draw_turtles(std::span<const turn_t> turns) {
         const gait_t gait = gait_of(turn.slot);
         bodies[count++] = {t.pos[0].x, t.pos[0].y, t.dir, gait.leg, gait.head, team_color(t.team)};
         draw_beam(turn);
-        set_ttl_color(t);
-        draw_labels(t);
+        gather_labels(t);
     }
     draw_gathered();
 }
