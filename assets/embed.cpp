@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ constexpr unsigned RUN_BIT = 0x80;     // set in the count byte of a run
 enum class form { rgba, rgb, file, cards };
 
 struct picture_t {
-    const char* array; // name of the array; with ".png" added also that of the file
+    std::string array; // name of the array; with ".png" added also that of the file
     form kind;
     unsigned width;  // pixels
     unsigned height; // pixels
@@ -30,11 +31,7 @@ struct picture_t {
 };
 
 // rgba and rgb: samples, top row first, then one NUL. file: the PNG itself. cards: header and run-length code.
-constexpr picture_t PICTURES[] = {
-    {"doughnut_image32x32", form::rgba, 32, 32, 32 * 32 * 4 + 1},
-    {"stone_image32x32", form::rgba, 32, 32, 32 * 32 * 4 + 1},
-    {"coin_image32x32", form::rgba, 32, 32, 32 * 32 * 4 + 1},
-    {"ten_image32x32", form::rgba, 32, 32, 32 * 32 * 4 + 1},
+const picture_t PICTURES[] = {
     {"background_image200x200", form::rgb, 200, 200, 200 * 200 * 3 + 1},
     {"gimp_cards_image", form::cards, 1158, 600, 12 + CARDS_CODED},
     {"png_img0", form::file, 64, 64, 4240},
@@ -65,6 +62,19 @@ struct file_closer {
 };
 
 } // namespace
+
+/// The pictures of the table, and one for every icon NAME_image32x32.png in the folder.
+static std::vector<picture_t> list_pictures(const std::string& folder) {
+    std::vector<picture_t> pictures(std::begin(PICTURES), std::end(PICTURES));
+    std::error_code failed;
+    for (const auto& file : std::filesystem::directory_iterator(folder, failed)) {
+        if (!file.path().filename().string().ends_with("_image32x32.png")) continue;
+        pictures.push_back({file.path().stem().string(), form::rgba, 32, 32, 32 * 32 * 4 + 1});
+    }
+    // Whatever the order in the folder, every build writes the same files.
+    std::sort(pictures.begin(), pictures.end(), [](const auto& a, const auto& b) { return a.array < b.array; });
+    return pictures;
+}
 
 static bool read_file(const std::string& path, bytes_t& out) {
     const file_closer in(fopen(path.c_str(), "rb"));
@@ -148,7 +158,7 @@ static bool code_cards(const picture_t& p, const bytes_t& pixels, bytes_t& out) 
     std::vector<stretch_t> stretches = find_stretches(pixels);
     const size_t shortest = coded_size(stretches);
     if (!stretch_to(stretches, CARDS_CODED)) {
-        fprintf(stderr, "embed: %s takes %zu bytes, allowed are %zu\n", p.array, shortest, CARDS_CODED);
+        fprintf(stderr, "embed: %s takes %zu bytes, allowed are %zu\n", p.array.c_str(), shortest, CARDS_CODED);
         return false;
     }
     append_little_endian(out, p.width);
@@ -188,7 +198,7 @@ static void write_array(FILE* f, const picture_t& p, const bytes_t& data) {
     constexpr size_t PER_LINE = 32;
     const bool literal = data.back() == 0;
     const size_t written = literal ? data.size() - 1 : data.size();
-    fprintf(f, "const unsigned char %s[%zu] = {", p.array, data.size());
+    fprintf(f, "const unsigned char %s[%zu] = {", p.array.c_str(), data.size());
     for (size_t i = 0; i < written; ++i) {
         const bool line_starts = i % PER_LINE == 0;
         const bool line_ends = i % PER_LINE == PER_LINE - 1 || i + 1 == written;
@@ -214,10 +224,10 @@ int main(int argc, char** argv) {
     fputs("// Written by the build from the pictures in assets/images; see assets/README.md.\n#pragma once\n\n",
           header.f);
     fputs("#include \"images.h\"\n\n", source.f);
-    for (const picture_t& p : PICTURES) {
+    for (const picture_t& p : list_pictures(argv[1])) {
         bytes_t data;
         if (!load(argv[1], p, data)) return 1;
-        fprintf(header.f, "extern const unsigned char %s[%zu];\n", p.array, p.size);
+        fprintf(header.f, "extern const unsigned char %s[%zu];\n", p.array.c_str(), p.size);
         write_array(source.f, p, data);
     }
     if (fflush(header.f) != 0 || fflush(source.f) != 0 || ferror(header.f) || ferror(source.f)) {

@@ -8,6 +8,7 @@
 #include "draw/dot.h"
 #include "draw/scenery.h"
 #include "field/clients.h"
+#include "field/kinds.h"
 #include "field/state.h"
 #include "game/furnish.h"
 #include "game/invariants.h"
@@ -19,6 +20,7 @@
 #include <GL/freeglut.h>
 
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <malloc.h>
@@ -64,6 +66,13 @@ void turn_view(double step) {
     view_rotation_angle += step;
     if (view_rotation_angle < -180.0) view_rotation_angle += 360.0;
     if (view_rotation_angle > 180.0) view_rotation_angle -= 360.0;
+}
+
+// Capital letters scatter as their small ones do.
+void scatter_by_key(unsigned char key) {
+    for (const kind_info_t& kind : KINDS) {
+        if (kind.key != 0 && tolower(key) == kind.key) locked([&kind] { scatter_objects(kind.flag, 1); });
+    }
 }
 
 void format_title(std::array<char, 300>& title) {
@@ -244,10 +253,6 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
     case 'n':
         locked(field_toggle_disp_name);
         break;
-    case 'O':
-    case 'o':
-        locked([] { scatter_stone(1); });
-        break;
     case 'P':
     case 'p':
         signals.capture_screen = true;
@@ -263,6 +268,7 @@ void keyboardfunc(unsigned char key, int /*x*/, int /*y*/) {
         locked(field_clear_zombie);
         break;
     default:
+        scatter_by_key(key);
         break;
     }
 }

@@ -10,18 +10,28 @@
 
 namespace {
 
-constexpr std::array<const unsigned char*, OBJ_TEXTURES> OBJ_IMAGES = {doughnut_image32x32, stone_image32x32,
-                                                                       coin_image32x32, ten_image32x32};
-static_assert(sizeof doughnut_image32x32 > ICON_BYTES && sizeof stone_image32x32 > ICON_BYTES &&
-                  sizeof coin_image32x32 > ICON_BYTES && sizeof ten_image32x32 > ICON_BYTES &&
-                  sizeof background_image200x200 > TILE_SIDE * TILE_SIDE * 3,
+static_assert(sizeof background_image200x200 > TILE_SIDE * TILE_SIDE * 3,
               "an image carries one NUL byte behind its pixels");
+
+// Slot of the kind's icon; -1 without one.
+constexpr int slot_of(const kind_info_t& kind) {
+    for (int slot = 0; kind.object && slot < OBJ_TEXTURES; ++slot) {
+        if (ICONS[static_cast<size_t>(slot)].object == kind.flag) return slot;
+    }
+    return -1;
+}
+
+constexpr bool every_object_has_an_icon() {
+    for (const kind_info_t& kind : KINDS) {
+        if (kind.object && slot_of(kind) < 0) return false;
+    }
+    return true;
+}
+static_assert(every_object_has_an_icon());
 
 // An icon is 19 units wide and sits one unit off its place, towards the lower left.
 constexpr double ICON_BEFORE = 10.0;
 constexpr double ICON_AFTER = 9.0;
-constexpr double DOUGHNUT_HEIGHT = 2.0;
-constexpr double STONE_HEIGHT = 3.0;
 constexpr double COIN_BOTTOM = 1.0; // coins lie from here ...
 constexpr double COIN_RANGE = 1.5;  // ... up to just under this much higher
 
@@ -127,23 +137,22 @@ void init_obj_tex(int slot, const unsigned char* image) {
 
 void bind_obj_tex(int slot) {
     const size_t s = static_cast<size_t>(slot);
-    if (!obj_tex_initialized[s]) init_obj_tex(slot, OBJ_IMAGES[s]);
+    if (!obj_tex_initialized[s]) init_obj_tex(slot, ICONS[s].image.data());
     glBindTexture(GL_TEXTURE_2D, obj_textures[s]);
 }
 
-void drawIcon_Doughnut(double x, double y) {
-    begin_icons(TEX_DOUGHNUT);
+void draw_object_icon(const kind_info_t& kind, double x, double y) {
+    const int slot = slot_of(kind);
+    if (slot < 0) return;
+    begin_icons(slot);
     glColor3d(1.0, 1.0, 1.0);
-    icon_quad(x, y, DOUGHNUT_HEIGHT);
+    icon_quad(x, y, ICONS[static_cast<size_t>(slot)].height);
     end_icons();
 }
 
-void drawIcon_Stone(double x, double y) {
-    begin_icons(TEX_STONE);
-    glColor3d(1.0, 1.0, 1.0);
-    icon_quad(x, y, STONE_HEIGHT);
-    end_icons();
-}
+void drawIcon_Doughnut(double x, double y) { draw_object_icon(kind_of(TTL_DOUGHNUT), x, y); }
+
+void drawIcon_Stone(double x, double y) { draw_object_icon(kind_of(TTL_STONE), x, y); }
 
 void drawIcon_Coin(int n, double x, double y) {
     begin_icons(TEX_COIN);

@@ -3,18 +3,35 @@
 // Every routine disables what it enabled: culling, blending and texturing are off afterwards.
 #pragma once
 
+#include "field/kinds.h"
+#include "images.h"
+
 #include <array>
+#include <cstdint>
+#include <span>
 
 inline constexpr int ICON_SIDE = 32;                         // pixels
 inline constexpr int ICON_BYTES = ICON_SIDE * ICON_SIDE * 4; // red, green, blue, alpha
 inline constexpr int TILE_SIDE = 200;                        // pixels of the background tile, RGB
 
-// Slots of the object textures.
+struct icon_t {
+    std::span<const unsigned char, ICON_BYTES + 1> image; // with one NUL byte behind its pixels
+    uint32_t object;                                      // TTL_* bit of the kind of objects that it shows; 0: none
+    double height;                                        // of these objects above the floor, field units
+};
+
+// Slots of the object textures, and what is in them. Every kind of objects has one; the heights keep the layers apart.
 inline constexpr int TEX_DOUGHNUT = 0;
 inline constexpr int TEX_STONE = 1;
 inline constexpr int TEX_COIN = 2;
-inline constexpr int TEX_BRUSH_DOT = 3; // the brush dot
-inline constexpr int OBJ_TEXTURES = 4;
+inline constexpr int TEX_BRUSH_DOT = 3;
+inline constexpr std::array ICONS{
+    icon_t{doughnut_image32x32, TTL_DOUGHNUT, 2.0},
+    icon_t{stone_image32x32, TTL_STONE, 3.0},
+    icon_t{coin_image32x32, 0, 0.0},
+    icon_t{ten_image32x32, 0, 0.0},
+};
+inline constexpr int OBJ_TEXTURES = ICONS.size();
 
 extern std::array<unsigned, OBJ_TEXTURES> obj_textures;   // GL names, valid where the flag below is 1
 extern std::array<int, OBJ_TEXTURES> obj_tex_initialized; // 1 once the slot's texture exists
@@ -29,8 +46,11 @@ void init_obj_tex(int slot, const unsigned char* image);
 /// Binds the texture of a slot, making it first where it does not exist yet.
 void bind_obj_tex(int slot);
 
-/// Icons reach from 10 units left of and below the place to 9 units right of and above it, unlit and blended; the
-/// heights keep the layers apart: doughnut 2.0, stone 3.0.
+/// The icon of an object at its kind's height, from 10 units left of and below the place to 9 units right of and above
+/// it, unlit and blended. A kind without an icon draws nothing.
+void draw_object_icon(const kind_info_t& kind, double x, double y);
+
+/// draw_object_icon of a doughnut, of a stone.
 void drawIcon_Doughnut(double x, double y);
 void drawIcon_Stone(double x, double y);
 

@@ -270,12 +270,8 @@ void set_ttl_color(const turtle_t& t) {
 }
 
 void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double leg_phase, double head_phase) {
-    if (has_any(t.flags, TTL_STONE)) {
-        drawIcon_Stone(x, y);
-        return;
-    }
-    if (has_any(t.flags, TTL_DOUGHNUT)) {
-        drawIcon_Doughnut(x, y);
+    if (has_any(t.flags, TTL_OBJECT)) {
+        draw_object_icon(kind_of(t.flags), x, y);
         return;
     }
     if (t.n_coin > 0) drawIcon_Coin(ncoin, x, y);

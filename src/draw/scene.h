@@ -23,7 +23,7 @@ void draw_beam(const turn_t& turn);
 /// Front material of a turtle's body, by team. A dying turtle keeps its color: only blending fades it.
 void set_ttl_color(const turtle_t& t);
 
-/// The body of a turtle at (x, y), heading `dir` degrees. Stones and doughnuts are their icons.
+/// The body of a turtle at (x, y), heading `dir` degrees. Objects are their icons.
 /// @param leg_phase, head_phase  -1 to 1: where in its gait the turtle is
 void draw_turtle_body(const turtle_t& t, double x, double y, double dir, double leg_phase, double head_phase);
 

@@ -23,12 +23,12 @@ int qf_elapsed_time(uint64_t& t) {
 }
 
 int qf_n_turtle(int& n) {
-    n = count_live_without(TTL_STONE);
+    n = count_live_without(TTL_OBJECT & ~TTL_DOUGHNUT);
     return 0;
 }
 
 int qf_n_moving_obj(int& n) {
-    n = count_live_without(TTL_STONE | TTL_ZOMBIE | TTL_DOUGHNUT);
+    n = count_live_without(TTL_OBJECT | TTL_ZOMBIE);
     return 0;
 }
 

@@ -5,9 +5,9 @@
 
 /// The frame clock, in timer ticks.
 int qf_elapsed_time(uint64_t& t);
-/// Live slots that are not stones; zombies count.
+/// Live slots that are no objects; but doughnuts count, and zombies.
 int qf_n_turtle(int& n);
-/// Live slots that can move: neither stones, doughnuts nor zombies; robots count.
+/// Live slots that can move: neither objects nor zombies; robots count.
 int qf_n_moving_obj(int& n);
 /// 1 when card k is shown, 0 when not. Card 53 can be placed but not queried. @return 0; -1 unless 1 <= k <= 52
 int qf_stat_card(int k, int& shown);

@@ -3,6 +3,7 @@
 // A slot is free while TTL_ALIVE is clear; free slots are reused lowest first.
 #pragma once
 
+#include "field/kinds.h"
 #include "field/state.h"
 
 #include <array>
@@ -15,37 +16,6 @@ inline constexpr double BODY_GAP = 20.0;    // centre distance at which two bodi
 inline constexpr int DYING_FRAMES = 50;     // length of the dying animation
 inline constexpr int FIRE_WAIT_FRAMES = 25; // explosion and pause after a shot was resolved
 inline constexpr int DOUGHNUT_QUOTA = 10;   // doughnuts that one turtle may make
-
-// turtle_t::flags
-inline constexpr uint32_t TTL_ALIVE = 0x1; // the slot is in use
-inline constexpr uint32_t TTL_PEN_DOWN = 0x2;
-inline constexpr uint32_t TTL_POINT_MODE = 0x4;
-inline constexpr uint32_t TTL_FILL_POLY = 0x8;
-inline constexpr uint32_t TTL_BRUSH = 0x10;
-inline constexpr uint32_t TTL_FIRING = 0x80;  // a fired beam is in flight
-inline constexpr uint32_t TTL_ZOMBIE = 0x100; // dead or abandoned, still on the field
-inline constexpr uint32_t TTL_ROBOT = 0x200;  // driven by the program; init_turtle sets it for every ownerless turtle
-inline constexpr uint32_t TTL_STONE = 0x400;
-inline constexpr uint32_t TTL_DOUGHNUT = 0x800;
-inline constexpr uint32_t TTL_SEG_PAINTED = 0x1000;   // the newest segment is painted; every step or jump clears it
-inline constexpr uint32_t TTL_PEN_LIFTED = 0x2000;    // the pen has just been lifted: a brush stroke must be finished
-inline constexpr uint32_t TTL_LATCH_TURTLE = 0x10000; // latches: the condition was reported and persists
-inline constexpr uint32_t TTL_LATCH_DOUGHNUT = 0x20000;
-inline constexpr uint32_t TTL_LATCH_STONE = 0x40000;
-inline constexpr uint32_t TTL_LATCH_WALL = 0x80000;
-inline constexpr uint32_t TTL_LATCH_COIN = 0x100000;
-inline constexpr uint32_t TTL_OBJECT = TTL_STONE | TTL_DOUGHNUT; // shows no name and no score, never moves
-
-// turtle_t::event and event_mask
-inline constexpr uint32_t EVENT_HIT = 0x1;       // hit by a beam
-inline constexpr uint32_t EVENT_TURTLE = 0x2;    // blocked by a turtle
-inline constexpr uint32_t EVENT_DOUGHNUT = 0x4;  // blocked by a doughnut
-inline constexpr uint32_t EVENT_STONE = 0x8;     // blocked by a stone
-inline constexpr uint32_t EVENT_WALL = 0x10;     // hit a wall in bounded-area mode
-inline constexpr uint32_t EVENT_COIN = 0x20;     // a coin is within reach
-inline constexpr uint32_t EVENT_FOUND = 0x40;    // caught by another turtle's finder
-inline constexpr uint32_t EVENT_SEEN = 0x80;     // seen by another turtle's angular radar
-inline constexpr uint32_t EVENT_MESSAGE = 0x100; // a team message arrived
 
 struct point_t {
     double x, y; // field units
@@ -67,7 +37,7 @@ struct turtle_t {
     int32_t score;                // points, which are also the battle energy
     int32_t team;                 // 1 to 4; 0 = none
     double finder_range;          // field units
-    uint32_t flags;               // TTL_*
+    uint32_t flags;               // TTL_*, see field/kinds.h
     uint32_t event;               // pending EVENT_* bits
     uint32_t event_mask;          // events that the client wants to see
     int32_t radar_target;         // turtle last reported by the radar, drawn once; -1 = none
@@ -82,9 +52,6 @@ static_assert(std::is_trivially_copyable_v<turtle_t>);
 
 extern std::array<turtle_t, TTL_MAX> ttl;
 extern int ntmax; // one past the highest slot ever handed out; scans stop here; only kill-all lowers it
-
-/// Whether `word` has at least one of `bits`.
-[[nodiscard]] constexpr bool has_any(uint32_t word, uint32_t bits) { return (word & bits) != 0; }
 
 /// A fresh turtle in slot `i` at (x, y), heading `dir` degrees: red pen up, width 1, score 100, no team, no name, all
 /// events wanted. Ownerless (client_id < 0) turtles get TTL_ROBOT. An index outside the table is ignored.

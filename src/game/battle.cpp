@@ -26,11 +26,12 @@ void settle_hit(int shooter, int victim) {
     turtle_t& s = ttl[shooter];
     turtle_t& v = ttl[victim];
     s.flags &= ~TTL_FIRING;
-    if (has_any(v.flags, TTL_STONE)) {
+    const hit_t hit = kind_of(v.flags).hit;
+    if (hit == hit_t::stops) {
         s.fire_wait = FIRE_WAIT_FRAMES;
         return;
     }
-    if (has_any(v.flags, TTL_DOUGHNUT)) {
+    if (hit == hit_t::kills) {
         if (dist_t2t(shooter, victim) < DOUGHNUT_RANGE) s.score += HIT_REWARD;
         start_to_kill(victim);
         return;
@@ -117,7 +118,7 @@ explosion_view_t step_fire_wait(int i) {
 
 void update_robot(int i) {
     turtle_t& t = ttl[i];
-    if (has_any(t.flags, TTL_DOUGHNUT)) return;
+    if (has_any(t.flags, TTL_OBJECT)) return;
     const double dx = ROBOT_STEP * std::cos(t.dir * DEG_TO_RAD);
     const double dy = ROBOT_STEP * std::sin(t.dir * DEG_TO_RAD);
     const double x = t.pos[0].x + dx;

@@ -17,11 +17,11 @@
 namespace {
 
 constexpr double COIN_SPREAD = 492.0; // side of the square of random places: 10 inside the field's edges
-constexpr int STONE_TRIES = 10;
-constexpr double STONE_SPREAD = 492.0;   // side of the square of random places, field units
-constexpr double STONE_CLEARANCE = 25.0; // to the nearest turtle and to the nearest wall
-constexpr int STICK_TRIES = 6;           // draws before a vertex stays without a wall
-constexpr double GOAL_OFFSET = 16.0;     // centres of the four cells around the field's centre
+constexpr int OBJECT_TRIES = 10;
+constexpr double OBJECT_SPREAD = 492.0;   // side of the square of random places, field units
+constexpr double OBJECT_CLEARANCE = 25.0; // to the nearest turtle and to the nearest wall
+constexpr int STICK_TRIES = 6;            // draws before a vertex stays without a wall
+constexpr double GOAL_OFFSET = 16.0;      // centres of the four cells around the field's centre
 
 struct grid_step_t {
     int dx, dy;
@@ -63,20 +63,22 @@ void reset_wall() {
     generate_boundary_wall();
 }
 
-int scatter_stone(int n) {
-    for (int stone = 0; stone < n; ++stone) {
+int scatter_objects(uint32_t flag, int n) {
+    for (int object = 0; object < n; ++object) {
         double x = 0.0;
         double y = 0.0;
-        for (int tries = 0; tries < STONE_TRIES; ++tries) {
-            x = (drand() - 0.5) * STONE_SPREAD;
-            y = (drand() - 0.5) * STONE_SPREAD;
-            if (dist_to_nn_from(-1, x, y) >= STONE_CLEARANCE && !is_wall_within(x, y, STONE_CLEARANCE)) break;
+        for (int tries = 0; tries < OBJECT_TRIES; ++tries) {
+            x = (drand() - 0.5) * OBJECT_SPREAD;
+            y = (drand() - 0.5) * OBJECT_SPREAD;
+            if (dist_to_nn_from(-1, x, y) >= OBJECT_CLEARANCE && !is_wall_within(x, y, OBJECT_CLEARANCE)) break;
         }
-        // The last point is used even if none was good: a stone only needs more than BODY_GAP.
-        static_cast<void>(set_object_at(TTL_STONE, x, y));
+        // The last point is used even if none was good: an object only needs more than BODY_GAP.
+        static_cast<void>(set_object_at(flag, x, y));
     }
     return n;
 }
+
+int scatter_stone(int n) { return scatter_objects(TTL_STONE, n); }
 
 void gen_wall(int gx, int gy, int dx, int dy) {
     const double x1 = Xmin + MAZE_CELL * gx;

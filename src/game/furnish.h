@@ -3,6 +3,8 @@
 // everything.
 #pragma once
 
+#include <cstdint>
+
 inline constexpr int MAZE_VERTICES = 17; // grid vertices along each axis
 inline constexpr int MAZE_CELL = 32;     // field units between them
 
@@ -12,7 +14,11 @@ void generate_boundary_wall();
 /// Empties the wall table and puts the boundary back.
 void reset_wall();
 
-/// Tries to place `n` stones at random, each after at most ten draws (x, then y). @return n, placed or not
+/// Tries to place `n` objects at random, each after at most ten draws (x, then y). @return n, placed or not
+/// @param flag  the TTL_* bit of their kind
+int scatter_objects(uint32_t flag, int n);
+
+/// scatter_objects of stones.
 int scatter_stone(int n);
 
 /// A two-sided wall from grid vertex (gx, gy) to (gx + dx, gy + dy); (dx, dy) is a unit step.

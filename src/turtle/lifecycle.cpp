@@ -58,7 +58,7 @@ int generate_turtle(int client_id, uint32_t extra_flags) {
     const int slot = first_free_slot();
     if (slot < 0) return -1;
 
-    const bool at_entrance = modes.maze_mode && !has_any(extra_flags, TTL_DOUGHNUT);
+    const bool at_entrance = modes.maze_mode && !has_any(extra_flags, TTL_OBJECT);
     const place_t p =
         at_entrance ? find_place(draw_entrance_point, MAZE_CLEARANCE) : find_place(draw_free_point, FREE_CLEARANCE);
     if (!p.found) return -1;

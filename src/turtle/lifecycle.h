@@ -4,12 +4,12 @@
 #include <cstdint>
 
 /// A new turtle for client slot `client_id` (-1: ownerless) at a random free place, in the lowest free slot.
-/// In maze mode everything but a doughnut starts in the maze's entrance corner, heading 0.
+/// In maze mode everything but an object starts in the maze's entrance corner, heading 0.
 /// @param extra_flags  TTL_* bits that the new turtle gets besides its own
 /// @return its index; -1 when no slot is free or none of 20 random places was (a 21st is drawn but never taken)
 int generate_turtle(int client_id, uint32_t extra_flags);
 
-/// Places an ownerless object. @param flags  TTL_STONE or TTL_DOUGHNUT
+/// Places an ownerless object. @param flags  the TTL_* bit of its kind
 /// @return 0; -1 when no slot is free or a live turtle stands at 20 or less
 int set_object_at(uint32_t flags, double x, double y);
 

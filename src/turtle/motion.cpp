@@ -20,10 +20,6 @@ constexpr double BATTLE_STEP = 2.0;     // field units a command
 constexpr double BATTLE_TURN = 3.0;     // degrees a command
 constexpr double JUMP_CLEARANCE = 10.0; // to the nearest wall at the target
 
-// How a step ends, by BLOCKED_BY_*.
-constexpr std::array<step_end_t, 4> STEP_ENDS{step_end_t::moved, step_end_t::turtle, step_end_t::doughnut,
-                                              step_end_t::stone};
-
 // Moves the turtle to (x, y): the history shifts by one entry, pen color and width stay current.
 void move_to(turtle_t& t, double x, double y) {
     std::copy_backward(std::begin(t.pos), std::end(t.pos) - 1, std::end(t.pos));
@@ -54,7 +50,7 @@ step_end_t try_step(int i, double length) {
     for (const kind_info_t& kind : KINDS) {
         if (kind.blocked_by != way.code) continue;
         report_once(t, kind.latch, kind.event);
-        return STEP_ENDS[way.code];
+        return kind.step_end;
     }
 
     t.flags &= ~TTL_LATCH_OBJECTS;
@@ -70,21 +66,12 @@ step_end_t try_step(int i, double length) {
 }
 
 const char* step_end_text(step_end_t end) {
-    switch (end) {
-    case step_end_t::moved:
-        return "moved";
-    case step_end_t::cannot_move:
-        return "zombies, doughnuts and stones do not move";
-    case step_end_t::no_points:
-        return "no points left";
-    case step_end_t::turtle:
-        return "a turtle is in the way";
-    case step_end_t::doughnut:
-        return "a doughnut is in the way";
-    case step_end_t::stone:
-        return "a stone is in the way";
-    case step_end_t::wall:
-        return "a wall is in the way";
+    if (end == step_end_t::moved) return "moved";
+    if (end == step_end_t::cannot_move) return "zombies and objects do not move";
+    if (end == step_end_t::no_points) return "no points left";
+    if (end == step_end_t::wall) return "a wall is in the way";
+    for (const kind_info_t& kind : KINDS) {
+        if (kind.step_end == end) return kind.in_way;
     }
     return "?";
 }

@@ -2,8 +2,7 @@
 // battle mode limits the speed. Every move shifts the track history. Caller holds frame_rendering_mutex.
 #pragma once
 
-// How a step ended: it moved, or why it did not.
-enum class step_end_t { moved, cannot_move, no_points, turtle, doughnut, stone, wall };
+#include "field/kinds.h"
 
 /// A text for the end of a step, for users who ask why a turtle does not move.
 [[nodiscard]] const char* step_end_text(step_end_t end);

@@ -12,10 +12,8 @@
 /// Distance between two turtles, field units; NO_DISTANCE when either is not alive.
 [[nodiscard]] double dist_t2t(int a, int b);
 
-inline constexpr int FINDER_WALL = 4; // finder code besides BLOCKED_BY_*
-
 /// What lies straight ahead within finder_range. The found object gets EVENT_FOUND; the asker's own is cleared.
-/// @param[out] code  0 nothing, 1 turtle, 2 doughnut, 3 stone, 4 wall (only in bounded-area mode; wins a tie)
+/// @param[out] code  BLOCKED_BY_*, or FINDER_WALL (only in bounded-area mode; wins a tie)
 /// @param[out] team  the found object's team, else 0
 /// @return 0
 int qt_finder(int i, int& code, int& team);

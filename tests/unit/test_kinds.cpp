@@ -30,6 +30,26 @@ TEST(Kinds, codes_events_and_latches_are_those_of_the_protocol) {
     EXPECT_EQ(TTL_LATCH_OBJECTS, 0x70000U);
 }
 
+// FINDER_WALL and EVENT_WALL are taken, too, though a wall is no row of the table.
+TEST(Kinds, objects_share_no_bit_code_type_or_key) {
+    std::set<uint32_t> flags, codes{BLOCKED_BY_NOTHING, BLOCKED_BY_TURTLE, FINDER_WALL};
+    std::set<uint32_t> events{EVENT_TURTLE, EVENT_WALL}, latches{TTL_LATCH_TURTLE, TTL_LATCH_WALL, TTL_LATCH_COIN};
+    std::set<int> types{kind_of(0).json_type};
+    std::set<char> keys;
+    std::set<std::string> names{"turtle", "robot"};
+    for (const kind_info_t& kind : KINDS) {
+        if (!kind.object) continue;
+        EXPECT_TRUE(flags.insert(kind.flag).second) << kind.name;
+        EXPECT_TRUE(codes.insert(kind.blocked_by).second) << kind.name;
+        EXPECT_TRUE(events.insert(kind.event).second) << kind.name;
+        EXPECT_TRUE(latches.insert(kind.latch).second) << kind.name;
+        EXPECT_TRUE(types.insert(kind.json_type).second) << kind.name;
+        EXPECT_TRUE(names.insert(kind.name).second) << kind.name;
+        EXPECT_TRUE(kind.key == 0 || keys.insert(kind.key).second) << kind.name;
+    }
+    EXPECT_EQ(TTL_OBJECT, TTL_DOUGHNUT | TTL_STONE);
+}
+
 class StepEnd : public testing::Test {
 protected:
     void SetUp() override { reset_tables(); }

@@ -1,6 +1,6 @@
-// Turtles and things from straight above, drawn with a canvas's pen whose origin is their place and whose y looks up.
+// Turtles and their labels from straight above, drawn with a canvas's pen whose origin is their place and whose y looks up.
 
-function oval(pen, fill, x, y, rx, ry, turn = 0) {
+export function oval(pen, fill, x, y, rx, ry, turn = 0) {
   pen.fillStyle = fill;
   pen.beginPath();
   pen.ellipse(x, y, rx, ry, turn, 0, 2 * Math.PI);
@@ -28,22 +28,6 @@ export function drawTurtle(pen, heading, shell, ink) {
   oval(pen, '#101c22', 12.6, 1.4, 0.7, 0.7);
   oval(pen, '#101c22', 12.6, -1.4, 0.7, 0.7);
   pen.restore();
-}
-
-export function drawDoughnut(pen) {
-  pen.lineWidth = 6.5;
-  for (const [colour, width] of [['#c98a45', 6.5], ['#f27aa8', 4]]) {
-    pen.strokeStyle = colour;
-    pen.lineWidth = width;
-    pen.beginPath();
-    pen.arc(0, 0, 6.6, 0, 2 * Math.PI);
-    pen.stroke();
-  }
-}
-
-export function drawStone(pen) {
-  oval(pen, '#5d6a72', 0, 0, 10, 9, 0.4);
-  oval(pen, '#87949c', -1.5, 2, 6.5, 5, 0.4);
 }
 
 export function drawLabel(pen, text, fill = '#ffffff') {

@@ -1,9 +1,10 @@
 // The field from straight above on a plain canvas, for machines that draw three dimensions in software at about a
 // picture a second. Has the same calls as the scene in three dimensions.
 import { DELAY, addSample, newTrack, placeAt } from '../watch/motion.js';
-import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from '../watch/protocol.js';
+import { TURTLE_TYPE } from '../watch/protocol.js';
 import { shortTitle } from '../watch/scores.js';
-import { drawDoughnut, drawLabel, drawStone, drawTurtle } from './flat-shapes.js';
+import { drawLabel, drawTurtle } from './flat-shapes.js';
+import { objectOfType } from './kinds.js';
 
 const SIDE = 512; // field units
 const MARGIN = 4; // field units around the field
@@ -32,8 +33,8 @@ export function makeFlatScene(size) {
     const place = at(turtle, now);
     pen.save();
     pen.translate(place.x, place.y);
-    if (turtle.type === DOUGHNUT_TYPE) drawDoughnut(pen);
-    else if (turtle.type === STONE_TYPE) drawStone(pen);
+    const object = objectOfType(turtle.type);
+    if (object) object.draw(pen);
     else {
       pen.globalAlpha = turtle.ttl > 0 ? 0.5 : 1;
       drawTurtle(pen, place.head, TEAMS[turtle.team] || TEAMS[0], null);

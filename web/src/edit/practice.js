@@ -1,6 +1,7 @@
 // The practice canvas: the painting of a program without a field, on a square as large as the field.
 import { el } from '../common/dom.js';
-import { drawDoughnut, drawLabel, drawTurtle } from '../common/flat-shapes.js';
+import { drawLabel, drawTurtle } from '../common/flat-shapes.js';
+import { drawDoughnut } from '../common/kinds.js';
 import { t } from '../common/texts.js';
 
 const SIDE = 512; // field units, -256..256 both ways, y up

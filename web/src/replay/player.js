@@ -1,4 +1,5 @@
 // Random access to a record: unpacks the needed member and caches the states of the last few.
+import { objectNamed } from '../common/kinds.js';
 import { copyState, linesOf, membersOf, newState, takeLine, unpack } from './record.js';
 
 const KEPT = 4; // members whose states are kept
@@ -67,7 +68,7 @@ export async function openRecord(bytes) {
     for (let k = 0; k < members.length; ++k) {
       const names = new Map();
       for (const line of linesOf(await unpack(bytes.subarray(members[k].start, members[k].end)))) {
-        for (const [slot, told] of [...(line.new || []), ...(line.full ? line.full.turtles : [])]) if (told.kind !== 'doughnut') names.set(slot, told.name);
+        for (const [slot, told] of [...(line.new || []), ...(line.full ? line.full.turtles : [])]) if (!objectNamed(told.kind)) names.set(slot, told.name);
         for (const [slot, told] of line.set || []) {
           if (told.dying > 0 && names.has(slot)) deaths.push({ tick: line.t, name: names.get(slot) });
         }

@@ -1,6 +1,8 @@
 // Reads the record of a game: its members, their lines, and the field's state after each line. Pure, but for unpacking;
 // docs/recording.md describes the format. Malformed parts are skipped: a truncated or damaged record plays as far as
 // possible.
+import { objectNamed } from '../common/kinds.js';
+import { TURTLE_TYPE } from '../watch/protocol.js';
 
 export const TICK_MS = 8;
 const MEMBER_HEADER = 24;
@@ -235,7 +237,6 @@ export function copyState(state) {
     coins: copyAll(state.coins), pens: copyAll(state.pens) };
 }
 
-const TYPES = { doughnut: 2, stone: 3 };
 const BEAM_STEP = 2; // field units a tick
 const BURST_TICKS = 25;
 
@@ -255,7 +256,7 @@ export function turtlesBetween(before, after, tick) {
     const burst = (share < 1 ? before : after).bursts.get(slot);
     const flown = beam ? BEAM_STEP * (tick - beam.since) : 0;
     const turn = ((((next.head - turtle.head) % 360) + 540) % 360) - 180;
-    turtles.push({ tid: slot, time: Math.round(tick), type: TYPES[turtle.kind] || 1, name: turtle.name, team: turtle.team,
+    turtles.push({ tid: slot, time: Math.round(tick), type: objectNamed(turtle.kind)?.type || TURTLE_TYPE, name: turtle.name, team: turtle.team,
       x: turtle.x + (next.x - turtle.x) * smooth, y: turtle.y + (next.y - turtle.y) * smooth, head: turtle.head + turn * smooth,
       ttl: turtle.dying > 0 ? Math.max(1, turtle.dying - (tick - turtle.dyingSince)) : 0,
       bx: beam ? beam.x + flown * Math.cos((beam.head * Math.PI) / 180) : burst ? burst.x : 0,

@@ -1,4 +1,4 @@
-// Models of turtles, stones, walls. THREE is a global that exists only once the page has loaded, so nothing uses it
+// Models of turtles, beams, walls. THREE is a global that exists only once the page has loaded, so nothing uses it
 // before a function is called. Field units, z up, a turtle looks along +x.
 
 const THREE = () => globalThis.THREE;
@@ -6,7 +6,8 @@ const THREE = () => globalThis.THREE;
 // The team colours of the field's own window.
 export const TEAM_COLORS = [0x33ff1a, 0xb34dff, 0x80e6e6, 0x1a1aff, 0xcce600];
 
-function mesh(geometry, color, x, y, z, extra = {}) {
+/** One solid of a model, at (x, y, z) of it. */
+export function mesh(geometry, color, x, y, z, extra = {}) {
   const T = THREE();
   const made = new T.Mesh(geometry, new T.MeshStandardMaterial({ color, roughness: 0.7, ...extra }));
   made.position.set(x, y, z);
@@ -51,24 +52,6 @@ export function makeTurtle() {
     legs.push(hip);
   }
   return { body, legs, shell };
-}
-
-export function makeDoughnut() {
-  const T = THREE();
-  const body = new T.Group();
-  body.add(mesh(new T.TorusGeometry(6.5, 3.4, 14, 30), 0xc98a45, 0, 0, 3.4));
-  const icing = mesh(new T.TorusGeometry(6.5, 3.1, 14, 30), 0xf27aa8, 0, 0, 4.3, { roughness: 0.3 });
-  body.add(icing);
-  return { body, legs: [], shell: null };
-}
-
-export function makeStone() {
-  const T = THREE();
-  const body = new T.Group();
-  const rock = mesh(new T.DodecahedronGeometry(9.5, 1), 0x8c8f94, 0, 0, 5, { flatShading: true, roughness: 1 });
-  rock.scale.set(1, 0.9, 0.75);
-  body.add(rock);
-  return { body, legs: [], shell: null };
 }
 
 /** A ball of light: a beam in flight, or an explosion. A beam has a halo, so that it is visible from afar. */

@@ -15,9 +15,7 @@ const KEYS = ['tid', 'time', 'type', 'name', 'team', 'x', 'y', 'head', 'ttl', 'b
   'alive', 'firing', 'got_hit', 'collide', 'detected', 'got_msg'];
 const FLAGS = new Set(KEYS.slice(14));
 
-export const TURTLE_TYPE = 1;
-export const DOUGHNUT_TYPE = 2;
-export const STONE_TYPE = 3;
+export const TURTLE_TYPE = 1; // robots, too; those of objects are in common/kinds.js
 
 const finite = (value) => (typeof value === 'number' && Number.isFinite(value) ? value : 0);
 

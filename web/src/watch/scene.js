@@ -1,13 +1,13 @@
 // Turns the field's last answers into a scene and draws it at the screen's rate. THREE is used only after the page has
 // loaded. Field coordinates are the scene's own, z up.
 import { DELAY, addSample, newTrack, placeAt } from './motion.js';
-import { DOUGHNUT_TYPE, STONE_TYPE, TURTLE_TYPE } from './protocol.js';
+import { TURTLE_TYPE } from './protocol.js';
 import { shortTitle } from './scores.js';
 import { makeCards, makePaintedFloor } from './painting.js';
 import { FIELD_OF_VIEW, fieldOfView, isOverview, pose, roomIn } from './view.js';
-import { TEAM_COLORS, dispose, keepInside, makeDoughnut, makeGlow, makeLabel, makeMany, makeStone, makeTurtle, makeWalls,
-  setLabel, sizeLabel }
+import { TEAM_COLORS, dispose, keepInside, makeGlow, makeLabel, makeMany, makeTurtle, makeWalls, setLabel, sizeLabel }
   from './models.js';
+import { objectOfType } from '../common/kinds.js';
 
 const FIELD_SIDE = 512; // field units
 const DYING_FRAMES = 50;
@@ -16,8 +16,6 @@ const FLASH_TIME = 400; // ms that a hit or a collision shows
 const LABEL_SHARE = 0.042; // of the window's shorter side
 const LABEL_LEAST = 20; // pixels
 const STRIDE = 0.35; // radians of leg swing per field unit walked
-
-const MAKERS = { [TURTLE_TYPE]: makeTurtle, [DOUGHNUT_TYPE]: makeDoughnut, [STONE_TYPE]: makeStone };
 
 /**
  * @param panelWidth  function that tells how many pixels the score panel takes at the right of a wide window
@@ -60,7 +58,7 @@ export function makeScene(document, orbit, panelWidth, { size = null, plain = fa
   let changed = true; // something other than turtles must be redrawn
 
   function makeActor(type) {
-    const made = (MAKERS[type] || makeTurtle)();
+    const made = (objectOfType(type)?.make || makeTurtle)();
     const actor = { type, ...made, track: newTrack(), label: null, walked: 0, last: null, flash: -Infinity,
       flashColor: 0, seen: {}, turtle: null, beam: null, burst: null };
     if (type === TURTLE_TYPE) {
