@@ -18,10 +18,10 @@
 
 #include <span>
 
-uint64_t frames_drawn;
-int window_width = WINDOW_SIDE, window_height = WINDOW_SIDE;
-
 namespace {
+
+uint64_t frame_count;
+int window_width = WINDOW_SIDE, window_height = WINDOW_SIDE;
 
 constexpr double HALF_FIELD = 256.0;
 constexpr double EYE_DISTANCE = 512.0; // above the field, and in bird's-eye view also south of it
@@ -120,6 +120,13 @@ void draw_picture(const tick_view_t& view) {
 
 } // namespace
 
+uint64_t frames_drawn() { return frame_count; }
+
+void set_window_size(int width, int height) {
+    window_width = width;
+    window_height = height;
+}
+
 void draw_tick(const tick_view_t& view) {
     begin_picture();
     draw_picture(view);
@@ -138,7 +145,7 @@ void draw_frame() {
         signals.capture_screen = false;
     }
     check_invariants();
-    ++frames_drawn;
+    ++frame_count;
     rendering_is_done();
 }
 

@@ -5,10 +5,12 @@
 
 #include <cstdint>
 
-extern uint64_t frames_drawn; // since the start, shown or not; window thread only
-// Size of the window in pixels, as GLUT last reported it. A window manager may keep it larger than the field's square.
-// Window thread.
-extern int window_width, window_height;
+/// Frames drawn since the start, shown or not.
+[[nodiscard]] uint64_t frames_drawn();
+
+/// Tells the window's size in pixels. A window manager may keep it larger than the field's square: the background then
+/// fills what lies beyond.
+void set_window_size(int width, int height);
 
 /// A tick and its picture, left in the back buffer but not shown yet. Holds frame_rendering_mutex from before the first
 /// table is read until the picture is finished, so that commands run between frames only.

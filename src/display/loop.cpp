@@ -46,10 +46,10 @@ void let_swaps_not_wait() {
 }
 
 int64_t tick_and_draw(int64_t (*tick)()) {
-    const uint64_t before = frames_drawn;
+    const uint64_t before = frames_drawn();
     const int64_t period = tick();
     glutMainLoopEvent(); // handles new events, then draws
-    if (frames_drawn == before) draw_unseen_frame();
+    if (frames_drawn() == before) draw_unseen_frame();
     return period;
 }
 

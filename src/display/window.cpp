@@ -283,8 +283,7 @@ int64_t on_tick() {
 }
 
 void reshapefunc(int width, int height) {
-    window_width = width;
-    window_height = height;
+    set_window_size(width, height);
     forget_scenery(); // what was outside a smaller window has not been cached
     glutReshapeWindow(WINDOW_SIDE, WINDOW_SIDE);
     glutPostRedisplay();

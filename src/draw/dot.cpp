@@ -127,7 +127,7 @@ void paint_gathered_dots(double pixels) {
         const double h = d.size / 2.0;
         note_painted(d.x - h, d.y - h, d.x + h, d.y + h);
     }
-    if (use_reference_path != 0) {
+    if (use_reference_path) {
         const color_t& c = held_color;
         for (const ink_dot_t& d : dots) paint_Ten(d.x, d.y, d.size, c[0], c[1], c[2]);
         return;

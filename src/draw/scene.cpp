@@ -16,7 +16,7 @@
 #include <cstdio>
 #include <span>
 
-int use_reference_path;
+bool use_reference_path;
 
 namespace {
 

@@ -7,9 +7,9 @@
 
 #include <span>
 
-// 1: every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests
-// and benchmarks compare both.
-extern int use_reference_path;
+// Every wall, coin and solid is drawn by itself, without culling, batches and lists. The picture is the same; tests and
+// benchmarks compare both.
+extern bool use_reference_path;
 
 /// All walls: stone faces one unit in front of the line, capped by slabs at height 15 with pointed ends.
 void draw_walls();

@@ -321,12 +321,6 @@ void renew_picture(const tiles_t& tiles, double floor_depth) {
 
 } // namespace
 
-bool restore_scenery_depth() {
-    if (!picture_is_kept || use_reference_path) return false;
-    copy_depth_to_window();
-    return true;
-}
-
 bool scenery_is_unchanged() {
     static scenery_t before;
     before = current_scenery;
@@ -360,8 +354,10 @@ void keep_scene() {
     picture_is_kept = true;
 }
 
+bool scene_is_kept() { return picture_is_kept && !use_reference_path; }
+
 bool show_kept_scene(double floor_depth) {
-    if (!picture_is_kept || use_reference_path || canvas_is_top_down == 0) return false;
+    if (!scene_is_kept() || canvas_is_top_down == 0) return false;
     if (any_tile(painted_tiles)) {
         const tiles_t tiles = tiles_in_view(current_projection(), painted_tiles);
         if (!is_worth_picking_out(tiles)) return false;

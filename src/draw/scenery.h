@@ -10,10 +10,6 @@
 
 extern std::array<int, COIN_MAX> coin_list; // scratch of each frame: rank -> coin index, -1 = none
 
-/// Puts the depths of the kept picture, the floor's included, into the window's depth buffer.
-/// @return whether there is such a picture
-bool restore_scenery_depth();
-
 /// Reads the tables. Caller holds frame_rendering_mutex.
 /// @return whether the scenery and its view are those of the frame before
 [[nodiscard]] bool scenery_is_unchanged();
@@ -25,6 +21,9 @@ void draw_scenery();
 /// Keeps the picture of floor and scenery that stands in the back buffer and its depths, unless GL has no means to or
 /// it is not worth it.
 void keep_scene();
+
+/// Whether a picture is kept that show_kept_scene may show.
+[[nodiscard]] bool scene_is_kept();
 
 /// Puts the kept picture and its depths into the window, after it was drawn anew where painted_tiles says. The canvas
 /// is in the back buffer, the matrices are those of the view. Leaves the state that draw_scenery leaves, with the depth

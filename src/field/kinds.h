@@ -53,45 +53,25 @@ enum class step_end_t { moved, cannot_move, no_points, wall, turtle, doughnut, s
 // What a beam does to what it hits.
 enum class hit_t { hurts, kills, stops }; // takes points, kills at once, does nothing but end the beam
 
+// A column that a row leaves out is that of a turtle.
 struct kind_info_t {
     kind_t kind;
-    const char* name;      // in the record of a game
-    uint32_t flag;         // TTL_* bit of the kind; 0 for a turtle
-    bool object;           // shows no name and no score, never moves, lies under the others
-    uint32_t blocked_by;   // BLOCKED_BY_* of it as an obstacle
-    uint32_t event, latch; // of the blocked turtle: EVENT_*, and the TTL_LATCH_* that marks it as reported
-    step_end_t step_end;   // of the blocked turtle's step
-    const char* in_way;    // the same in words
-    hit_t hit;
-    char key;      // of the window, in lower case, that scatters one of the kind; 0: none
-    int json_type; // "type" on the page for browsers, by which web/src/common/kinds.js knows it
+    const char* name;                              // in the record of a game
+    uint32_t flag = 0;                             // TTL_* bit of the kind; 0 for a turtle
+    bool object = false;                           // shows no name and no score, never moves, lies under the others
+    uint32_t blocked_by = BLOCKED_BY_TURTLE;       // of it as an obstacle
+    uint32_t event = EVENT_TURTLE;                 // of the blocked turtle
+    uint32_t latch = TTL_LATCH_TURTLE;             // of the blocked turtle: that marks the event as reported
+    step_end_t step_end = step_end_t::turtle;      // of the blocked turtle's step
+    const char* in_way = "a turtle is in the way"; // the same in words
+    hit_t hit = hit_t::hurts;
+    char key = 0;      // of the window, in lower case, that scatters one of the kind; 0: none
+    int json_type = 1; // "type" on the page for browsers, by which web/src/common/kinds.js knows it
 };
 
 inline constexpr std::array<kind_info_t, 4> KINDS{{
-    {.kind = kind_t::turtle,
-     .name = "turtle",
-     .flag = 0,
-     .object = false,
-     .blocked_by = BLOCKED_BY_TURTLE,
-     .event = EVENT_TURTLE,
-     .latch = TTL_LATCH_TURTLE,
-     .step_end = step_end_t::turtle,
-     .in_way = "a turtle is in the way",
-     .hit = hit_t::hurts,
-     .key = 0,
-     .json_type = 1},
-    {.kind = kind_t::robot,
-     .name = "robot",
-     .flag = TTL_ROBOT,
-     .object = false,
-     .blocked_by = BLOCKED_BY_TURTLE,
-     .event = EVENT_TURTLE,
-     .latch = TTL_LATCH_TURTLE,
-     .step_end = step_end_t::turtle,
-     .in_way = "a turtle is in the way",
-     .hit = hit_t::hurts,
-     .key = 0,
-     .json_type = 1},
+    {.kind = kind_t::turtle, .name = "turtle"},
+    {.kind = kind_t::robot, .name = "robot", .flag = TTL_ROBOT},
     {.kind = kind_t::doughnut,
      .name = "doughnut",
      .flag = TTL_DOUGHNUT,
@@ -102,7 +82,6 @@ inline constexpr std::array<kind_info_t, 4> KINDS{{
      .step_end = step_end_t::doughnut,
      .in_way = "a doughnut is in the way",
      .hit = hit_t::kills,
-     .key = 0,
      .json_type = 2},
     {.kind = kind_t::stone,
      .name = "stone",

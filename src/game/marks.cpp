@@ -22,18 +22,24 @@ mark_kind_t take_brush_segment(turtle_t& t) {
 
 } // namespace
 
-mark_t leave_mark(int i) {
+void leave_mark(int i, mark_t& mark) {
     turtle_t& t = ttl[i];
-    mark_t mark{};
     mark.in_use = has_any(t.flags, TTL_ALIVE);
-    if (!mark.in_use) return mark;
+    mark.kind = mark_kind_t::none;
+    mark.text = false;
+    if (!mark.in_use) return;
     if (has_any(t.flags, TTL_BRUSH)) {
         mark.kind = take_brush_segment(t);
-    } else {
-        mark.kind = take_segment(t) ? mark_kind_t::pen : mark_kind_t::none;
+    } else if (take_segment(t)) {
+        mark.kind = mark_kind_t::pen;
     }
     mark.text = t.message[0] != '\0';
     if (mark.kind != mark_kind_t::none || mark.text) mark.turtle = t;
     t.message[0] = '\0';
+}
+
+mark_t leave_mark(int i) {
+    mark_t mark{};
+    leave_mark(i, mark);
     return mark;
 }

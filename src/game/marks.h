@@ -10,9 +10,10 @@ struct mark_t {
     bool in_use; // false: the slot is free and nothing of it is painted
     mark_kind_t kind;
     bool text;       // the turtle's message is to be printed
-    turtle_t turtle; // the record for painting; set only when something must be painted
+    turtle_t turtle; // the record for painting; set only when something must be painted, else as it was
 };
 
 /// Takes the unpainted marks of slot `i`, once: a segment is marked as painted, a message is emptied. In brush mode the
 /// first three segments after pen down are held back, because a stroke needs its neighbours.
+void leave_mark(int i, mark_t& mark);
 [[nodiscard]] mark_t leave_mark(int i);

@@ -17,16 +17,17 @@ void begin_tick() {
     refresh_teaminfo();
 }
 
-turn_t take_turn(int i) {
+void take_turn(int i, turn_t& turn) {
     turtle_t& t = ttl[i];
-    turn_t turn{};
     turn.slot = i;
     // Before the in-use test: the beam of a removed turtle flies on.
     turn.fires = has_any(t.flags, TTL_FIRING);
     if (turn.fires) turn.beam = step_beam(i);
     turn.in_use = has_any(t.flags, TTL_ALIVE);
-    if (!turn.in_use) return turn;
+    if (!turn.in_use) return;
 
+    turn.finder = {};
+    turn.radar = {};
     if (modes.battle_mode) {
         turn.finder = take_sensor_line(i, t.finder_target);
         turn.radar = take_sensor_line(i, t.radar_target);
@@ -36,19 +37,24 @@ turn_t take_turn(int i) {
     turn.explosion = step_fire_wait(i);
     // Also in the tick in which it dies.
     if (has_any(t.flags, TTL_ROBOT)) update_robot(i);
+}
+
+turn_t take_turn(int i) {
+    turn_t turn{};
+    take_turn(i, turn);
     return turn;
 }
 
 void tick(tick_view_t& view) {
     begin_tick();
     view.count = ntmax;
-    for (int i = 0; i < ntmax; ++i) view.marks[i] = leave_mark(i);
+    for (int i = 0; i < ntmax; ++i) leave_mark(i, view.marks[i]);
     int place = 0;
     for (int i = 0; i < ntmax; ++i) {
-        if (has_any(ttl[i].flags, TTL_OBJECT)) view.turns[place++] = take_turn(i);
+        if (has_any(ttl[i].flags, TTL_OBJECT)) take_turn(i, view.turns[place++]);
     }
     for (int i = 0; i < ntmax; ++i) {
-        if (!has_any(ttl[i].flags, TTL_OBJECT)) view.turns[place++] = take_turn(i);
+        if (!has_any(ttl[i].flags, TTL_OBJECT)) take_turn(i, view.turns[place++]);
     }
 }
 

@@ -38,6 +38,8 @@ struct tick_view_t {
 void begin_tick();
 
 /// The turn of slot `i`: moves its beam, counts its death and its gun's pause down, lets a robot act.
+/// @param[out] turn  what is not visible of it stays as it was
+void take_turn(int i, turn_t& turn);
 turn_t take_turn(int i);
 
 /// One tick. @param[out] view  what to draw of it

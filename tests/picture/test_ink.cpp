@@ -39,7 +39,7 @@ protected:
                          .kind = final != 0 ? mark_kind_t::brush_end : mark_kind_t::brush,
                          .text = false,
                          .turtle = t});
-        use_reference_path = 0;
+        use_reference_path = false;
         return read_window();
     }
 

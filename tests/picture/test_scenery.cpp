@@ -52,7 +52,6 @@ protected:
         return frame();
     }
 
-    static bool picture_is_kept() { return restore_scenery_depth(); }
     // Without framebuffer objects everything is drawn every time and looks the same.
     static bool can_keep() { return glutExtensionSupported("GL_ARB_framebuffer_object") != 0; }
 
@@ -141,7 +140,7 @@ TEST_F(Scenery, cached_picture_looks_like_the_drawn_one) {
         look(view);
         const shot plain = plain_frame();
         const shot kept = settled();
-        EXPECT_EQ(picture_is_kept(), can_keep()) << view.bird;
+        EXPECT_EQ(scene_is_kept(), can_keep()) << view.bird;
         EXPECT_LE(differing_pixels(kept, plain, TOLERANCE), HANDFUL) << view.bird << ' ' << view.rotation;
         reset_card();
         EXPECT_GT(differing_pixels(frame(), plain, TOLERANCE), 20000);
@@ -158,7 +157,7 @@ TEST_F(Scenery, whatever_lies_wherever_looks_the_same_kept_and_drawn) {
         draw_frame();
         for (int again = 0; again < 5 && frames < 1000; ++again, ++frames) {
             const shot later = frame();
-            kept += picture_is_kept();
+            kept += scene_is_kept();
             different += later.bytes != drawn.bytes;
         }
     }
@@ -177,7 +176,7 @@ TEST_F(Scenery, what_is_painted_under_the_kept_picture_looks_as_if_all_were_draw
         for (int stroke = 0; stroke < 5; ++stroke) {
             for (int i = 0; i < 1 + turn % 5; ++i) pull_pen_at_random(i, chance);
             const shot under_kept = frame();
-            kept += picture_is_kept();
+            kept += scene_is_kept();
             const shot again = frame();
             forget_scenery();
             const shot drawn = frame();
@@ -237,12 +236,12 @@ TEST_F(Scenery, canvas_lives_on_under_the_kept_picture) {
             return frame();
         };
         const shot line = painted();
-        EXPECT_EQ(picture_is_kept(), can_keep());
+        EXPECT_EQ(scene_is_kept(), can_keep());
         EXPECT_GT(differing_pixels(line, before, TOLERANCE), 40);
         EXPECT_LE(differing_pixels(line, plain_frame(), TOLERANCE), HANDFUL) << view.bird;
         field_clear();
         const shot cleared = frame();
-        EXPECT_EQ(picture_is_kept(), can_keep());
+        EXPECT_EQ(scene_is_kept(), can_keep());
         EXPECT_LE(differing_pixels(cleared, before, TOLERANCE), HANDFUL) << view.bird;
     }
 }
@@ -272,7 +271,7 @@ TEST_F(Scenery, every_change_shows_in_its_own_frame) {
         furnish();
         look(VIEWS[0]);
         const shot before = settled();
-        ASSERT_EQ(picture_is_kept(), can_keep()) << number;
+        ASSERT_EQ(scene_is_kept(), can_keep()) << number;
         change();
         const shot after = frame();
         EXPECT_GT(differing_pixels(after, before, TOLERANCE), 40) << number;
@@ -296,7 +295,7 @@ TEST_F(Scenery, scenery_that_changes_every_frame_is_drawn_every_frame) {
     for (int k = 0; k < 4; ++k) {
         coins[5].x += 1.7;
         const shot s = frame();
-        EXPECT_FALSE(picture_is_kept());
+        EXPECT_FALSE(scene_is_kept());
         EXPECT_LE(differing_pixels(s, plain_frame(), TOLERANCE), HANDFUL) << k;
     }
 }
@@ -306,7 +305,7 @@ TEST_F(Scenery, scenery_with_a_nan_place_is_drawn_every_frame) {
     coins[0].x = std::numeric_limits<double>::quiet_NaN();
     const shot plain = plain_frame();
     EXPECT_LE(differing_pixels(settled(), plain, TOLERANCE), HANDFUL);
-    EXPECT_FALSE(picture_is_kept());
+    EXPECT_FALSE(scene_is_kept());
 }
 
 TEST_F(Scenery, sparse_scenery_is_not_cached) {
@@ -314,15 +313,15 @@ TEST_F(Scenery, sparse_scenery_is_not_cached) {
     reset_card();
     for (int k = 1; k <= 25; ++k) field_set_card(k, 9.0 * k - 250, 0);
     settled();
-    EXPECT_FALSE(picture_is_kept());
+    EXPECT_FALSE(scene_is_kept());
 }
 
 TEST_F(Scenery, resized_window_drops_the_picture) {
     furnish();
     settled();
-    EXPECT_EQ(picture_is_kept(), can_keep());
+    EXPECT_EQ(scene_is_kept(), can_keep());
     reshapefunc(300, 200);
-    EXPECT_FALSE(picture_is_kept());
+    EXPECT_FALSE(scene_is_kept());
 }
 
 TEST_F(Scenery, reference_path_neither_caches_nor_shows_a_picture) {
@@ -330,17 +329,17 @@ TEST_F(Scenery, reference_path_neither_caches_nor_shows_a_picture) {
     use_reference_path = true;
     settled();
     use_reference_path = false;
-    EXPECT_FALSE(picture_is_kept());
+    EXPECT_FALSE(scene_is_kept());
     settled();
-    EXPECT_EQ(picture_is_kept(), can_keep());
+    EXPECT_EQ(scene_is_kept(), can_keep());
     use_reference_path = true;
-    EXPECT_FALSE(picture_is_kept());
+    EXPECT_FALSE(scene_is_kept());
 }
 
 TEST_F(Scenery, frame_with_a_cached_picture_resets_gl_state) {
     furnish();
     settled();
-    ASSERT_EQ(picture_is_kept(), can_keep());
+    ASSERT_EQ(scene_is_kept(), can_keep());
     draw_frame();
     for (const GLenum off : {GL_DEPTH_TEST, GL_TEXTURE_2D, GL_BLEND, GL_CULL_FACE}) EXPECT_FALSE(glIsEnabled(off));
     int source = 0, target = 0, bound = -1, depth = -1;

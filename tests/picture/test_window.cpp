@@ -176,9 +176,9 @@ TEST_F(Window, tick_draws_its_frame_where_glut_draws_none) {
     // GLUT does not draw in this program's window, nor in one that is covered.
     put_turtle(0, 0, 0).fire_wait = 25;
     client_tab[0].frame_cmd_count = 3;
-    const uint64_t before = frames_drawn;
+    const uint64_t before = frames_drawn();
     EXPECT_EQ(tick_and_draw(on_tick), 8'000'000);
-    EXPECT_EQ(frames_drawn, before + 1);
+    EXPECT_EQ(frames_drawn(), before + 1);
     EXPECT_EQ(ttl[0].fire_wait, 24);              // a step of the game
     EXPECT_EQ(client_tab[0].frame_cmd_count, 0U); // and clients may send pacing commands again
 }

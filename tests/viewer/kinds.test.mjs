@@ -6,20 +6,21 @@ import { OBJECTS, objectNamed, objectOfType } from '../../web/src/common/kinds.j
 import { TURTLE_TYPE } from '../../web/src/watch/protocol.js';
 
 const table = readFileSync(new URL('../../src/field/kinds.h', import.meta.url), 'utf8');
-const kinds = [...table.matchAll(/\.name = "(\w+)",[^}]*?\.object = (true|false),[^}]*?\.json_type = (\d+)\}/g)]
-  .map(([, name, object, type]) => ({ name, object: object === 'true', type: Number(type) }));
+const objects = [...table.matchAll(/\.name = "(\w+)",[^}]*\.object = true,[^}]*\.json_type = (\d+)\}/g)]
+  .map(([, name, type]) => ({ name, type: Number(type) }));
 
-test('every row of the field\'s table is read', () => {
-  assert.equal(kinds.length, Number(table.match(/kind_info_t, (\d+)>/)[1]));
+test('every object of the field\'s table is read', () => {
+  assert.equal(objects.length, [...table.matchAll(/\.object = true/g)].length);
+  assert.ok(objects.length > 0);
 });
 
 test('objects have the names and types of the field', () => {
-  const told = kinds.filter((kind) => kind.object).map(({ name, type }) => ({ name, type }));
-  assert.deepEqual(OBJECTS.map(({ name, type }) => ({ name, type })), told);
+  assert.deepEqual(OBJECTS.map(({ name, type }) => ({ name, type })), objects);
 });
 
 test('all others are turtles', () => {
-  for (const { name, object, type } of kinds) if (!object) assert.equal(type, TURTLE_TYPE, name);
+  assert.equal(Number(table.match(/int json_type = (\d+);/)[1]), TURTLE_TYPE);
+  assert.equal([...table.matchAll(/\.json_type = /g)].length, objects.length);
 });
 
 test('every object can be drawn, and nothing else is one', () => {
