@@ -207,6 +207,7 @@ class Keys(unittest.TestCase):
         handler = re.search(r"^void keyboardfunc.*?^}", read("src/display/window.cpp"), re.MULTILINE | re.DOTALL)
         self.assertIsNotNone(handler)
         keys = {key.lower() for key in re.findall(r"case '(.)':", handler[0])}
+        keys |= set(re.findall(r"\.key = '(.)'", read("src/field/kinds.h")))  # those that scatter a kind
         self.assertGreater(len(keys), 15)
         section = re.search(r"^## Keys$(.*?)^## ", read("docs/operator.md"), re.MULTILINE | re.DOTALL)[1]
         named = {code.lower() for row in re.findall(r"^\| (`.*?) \| ", section, re.MULTILINE) for code in codes(row) if len(code) == 1}
