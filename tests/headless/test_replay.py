@@ -1,7 +1,9 @@
 """Records in a real browser: the page of kelmora-replay --html and the one that the script server serves."""
+import gzip
 import http.server
 import os
 import shutil
+import struct
 import subprocess
 import sys
 import tempfile
@@ -105,6 +107,20 @@ class Replay(unittest.TestCase):
         self.assertLess(last, 2200)
         self.browser("seek", tick=last)
         self.assertTrue(self.browser("look")["shown"]["turtles"])
+
+    def test_what_makes_no_sense_is_skipped(self):
+        head, *lines = gzip.decompress(open_bytes(self.battle)).decode().splitlines()
+        nonsense = ['{"t":2,"%s":[null,5,[0],[0,null],[0,{"name":{"toString":1},"score":"x"}],{}]}' % key
+                    for key in ("d", "p", "gone", "set", "m", "new", "b", "hit", "coin", "c")]
+        nonsense.append('{"t":3,"full":{"turtles":[null,[1]],"pens":[7],"coins":5,"ground":{"toString":1}},"end":{"programs":[null]}}')
+        text = "\n".join([head, lines[0], *nonsense]) + "\n"
+        packed = gzip.compress(text.encode())[10:]
+        path = os.path.join(self.folder.name, "nonsense.gz")
+        with open(path, "wb") as file:
+            file.write(b"\x1f\x8b\x08\x04\0\0\0\0\0\xff\x0c\0KM\x08\0" + struct.pack("<II", 24 + len(packed), 3) + packed)
+        self.browser("open", url=self.page(path))
+        self.browser("seek", tick=3)
+        self.assertEqual(self.browser("look")["player"]["lastTick"], 3)
 
     def test_lines_are_painted_also_after_a_jump_back(self):
         from PIL import Image

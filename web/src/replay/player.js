@@ -1,6 +1,6 @@
 // Random access to a record: unpacks the needed member and caches the states of the last few.
 import { objectNamed } from '../common/kinds.js';
-import { copyState, linesOf, membersOf, newState, takeLine, unpack } from './record.js';
+import { copyState, linesOf, membersOf, newState, takeLine, turtlesIn, unpack } from './record.js';
 
 const KEPT = 4; // members whose states are kept
 
@@ -18,7 +18,7 @@ export async function openRecord(bytes) {
   if (!head || head.kelmora_record !== 1) throw new Error('This is no record of a game.');
   const lastLines = await linesIn(members.length - 1);
   const last = lastLines[lastLines.length - 1] || { t: members.length > 1 ? members[members.length - 2].tick : 0 };
-  const end = last.end && typeof last.end === 'object' ? last.end : null;
+  const end = last.end && Array.isArray(last.end.programs) ? { ...last.end, programs: last.end.programs.filter((p) => p && typeof p === 'object') } : null;
   const lastTick = Number.isFinite(last.t) ? last.t : 0;
 
   // The state that a member begins with: the full state at the end of the one before.
@@ -59,8 +59,7 @@ export async function openRecord(bytes) {
   };
 
   /** Deaths, as ticks with names: from the results if they list them, else as found by `scan`. */
-  const deaths = end ? (Array.isArray(end.programs) ? end.programs : []).filter((p) => Number.isFinite(p.death))
-    .map((p) => ({ tick: p.death, name: String(p.name || '') })) : [];
+  const deaths = end ? end.programs.filter((p) => Number.isFinite(p.death)).map((p) => ({ tick: p.death, name: p.name })) : [];
 
   /** Scans the whole record in the background for deaths, when the results do not list them. */
   async function scan(found) {
@@ -68,8 +67,8 @@ export async function openRecord(bytes) {
     for (let k = 0; k < members.length; ++k) {
       const names = new Map();
       for (const line of linesOf(await unpack(bytes.subarray(members[k].start, members[k].end)))) {
-        for (const [slot, told] of [...(line.new || []), ...(line.full ? line.full.turtles : [])]) if (!objectNamed(told.kind)) names.set(slot, told.name);
-        for (const [slot, told] of line.set || []) {
+        for (const [slot, told] of [...turtlesIn(line.new), ...turtlesIn(line.full && line.full.turtles)]) if (!objectNamed(told.kind)) names.set(slot, told.name);
+        for (const [slot, told] of turtlesIn(line.set)) {
           if (told.dying > 0 && names.has(slot)) deaths.push({ tick: line.t, name: names.get(slot) });
         }
       }

@@ -6,6 +6,7 @@ import { TURTLE_TYPE } from '../watch/protocol.js';
 
 export const TICK_MS = 8;
 const MEMBER_HEADER = 24;
+const MEMBER_MOST = 1 << 26; // characters of a member that are read; ten programs can fill a third of it
 const SEATS = 10;
 const SLOTS = 30;
 const LETTERS = '!#$%&\'()*+,-/0123456789:;<=>?@ABCDEFGHIJKLMNOPQRSTUVWXYZ[]^_`abcdefghijklmnopqrstuvwxyz{|}~';
@@ -32,13 +33,14 @@ export async function unpack(bytes) {
   const stream = new DecompressionStream('gzip');
   const reader = stream.readable.getReader();
   const decoder = new TextDecoder();
-  let text = '';
+  let unpacked = '';
   const reading = (async () => {
     try {
       for (;;) {
         const { done, value } = await reader.read();
         if (done) break;
-        text += decoder.decode(value, { stream: true });
+        unpacked += decoder.decode(value, { stream: true });
+        if (unpacked.length > MEMBER_MOST) await reader.cancel();
       }
     } catch {
       // The member ends here: everything before counts.
@@ -53,13 +55,13 @@ export async function unpack(bytes) {
     // As above.
   }
   await reading;
-  return text;
+  return unpacked;
 }
 
 /** The lines of a member, parsed; ends at the first malformed one. */
-export function linesOf(text) {
+export function linesOf(member) {
   const lines = [];
-  for (const line of text.split('\n')) {
+  for (const line of member.split('\n')) {
     try {
       const parsed = JSON.parse(line);
       if (parsed === null || typeof parsed !== 'object') break;
@@ -72,7 +74,13 @@ export function linesOf(text) {
 }
 
 const list = (value) => (Array.isArray(value) ? value : []);
+const entries = (value) => list(value).filter(Array.isArray);
+const text = (value) => (typeof value === 'string' ? value : '');
+const object = (value) => (value !== null && typeof value === 'object' ? value : {});
 const number = (value, otherwise = 0) => (Number.isFinite(value) ? value : otherwise);
+
+/** The entries of a list that tell of a turtle each: [slot, object]. */
+export const turtlesIn = (value) => entries(value).map(([slot, told]) => [slot, object(told)]);
 
 // Moves the turtle as the command would without obstacles; the record's writer relies on this prediction.
 function predict(turtle, line, battle) {
@@ -116,16 +124,16 @@ function eachCommand(commands, order, texts, use) {
       use(seat, commands.slice(at + 1, end));
       at = end + 1;
     } else {
-      const text = texts[LETTERS.indexOf(commands[at])];
-      if (text === undefined) return;
-      use(seat, text);
+      const listed = texts[LETTERS.indexOf(commands[at])];
+      if (listed === undefined) return;
+      use(seat, listed);
       ++at;
     }
   }
 }
 
 function newTurtle(told) {
-  return { kind: String(told.kind), seat: Number.isInteger(told.seat) ? told.seat : -1, name: String(told.name || ''),
+  return { kind: text(told.kind), seat: Number.isInteger(told.seat) ? told.seat : -1, name: text(told.name),
     x: number(told.x), y: number(told.y), head: number(told.head), score: number(told.score), team: number(told.team),
     coins: number(told.coins), zombie: told.zombie === true, dying: number(told.dying), dyingSince: 0 };
 }
@@ -139,20 +147,20 @@ export function newState(head) {
 function takeFull(state, line) {
   const { full } = line;
   state.battle = full.battle === true;
-  state.ground = String(full.ground);
+  state.ground = text(full.ground);
   state.wiped = number(full.wiped);
   state.pieces = number(full.pieces);
   state.texts = [];
   const before = state.turtles;
   state.turtles = new Map();
-  for (const [slot, told] of list(full.turtles)) {
+  for (const [slot, told] of turtlesIn(full.turtles)) {
     const turtle = newTurtle(told);
     turtle.dyingSince = line.t;
     state.turtles.set(slot, turtle);
   }
   for (const slot of before.keys()) if (!state.turtles.has(slot)) state.beams.delete(slot);
-  state.pens = new Map(list(full.pens).map(([slot, color, width, x, y]) => [slot, { color, width, x, y }]));
-  state.coins = new Map(list(full.coins).map(([k, x, y]) => [k, { x, y }]));
+  state.pens = new Map(entries(full.pens).map(([slot, color, width, x, y]) => [slot, { color, width, x, y }]));
+  state.coins = new Map(entries(full.coins).map(([k, x, y]) => [k, { x, y }]));
 }
 
 function penOf(state, slot) {
@@ -163,7 +171,7 @@ function penOf(state, slot) {
 // The painted segments of a line in field units: [color, width, x1, y1, x2, y2].
 function takePieces(state, line) {
   const pieces = [];
-  for (const piece of list(line.p)) {
+  for (const piece of entries(line.p)) {
     const pen = penOf(state, piece[0]);
     if (typeof piece[1] === 'string') {
       [, pen.color, pen.width] = piece;
@@ -180,12 +188,12 @@ function takePieces(state, line) {
 /** Applies one line. @returns what it did to the painting: { wipe: colour or null, pieces } */
 export function takeLine(state, line) {
   const tick = number(line.t);
-  state.texts.push(...list(line.d).map(String));
+  state.texts.push(...list(line.d).map(text));
   const bySeat = new Map();
   for (const turtle of state.turtles.values()) if (turtle.seat >= 0 && !turtle.zombie) bySeat.set(turtle.seat, turtle);
-  const run = (seat, text) => {
+  const run = (seat, commands) => {
     const turtle = bySeat.get(seat);
-    if (turtle) for (const command of text.split(';')) predict(turtle, command, state.battle);
+    if (turtle) for (const command of commands.split(';')) predict(turtle, command, state.battle);
   };
   for (const commands of [line.c, line.a]) if (typeof commands === 'string') eachCommand(commands, state.order, state.texts, run);
   if (typeof line.wipe === 'string') {
@@ -197,30 +205,30 @@ export function takeLine(state, line) {
   const pieces = takePieces(state, line);
   state.pieces += pieces.length;
   for (const slot of list(line.gone)) state.turtles.delete(slot);
-  for (const [slot, told] of list(line.set)) {
+  for (const [slot, told] of turtlesIn(line.set)) {
     const turtle = state.turtles.get(slot);
     if (!turtle) continue;
-    Object.assign(turtle, told);
+    for (const [key, value] of Object.entries(told)) if (typeof value === typeof turtle[key]) turtle[key] = value;
     if ('dying' in told) turtle.dyingSince = tick;
   }
-  for (const [slot, dx, dy, turned] of list(line.m)) {
+  for (const [slot, dx, dy, turned] of entries(line.m)) {
     const turtle = state.turtles.get(slot);
     if (!turtle) continue;
-    turtle.x += dx / 4;
-    turtle.y += dy / 4;
-    turtle.head += turned;
+    turtle.x += number(dx) / 4;
+    turtle.y += number(dy) / 4;
+    turtle.head += number(turned);
   }
-  for (const [slot, told] of list(line.new)) {
+  for (const [slot, told] of turtlesIn(line.new)) {
     const turtle = newTurtle(told);
     turtle.dyingSince = tick;
     state.turtles.set(slot, turtle);
   }
-  for (const [slot, x, y, head] of list(line.b)) state.beams.set(slot, { x, y, head, since: tick });
-  for (const [slot, x, y] of list(line.hit)) {
+  for (const [slot, x, y, head] of entries(line.b)) state.beams.set(slot, { x, y, head, since: tick });
+  for (const [slot, x, y] of entries(line.hit)) {
     state.beams.delete(slot);
     state.bursts.set(slot, { x, y, since: tick });
   }
-  for (const [k, x, y] of list(line.coin)) {
+  for (const [k, x, y] of entries(line.coin)) {
     if (x === undefined) state.coins.delete(k);
     else state.coins.set(k, { x, y });
   }
