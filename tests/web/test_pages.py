@@ -153,7 +153,8 @@ class Pages:
 
         with self.subTest("output without an end does not drown the page"):
             ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")
-            ann.says("line 2000")
+            # Any of them: what is shown is the end, and that changes fast.
+            ann.wait(r"/line \d{4}/.test(document.querySelector('[role=log]').innerText)", "a thousand lines")
             ann.press("Stop")
             ann.finished()
             self.assertLess(ann.run("return document.querySelector('[role=log]').innerText.length;"), 200000)

@@ -3,7 +3,9 @@ import { el } from '../common/dom.js';
 import { t } from '../common/texts.js';
 
 const MOST = 60000; // letters kept
+const SPAN_MOST = 4000; // letters of one element, of which the oldest is dropped whole
 const LINE_MOST = 4000; // letters of an answer
+const REST = 5; // times as long as it took to show texts, the page does other things before it shows the next
 
 /** @param submit  gets the typed line: an answer while a program asks, else a statement to try */
 export function makeOutput(submit) {
@@ -19,29 +21,65 @@ export function makeOutput(submit) {
   let last = null; // the span that the last text of its kind went to
   let tail = ''; // the end of what was said, for the desk
 
-  const atEnd = () => log.scrollHeight - log.scrollTop - log.clientHeight < 40;
   function append(node, letters) {
-    const follow = atEnd();
     log.append(node);
     length += letters;
     while (length > MOST && log.childNodes.length > 1) {
       length -= log.firstChild.textContent.length;
       log.firstChild.remove();
     }
-    if (follow) log.scrollTop = log.scrollHeight;
+  }
+
+  function show(text, kind) {
+    if (last && last.dataset.kind === kind && last.textContent.length + text.length <= SPAN_MOST) {
+      last.append(text);
+      length += text.length;
+      return;
+    }
+    for (let from = 0, to; from < text.length; from = to) {
+      to = from + SPAN_MOST;
+      if (text.codePointAt(to - 1) > 0xffff) to += 1; // a pair of surrogates stays whole
+      const part = text.slice(from, to);
+      last = el('span', { class: `said-${kind}`, data: { kind }, text: part });
+      append(last, part.length);
+    }
+  }
+
+  // Texts wait here and are shown together: each time costs a layout of the whole log, and a program may print faster
+  // than a slow tablet can do that.
+  let waiting = []; // {text, kind}
+  let waitingLetters = 0;
+  let timer = 0;
+  let free = 0; // when the next texts may be shown, as performance.now() counts
+
+  function flush() {
+    clearTimeout(timer);
+    timer = 0;
+    if (waiting.length === 0) return;
+    const began = performance.now();
+    const atEnd = log.scrollHeight - log.scrollTop - log.clientHeight < 40;
+    for (const { text, kind } of waiting) show(text, kind);
+    waiting = [];
+    waitingLetters = 0;
+    if (atEnd) log.scrollTop = log.scrollHeight;
+    const end = performance.now();
+    free = end + REST * (end - began);
   }
 
   function write(text, kind = 'out') {
     tail = (tail + text).slice(-800);
-    if (last && last.dataset.kind === kind && last.textContent.length < 4000) {
-      const follow = atEnd();
-      last.append(text);
-      length += text.length;
-      if (follow) log.scrollTop = log.scrollHeight;
-      return;
+    const before = waiting[waiting.length - 1];
+    if (before?.kind === kind) before.text += text;
+    else waiting.push({ text, kind });
+    waitingLetters += text.length;
+    while (waitingLetters > MOST) { // the rest would be dropped anyway
+      const oldest = waiting[0];
+      const kept = oldest.text.slice(waitingLetters - MOST);
+      waitingLetters -= oldest.text.length - kept.length;
+      if (kept) oldest.text = kept;
+      else waiting.shift();
     }
-    last = el('span', { class: `said-${kind}`, data: { kind }, text });
-    append(last, text.length);
+    timer ||= setTimeout(flush, Math.max(0, free - performance.now()));
   }
 
   form.addEventListener('submit', (event) => {
@@ -65,6 +103,7 @@ export function makeOutput(submit) {
     write,
     /** A separate box: an error, a piece of advice, a note. */
     box(node) {
+      flush();
       last = null;
       append(node, node.textContent.length);
       // Its beginning is seen, however large it is.
@@ -72,6 +111,10 @@ export function makeOutput(submit) {
       log.scrollTop = Math.min(log.scrollHeight, start);
     },
     clear() {
+      clearTimeout(timer);
+      timer = 0;
+      waiting = [];
+      waitingLetters = 0;
       log.replaceChildren();
       length = 0;
       last = null;
@@ -79,6 +122,7 @@ export function makeOutput(submit) {
     },
     /** 'asking': a program waits for an answer; 'trying': a statement may be tried; 'off' */
     mode(mode, question = '') {
+      flush();
       form.dataset.mode = mode;
       input.disabled = mode === 'off';
       send.disabled = mode === 'off';
@@ -90,7 +134,10 @@ export function makeOutput(submit) {
       } else input.removeAttribute('aria-description');
     },
     /** The box or text that came last. */
-    last: () => log.lastChild,
+    last() {
+      flush();
+      return log.lastChild;
+    },
     tail: () => tail,
   };
 }
