@@ -45,9 +45,10 @@ function describe(error) {
 const withoutImports = (source) => source.replace(/^\s*import\s*\{[^}]*\}\s*from\s*(["'])kelmora\1;?/gm, (found) => found.replace(/[^\n]/g, ''));
 
 function sleepFor(seconds) {
-  const end = performance.now() + Math.max(0, Number(seconds) || 0) * 1000;
+  const wanted = Math.max(0, Number(seconds) || 0) * 1000;
+  const began = performance.now();
   host.flush();
-  for (let left; (left = end - performance.now()) > 0;) if (host.wait(left)) throw new Ended('stopped');
+  for (let left; (left = wanted - (performance.now() - began)) > 0;) if (host.wait(left)) throw new Ended('stopped');
 }
 
 async function execute(order) {

@@ -89,13 +89,16 @@ def _input(prompt=""):
 def _sleep(seconds):
     if isinstance(seconds, (str, bytes)) or not hasattr(seconds, "__float__") and not hasattr(seconds, "__index__"):
         raise TypeError(f"sleep() wants a number of seconds, not {seconds!r}")
-    left = float(seconds)
-    if left < 0:
+    wanted = float(seconds)
+    if wanted != wanted:
+        raise ValueError("Invalid value NaN (not a number)")
+    if wanted < 0:
         raise ValueError("sleep length must be non-negative")
     host.flush()
-    end = time.monotonic() + left
+    # By difference, as a program would measure it: where the clock counts whole milliseconds, a sum is rounded to too little.
+    began = time.monotonic()
     while True:
-        left = end - time.monotonic()
+        left = wanted - (time.monotonic() - began)
         if left <= 0:
             return
         if host.wait(min(left, 0.05) * 1000):
