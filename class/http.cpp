@@ -145,7 +145,8 @@ private:
     void pace() {
         stream_.expires_never();
         const double now = now_s();
-        const double cost = 1 + static_cast<double>(parser_->get().body().size() / BYTES_AS_A_REQUEST);
+        const size_t blocks = parser_->get().body().size() / BYTES_AS_A_REQUEST;
+        const auto cost = static_cast<double>(1 + blocks);
         double wait = requests_.take(cost, now);
         const auto peer = server_->peers_.find(address_);
         if (peer != server_->peers_.end()) wait = std::max(wait, peer->second.requests.take(cost, now));

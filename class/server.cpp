@@ -66,7 +66,7 @@ bool has_etag(const incoming& in, const std::string& etag) {
 // or long it is. Called by the library's parser; false ends the parsing.
 struct flat_reader {
     static constexpr size_t MEMBERS = 32;
-    json object;
+    json& object; // null at first
     std::string name;
 
     bool put(json value) {
@@ -97,10 +97,11 @@ struct flat_reader {
 };
 
 std::optional<json> object_in(const std::string& body) {
-    flat_reader reader;
     if (body.empty()) return json::object();
+    json object;
+    flat_reader reader{object, {}};
     if (!json::sax_parse(body, &reader)) return std::nullopt;
-    return std::move(reader.object);
+    return object;
 }
 
 outgoing file_answer(const incoming& in, const static_file& file, std::string_view name) {
