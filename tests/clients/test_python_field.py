@@ -194,12 +194,13 @@ class Answers(LibraryTest):
     def test_a_turtle_in_the_way(self):
         turtle = self.alone()
         turtle.teleport(-100, 0)
-        other = self.turtle()
+        other = self.turtle(home=False)
+        self.assertTrue(other.teleport(0, 0) and other.setheading(0))  # a walk could meet the first one
         self.assertTrue(turtle.forward(60))
         noticed = []
         turtle.on_turtle(lambda: noticed.append(turtle.xcor()))
         steps = 0
-        while turtle.forward(2):
+        while steps < 20 and turtle.forward(2):
             steps += 1
         self.assertEqual((steps, turtle.blocked_by(), noticed), (9, "turtle", [-22]))  # a step that ends in touch is blocked
         turtle.strict()
