@@ -16,6 +16,7 @@
 #include <cstring>
 #include <ctime>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -30,10 +31,17 @@ recorder_t recorder;
 FILE* open_output(const char* name, const char* what) {
     if (name == nullptr) return nullptr;
     if (strcmp(name, "-") == 0) return stdout;
-    FILE* const file = fopen(name, "wbe");
+    FILE* const file = fopen(name, "abe"); // emptied when the game is certain to begin
     if (file != nullptr) return file;
     log_line_always("kelmora-headless: cannot write %s to %s: %s", what, name, strerror(errno));
     exit(WRONG_OPTION);
+}
+
+// Pipes and devices cannot be emptied. Standard output is the caller's.
+void empty_output(FILE* file) {
+    struct stat kind = {};
+    if (file == nullptr || file == stdout || fstat(fileno(file), &kind) != 0 || !S_ISREG(kind.st_mode)) return;
+    if (ftruncate(fileno(file), 0) != 0) log_line_always("kelmora-headless: cannot empty a file: %s", strerror(errno));
 }
 
 // Whether results and record would be written over each other. Devices and pipes take both.
@@ -73,6 +81,8 @@ int main(int argc, char** argv) {
     furnish_field(options.setting);
     open_ledger(game.ledger);
     if (!serve_ports(game)) return PORT_TAKEN;
+    empty_output(results);
+    empty_output(game.record_file);
     if (game.record_file != nullptr) {
         game.recorder = &recorder;
         start_record(game);
