@@ -39,7 +39,7 @@ void write_record(game_t& game) {
 }
 
 bool is_one_left(game_t& game) {
-    if (count_proven_sides(game.ledger) > 1) game.several_seen = true;
+    if (have_two_played(game.ledger)) game.several_seen = true;
     return game.several_seen && count_sides() <= 1;
 }
 
@@ -137,7 +137,7 @@ void wait_for_start(game_t& game) {
 
 // What came meanwhile; no poll tells of it any more.
 void run_first_lines(game_t& game) {
-    for (int slot = 0; slot < MAX_CLIENT; ++slot) {
+    for (int slot = 0; slot < MAX_CLIENT && game.why == nullptr; ++slot) {
         if (is_seated(slot)) run_lines(game, slot);
     }
 }

@@ -124,11 +124,17 @@ void note_leave(ledger_t& ledger, int slot, bool hung_up) {
     program_t* const p = program_of(ledger, slot);
     if (p != nullptr && hung_up) p->left = static_cast<int64_t>(signals.elapsed_time.load());
     ledger.seated[static_cast<size_t>(slot)] = -1;
+    for (const int32_t other : ledger.seated) {
+        if (other >= 0) ledger.programs[static_cast<size_t>(other)].left_behind = true;
+    }
 }
 
 void note_turned_away(ledger_t& ledger, int slot) {
     int32_t& seat = ledger.seated[static_cast<size_t>(slot)];
-    if (seat < 0) return;
+    if (seat < 0) { // it came when the list was full
+        --ledger.unlisted;
+        return;
+    }
     const auto at = ledger.programs.begin() + seat;
     std::copy(at + 1, ledger.programs.begin() + ledger.count, at);
     --ledger.count;
@@ -142,13 +148,18 @@ int count_sides() {
     });
 }
 
-int count_proven_sides(const ledger_t& ledger, int leaves) {
-    return sides_among([&](const turtle_t& t, int slot) {
+bool have_two_played(const ledger_t& ledger, int leaves) {
+    bool left_behind = false;
+    const int sides = sides_among([&](const turtle_t& t, int slot) {
         const int32_t k = ledger.seated[static_cast<size_t>(slot)];
-        if (slot == leaves || t.dying_count > 0 || k < 0) return true;
+        if (k < 0) return true;
         const program_t& p = ledger.programs[static_cast<size_t>(k)];
-        return p.commands > 0 || p.missed_turns > 0 || monotonic_now() - p.since > SILENT_MOST;
+        const bool proven = slot == leaves || t.dying_count > 0 || p.commands > 0 || p.missed_turns > 0 ||
+                            monotonic_now() - p.since > SILENT_MOST;
+        left_behind = left_behind || (proven && p.left_behind);
+        return proven;
     });
+    return sides > 1 || left_behind;
 }
 
 std::string results_json(const ledger_t& ledger, const setting_t& setting, const char* why, bool names) {

@@ -23,6 +23,7 @@ struct program_t {
     int64_t commands; // lines executed
     int64_t missed_turns;
     int64_t since;         // ns of the monotonic clock at which it joined
+    bool left_behind;      // another program left while it was connected
     char name[TEXT_BYTES]; // may lack a terminator
 };
 
@@ -58,9 +59,10 @@ void note_turned_away(ledger_t& ledger, int slot);
 /// nor zombies.
 [[nodiscard]] int count_sides();
 
-/// Sides that are connected, without those that have been silent for less than a second and may be browsers. Whoever
-/// missed a turn, leaves or dies in silence is no browser. @param leaves  slot of a program that leaves; -1 = none
-[[nodiscard]] int count_proven_sides(const ledger_t& ledger, int leaves = -1);
+/// Whether two sides have been connected at a time. Who has been silent for less than a second may be a browser and
+/// does not count yet; whoever missed a turn, leaves or dies in silence is none.
+/// @param leaves  slot of a program that leaves; -1 = none
+[[nodiscard]] bool have_two_played(const ledger_t& ledger, int leaves = -1);
 
 /// The results as one JSON object without a line feed.
 /// Places: programs that still play first, by score; then the others, the last to leave first, then by score. Equals

@@ -68,7 +68,7 @@ arrivals_t wait_for_bytes(const game_t& game, const seat_set_t& wanted, bool new
         newcomers = false;
         patience = patience < 0 ? pause : std::min(patience, pause);
     }
-    std::array<pollfd, MAX_CLIENT + 2> fds{}; // clients, the door, the stop
+    std::array<pollfd, MAX_CLIENT + 2> fds{}; // clients, listening socket, stop_fd
     std::array<int, MAX_CLIENT> slots{};
     nfds_t count = 0;
     for (int slot = 0; slot < MAX_CLIENT; ++slot) {
@@ -108,8 +108,8 @@ void execute_line(game_t& game, int slot, const char* line) {
 
 void leave_seat(game_t& game, int slot) {
     note_state(game.ledger);
-    if (count_proven_sides(game.ledger, slot) > 1)
-        game.several_seen = true; // no browser, though it may be a silent one
+    // A program that leaves in silence has been a side, too.
+    if (have_two_played(game.ledger, slot)) game.several_seen = true;
     note_leave(game.ledger, slot, true);
     if (game.recorder != nullptr) record_leave(*game.recorder, slot);
     make_zombie(client_tab[static_cast<size_t>(slot)].turtle_id);

@@ -235,6 +235,14 @@ class GameTest(unittest.TestCase):
         made.record_file = record_option(folder.name)
         return made
 
+    def knock(self, game):
+        """A browser at the port for programs, which the server turns away."""
+        browser = game.join()
+        browser.sock.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+        with self.assertRaises(Closed):
+            browser.answer()
+        browser.hang_up()
+
 
 def main():
     unittest.main(verbosity=2)

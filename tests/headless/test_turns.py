@@ -186,11 +186,7 @@ class Turns(GameTest):
                 game = self.recorded("--pace", pace, "--turn-limit", LONG, "-n", 2, "-s", 3, "-t", 6)
                 programs = []
                 for _ in range(2):
-                    browser = game.join()
-                    browser.sock.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
-                    with self.assertRaises(Closed):
-                        browser.answer()
-                    browser.hang_up()
+                    self.knock(game)
                     programs.append(game.join())
                     programs[-1].send("q f", *["f 1"] * 6)
                 results = game.results()
@@ -245,16 +241,22 @@ class Endings(GameTest):
         self.assertEqual([p["place"] for p in results["programs"]][0], 1)
         a.hang_up()
 
+    def test_who_leaves_before_the_other_has_spoken_was_a_side(self):
+        for leaves in (0, 1):
+            with self.subTest(seat=leaves):
+                game = self.game("--pace", "turns", "--turn-limit", LONG, "-n", 2, "--until-one")
+                programs = [game.join(), game.join()]
+                programs[1 - leaves].send("f 1")
+                programs[leaves].hang_up()
+                self.assertEqual(game.results()["why"], "one left")
+                programs[1 - leaves].hang_up()
+
     def test_a_browser_is_no_side(self):
         game = self.game("--pace", "free", "-n", 1, "--until-one")
         with game.join() as a:
             a.ask("f 1")
             for _ in range(3):
-                browser = game.join()
-                browser.sock.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
-                with self.assertRaises(Closed):
-                    browser.answer()
-                browser.hang_up()
+                self.knock(game)
                 a.ask("f 1")  # the game goes on
             game.join().hang_up()  # a silent one is a side
             self.assertEqual(game.results()["why"], "one left")
