@@ -86,12 +86,14 @@ bool seating::is_in_use(int field) const {
     return is_open(field) || std::find(open_.begin(), open_.end(), true) == open_.end();
 }
 
+// They come before those who wait, in the order of their places: a field that is tried again and fails must not cost
+// anybody a place in the queue.
 void seating::leave_closed(double now) {
-    for (size_t i = 0; i < places_.size(); ++i) {
+    for (size_t i = places_.size(); i-- > 0;) {
         const person_id who = places_[i].who;
         if (who == 0 || is_in_use(seat_at(i).field)) continue;
         leave(who);
-        queue_.push_back({who, -1, now});
+        queue_.push_front({who, -1, now});
     }
 }
 

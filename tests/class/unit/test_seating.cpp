@@ -80,6 +80,24 @@ TEST(Seating, a_closed_field_is_left_while_another_is_open) {
     EXPECT_EQ(s.taken(0) + s.taken(1), 13);
 }
 
+TEST(Seating, a_field_that_is_tried_again_in_vain_costs_nobody_a_place_in_the_queue) {
+    seating s(2, 0);
+    s.set_open(0, false);
+    s.tick(0);
+    fill(s, 14, 1); // ten on field 1, then 11 to 14 wait
+    EXPECT_EQ(s.queue_place(11), 1);
+    s.set_open(0, true);
+    s.tick(2);
+    EXPECT_EQ(s.taken(0), 4);
+    s.arrive(15, -1, 2);
+    s.set_open(0, false);
+    s.arrive(16, -1, 3);
+    s.tick(3);
+    EXPECT_EQ(s.queue_place(11), 1);
+    EXPECT_EQ(s.queue_place(14), 4);
+    EXPECT_EQ(s.queue_place(16), 6);
+}
+
 TEST(Seating, the_eleventh_waits_and_moves_up) {
     seating s(1, 0);
     fill(s, 12, 0);
