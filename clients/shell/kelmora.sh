@@ -9,8 +9,8 @@
 #
 # A word's status is 0 for done or yes, 1 for no (something is in the way, the field refuses), 2 for an error, which is
 # told on standard error; K_ERROR is then its kind: no_field not_admitted died lost no_answer bad_answer not_a_number
-# bad_value blocked not_here. A word that asks prints what it was told, separated by blanks, and leaves it in REPLY, too: that saves the
-# subshell of $(...), in which events would be lost.
+# bad_value blocked not_here. A word that asks prints what it was told, separated by blanks, and leaves it in REPLY, too:
+# that saves the subshell of $(...), in which events would be lost.
 # One script drives one turtle; its own names begin with k_, K_ and _k_.
 # shellcheck shell=bash disable=SC2034,SC2317
 
@@ -140,8 +140,8 @@ _k_packet() {
         fi
         return
     fi
-    # As one text: else bash writes each line by itself, and the field carries them out in as many frames. Some 1000 bytes go
-    # at once this way, on what k_connect's first output has prepared.
+    # One printf: up to 4096 bytes, bash's output buffer, then go in one write. bash allocates the buffer at its first
+    # output, which k_connect makes; before that each line is a write of its own.
     if ! printf '%s' "$*"$'\n' 2>/dev/null 1>&"$K_FD"; then
         _k_hung_up
         return
@@ -149,7 +149,7 @@ _k_packet() {
     for ((number = 0; number < $#; ++number)); do
         line=''
         if IFS= read -r -n 1025 -t "$K_TIMEOUT" -u "$K_FD" line 2>/dev/null; then
-            if [ ${#line} -gt 1024 ] || ! [[ $line =~ $_K_ANSWER ]] || ((BASH_REMATCH[5] > 4294967295)); then
+            if [ ${#line} -gt 1024 ] || ! [[ $line =~ $_K_ANSWER ]] || ((10#${BASH_REMATCH[5]} > 4294967295)); then
                 _k_bad_answer "$line"
                 return
             fi
