@@ -25,8 +25,8 @@ function lineOf(error) {
   return /['"]/.test(text) ? text : text.replace(/#.*$/, '');
 }
 
-/** The same line without what stands in quotation marks. */
-const codeOf = (error) => lineOf(error).replace(/"[^"]*"|'[^']*'/g, '""');
+/** The same line without a comment and without what stands in quotation marks, closed or not. */
+const codeOf = (error) => lineOf(error).replace(/"[^"]*(?:"|$)|'[^']*(?:'|$)/g, '""').replace(/#.*$/, '');
 
 /** Edit distance between two words: inserted, omitted, replaced or swapped letters. */
 export function editDistance(a, b) {
@@ -67,7 +67,9 @@ const line = (pattern) => (error) => pattern.exec(lineOf(error));
 const code = (pattern) => (error) => pattern.exec(codeOf(error));
 const either = (...tests) => (error) => tests.reduce((found, test) => found || test(error), null);
 /** The word of a NameError; null for other errors. */
-const unknownName = (error) => /name '([^']+)' is not defined/.exec(error.message || '')?.[1] ?? null;
+const unknownName = (error) => /name '([\p{L}_][\p{L}\p{N}_]*)' is not defined/u.exec(error.message || '')?.[1] ?? null;
+
+const OTHER_CASE = { ...CAPITAL, true: 'True', false: 'False', none: 'None', null: 'None' };
 
 // Each text gets what its test matched: usually the groups of a pattern.
 export const RULES = [
@@ -80,7 +82,7 @@ export const RULES = [
     return found && found[1] !== found[1].toLowerCase() ? found : null;
   }, ([, word]) => `Capital letters count: write ${word.toLowerCase()}, not ${word}.`, ([, word]) => `Groß- und Kleinschreibung zählt: Schreibe ${word.toLowerCase()}, nicht ${word}.`),
   python('SyntaxError', code(/^\s*(?:\/\/|\/\*)/), () => 'A remark begins with # in Python.', () => 'Eine Bemerkung beginnt in Python mit #.'),
-  python('SyntaxError', code(/\{\s*$/), () => 'Python has no braces here: end the line with a colon ":" and move the lines below to the right.',
+  python('SyntaxError', code(/^\s*\}?\s*(?:for|while|if|elif|else|def|class|function|repeat)\b.*\{\s*$/i), () => 'Python has no braces here: end the line with a colon ":" and move the lines below to the right.',
     () => 'Python braucht hier keine geschweiften Klammern: Beende die Zeile mit einem Doppelpunkt ":" und rücke die Zeilen darunter ein.'),
   python('SyntaxError', code(/=<|=>|=!/), () => 'In comparisons the equals sign comes last: <=, >= and !=.', () => 'In Vergleichen steht das Gleichheitszeichen hinten: <=, >= und !=.'),
   python('SyntaxError', code(/&&|\|\||!(?!=)/), () => 'Python writes these as words: and, or, not.', () => 'Python schreibt das mit Wörtern: and, or, not.'),
@@ -102,6 +104,12 @@ export const RULES = [
     const text = codeOf(error);
     return /invalid syntax/.test(error.message || '') && (text.match(/\(/g) || []).length > (text.match(/\)/g) || []).length ? ['('] : null;
   }, () => 'The bracket "(" is never closed: count opening and closing brackets.', () => 'Die Klammer "(" wird nie geschlossen: Zähle die öffnenden und die schließenden Klammern.'),
+  python('SyntaxError', (error) => {
+    const word = /^\s*(\p{L}+)(?![\p{L}\p{N}_]).*:\s*$/u.exec(codeOf(error))?.[1];
+    if (!word || isOwn(word) || /^(?:match|case)$/.test(word) || TURTLE_WORDS.has(word) || BUILT_IN.includes(word)) return null;
+    const meant = nearest(word, ['if', 'elif', 'else', 'for', 'while', 'def', 'class', 'try', 'except', 'with']);
+    return meant ? [word, meant] : null;
+  }, ([word, meant]) => `Did you mean ${meant} instead of ${word}?`, ([word, meant]) => `Meinst du ${meant} statt ${word}?`),
   python('SyntaxError', (error) => (/^(?!\s*(?:if|elif|else|for|while|def|class|try|except|finally|with|match|case)\b).*:\s*$/.test(codeOf(error)) ? [] : null),
     () => 'Only lines that begin with if, for, while, def or else end with a colon ":": take it away here.',
     () => 'Nur Zeilen, die mit if, for, while, def oder else beginnen, enden mit einem Doppelpunkt ":": Nimm ihn hier weg.'),
@@ -170,11 +178,11 @@ export const RULES = [
   python('NameError', (error) => {
     const name = unknownName(error);
     if (MODULE_NAMES.has(name)) return [name, `import ${name}`];
-    return MODULES[name] ? [name, `from ${MODULES[name]} import ${name}`] : null;
+    return Object.hasOwn(MODULES, name) ? [name, `from ${MODULES[name]} import ${name}`] : null;
   }, ([name, text]) => `To use ${name}, write at the very top: ${text}`, ([name, text]) => `Um ${name} zu verwenden, schreibe ganz oben: ${text}`),
   python('NameError', (error) => {
     const name = unknownName(error);
-    const meant = name && (CAPITAL[name] || { true: 'True', false: 'False', none: 'None', null: 'None' }[name]
+    const meant = name && ((Object.hasOwn(OTHER_CASE, name) && OTHER_CASE[name])
       || [...TURTLE_LIST, ...BUILT_IN].find((word) => word !== name && word.toLowerCase() === name.toLowerCase()));
     return meant ? [name, meant] : null;
   }, ([name, meant]) => `Capital letters count: write ${meant}, not ${name}.`, ([name, meant]) => `Groß- und Kleinschreibung zählt: Schreibe ${meant}, nicht ${name}.`),
