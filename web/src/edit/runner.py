@@ -258,6 +258,7 @@ def _finish(error, idle):
     return json.dumps({"how": "error", "error": _describe(error)})
 
 
+_painter = None  # of the practice canvas; lines that are tried later are painted by it, too
 _streams = {"stdout": _Output(False), "stderr": _Output(True)}
 
 
@@ -284,13 +285,16 @@ def try_line(source):
 
 
 def _execute(source, mode, prepare=None):
+    global _painter
     sys.stdout, sys.stderr = _streams["stdout"], _streams["stderr"]
     linecache.cache[PROGRAM] = (len(source), None, source.splitlines(True), PROGRAM)
     before = set(sys.modules)
-    error = painter = None
+    error = None
     idle = []
     try:
-        painter = prepare() if prepare else None
+        if prepare:
+            _painter = None
+            _painter = prepare()
         if mode == "single":
             source += "\n"  # that ends a loop written in one line
         tree = compile(source, PROGRAM, mode, ast.PyCF_ONLY_AST)
@@ -304,8 +308,8 @@ def _execute(source, mode, prepare=None):
         host.over()
         error = caught
     sys.settrace(None)
-    if painter is not None:
-        painter.frame()  # what the last commands have painted
+    if _painter is not None:
+        _painter.frame()  # what the last commands have painted
     _forget_modules(before)
     idle = [] if mode == "single" else [told for told in idle if callable(_globals.get(told["word"]))]
     return _finish(error, idle[:3])
