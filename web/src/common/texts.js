@@ -75,6 +75,7 @@ export const TEXTS = {
   'end.replaced': ['— ended: another run of yours has begun, perhaps in another tab —', '— beendet: Ein anderer Lauf von dir hat begonnen, vielleicht in einem anderen Tab —'],
   'end.ended': ['— the run has ended —', '— der Lauf ist zu Ende —'],
   'end.desk': ['— stopped by your teacher; the variables are kept —', '— von der Lehrkraft angehalten; die Variablen bleiben —'],
+  'end.desk.plain': ['— stopped by your teacher —', '— von der Lehrkraft angehalten —'],
   'end.removed': ['— ended by your teacher —', '— von der Lehrkraft beendet —'],
   'end.turn': ['— your turn is over; others wait for the place —', '— du bist nicht mehr an der Reihe; andere warten auf den Platz —'],
   'end.seat': ['— your place went to somebody else —', '— dein Platz ging an jemand anderen —'],

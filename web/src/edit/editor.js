@@ -125,7 +125,7 @@ export function makeEditor({ parent, label, words, changed, keys }) {
       view.dispatch({ selection: { anchor: line.from }, effects: EditorView.scrollIntoView(line.from, { y: 'center' }) });
       view.focus();
     },
-    /** Line (from 1) and column of the first place that the editor cannot read as its language; {} when there is none. */
+    /** {line} (from 1) of the first place that the editor cannot read as its language; {} when there is none. */
     firstFault() {
       const { state } = view;
       let at = null;

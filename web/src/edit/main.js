@@ -441,7 +441,7 @@ function finish(message) {
     const plain = run?.engine === 'javascript' && message.reason === 'stopped';
     const reason = message.lost ? 'lost' : plain ? 'plain' : message.reason || 'stopped';
     output.box(el('p', { class: 'end muted small', text: t(`end.${reason}`) }));
-    if (!run?.pressed && message.reason === 'stopped' && run?.number) tellWhy(run.number, output.last());
+    if (!run?.pressed && message.reason === 'stopped' && run?.number) tellWhy(run.number, output.last(), plain ? 'end.desk.plain' : 'end.desk');
   } else if (message.how === 'crashed') output.box(el('p', { class: 'alert', role: 'alert', text: t('end.crashed') }));
   else if (message.how === 'error') showError(message.error, run);
   if (program) showState(link().state);
@@ -449,12 +449,12 @@ function finish(message) {
 }
 
 /** Something other than Stop ended the run: asks for the reason and replaces the note with it. */
-async function tellWhy(number, note) {
+async function tellWhy(number, note, byTeacher) {
   try {
     await postText(`/api/run/lines?run=${number}`, '');
   } catch (error) {
     const { reason } = error.told || {};
-    if (reason === 'stopped') note.textContent = t('end.desk');
+    if (reason === 'stopped') note.textContent = t(byTeacher);
     else if (reason) note.textContent = t(`end.${reason}`);
     else if (error.status === 401) {
       note.textContent = t('end.removed');
