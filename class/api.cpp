@@ -197,8 +197,8 @@ void server::begin(call& c) {
     if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
     // A line tried after a program's end: the turtle stays as that program left it, if there was one and it ended here.
     const auto wish = c.body.find("keep");
-    const bool keep = wish != c.body.end() && wish->is_boolean() && wish->get<bool>() && s.current.id != 0 &&
-                      !s.current.practice && (s.current.over == ending::ended || s.current.over == ending::stopped) &&
+    const bool keep = wish != c.body.end() && wish->is_boolean() && wish->get<bool>() && s.current.kept &&
+                      (s.current.over == ending::ended || s.current.over == ending::stopped) &&
                       link_at(*where).connected();
     const uint32_t run = room_.begin_run(s, false);
     settle(); // ends what the run before still held
@@ -241,8 +241,7 @@ std::optional<outgoing> server::refused_run(person_id who, uint32_t run) {
 
 // The same after an exchange with the field; if that failed, the run ends.
 std::optional<outgoing> server::refused_start(person_id who, uint32_t run, seat where, field_link::outcome o) {
-    if (!fields_[static_cast<size_t>(where.field)].page && o != field_link::outcome::busy)
-        judge(where.field, o == field_link::outcome::ok);
+    judge_link(where.field, o);
     auto refused = refused_run(who, run);
     if (refused || o == field_link::outcome::ok) return refused;
     room_.end_run(*room_.find(who), ending::field);

@@ -123,7 +123,7 @@ std::vector<room_change> room::take_changes() { return std::exchange(changes_, {
 
 uint32_t room::begin_run(session& s, bool practice) {
     end_run(s, ending::replaced);
-    s.current = {.id = ++last_run_, .over = ending::running, .practice = practice, .note = '0'};
+    s.current = {.id = ++last_run_, .over = ending::running, .practice = practice, .kept = !practice};
     s.doing = practice ? "practice" : "running";
     return s.current.id;
 }
@@ -152,6 +152,7 @@ std::string room::unique_name(std::string_view name, person_id self) const {
 void room::follow_seats() {
     for (const seat_change& c : seats_.take_changes()) {
         session* s = find(c.who);
+        if (!c.seated && s != nullptr) s->current.kept = false;
         if (!c.seated && s != nullptr && !s->current.practice) {
             const bool lost = !seats_.is_open(c.where.field);
             end_run(*s, s->away ? ending::seat : lost ? ending::field : ending::turn);

@@ -19,7 +19,7 @@ namespace classroom {
 
 inline constexpr size_t SESSIONS = 300;
 inline constexpr double GONE_S = 60;           // without a sign of life until the seat is freed
-inline constexpr double BEAT_S = 10;           // how often a page gives a sign
+inline constexpr double BEAT_S = 5;            // how often a page gives a sign
 inline constexpr size_t PROGRAM_BYTES = 65536; // text of a program
 inline constexpr size_t TITLE_BYTES = 120;
 inline constexpr size_t SAID_BYTES = 800;    // of the last output, for the desk
@@ -40,6 +40,7 @@ struct run {
     ending over = ending::ended;
     bool practice = false; // without a field
     char note = '0';       // passed to the worker with the answer about Stop
+    bool kept = false;     // its turtle is on the field, as it left it
 };
 
 struct session {

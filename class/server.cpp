@@ -388,6 +388,12 @@ void server::judge(int field, bool good) {
     room_.seats().set_open(field, f.failures < FIELD_FAILURES);
 }
 
+// A field without a page is judged by its connections; that one of ours is busy says nothing about it.
+void server::judge_link(int field, field_link::outcome o) {
+    if (fields_[static_cast<size_t>(field)].page || o == field_link::outcome::busy) return;
+    judge(field, o == field_link::outcome::ok);
+}
+
 // Makes the fields and the held requests follow changes in the room.
 void server::settle() {
     for (const room_change& change : room_.take_changes()) {
@@ -416,7 +422,9 @@ field_link& server::link_at(seat where) {
 // The connection of a place has ended, and its turtle with it: a run that went on would drive another turtle.
 void server::lose(seat where) {
     session* const s = room_.find(room_.seats().at(where));
-    if (s == nullptr || s->current.practice) return;
+    if (s == nullptr) return;
+    s->current.kept = false;
+    if (s->current.practice) return;
     room_.end_run(*s, ending::field);
     settle();
 }
@@ -490,7 +498,7 @@ void server::enter(person_id who, seat where) {
             count = 3;
         }
         link.exchange(std::move(lines), count, [self, field = where.field](field_link::outcome o, const std::string&) {
-            if (!self->fields_[static_cast<size_t>(field)].page) self->judge(field, o == field_link::outcome::ok);
+            self->judge_link(field, o);
         });
     });
 }
@@ -515,7 +523,10 @@ void server::end_held(person_id who) {
     if (found == live_.end()) return;
     live_session& live = found->second;
     const session* s = room_.find(who);
-    const ending why = s == nullptr ? ending::removed : s->current.over;
+    // While another run is on already, that one has replaced it.
+    const ending why = s == nullptr                         ? ending::removed
+                       : s->current.over == ending::running ? ending::replaced
+                                                            : s->current.over;
     live.answer.reset();
     if (live.ask) {
         held_request held = std::move(*live.ask);

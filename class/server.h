@@ -128,6 +128,7 @@ private:
     void look_at_fields();
     void settle();
     void judge(int field, bool good);
+    void judge_link(int field, field_link::outcome o);
     field_link& link_at(seat where);
     void lose(seat where);
     void enter(person_id who, seat where);
