@@ -239,18 +239,18 @@ class Answers(LibraryTest):
     def test_a_batch_is_one_packet(self):
         turtle = self.alone()
         turtle.penup()
-        began = turtle.clock()
-        with turtle.field.batch() as answers:
-            for _ in range(9):
-                turtle.forward(1)
-            turtle.clock()
-            for _ in range(9):
-                turtle.forward(1)
-            turtle.clock()
-        self.assertEqual(len(answers), 20)
-        # All before the next frame. The clock may tick at any time, but not twice.
-        self.assertLessEqual(answers[19] - answers[9], 1, "began at %d" % began)
-        self.assertAlmostEqual(turtle.xcor(), 18, places=4)
+        spans = []
+        for _ in range(10):
+            with turtle.field.batch() as answers:
+                for _ in range(2):
+                    for _ in range(9):
+                        turtle.forward(1)
+                    turtle.clock()
+            self.assertEqual(len(answers), 20)
+            spans.append(answers[19] - answers[9])
+        # The clock may tick while a packet is carried out, but not in each of ten; two packets are always a frame apart.
+        self.assertEqual(min(spans), 0, spans)
+        self.assertAlmostEqual(turtle.xcor(), 180, places=4)
 
 
 class Admission(LibraryTest):
@@ -286,10 +286,12 @@ class Admission(LibraryTest):
         with self.assertRaises(kelmora.Died):
             while True:
                 known = len(hits)
-                shooter.fire()
-                while len(hits) == known:                   # the next shot waits until this one has been noticed
-                    victim.ping()
+
+                def hit_after_firing():
                     shooter.fire()                          # nothing while the last beam or its explosion is there
+                    victim.ping()
+                    return len(hits) > known
+                wait_until(hit_after_firing, what="a hit")
         # Half a second after the fourth hit the turtle is gone: it may not learn of that one.
         self.assertEqual(hits[:3], [70, 40, 10])
         self.assertIn(hits[3:], ([0], []))

@@ -71,7 +71,7 @@ def prepare(field, things=""):
     field.settle()
 
 
-ATTEMPTS = 12
+ATTEMPTS = 6
 
 
 def bad_luck(source, things, errors):

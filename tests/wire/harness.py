@@ -53,8 +53,8 @@ def patience(seconds):
 
 
 def wait_until(condition, seconds=HANG, what="condition", pause=0.01):
-    """Polls until the condition returns something true, and returns that. The deadline only bounds a hang, so it is
-    never shorter than HANG."""
+    """Polls until the condition returns something true, and returns that. The deadline only bounds a hang: less than
+    HANG is raised to it."""
     end = time.monotonic() + patience(max(seconds, HANG))
     while True:
         value = condition()
@@ -273,7 +273,7 @@ class Client:
         return wait_until(lambda: self.ask(".").clock >= start + count, 5 + count * 0.1, "%d ticks" % count, 0.002)
 
     def wait_closed(self, seconds=HANG):
-        """Reads and discards until the field has closed the connection."""
+        """Reads and discards until the field has closed the connection; like wait_until, for HANG at least."""
         end = time.monotonic() + patience(max(seconds, HANG))
         while True:
             self.sock.settimeout(max(0.01, end - time.monotonic()))

@@ -170,8 +170,8 @@ def soak():
                 rates.append(rate)
             stood = 0.0 if rate > 0 else stood + now - last_time
             longest = max(longest, stood)
-            if clock < LEAST * MINUTES * 60 and day.end < latest:
-                day.end = max(day.end, min(now + SPAN, latest))     # a machine without time for it
+            if (clock < LEAST * MINUTES * 60 or stood) and day.end < latest:
+                day.end = max(day.end, min(now + SPAN, latest))     # no time for it, or it stands: for how long?
             last_clock, last_time = clock, now
             samples.append(resources(pid))
             print("  %5.0f s left, %6.1f ticks/s, %d descriptors, %d threads, %.0f MB, %d commands, %d pages"

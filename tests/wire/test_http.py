@@ -572,6 +572,7 @@ class Limits(unittest.TestCase):
                 self.assertGreater(took, IDLE_BUDGET - 2)
                 idle.sock.settimeout(patience(harness.HANG))
                 self.assertEqual(idle.ended(), b"")
+                self.assertLess(time.monotonic() - start, patience(IDLE_BUDGET + harness.HANG))
                 # A send without progress for that long ends its connection, too.
                 wait_until(lambda: field_end(stuck) is None, 20, "the end of the connection that nobody reads")
                 field.wait_line("error sending data to client")
