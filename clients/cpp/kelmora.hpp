@@ -338,7 +338,8 @@ public:
     virtual void send(std::string_view lines) = 0;
     /// Waits for the next line. What it returns, without the line feed, stays valid until the next call.
     virtual std::string_view receive() = 0;
-    /// Whether more has come than was received: asked before a packet goes out, when no answer is due.
+    /// Whether more has been read than the lines returned so far. Asked before a packet goes out, when no answer is
+    /// due. Bytes that the system still holds do not count: asking for them would take a system call a packet.
     [[nodiscard]] virtual bool has_more() const { return false; }
     /// Where the field is, for messages.
     [[nodiscard]] virtual std::string where() const { return "the field"; }

@@ -182,10 +182,10 @@ void place_body(const body_t& body, const std::array<double, 3>& light, const pr
     }
 }
 
-// What is so near to a decision is left to GL; in the units of seen_t.
+// Distances below this, in units of seen_t, may be GL's rounding: such triangles are drawn.
 constexpr int MARGIN = 4;
 
-// How far a point lies to the left of the way from a to b, times the length of the way; a little more, in truth.
+// Distance of a point to the left of the way from a to b, plus at least MARGIN, times the length of the way.
 int left_of(const seen_t& a, const seen_t& b, int x, int y) {
     const int dx = b.x - a.x, dy = b.y - a.y;
     return dx * (y - a.y) - dy * (x - a.x) + MARGIN * (std::abs(dx) + std::abs(dy));
@@ -205,7 +205,7 @@ bool is_invisible(const seen_t& a, const seen_t& b, const seen_t& c) {
     const auto middle_from = [](int v) { return ((v - MARGIN + PIXEL / 2 - 1) & -PIXEL) + PIXEL / 2; };
     for (int y = middle_from(bottom); y <= top + MARGIN; y += PIXEL) {
         for (int x = middle_from(left); x <= right + MARGIN; x += PIXEL) {
-            // The sign of a union of bits is negative where one of them is: one jump instead of three.
+            // The union is negative when any of the three is.
             if ((left_of(a, b, x, y) | left_of(b, c, x, y) | left_of(c, a, x, y)) >= 0) return false;
         }
     }

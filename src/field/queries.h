@@ -5,7 +5,7 @@
 
 /// The frame clock, in timer ticks.
 int qf_elapsed_time(uint64_t& t);
-/// Live slots that are no objects; but doughnuts count, and zombies.
+/// Live slots without stones and the like. Doughnuts and zombies count.
 int qf_n_turtle(int& n);
 /// Live slots that can move: neither objects nor zombies; robots count.
 int qf_n_moving_obj(int& n);

@@ -118,7 +118,6 @@ void step(again_t& a) {
     record_tick(a.recorder, view);
 }
 
-// The line without the results, which depend on more than the game.
 // A head tells the build before the seed: other builds may play the same game.
 bool is_same_from_seed(const std::string& mine, const std::string& theirs) {
     const size_t at = mine.find("\"seed\""), there = theirs.find("\"seed\"");
@@ -126,6 +125,7 @@ bool is_same_from_seed(const std::string& mine, const std::string& theirs) {
     return mine.compare(at, std::string::npos, theirs, there) == 0;
 }
 
+// The line without the results, which depend on more than the game.
 std::string without_end(const std::string& line) {
     const size_t end = line.find(END_FIELD);
     const size_t hash = line.rfind(HASH_FIELD);

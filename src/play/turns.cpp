@@ -32,7 +32,7 @@ struct seat_t {
 
 std::array<seat_t, MAX_CLIENT> seats;
 int64_t brisk_left; // ns of this turn
-int64_t next_look;  // at the door
+int64_t next_look;  // for newcomers
 
 seat_t& seat_at(int slot) { return seats[static_cast<size_t>(slot)]; }
 
@@ -166,7 +166,7 @@ void run_seat(game_t& game, int slot) {
     }
 }
 
-// One call in a turn of a few would be felt.
+// At most once in DOOR_EVERY: a turn takes only a few system calls, so one more would show.
 void look_for_newcomers(game_t& game) {
     const int64_t now = monotonic_now();
     if (now < next_look) return;

@@ -162,7 +162,7 @@ class Field:
         while self._owed:
             self._receive()
         if self._wire is not None and self._wire.pending:
-            # Otherwise the next line would be taken for the answer to another command.
+            # More came with the last answer than was asked for; it would be taken for the answer to another command.
             raise self._fail(bad_answer(self.where, self._wire.pending.decode("latin-1")))
         self._owed = len(lines)  # before they go: whatever interrupts this, their answers will come
         try:
