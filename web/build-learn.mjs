@@ -1,7 +1,10 @@
-// Collects the editor's examples of the client libraries and the lessons as one JSON object, and the lessons' pictures.
+// Collects the editor's examples of the client libraries and the lessons as one JSON object for each language of the page,
+// and the lessons' pictures. The lessons in other languages are in folders beside the English ones, docs/lessons/de; there
+// examples.json has the texts of the examples, {English: translated}. What is not translated there is offered in English.
 // Markdown becomes a list of plain parts, from which the page makes elements, never HTML from text.
 import { existsSync, readFileSync, readdirSync } from 'node:fs';
 import path from 'node:path';
+import { LANGUAGES as PAGES } from './src/common/texts.js';
 
 const LANGUAGES = { '.py': 'python', '.js': 'javascript', '.mjs': 'javascript' };
 
@@ -43,33 +46,49 @@ export function lessonParts(markdown) {
   return parts.map(({ lines, ...part }) => part);
 }
 
-function examplesIn(folder) {
+/** A program with its comments and texts in another language. @param texts  {English: translated} */
+export function translated(program, texts) {
+  const longestFirst = Object.keys(texts).sort((a, b) => b.length - a.length);
+  return longestFirst.reduce((text, one) => text.replaceAll(one, () => texts[one]), program);
+}
+
+function examplesIn(folder, texts) {
   if (!existsSync(folder)) return [];
   return readdirSync(folder).sort().filter((name) => LANGUAGES[path.extname(name)] && !name.startsWith('_') && !/^test/.test(name)).map((name) => {
-    const text = readFileSync(path.join(folder, name), 'utf8');
+    const text = translated(readFileSync(path.join(folder, name), 'utf8'), texts);
     return { title: titleOf(text, name), language: LANGUAGES[path.extname(name)], text };
   });
 }
 
-/** @param root  the project's folder  @returns Map of files: learn.json and the pictures that the lessons name */
+/** One lesson. Adds its pictures to `files`. */
+function lessonFrom(folder, name, files) {
+  const parts = lessonParts(readFileSync(path.join(folder, name), 'utf8'));
+  for (const part of parts) {
+    if (part.kind !== 'picture') continue;
+    const file = path.join(folder, part.file);
+    part.file = `lesson/${path.basename(part.file)}`;
+    if (existsSync(file)) files.set(part.file, readFileSync(file));
+  }
+  const head = parts.findIndex((part) => part.kind === 'head');
+  const title = head >= 0 ? parts[head].text : name;
+  return { title, parts: parts.filter((part, i) => i !== head && (part.kind !== 'picture' || files.has(part.file))) };
+}
+
+/** @param root  the project's folder  @returns Map of files: learn.en.json and so on, and the pictures that the lessons name */
 export function learnFiles(root) {
   const files = new Map();
-  const lessons = [];
-  const folder = path.join(root, 'docs', 'lessons');
-  for (const name of existsSync(folder) ? readdirSync(folder).sort() : []) {
-    if (!/^\d.*\.md$/.test(name)) continue;
-    const parts = lessonParts(readFileSync(path.join(folder, name), 'utf8'));
-    for (const part of parts) {
-      if (part.kind !== 'picture') continue;
-      const file = path.join(folder, part.file);
-      part.file = `lesson/${path.basename(part.file)}`;
-      if (existsSync(file)) files.set(part.file, readFileSync(file));
-    }
-    const head = parts.findIndex((part) => part.kind === 'head');
-    const title = head >= 0 ? parts[head].text : name;
-    lessons.push({ title, parts: parts.filter((part, i) => i !== head && (part.kind !== 'picture' || files.has(part.file))) });
+  const english = path.join(root, 'docs', 'lessons');
+  const names = existsSync(english) ? readdirSync(english).filter((name) => /^\d.*\.md$/.test(name)).sort() : [];
+  for (const [language] of PAGES) {
+    const own = language === 'en' ? english : path.join(english, language);
+    const lessons = names.map((name) => {
+      const there = existsSync(path.join(own, name));
+      return { language: there ? language : 'en', ...lessonFrom(there ? own : english, name, files) };
+    });
+    const table = path.join(own, 'examples.json');
+    const texts = existsSync(table) ? JSON.parse(readFileSync(table, 'utf8')) : {};
+    const examples = ['python', 'js', '.'].flatMap((name) => examplesIn(path.join(root, 'clients', 'examples', name), texts));
+    files.set(`learn.${language}.json`, Buffer.from(JSON.stringify({ lessons, examples })));
   }
-  const examples = ['python', 'js', '.'].flatMap((name) => examplesIn(path.join(root, 'clients', 'examples', name)));
-  files.set('learn.json', Buffer.from(JSON.stringify({ lessons, examples })));
   return files;
 }

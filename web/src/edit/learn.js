@@ -1,4 +1,4 @@
-// Examples and lessons: fetched on first use, read beside the editor, opened with one press.
+// Examples and lessons in the page's language: fetched on first use, read beside the editor, opened with one press.
 import { el } from '../common/dom.js';
 import { language as pageLanguage, t } from '../common/texts.js';
 import { makePanel } from './help.js';
@@ -34,7 +34,8 @@ export function makeLearn({ button, open }) {
       if (part.kind === 'picture') return el('img', { src: new URL(part.file, import.meta.url).href, alt: part.text, loading: 'lazy' });
       return el('p', {}, ...inline(part.text));
     });
-    list.replaceChildren(back, el('h2', { text: lesson.title, tabIndex: -1 }), ...parts);
+    list.replaceChildren(back, el('h2', { text: lesson.title, lang: lesson.language, tabIndex: -1 }),
+      el('div', { class: 'learn', lang: lesson.language }, ...parts));
     list.querySelector('h2').focus();
     list.parentElement.scrollTop = 0;
   }
@@ -45,7 +46,7 @@ export function makeLearn({ button, open }) {
       on: { click: () => open(newProgram(example.language, example.title, example.text)) } },
     el('span', { text: example.title }), el('span', { class: 'muted small', text: t(`language.${example.language}`) }))));
     const lessons = told.lessons.map((lesson) => el('li', {}, el('button', { type: 'button', class: 'plain grow left', text: lesson.title,
-      on: { click: () => showLesson(lesson) } })));
+      lang: lesson.language, on: { click: () => showLesson(lesson) } })));
     list.replaceChildren(...section(t('learn.lessons'), lessons), ...section(t('learn.examples'), examples));
     if (!list.firstChild) list.append(el('p', { class: 'muted', text: t('learn.none') }));
   }
@@ -54,8 +55,7 @@ export function makeLearn({ button, open }) {
     if (told) return;
     list.replaceChildren(el('p', { class: 'muted', text: t('learn.loading') }));
     try {
-      const all = await (await fetch(new URL('./learn.json', import.meta.url))).json();
-      told = { lessons: all.lessons, examples: all.examples.filter((one) => !one.page || one.page === pageLanguage()) };
+      told = await (await fetch(new URL(`./learn.${pageLanguage()}.json`, import.meta.url))).json();
       showAll();
     } catch {
       list.replaceChildren(el('p', { class: 'alert', text: t('learn.failed') }));
