@@ -370,6 +370,41 @@ class InChromium(Pages, unittest.TestCase):
         self.browser.order("key", keys=["Escape", "Tab"])
         self.assertFalse(ann.run("return document.activeElement.closest('.cm-editor') !== null;"))
 
+    def test_blocks_by_keyboard_alone(self):
+        self.browser.fresh(locale="de-DE")
+        ann = self.pupil
+        ann.open("/edit")
+        ann.ready()
+        ann.fill("Sprache", "blocks")
+        ann.wait("document.querySelector('.blocklyDraggable')", "the blocks")
+
+        def press(*keys):
+            self.browser.order("key", keys=keys)
+
+        def program(*lines):
+            text = "from kelmora import *\n\n" + "".join(line + "\n" for line in lines)
+            ann.wait("kelmora.editor.text().trim() === %s" % json.dumps(text.strip()), "the program %r" % text)
+
+        ann.run(FIND + "named('Sprache').focus();")
+        press("Tab", "Tab", "Tab", "ArrowDown", "ArrowDown", "ArrowDown")  # groups, the first of them, the blocks' own area
+        self.assertIn("drehe links", ann.run("return document.activeElement.getAttribute('aria-label');"))
+        press("m", "ArrowUp")
+        ann.see("Verschiebe mit den Pfeiltasten")
+        press("Enter")
+        program("for count in range(4):", "    left(90)", "    forward(100)")
+        press("m", "ArrowDown", "Escape")
+        press("t", "ArrowDown", "ArrowRight", "Enter")  # the first block of the second group
+        ann.wait("document.querySelector('.blocklyToast, .blocklyDragging, .blocklyCurrentConnectionPreview')", "the block to move")
+        press("Enter")
+        ann.wait("kelmora.editor.text().includes('pencolor')", "the new block")
+        press("Delete")
+        program("for count in range(4):", "    left(90)", "    forward(100)")
+        # The same keys run and stop a program as in text.
+        ann.wait("document.activeElement.closest('.block-editor')", "the focus among the blocks")
+        press("Control+Enter")
+        ann.says("fertig")
+        self.assertFalse(ann.run("return Boolean(document.querySelector('.blocklyContextMenu'));"))
+
     def test_nothing_leaves_the_machine(self):
         self.browser.fresh()
         ann = self.pupil

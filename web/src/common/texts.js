@@ -126,6 +126,8 @@ export const TEXTS = {
   'help.keys': ['Keys', 'Tasten'],
   'help.keys.text': ['Ctrl-Enter runs, Ctrl-. stops, Ctrl-S saves, F1 opens this help. In the program Tab indents; press Escape, then Tab, to leave it.',
     'Strg-Eingabe startet, Strg-. hält an, Strg-S speichert, F1 öffnet diese Hilfe. Im Programm rückt Tab ein; mit Escape und dann Tab verlässt man es.'],
+  'help.keys.blocks': ['Blocks: T goes to the groups of blocks, W back. The arrow keys go from block to block, Enter takes one or edits a number. M moves a block with the arrow keys, Enter puts it down, Escape puts it back. Delete removes it, Ctrl-Z undoes.',
+    'Blöcke: T führt zu den Gruppen der Bausteine, W zurück. Die Pfeiltasten führen von Baustein zu Baustein, Enter nimmt einen oder ändert eine Zahl. M verschiebt einen Baustein mit den Pfeiltasten, Enter legt ihn ab, Escape legt ihn zurück. Entf löscht ihn, Strg-Z macht rückgängig.'],
   'learn.lessons': ['Lessons', 'Lektionen'],
   'learn.examples': ['Examples', 'Beispiele'],
   'learn.open': ['Open in the editor', 'Im Editor öffnen'],

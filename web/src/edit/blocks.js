@@ -6,6 +6,7 @@ import * as German from 'blockly/msg/de';
 import { Order, pythonGenerator } from 'blockly/python';
 import { language as pageLanguage } from '../common/texts.js';
 import { look } from '../common/page.js';
+import { GERMAN } from './blocks-german.js';
 
 const MOVE = 160; // hues
 const DRAW = 20;
@@ -45,7 +46,11 @@ function argument([name, kind, preset]) {
 function define(german) {
   if (defined) return;
   defined = true;
-  Blockly.setLocale(german ? German : English);
+  Blockly.setLocale(german ? { ...German, ...GERMAN } : English);
+  // Ctrl-Enter runs the program, here as everywhere; the menu has Shift-F10 and its own key, too.
+  const { registry } = Blockly.ShortcutRegistry;
+  const { CTRL_CMD, ENTER } = Blockly.utils.KeyCodes;
+  registry.removeKeyMapping(registry.createSerializedKey(ENTER, [CTRL_CMD]), Blockly.ShortcutItems.names.MENU);
   const statement = (type, colour, message, args) => ({ type: `k_${type}`, message0: message, args0: args, inputsInline: true,
     previousStatement: null, nextStatement: null, colour });
   const options = (list) => list.map(([value, en, de]) => [german ? de : en, value]);

@@ -65,7 +65,8 @@ export function makeHelp({ button, insert, language }) {
     list.replaceChildren(...(parts.length > 0 ? parts : [el('p', { class: 'muted', text: t('help.nothing') })]));
   }
   search.addEventListener('input', fill);
-  const keys = el('details', {}, el('summary', { text: t('help.keys') }), el('p', { class: 'small', text: t('help.keys.text') }));
+  const keys = el('details', {}, el('summary', { text: t('help.keys') }), el('p', { class: 'small', text: t('help.keys.text') }),
+    el('p', { class: 'small', text: t('help.keys.blocks') }));
   return makePanel({ button, title: t('help'), content: [search, keys, list], opened: () => {
     fill();
     search.focus();
