@@ -54,13 +54,13 @@ const bundle = await build({
   outdir: '/out',
   write: false,
   logLevel: 'warning',
-  loader: { '.svg': 'text', '.py': 'text' },
+  loader: { '.svg': 'text' },
   define: { PYTHON_FOLDER: JSON.stringify(`../${python.version}/`), SNAPSHOT: JSON.stringify(python.snapshot) },
 });
 const code = new Map(bundle.outputFiles.map((file) => [path.relative('/out', file.path), Buffer.from(file.contents)]));
 addFolder(code, 'media/', path.join(here, 'node_modules', 'blockly', 'media'), /\.(svg|png|cur|gif)$/);
 for (const [name, bytes] of learnFiles(path.join(here, '..'))) code.set(name, bytes);
-code.set('kelmora.json', python.packageFiles);
+code.set('kelmora.zip', python.archive);
 
 function addFolder(files, prefix, folder, pattern) {
   if (!existsSync(folder)) return;

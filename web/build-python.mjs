@@ -59,25 +59,42 @@ async function makeParts(core) {
   return { library, snapshot: Buffer.from(python.makeMemorySnapshot()) };
 }
 
-/** The package kelmora as one JSON object, path to text, which the worker writes into its own file system. */
-function packageFiles() {
+const PACK = `
+import importlib.util, marshal, zipfile
+def pack(target, sources):
+    with zipfile.ZipFile(target, 'w') as archive:
+        for name, text in sources.items():
+            header = importlib.util.MAGIC_NUMBER + bytes(12)  # no flags, and the time and size of no source
+            archive.writestr(zipfile.ZipInfo(name + 'c'), header + marshal.dumps(compile(text, name, 'exec')))
+`;
+
+/**
+ * The package kelmora and the runner as an archive of compiled modules, from which Python imports: compiling them in the
+ * browser would take a third of its start, and again as long for every program. Kept in the cache under a hash of its sources.
+ */
+async function makePackage(core, cache, version) {
   const root = path.join(here, '..', 'clients', 'python', 'src', 'kelmora');
-  const files = {};
-  const visit = (folder, prefix) => {
-    for (const entry of readdirSync(folder, { withFileTypes: true }).sort((a, b) => (a.name < b.name ? -1 : 1))) {
-      const file = path.join(folder, entry.name);
-      if (entry.isDirectory() && entry.name !== '__pycache__') visit(file, `${prefix}${entry.name}/`);
-      else if (/\.(py|json)$/.test(entry.name)) files[prefix + entry.name] = readFileSync(file, 'utf8');
-    }
-  };
-  if (existsSync(root)) visit(root, 'kelmora/');
-  return Buffer.from(JSON.stringify(files));
+  const sources = new Map(readdirSync(root).filter((name) => name.endsWith('.py')).sort()
+    .map((name) => [`kelmora/${name}`, readFileSync(path.join(root, name), 'utf8')]));
+  sources.set('kelmora_runner.py', readFileSync(path.join(here, 'src', 'edit', 'runner.py'), 'utf8'));
+  const hash = createHash('sha256').update(version);
+  for (const [name, text] of sources) hash.update(`${name}\0${text.length}\0`).update(text);
+  const kept = path.join(cache, `package-${hash.digest('hex').slice(0, 12)}.zip`);
+  if (!existsSync(kept)) {
+    const { loadPyodide } = await import(pathToFileURL(path.join(core, 'pyodide.mjs')));
+    const python = await loadPyodide({ indexURL: core });
+    python.runPython(PACK);
+    python.globals.get('pack')('/package.zip', python.toPy(sources));
+    for (const name of readdirSync(cache)) if (name.startsWith('package-')) rmSync(path.join(cache, name));
+    writeFileSync(kept, python.FS.readFile('/package.zip'));
+  }
+  return readFileSync(kept);
 }
 
 /**
  * @param core   folder of the npm package pyodide
  * @param cache  folder that keeps what takes long to make
- * @returns {version, files: Map name to bytes, snapshot: {pieces: names of its files in order, length: in bytes}, packageFiles: bytes}
+ * @returns {version, files: Map name to bytes, snapshot: {pieces: names of its files in order, length: in bytes}, archive: bytes of the package kelmora and the runner}
  */
 export async function pythonParts(core, cache) {
   const hash = createHash('sha256').update(readFileSync(fileURLToPath(import.meta.url)));
@@ -104,5 +121,5 @@ export async function pythonParts(core, cache) {
     pieces.push(`snapshot-${mark}-${String(pieces.length).padStart(2, '0')}.bin`);
     files.set(pieces.at(-1), snapshot.subarray(at, at + PIECE_BYTES));
   }
-  return { version, files, snapshot: { pieces, length: snapshot.length }, packageFiles: packageFiles() };
+  return { version, files, snapshot: { pieces, length: snapshot.length }, archive: await makePackage(core, cache, version) };
 }

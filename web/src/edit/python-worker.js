@@ -2,9 +2,9 @@
 // Messages in: {do: 'load'}, {do: 'run', source, run, token, speed, practice}, {do: 'try', source}.
 // Messages out: progress, loaded, out, ask, asked, line, draw, ended {how, error}, failed {message}.
 import { Ended, Refused, makeHost } from './host.js';
-import runnerSource from './runner.py';
 
 const folder = new URL(PYTHON_FOLDER, import.meta.url).href; // replaced by the build
+const ARCHIVE = '/lib/kelmora.zip'; // the package kelmora and the runner, compiled
 const LANES = 3; // pieces of the snapshot that are fetched at a time
 const TELL_AGAIN = 500; // ms
 const post = (message) => self.postMessage(message);
@@ -56,9 +56,9 @@ async function fetchSnapshot() {
 
 async function start() {
   const options = { indexURL: folder, enableRunUntilComplete: false };
-  const [{ loadPyodide }, files, snapshot] = await Promise.all([
+  const [{ loadPyodide }, archive, snapshot] = await Promise.all([
     import(`${folder}pyodide.mjs`),
-    fetch(new URL('./kelmora.json', import.meta.url)).then((answer) => answer.json()),
+    fetch(new URL('./kelmora.zip', import.meta.url)).then((answer) => answer.arrayBuffer()),
     fetchSnapshot().catch(() => null),
   ]);
   if (snapshot) {
@@ -69,14 +69,7 @@ async function start() {
     }
   }
   python ||= await loadPyodide(options);
-  const made = new Set();
-  for (const [name, text] of Object.entries(files)) {
-    const path = `/lib/kelmora-site/${name}`;
-    const parent = path.slice(0, path.lastIndexOf('/'));
-    if (!made.has(parent)) python.FS.mkdirTree(parent);
-    made.add(parent);
-    python.FS.writeFile(path, text);
-  }
+  python.FS.writeFile(ARCHIVE, new Uint8Array(archive));
   python.registerJsModule('kelmora_host', {
     out: host.out, flush: host.flush, wait: host.wait, line: host.line, speed: host.speed, draw: host.draw, stopped: host.isStopped,
     over() {
@@ -85,8 +78,7 @@ async function start() {
     ask: (prompt) => guarded(() => host.ask(prompt)),
     lines: (body) => guarded(() => host.lines(body)),
   });
-  python.FS.writeFile('/lib/kelmora-site/kelmora_runner.py', runnerSource);
-  python.runPython("import sys; sys.path.insert(0, '/lib/kelmora-site')");
+  python.runPython(`import sys; sys.path.insert(0, '${ARCHIVE}')`);
   runner = python.pyimport('kelmora_runner');
   runner.set_up();
   python.setInterruptBuffer(interrupts);
