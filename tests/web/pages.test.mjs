@@ -4,7 +4,7 @@ import { readFileSync, readdirSync } from 'node:fs';
 import path from 'node:path';
 import test from 'node:test';
 import { fileURLToPath } from 'node:url';
-import { lessonParts } from '../../web/build-learn.mjs';
+import { learnFiles, lessonParts, translated } from '../../web/build-learn.mjs';
 import { GERMAN } from '../../web/src/edit/blocks-german.js';
 import { TEXTS, chooseLanguage, refusal, t, waitText } from '../../web/src/common/texts.js';
 import { fromFragment, toFragment } from '../../web/src/edit/share.js';
@@ -121,6 +121,28 @@ test('a lesson becomes plain parts', () => {
     { kind: 'code', language: 'python', text: 'forward(3)\n\nleft(4)\n' },
     { kind: 'picture', text: 'A square', file: 'pic.png' },
   ]);
+});
+
+test('each language has a file of its own with all lessons and examples, and every picture is there', () => {
+  const files = learnFiles(fileURLToPath(new URL('../../', import.meta.url)));
+  const [english, german] = ['en', 'de'].map((language) => {
+    const { lessons, examples } = JSON.parse(files.get(`learn.${language}.json`));
+    assert.equal(lessons.length, 10);
+    for (const lesson of lessons) {
+      assert.equal(lesson.language, language, lesson.title);
+      const pictures = lesson.parts.filter(({ kind }) => kind === 'picture');
+      assert.ok(pictures.length > 0 && pictures.every(({ file }) => files.has(file)), lesson.title);
+    }
+    assert.equal(new Set([...lessons, ...examples].map(({ title, language: kind }) => `${kind} ${title}`)).size, lessons.length + examples.length);
+    return { lessons, examples };
+  });
+  assert.deepEqual(german.examples.map(({ language }) => language), english.examples.map(({ language }) => language));
+  const titles = new Set([...english.lessons, ...english.examples].map(({ title }) => title));
+  assert.deepEqual([...german.lessons, ...german.examples].filter(({ title }) => titles.has(title) || /^[a-z]/.test(title)), []);
+});
+
+test('a longer text is translated before a shorter one inside it', () => {
+  assert.equal(translated('# a wall\n# a wall: $& away\n', { '# a wall': '# eine Wand', '# a wall: $& away': '# $& weg' }), '# eine Wand\n# $& weg\n');
 });
 
 test('cards are read with their places, and malformed lists give none', () => {

@@ -311,6 +311,20 @@ class Pages:
         eve.start("input('who? ')\n")
         self.assertIn("after joining the class", eve.finished())
 
+    def check_german_lessons(self):
+        """From the editor to a German lesson, and one of its programs back into the editor."""
+        ann = self.pupil
+        ann.press("Lernen")
+        ann.wait("document.querySelectorAll('.learn li').length > 20", "lessons and examples")
+        ann.see("Ein Baum")
+        ann.press("3. Zahlen mit Namen")
+        ann.see("Darum geht es:")
+        self.assertEqual(ann.run("return document.querySelector('.learn img').closest('[lang]').lang;"), "de")
+        loaded = ann.run("return performance.getEntriesByType('resource').map((one) => one.name).filter((name) => name.includes('/learn.'));")
+        self.assertEqual([name.rpartition("/")[2] for name in loaded], ["learn.de.json"])
+        ann.press("Im Editor öffnen")
+        ann.wait("kelmora.editor.text().includes('laenge = 5')", "the lesson's program in the editor")
+
     def test_share_and_german(self):
         ann = self.pupil
         ann.open("/edit")
@@ -331,6 +345,7 @@ class Pages:
         ann.write("for i in range(3)\n    pass\n")
         ann.press("Start")
         self.assertIn("Doppelpunkt", ann.finished())
+        self.check_german_lessons()
         ann.open("about:blank" if link.startswith("/") else "/watch")
         self.browser.open(link[:-9])  # an address that was cut
         ann.see("Wurde die Adresse abgeschnitten?")
