@@ -1,7 +1,6 @@
 #include "draw/image.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <csetjmp>
 #include <cstdint>
@@ -119,7 +118,7 @@ bool encode(png_structp png, png_infop info, FILE* file, unsigned width, unsigne
 
 // Creates a regular file, replacing one of the same name. Anything else with this name is not touched: opening a pipe
 // would wait for its reader, a device would take the data, a link leads elsewhere.
-// @return null with errno set: EEXIST for such a file
+// @return null when it cannot be created
 file_guard create_file(const char* path) {
     struct stat info = {};
     if (lstat(path, &info) == 0 && S_ISREG(info.st_mode)) unlink(path);
@@ -128,6 +127,12 @@ file_guard create_file(const char* path) {
     file_guard file(fdopen(fd, "wb"));
     if (!file) close(fd);
     return file;
+}
+
+// Whether there is something with this name that could be opened and is not: a pipe, a device, a link.
+bool is_refused(const char* path) {
+    struct stat info = {};
+    return lstat(path, &info) == 0 && !S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode);
 }
 
 // Removes a partial file.
@@ -186,7 +191,7 @@ bool side_is_sensible(int side) { return side >= 1 && side <= PPM_MAX_SIDE; }
 void saveImageToPNG(unsigned width, unsigned height, const char* path) {
     file_guard file = create_file(path);
     if (!file) {
-        if (errno == EEXIST) {
+        if (is_refused(path)) {
             log_line("saveImageToPNG: cannot write file:%s", path);
         } else {
             log_line("saveImageToPNG: cannot open file:%s", path);
