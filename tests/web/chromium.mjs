@@ -1,5 +1,9 @@
 // Drives Chromium for browsers.py over standard input and output: one order a line, one answer a line, both JSON.
+import { readFileSync } from 'node:fs';
+import { createRequire } from 'node:module';
 import { browser, serve } from '../browser/driver.mjs';
+
+const axe = readFileSync(createRequire(new URL('../../web/package.json', import.meta.url)).resolve('axe-core/axe.min.js'), 'utf8');
 
 let context = null;
 const tabs = new Map();
@@ -32,6 +36,13 @@ const orders = {
   type: async ({ text }) => { await tab.keyboard.type(text); },
   size: ({ width, height }) => tab.setViewportSize({ width, height }),
   shot: ({ file }) => tab.screenshot({ path: file }).then(() => true),
+  look: ({ look }) => tab.emulateMedia({ colorScheme: look }),
+  // What the rules for accessible pages find, a line for each kind of fault. `except`: selectors of what is left out.
+  async faults({ except = [] }) {
+    if (!await tab.evaluate('Boolean(globalThis.axe)')) await tab.evaluate(axe);
+    const told = await tab.evaluate((exclude) => globalThis.axe.run({ exclude }, { resultTypes: ['violations'] }), except);
+    return told.violations.map(({ id, help, nodes }) => `${id}: ${help}: ${nodes.map((node) => `${node.target} (${node.any[0]?.message || node.all[0]?.message || node.none[0]?.message || ''})`).join('; ')}`);
+  },
   errors: async () => errors.splice(0),
   asked: async () => [...asked],
 };
