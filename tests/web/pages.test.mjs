@@ -28,7 +28,7 @@ test('every text that a page uses is in the table, and every one in it is used',
   const asked = [...all.matchAll(/\bt\('([\w.]+)'/g)].map(([, key]) => key);
   assert.ok(asked.length > 100);
   for (const key of asked) assert.ok(TEXTS[key], `no text for ${key}`);
-  const begun = [...all.matchAll(/\bt\(`([\w.]+)\$\{/g)].map(([, prefix]) => prefix);
+  const begun = [...all.matchAll(/\bt\(`([\w.]+)\$\{|\btextsUnder\('([\w.]+)'/g)].map(([, key, under]) => key ?? under);
   for (const key of Object.keys(TEXTS)) {
     const used = all.includes(`'${key}'`) || begun.some((prefix) => key.startsWith(prefix)) || /^(error|wait|desk\.(do|key|rule))\./.test(key);
     assert.ok(used, `nobody asks for ${key}`);

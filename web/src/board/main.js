@@ -13,7 +13,7 @@ const code = el('p', { class: 'class-code mono' });
 const qr = el('img', { class: 'qr', alt: t('board.qr'), hidden: true });
 const count = el('span', { class: 'chip' });
 const waiting = el('span', { class: 'chip note', hidden: true });
-const paused = el('p', { class: 'notice paused', role: 'status', hidden: true, text: t('board.paused') });
+const paused = el('p', { class: 'notice paused', hidden: true, text: t('board.paused') });
 const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
 const FEW = 16; // names that are written large; nobody scrolls on a projector
 const who = el('ul', { class: 'who' });
@@ -30,7 +30,7 @@ document.body.append(
     el('section', { class: 'invite', 'aria-label': t('board.open') },
       el('div', { class: 'card how' },
         el('div', { class: 'where' }, el('h2', { text: t('board.open') }), address), el('div', {}, el('h2', { text: t('board.code') }), code), qr),
-      paused, trouble,
+      el('div', { class: 'told', role: 'status' }, paused), trouble,
       el('div', { class: 'card people' }, el('div', { class: 'row' }, el('h2', { class: 'grow', text: t('board.who') }), count, waiting), who, legend)),
     el('section', { class: 'board-field', 'aria-label': t('watch.title') }, tabs, view.element)));
 

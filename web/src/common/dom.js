@@ -58,6 +58,35 @@ export function copyText(text) {
   return done;
 }
 
+/** Whether a button or input may be used; see setUsable. */
+export const isUsable = (control) => !control.disabled && control.getAttribute('aria-disabled') !== 'true';
+
+const sleeping = new WeakSet(); // unusable, but not disabled before they lose the focus
+
+/**
+ * Lets a button or input be used or not. A disabled control loses the focus, and a keyboard's user with it: one that has
+ * the focus keeps it, says that it cannot be used, and is disabled when the focus leaves. Its listeners ask isUsable.
+ */
+export function setUsable(control, usable) {
+  const isText = control.matches('input, textarea');
+  if (!usable && control === document.activeElement && !(isText && matchMedia('(pointer: coarse)').matches)) { // else the keyboard on the screen stays
+    control.setAttribute('aria-disabled', 'true');
+    if (isText) control.readOnly = true;
+    if (sleeping.has(control)) return;
+    sleeping.add(control);
+    control.addEventListener('blur', function left() {
+      if (control === document.activeElement) return; // the window lost the focus, not the control
+      control.removeEventListener('blur', left);
+      sleeping.delete(control);
+      if (control.getAttribute('aria-disabled') === 'true') setUsable(control, false);
+    });
+    return;
+  }
+  control.disabled = !usable;
+  control.removeAttribute('aria-disabled');
+  if (isText) control.readOnly = false;
+}
+
 /** A random name for a tab or a run: `crypto.randomUUID` is absent over plain http. */
 export function randomName() {
   return [...crypto.getRandomValues(new Uint8Array(12))].map((byte) => byte.toString(16).padStart(2, '0')).join('');

@@ -69,8 +69,8 @@ export function drawsSolids() {
  * @returns {element, setOwn(name), setField(number), ready: promise, end()}
  */
 export function makeFieldView({ field = 0, turtle = '', every = 80, flat = undefined, onTurtles = () => {} } = {}) {
-  const lost = el('p', { class: 'field-lost', role: 'status', hidden: true, text: t('field.lost') });
-  const element = el('div', { class: 'field field-view' }, lost);
+  const lost = el('p', { class: 'field-lost', hidden: true, text: t('field.lost') });
+  const element = el('div', { class: 'field field-view' }, el('div', { role: 'status' }, lost));
   const orbit = newOrbit();
   let scene = null;
   let own = null;

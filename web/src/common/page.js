@@ -30,6 +30,27 @@ export function setUpPage(titleKey) {
   addEventListener('storage', show);
 }
 
+/** Notes which control is to have the focus after the page was loaded again. */
+export function keepFocus(name) {
+  try {
+    sessionStorage.setItem('kelmora.focus', name);
+  } catch { /* without storage the focus begins at the top */ }
+}
+
+/** Gives `control` the focus as soon as it is in the page, if it was noted under this name. */
+export function giveFocus(name, control) {
+  try {
+    if (sessionStorage.getItem('kelmora.focus') !== name) return;
+    sessionStorage.removeItem('kelmora.focus');
+  } catch {
+    return;
+  }
+  queueMicrotask(() => control.focus());
+}
+
+/** Whether nothing has the focus yet. */
+export const focusIsFree = () => document.activeElement === null || document.activeElement === document.body;
+
 function switchLook() {
   store.set('look', look() === 'dark' ? 'light' : 'dark');
   document.documentElement.dataset.look = store.get('look') || (look() === 'dark' ? 'light' : 'dark');
@@ -58,7 +79,9 @@ export function pageButtons() {
   });
   const languageButton = el('button', { type: 'button', class: 'plain', text: next[1], lang: next[0], on: { click: () => {
     store.set('language', next[0]);
+    keepFocus('language');
     location.reload();
   } } });
+  giveFocus('language', languageButton);
   return [languageButton, lookButton];
 }

@@ -38,6 +38,7 @@ export const TEXTS = {
   'edit.tools': ['Tools', 'Werkzeuge'],
   'edit.section': ['Editor', 'Editor'],
   'edit.running': ['Controls', 'Bedienung'],
+  'edit.leave': ['Tab indents. Press Escape, then Tab, to leave the program.', 'Tab rückt ein. Mit Escape und dann Tab verlässt du das Programm.'],
   'language.python': ['Python', 'Python'],
   'language.javascript': ['JavaScript', 'JavaScript'],
   'language.blocks': ['Blocks', 'Blöcke'],
@@ -55,7 +56,7 @@ export const TEXTS = {
 
   'state.none': ['', ''],
   'state.loading': ['Getting ready…', 'Wird vorbereitet…'],
-  'state.progress': ['Getting ready… {0} %', 'Wird vorbereitet… {0} %'],
+  'state.progress': ['{0} %', '{0} %'],
   'state.ready': ['Ready', 'Bereit'],
   'state.starting': ['Starting…', 'Startet…'],
   'state.running': ['Running', 'Läuft'],
@@ -88,6 +89,8 @@ export const TEXTS = {
   'run.offline': ['The class server does not answer: practising without input().', 'Der Klassenserver antwortet nicht: Üben ohne input().'],
   'run.idle': ['{0} alone does nothing: to do it, write round brackets after it.', '{0} allein bewirkt nichts: Damit es geschieht, schreibe runde Klammern dahinter.'],
 
+  'seat.on.short': ['You are on the field.', 'Du bist auf dem Feld.'],
+  'seat.queued.short': ['You are number {0} in the queue.', 'Du bist Nummer {0} in der Reihe.'],
   'seat.none': ['Practising', 'Beim Üben'],
   'seat.offline': ['No connection', 'Keine Verbindung'],
   'seat.paused': ['Paused by your teacher', 'Von der Lehrkraft angehalten'],
@@ -121,6 +124,7 @@ export const TEXTS = {
 
   'help.search': ['Search the help', 'In der Hilfe suchen'],
   'help.found': ['What was found', 'Gefundenes'],
+  'help.count': ['{0} found', '{0} gefunden'],
   'help.nothing': ['Nothing found.', 'Nichts gefunden.'],
   'help.insert': ['Put into the program', 'Ins Programm einfügen'],
   'help.keys': ['Keys', 'Tasten'],
@@ -130,6 +134,7 @@ export const TEXTS = {
     'Blöcke: T führt zu den Gruppen der Bausteine, W zurück. Die Pfeiltasten führen von Baustein zu Baustein, Enter nimmt einen oder ändert eine Zahl. M verschiebt einen Baustein mit den Pfeiltasten, Enter legt ihn ab, Escape legt ihn zurück. Entf löscht ihn, Strg-Z macht rückgängig.'],
   'learn.lessons': ['Lessons', 'Lektionen'],
   'learn.examples': ['Examples', 'Beispiele'],
+  'learn.opened': ['{0} is in the editor. Your program is kept under "My programs".', '{0} ist im Editor. Dein Programm liegt unter „Meine Programme“.'],
   'learn.open': ['Open in the editor', 'Im Editor öffnen'],
   'learn.all': ['All lessons and examples', 'Alle Lektionen und Beispiele'],
   'learn.loading': ['One moment…', 'Einen Moment…'],
@@ -142,6 +147,8 @@ export const TEXTS = {
   'watch.eyes': ['Through the eyes of', 'Mit den Augen von'],
   'watch.above': ['From above', 'Von oben'],
   'watch.nobody': ['Nobody is on the field.', 'Niemand ist auf dem Feld.'],
+  'watch.team': ['Team {0}', 'Team {0}'],
+  'watch.gone': ['out', 'ausgeschieden'],
   'watch.scores': ['Scores', 'Punkte'],
 
   'board.title': ['Board', 'Tafel'],
@@ -178,7 +185,7 @@ export const TEXTS = {
   'desk.stopone': ['Stop {0}', '{0} stoppen'],
   'desk.remove': ['Remove {0}', '{0} entfernen'],
   'desk.remove.sure': ['Remove {0} from the class? The program stays in the collection.', '{0} aus der Klasse entfernen? Das Programm bleibt in der Sammlung.'],
-  'desk.rename': ['Correct the name of {0}', 'Namen von {0} berichtigen'],
+  'desk.rename': ['Rename {0}', '{0} umbenennen'],
   'desk.rename.ask': ['New name', 'Neuer Name'],
   'desk.view': ['Program of {0}', 'Programm von {0}'],
   'desk.b.view': ['Program', 'Programm'],
@@ -253,6 +260,37 @@ export const TEXTS = {
   'desk.rule.x': ['fire', 'schießen'],
   'desk.rule.q': ['ask questions', 'Fragen stellen'],
 
+  // The text editor's own words; the keys are its English ones.
+  'phrase.Find': ['Find', 'Suchen'],
+  'phrase.Replace': ['Replace', 'Ersetzen durch'],
+  'phrase.next': ['next', 'weiter'],
+  'phrase.previous': ['previous', 'zurück'],
+  'phrase.all': ['all', 'alle'],
+  'phrase.match case': ['match case', 'Groß/klein beachten'],
+  'phrase.by word': ['by word', 'ganze Wörter'],
+  'phrase.regexp': ['regexp', 'regulärer Ausdruck'],
+  'phrase.replace': ['replace', 'ersetzen'],
+  'phrase.replace all': ['replace all', 'alle ersetzen'],
+  'phrase.close': ['close', 'schließen'],
+  'phrase.current match': ['current match', 'aktueller Treffer'],
+  'phrase.on line': ['on line', 'in Zeile'],
+  'phrase.replaced $ matches': ['replaced $ matches', '$ Treffer ersetzt'],
+  'phrase.replaced match on line $': ['replaced match on line $', 'Treffer in Zeile $ ersetzt'],
+  'phrase.Go to line': ['Go to line', 'Gehe zu Zeile'],
+  'phrase.go': ['go', 'los'],
+  'phrase.Completions': ['Completions', 'Vorschläge'],
+  'phrase.Selection deleted': ['Selection deleted', 'Auswahl gelöscht'],
+  'phrase.Control character': ['Control character', 'Steuerzeichen'],
+  'phrase.Fold line': ['Fold line', 'Zeile einklappen'],
+  'phrase.Unfold line': ['Unfold line', 'Zeile ausklappen'],
+  'phrase.Folded lines': ['Folded lines', 'Eingeklappte Zeilen'],
+  'phrase.Unfolded lines': ['Unfolded lines', 'Ausgeklappte Zeilen'],
+  'phrase.to': ['to', 'bis'],
+  'phrase.folded code': ['folded code', 'eingeklappter Code'],
+  'phrase.unfold': ['unfold', 'ausklappen'],
+  'phrase.Diagnostics': ['Diagnostics', 'Hinweise'],
+  'phrase.No diagnostics': ['No diagnostics', 'Keine Hinweise'],
+
   'error.offline': ['The class server does not answer. Is the wireless still on?', 'Der Klassenserver antwortet nicht. Ist das WLAN noch an?'],
   'error.token': ['You are no longer in the class: join again.', 'Du bist nicht mehr in der Klasse: Tritt noch einmal bei.'],
   'error.code': ['That is not the class code. Look at the big screen again.', 'Das ist nicht der Klassencode. Sieh noch einmal auf die große Anzeige.'],
@@ -308,4 +346,9 @@ export function refusal(error) {
 
 export function waitText(seconds) {
   return seconds < 90 ? t('wait.seconds', Math.max(0, Math.round(seconds))) : t('wait.minutes', Math.round(seconds / 60));
+}
+
+/** The texts whose keys begin with `prefix`, as {rest of the key: text in the chosen language}. */
+export function textsUnder(prefix) {
+  return Object.fromEntries(Object.keys(TEXTS).filter((key) => key.startsWith(prefix)).map((key) => [key.slice(prefix.length), t(key)]));
 }

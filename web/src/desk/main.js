@@ -1,7 +1,7 @@
 // The teacher's desk: who is here and what their programs do, and everything a teacher may do about it.
 import { getJson, postJson } from '../common/api.js';
-import { download, el, openFile, store } from '../common/dom.js';
-import { logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { download, el, isUsable, openFile, setUsable, store } from '../common/dom.js';
+import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { refusal, t } from '../common/texts.js';
 
 const EVERY = 2000; // ms
@@ -11,8 +11,9 @@ let state = null;
 let drawn = {}; // what was shown last, by part, so that only changes are rebuilt
 
 const trouble = el('p', { class: 'alert', role: 'alert', hidden: true });
-const told = el('p', { class: 'notice', role: 'status', hidden: true });
+const told = el('p', { class: 'notice', hidden: true });
 const rows = el('tbody');
+const heading = el('h2', { text: t('desk.students'), tabIndex: -1 });
 const pauseButton = el('button', { type: 'button', class: 'main' });
 const stopAllButton = el('button', { type: 'button', text: t('desk.stopall') });
 const zip = el('a', { class: 'button', href: '/api/desk/programs.zip', download: '', text: t('desk.zip') });
@@ -50,8 +51,29 @@ async function act(path, json, done = t('desk.done')) {
   }
 }
 
+/** What a rebuilt part needs to give the focus back: the key of the control that has it, and its row. */
+function focused() {
+  const { activeElement: active } = document;
+  return active?.dataset.key ? { key: active.dataset.key, row: [...rows.children].indexOf(active.closest('tr')) } : null;
+}
+
+/** Gives the focus back to the control of that key; when its student has gone, to the next one's. */
+function giveBack(had) {
+  if (!had || !focusIsFree()) return;
+  let control = document.querySelector(`[data-key="${CSS.escape(had.key)}"]`);
+  if (!control && had.row >= 0) {
+    control = rows.children[Math.min(had.row, rows.children.length - 1)]?.querySelector(`[data-key$=" ${had.key.split(' ')[1]}"]`) || heading;
+  }
+  if (!control) return;
+  const usable = !control.disabled;
+  control.disabled = false;
+  control.focus();
+  if (!usable) setUsable(control, false);
+}
+
 function ask(title, { text = '', value = null, label = '' } = {}) {
   return new Promise((resolve) => {
+    const had = focused();
     const input = value === null ? null : el('input', { type: 'text', value, maxLength: 24, 'aria-label': label || title });
     const dialog = el('dialog', { 'aria-label': title }, el('form', { method: 'dialog', class: 'stack' },
       el('h2', { text: title }), text ? el('p', { text }) : null, input,
@@ -60,6 +82,7 @@ function ask(title, { text = '', value = null, label = '' } = {}) {
         el('button', { type: 'submit', class: 'main', value: 'yes', text: t('desk.ok') }))));
     dialog.addEventListener('close', () => {
       dialog.remove();
+      giveBack(had);
       resolve(dialog.returnValue === 'yes' ? (input ? input.value.trim() : true) : null);
     });
     document.body.append(dialog);
@@ -68,6 +91,7 @@ function ask(title, { text = '', value = null, label = '' } = {}) {
 }
 
 async function showProgram(session) {
+  const had = focused();
   try {
     const program = await getJson(`/api/desk/program?id=${session.id}`);
     const close = el('button', { type: 'button', text: t('close') });
@@ -76,7 +100,10 @@ async function showProgram(session) {
       el('div', { class: 'row' },
         el('button', { type: 'button', text: t('save'), on: { click: () => download(`${session.name}.${program.language === 'javascript' ? 'js' : 'py'}`, program.text) } }), close)));
     close.addEventListener('click', () => dialog.close());
-    dialog.addEventListener('close', () => dialog.remove());
+    dialog.addEventListener('close', () => {
+      dialog.remove();
+      giveBack(had);
+    });
     document.body.append(dialog);
     dialog.showModal();
   } catch (error) {
@@ -91,20 +118,21 @@ function placeOf(session) {
 }
 
 function row(session) {
-  const button = (text, label, click, disabled = false) => el('button', { type: 'button', class: 'small-button', text, 'aria-label': label, title: label, disabled, on: { click } });
+  const button = (key, text, label, click, disabled = false) => el('button', { type: 'button', class: 'small-button', text, 'aria-label': label, title: label, disabled,
+    data: { key: `${session.id} ${key}` }, on: { click: (event) => { if (isUsable(event.currentTarget)) click(); } } });
   const lastLine = (session.said || '').trim().split('\n').pop();
   return el('tr', {},
     el('th', { scope: 'row', text: session.name }), el('td', {}, placeOf(session)),
     el('td', {}, el('span', { class: `chip ${session.doing === 'error' ? 'bad' : session.doing === 'running' ? 'good' : ''}`, text: t(`doing.${session.doing}`) })),
     el('td', { class: 'said mono', title: session.said || '' }, lastLine),
     el('td', {}, el('div', { class: 'row tools' },
-      button(t('desk.b.view'), t('desk.view', session.name), () => showProgram(session), !session.program),
-      button(t('stop'), t('desk.stopone', session.name), () => act('stop', { id: session.id }), !session.run),
-      button(t('desk.b.rename'), t('desk.rename', session.name), async () => {
+      button('view', t('desk.b.view'), t('desk.view', session.name), () => showProgram(session), !session.program),
+      button('stop', t('stop'), t('desk.stopone', session.name), () => act('stop', { id: session.id }), !session.run),
+      button('rename', t('desk.b.rename'), t('desk.rename', session.name), async () => {
         const name = await ask(t('desk.rename', session.name), { value: session.name, label: t('desk.rename.ask') });
         if (name) act('rename', { id: session.id, name });
       }),
-      button(t('desk.b.remove'), t('desk.remove', session.name), async () => {
+      button('remove', t('desk.b.remove'), t('desk.remove', session.name), async () => {
         if (await ask(t('desk.remove', session.name), { text: t('desk.remove.sure', session.name) })) act('remove', { id: session.id });
       }))));
 }
@@ -114,7 +142,9 @@ function part(name, value, make) {
   const text = JSON.stringify(value);
   if (drawn[name] === text) return;
   drawn[name] = text;
+  const had = focused();
   make();
+  giveBack(had);
 }
 
 function show() {
@@ -124,7 +154,6 @@ function show() {
   });
   part('pause', state.paused, () => {
     pauseButton.textContent = t(state.paused ? 'desk.resume' : 'desk.pause');
-    pauseButton.setAttribute('aria-pressed', String(state.paused));
   });
   // Who is away comes last.
   state.sessions.sort((a, b) => (a.state === 'away') - (b.state === 'away'));
@@ -138,11 +167,11 @@ function show() {
     fieldList.replaceChildren(...state.fields.map((field) => el('li', {}, el('strong', { text: t('watch.number', field.n + 1) }), ` ${field.address} `,
       el('span', { class: `chip ${field.ok ? 'good' : 'bad'}`, text: field.ok ? t('desk.fieldstate', field.taken, field.places) : t('desk.fieldlost') }))));
   });
-  part('actions', state.actions, () => actions.replaceChildren(...state.actions.map((action) => el('button', { type: 'button', title: action.command,
+  part('actions', state.actions, () => actions.replaceChildren(...state.actions.map((action) => el('button', { type: 'button', title: action.command, data: { key: `do ${action.do}` },
     text: known('do', action.do, action.what), on: { click: () => act('field', { do: action.do, ...(whichField.value === '' ? {} : { field: Number(whichField.value) }) }) } }))));
   part('out', state.out_of_reach, () => outOfReach.replaceChildren(...state.out_of_reach.flatMap((key) => [el('dt', {}, el('kbd', { text: key.key })), el('dd', { text: known('key', key.key, key.what) })])));
   part('rules', state.rules, () => rules.replaceChildren(...state.rules.map((rule) => el('label', { class: 'check' },
-    el('input', { type: 'checkbox', checked: rule.allowed, on: { change: (event) => act('rule', { key: rule.key, allowed: event.target.checked }) } }),
+    el('input', { type: 'checkbox', checked: rule.allowed, data: { key: `rule ${rule.key}` }, on: { change: (event) => act('rule', { key: rule.key, allowed: event.target.checked }) } }),
     el('code', { text: rule.key }), el('span', { text: known('rule', rule.key, rule.what) })))));
   part('turns', state.turn_minutes, () => { if (document.activeElement !== turns) turns.value = state.turn_minutes; });
   part('start', state.start, () => { start.value = state.start; });
@@ -174,8 +203,8 @@ const section = (title, ...children) => el('section', { class: 'card stack' }, e
 document.body.append(
   el('header', { class: 'bar' }, logoMark(), el('h1', { class: 'bar-title', text: t('desk.title') }), el('span', { class: 'grow' }),
     pauseButton, stopAllButton, zip, ...pageButtons()),
-  el('main', { class: 'desk' }, trouble, told,
-    el('section', { class: 'card stack' }, el('h2', { text: t('desk.students') }),
+  el('main', { class: 'desk' }, trouble, el('div', { class: 'told', role: 'status' }, told),
+    el('section', { class: 'card stack' }, heading,
       el('div', { class: 'table' }, el('table', {}, el('thead', {}, el('tr', {}, ...['student', 'place', 'doing', 'said', 'actions'].map((key) => el('th', { scope: 'col', text: t(`desk.${key}`) })))), rows))),
     el('div', { class: 'desk-grid' },
       section(t('desk.code'), code, address,

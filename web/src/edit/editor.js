@@ -8,6 +8,7 @@ import { HighlightStyle, ensureSyntaxTree, indentUnit, syntaxHighlighting } from
 import { Compartment, EditorState, StateEffect, StateField } from '@codemirror/state';
 import { Decoration, EditorView, keymap } from '@codemirror/view';
 import { tags } from '@lezer/highlight';
+import { t, textsUnder } from '../common/texts.js';
 
 const PARSE_TIME = 5000; // ms, on a machine that is very busy
 const setMarks = StateEffect.define(); // {kind: 'run' | 'error', line, column, end} or null
@@ -36,6 +37,8 @@ const marks = StateField.define({
 const look = EditorView.theme({
   '&': { height: '100%', backgroundColor: 'var(--surface)', color: 'var(--ink)', fontSize: 'var(--code-size, 1rem)' },
   '&.cm-focused': { outline: 'none' },
+  // The focus, above the line numbers.
+  '&.cm-focused::after': { content: '""', position: 'absolute', inset: '0', border: '2px solid var(--focus)', pointerEvents: 'none', zIndex: '250' },
   '.cm-scroller': { fontFamily: 'var(--mono)', lineHeight: '1.55' },
   '.cm-content': { caretColor: 'var(--ink)', paddingBottom: '3rem' },
   '.cm-cursor': { borderLeftColor: 'var(--ink)' },
@@ -46,7 +49,16 @@ const look = EditorView.theme({
     backgroundColor: 'var(--selection)' },
   '.cm-matchingBracket': { backgroundColor: 'var(--accent-soft)', outline: '1px solid var(--accent)' },
   '.cm-tooltip': { backgroundColor: 'var(--surface)', border: '1px solid var(--line)', color: 'var(--ink)' },
-  '.cm-panels': { backgroundColor: 'var(--raised)', color: 'var(--ink)' },
+  '.cm-panels': { backgroundColor: 'var(--raised)', color: 'var(--ink)', borderColor: 'var(--line)' },
+  '.cm-panel.cm-search, .cm-dialog': { padding: '.5rem 2.8rem .5rem .6rem', display: 'flex', flexWrap: 'wrap', gap: '.4rem', alignItems: 'center', fontSize: '.9rem' },
+  '.cm-panel.cm-search input, .cm-panel.cm-search button, .cm-panel.cm-search label, .cm-dialog label': { margin: '0', fontSize: '.9rem' },
+  '.cm-panel.cm-search br': { display: 'none' },
+  '.cm-panel.cm-search .cm-textfield': { flex: '1 1 9rem' },
+  '.cm-panels .cm-textfield, .cm-panels .cm-button': {
+    minHeight: '2.2rem', padding: '.2rem .6rem', color: 'inherit', background: 'var(--surface)', border: '1px solid var(--edge)', borderRadius: '.4rem' },
+  '.cm-panel.cm-search label': { display: 'inline-flex', alignItems: 'center', gap: '.35rem', fontWeight: '400' },
+  '.cm-panel.cm-search input[type=checkbox]': { minHeight: '0', width: '1.2rem', height: '1.2rem', margin: '0' },
+  '.cm-panels button[name=close], .cm-dialog .cm-dialog-close': { position: 'absolute', top: '.35rem', right: '.4rem', width: '2.2rem', minHeight: '2.2rem', padding: '0', fontSize: '1.2rem' },
   '.cm-run-line': { backgroundColor: 'var(--mark)' },
   '.cm-error-line': { backgroundColor: 'var(--danger-soft)' },
   '.cm-error-part': { textDecoration: 'underline wavy var(--danger)', textUnderlineOffset: '.2em' },
@@ -82,7 +94,8 @@ export function makeEditor({ parent, label, words, changed, keys }) {
     indentUnit.of('    '),
     EditorState.tabSize.of(4),
     EditorView.lineWrapping,
-    EditorView.contentAttributes.of({ 'aria-label': label, spellcheck: 'false', autocapitalize: 'off', autocorrect: 'off' }),
+    EditorState.phrases.of(textsUnder('phrase.')),
+    EditorView.contentAttributes.of({ 'aria-label': label, 'aria-description': t('edit.leave'), tabindex: '0', spellcheck: 'false', autocapitalize: 'off', autocorrect: 'off' }),
     look,
     syntaxHighlighting(colours),
     marks,

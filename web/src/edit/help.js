@@ -20,21 +20,35 @@ export function makePanel({ button, title, content, opened = () => {} }) {
   const close = el('button', { type: 'button', class: 'plain', text: t('close') });
   const element = el('aside', { class: 'panel', hidden: true, 'aria-label': title },
     el('div', { class: 'row' }, el('h2', { class: 'grow', text: title }), close), ...content);
+  let opener = null; // what had the focus
   const toggle = (show = element.hidden) => {
-    if (show) for (const other of document.querySelectorAll('.panel')) other.dispatchEvent(new Event('give-way'));
+    if (show) {
+      if (!element.contains(document.activeElement)) opener = document.activeElement?.closest('.panel') ? button : document.activeElement;
+      for (const other of document.querySelectorAll('.panel')) if (other !== element) other.dispatchEvent(new Event('give-way'));
+    }
     element.hidden = !show;
     button.setAttribute('aria-expanded', String(show));
     if (show) {
       close.focus();
       opened();
+    } else {
+      (opener?.isConnected && opener !== document.body && opener.getClientRects().length > 0 ? opener : button).focus();
     }
-    else button.focus();
   };
+  // What has the focus can be seen: a panel that covers it gives way.
+  document.addEventListener('focusin', ({ target }) => {
+    if (element.hidden || element.contains(target)) return;
+    const { left, top, width, height } = target.getBoundingClientRect();
+    if (element.contains(document.elementFromPoint(left + width / 2, top + height / 2))) element.dispatchEvent(new Event('give-way'));
+  });
   element.addEventListener('give-way', () => {
     element.hidden = true;
     button.setAttribute('aria-expanded', 'false');
   });
-  element.addEventListener('keydown', (event) => { if (event.key === 'Escape') toggle(false); });
+  addEventListener('keydown', (event) => {
+    if (event.key === 'Escape' && !event.defaultPrevented && !element.hidden && !document.querySelector('dialog[open]') &&
+      !event.target.closest?.('.cm-editor')) toggle(false);
+  });
   close.addEventListener('click', () => toggle(false));
   button.addEventListener('click', () => toggle());
   return { element, toggle };
@@ -42,7 +56,8 @@ export function makePanel({ button, title, content, opened = () => {} }) {
 
 export function makeHelp({ button, insert, language }) {
   const search = el('input', { type: 'search', 'aria-label': t('help.search'), placeholder: t('help.search') });
-  const list = el('div', { class: 'help-list', role: 'region', 'aria-live': 'polite', 'aria-label': t('help.found') });
+  const list = el('div', { class: 'help-list', role: 'region', 'aria-label': t('help.found') });
+  const count = el('p', { class: 'only-read', role: 'status' }); // the list itself would be read out whole
   function fill() {
     const german = pageLanguage() === 'de';
     const script = language() === 'javascript';
@@ -64,10 +79,14 @@ export function makeHelp({ button, insert, language }) {
     }
     list.replaceChildren(...(parts.length > 0 ? parts : [el('p', { class: 'muted', text: t('help.nothing') })]));
   }
-  search.addEventListener('input', fill);
+  search.addEventListener('input', () => {
+    fill();
+    const words = list.querySelectorAll('dt').length;
+    count.textContent = words > 0 ? t('help.count', words) : t('help.nothing');
+  });
   const keys = el('details', {}, el('summary', { text: t('help.keys') }), el('p', { class: 'small', text: t('help.keys.text') }),
     el('p', { class: 'small', text: t('help.keys.blocks') }));
-  return makePanel({ button, title: t('help'), content: [search, keys, list], opened: () => {
+  return makePanel({ button, title: t('help'), content: [search, count, keys, list], opened: () => {
     fill();
     search.focus();
   } });

@@ -1,8 +1,8 @@
 // The editor's page: assembles its parts and runs programs.
 import { ApiError, postJson, postText, putJson, token } from '../common/api.js';
-import { copyText, download, el, openFile, store } from '../common/dom.js';
+import { copyText, download, el, isUsable, openFile, setUsable, store } from '../common/dom.js';
 import { makeFieldView } from '../common/field-view.js';
-import { logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { Session } from '../common/session.js';
 import { language as pageLanguage, refusal, t, waitText } from '../common/texts.js';
 import { advise } from './advice.js';
@@ -41,8 +41,10 @@ const runButton = el('button', { type: 'button', class: 'main', 'aria-keyshortcu
   el('span', { 'aria-hidden': 'true', text: '▶' }), t('run'));
 const stopButton = el('button', { type: 'button', class: 'danger', disabled: true },
   el('span', { 'aria-hidden': 'true', text: '■' }), t('stop'));
-const status = el('span', { class: 'status muted', role: 'status' });
-const seatChip = el('span', { class: 'chip', role: 'status' });
+const status = el('span', { role: 'status' });
+const progress = el('span', { 'aria-hidden': 'true' }); // nobody wants to hear every percent
+const seatChip = el('span', { class: 'chip' });
+const seatTold = el('p', { class: 'only-read', role: 'status' }); // the same without the times, which change all the while
 const joinLink = el('a', { href: '/', class: 'button join-link', text: t('join') });
 const shareButton = el('button', { type: 'button', class: 'plain', text: t('share') });
 const saveButton = el('button', { type: 'button', class: 'plain', text: t('save') });
@@ -50,16 +52,17 @@ const openButton = el('button', { type: 'button', class: 'plain', text: t('open'
 const learnButton = el('button', { type: 'button', class: 'plain', text: t('learn'), 'aria-expanded': 'false' });
 const helpButton = el('button', { type: 'button', class: 'plain', text: t('help'), 'aria-expanded': 'false' });
 const programsButton = el('button', { type: 'button', class: 'plain', text: t('programs') });
-const notice = el('p', { class: 'notice', role: 'status', hidden: true });
+const notice = el('p', { class: 'notice', hidden: true });
 
 const textHost = el('div', { class: 'text-editor' });
 const blocksHost = el('div', { class: 'block-editor', hidden: true });
 const output = makeOutput(submitLine);
 const practice = makePractice();
-const practiceBox = el('div', { class: 'field practice', hidden: true }, practice.canvas);
+const practiceBox = el('div', { class: 'field practice', role: 'tabpanel', id: 'practice', 'aria-labelledby': 'tab-practice', hidden: true }, practice.canvas);
 const field = makeFieldView({});
-const fieldTab = el('button', { type: 'button', role: 'tab', id: 'tab-field', text: t('view.field') });
-const practiceTab = el('button', { type: 'button', role: 'tab', id: 'tab-practice', text: t('view.practice') });
+for (const [name, value] of [['role', 'tabpanel'], ['id', 'field'], ['aria-labelledby', 'tab-field']]) field.element.setAttribute(name, value);
+const fieldTab = el('button', { type: 'button', role: 'tab', id: 'tab-field', 'aria-controls': 'field', text: t('view.field') });
+const practiceTab = el('button', { type: 'button', role: 'tab', id: 'tab-practice', 'aria-controls': 'practice', text: t('view.practice') });
 
 const editor = makeEditor({
   parent: textHost,
@@ -77,21 +80,26 @@ const editor = makeEditor({
   ],
 });
 const help = makeHelp({ button: helpButton, insert: (text) => editor.insert(text), language: () => program.language });
-const learn = makeLearn({ button: learnButton, open: (made) => openProgram(made) });
+const learn = makeLearn({ button: learnButton, async open(made) {
+  await openProgram(made);
+  if (matchMedia('(pointer: fine)').matches) editor.focus();
+  else usePane('edit');
+  say(t('learn.opened', made.title));
+} });
 
 document.body.append(
   el('header', { class: 'bar' },
-    el('h1', { class: 'only-read', text: t('edit.title') }), logoMark(), titleInput, seatChip, joinLink, el('span', { class: 'grow' }),
+    logoMark(), titleInput, seatChip, joinLink, el('span', { class: 'grow' }),
     el('nav', { class: 'bar-tools', 'aria-label': t('edit.tools') },
       learnButton, helpButton, programsButton, shareButton, saveButton, openButton, ...pageButtons())),
-  el('main', { class: 'edit' },
+  el('main', { class: 'edit' }, el('h1', { class: 'only-read', text: t('edit.title') }), seatTold,
     el('section', { class: 'work', 'aria-label': t('edit.section') },
-      el('div', { class: 'run-bar', role: 'toolbar', 'aria-label': t('edit.running') },
+      el('div', { class: 'run-bar', role: 'group', 'aria-label': t('edit.running') },
         runButton, stopButton, speedSelect, languageSelect),
-      notice, blocksHost, textHost),
+      el('div', { class: 'notices', role: 'status' }, notice), blocksHost, textHost),
     el('section', { class: 'side', 'aria-label': t('view.section') },
       el('div', { class: 'view-bar' },
-        el('div', { class: 'view-tabs', role: 'tablist', 'aria-label': t('view.section') }, fieldTab, practiceTab), status),
+        el('div', { class: 'view-tabs', role: 'tablist', 'aria-label': t('view.section') }, fieldTab, practiceTab), el('span', { class: 'status muted' }, status, progress)),
       field.element, practiceBox, output.element),
     help.element, learn.element));
 
@@ -214,7 +222,9 @@ programsButton.addEventListener('click', () => {
         dialog.close();
         openProgram(newProgram(language, t('program.untitled'), ''));
       } } }))));
-  const fill = () => list.replaceChildren(...listPrograms().map((kept) => el('li', {},
+  const fill = () => {
+    const at = [...list.children].findIndex((line) => line.contains(document.activeElement));
+    list.replaceChildren(...listPrograms().map((kept) => el('li', {},
     el('button', { type: 'button', class: 'plain grow left', on: { click: () => {
       dialog.close();
       openProgram(kept);
@@ -224,6 +234,8 @@ programsButton.addEventListener('click', () => {
         dropProgram(kept.id);
         fill();
       } } }))));
+    list.children[Math.min(at, list.children.length - 1)]?.querySelector('button').focus();
+  };
   fill();
   dialog.showModal();
 });
@@ -244,6 +256,9 @@ const session = new Session((state, online) => {
   }
   before = state;
   joinLink.hidden = Boolean(state);
+  const told = !online ? t('seat.offline') : !state ? t('seat.none') : state.paused ? t('seat.paused') : state.seat ? t('seat.on.short')
+    : t('seat.queued.short', state.queue?.place ?? '?');
+  if (seatTold.textContent !== told) seatTold.textContent = told;
   seatChip.className = 'chip';
   if (!online) {
     seatChip.textContent = t('seat.offline');
@@ -316,10 +331,11 @@ const link = () => links[engineOf(program.language)];
 
 function showState(state) {
   const busy = Boolean(current) || state === 'running' || state === 'asking';
-  runButton.disabled = busy;
-  stopButton.disabled = !busy;
+  setUsable(runButton, !busy);
+  setUsable(stopButton, busy);
   document.body.dataset.state = state;
   status.textContent = t(`state.${state}`);
+  progress.textContent = '';
   output.mode(state === 'asking' ? 'asking' : !busy && state === 'ready' && engineOf(program.language) === 'python' ? 'trying' : 'off');
   const doing = { running: current?.practice ? 'practice' : 'running', asking: 'asking', stopping: 'running' }[state];
   session.report(doing || (lastHow === 'error' ? 'error' : 'idle'), output.tail());
@@ -335,7 +351,7 @@ const hear = (engine, message) => {
   const mine = program && engineOf(program.language) === engine;
   switch (message.kind) {
     case 'progress':
-      if (mine && link().state === 'loading') status.textContent = t('state.progress', Math.round(message.part * 100));
+      if (mine && link().state === 'loading') progress.textContent = t('state.progress', Math.round(message.part * 100));
       break;
     case 'state':
       if (mine || current?.engine === engine) showState(message.state);
@@ -359,7 +375,7 @@ const hear = (engine, message) => {
       practice.carryOut(message.what);
       break;
     case 'failed':
-      output.box(el('p', { class: 'alert', text: t('worker.failed', message.message) }));
+      output.box(el('p', { class: 'alert', role: 'alert', text: t('worker.failed', message.message) }));
       finish({ how: 'failed' });
       break;
     case 'ended':
@@ -473,7 +489,8 @@ function showError(error, run) {
   if (error.refused) error = { ...error, kind: t('error.refused'), message: refusal({ word: error.refused.word, told: error.refused, message: error.message }) };
   const advice = advise({ ...error, source, language: run?.language || 'python' }, pageLanguage());
   const where = error.line && !run?.tried ? lineLink(error.line) : null;
-  const what = [el('strong', { text: error.kind }), error.message ? `: ${error.message}` : ''];
+  // What Python and the library say is English.
+  const what = [el('span', error.refused ? {} : { lang: 'en' }, el('strong', { text: error.kind }), error.message ? `: ${error.message}` : '')];
   output.box(el('div', { class: 'alert error', role: 'alert' },
     el('p', {}, where, where ? ' ' : null, ...(advice ? [el('span', { class: 'advice', text: advice })] : what)),
     advice ? el('p', { class: 'small told' }, ...what) : null,
@@ -518,8 +535,8 @@ function submitLine(text) {
   return true;
 }
 
-runButton.addEventListener('click', start);
-stopButton.addEventListener('click', stop);
+runButton.addEventListener('click', () => { if (isUsable(runButton)) start(); });
+stopButton.addEventListener('click', () => { if (isUsable(stopButton)) stop(); });
 speedSelect.addEventListener('change', () => {
   store.set('speed', Number(speedSelect.value));
   if (current && current.number !== null) {
@@ -559,6 +576,6 @@ addEventListener('hashchange', () => { if (location.hash.startsWith('#p=')) open
 openFirst().then(() => {
   session.start();
   showState(link().state);
-  if (matchMedia('(pointer: fine)').matches) editor.focus();
+  if (matchMedia('(pointer: fine)').matches && focusIsFree()) editor.focus();
 });
 globalThis.kelmora = { editor, links, session, field, practice }; // for tests and the curious

@@ -1,10 +1,12 @@
 // A program's output, and the input line. Text only; the oldest is dropped.
-import { el } from '../common/dom.js';
+import { el, setUsable } from '../common/dom.js';
 import { t } from '../common/texts.js';
 
 const MOST = 60000; // letters kept
 const SPAN_MOST = 4000; // letters of one element, of which the oldest is dropped whole
 const LINE_MOST = 4000; // letters of an answer
+const HEARD_MOST = 300; // letters within QUIET that a screen reader is given; more would keep it talking for minutes
+const QUIET = 2000; // ms
 const REST = 5; // times as long as it took to show texts, the page does other things before it shows the next
 
 /** @param submit  gets the typed line: an answer while a program asks, else a statement to try */
@@ -52,10 +54,21 @@ export function makeOutput(submit) {
   let timer = 0;
   let free = 0; // when the next texts may be shown, as performance.now() counts
 
+  // A screen reader reads out what comes, except from a program that says more than anybody can hear.
+  let heard = 0; // letters shown since `heardSince`
+  let heardSince = -Infinity;
+  function letHear(letters) {
+    const now = performance.now();
+    if (now - heardSince > QUIET) [heard, heardSince] = [0, now];
+    heard += letters;
+    log.setAttribute('aria-live', heard > HEARD_MOST ? 'off' : 'polite');
+  }
+
   function flush() {
     clearTimeout(timer);
     timer = 0;
     if (waiting.length === 0) return;
+    letHear(waitingLetters);
     const began = performance.now();
     const atEnd = log.scrollHeight - log.scrollTop - log.clientHeight < 40;
     for (const { text, kind } of waiting) show(text, kind);
@@ -104,6 +117,8 @@ export function makeOutput(submit) {
     /** A separate box: an error, a piece of advice, a note. */
     box(node) {
       flush();
+      heardSince = -Infinity;
+      letHear(0);
       last = null;
       append(node, node.textContent.length);
       // Its beginning is seen, however large it is.
@@ -124,8 +139,8 @@ export function makeOutput(submit) {
     mode(mode, question = '') {
       flush();
       form.dataset.mode = mode;
-      input.disabled = mode === 'off';
-      send.disabled = mode === 'off';
+      setUsable(input, mode !== 'off');
+      setUsable(send, mode !== 'off');
       prompt.textContent = mode === 'trying' ? '>>>' : '';
       input.placeholder = mode === 'asking' ? t('input.asked') : mode === 'trying' ? t('input.try') : '';
       if (mode === 'asking') {

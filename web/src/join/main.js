@@ -1,7 +1,7 @@
 // The page for joining: class code and name, or back to an earlier session.
 import { join } from '../common/api.js';
-import { el, store } from '../common/dom.js';
-import { logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { el, isUsable, setUsable, store } from '../common/dom.js';
+import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { Session } from '../common/session.js';
 import { refusal, t } from '../common/texts.js';
 
@@ -35,14 +35,18 @@ async function countDown(error) {
   for (let left = Math.min(Math.ceil(error.told?.retry_s || 1), 3600); left > 0; --left) {
     trouble.textContent = refusal({ ...error, word: 'slow', told: { retry_s: left } });
     await new Promise((done) => setTimeout(done, 1000));
+    trouble.setAttribute('aria-live', 'off'); // it was read out once
   }
   trouble.hidden = true;
+  trouble.removeAttribute('aria-live');
 }
 
 form.addEventListener('submit', async (event) => {
   event.preventDefault();
+  if (!isUsable(button)) return;
   trouble.hidden = true;
-  button.disabled = true;
+  for (const input of [codeInput, nameInput]) input.removeAttribute('aria-invalid');
+  setUsable(button, false);
   button.textContent = t('join.busy');
   try {
     const state = await join(codeInput.value, nameInput.value.trim());
@@ -52,26 +56,41 @@ form.addEventListener('submit', async (event) => {
     trouble.textContent = refusal(error);
     trouble.hidden = false;
     if (error.word === 'slow') await countDown(error);
-    button.disabled = false;
+    setUsable(button, true);
     button.textContent = t('join');
-    (error.word === 'name' ? nameInput : codeInput).focus();
+    const wrong = error.word === 'name' ? nameInput : codeInput;
+    if (error.word === 'name' || error.word === 'code') wrong.setAttribute('aria-invalid', 'true');
+    wrong.focus();
   }
 });
 
+let shown = null; // the name under which one can go on
 // Those who have joined already can go on; the sign of life also keeps the seat while this page is open.
 const session = new Session((state) => {
+  const inForm = form.contains(document.activeElement);
   form.hidden = Boolean(state);
   again.hidden = !state;
-  if (!state) return;
+  if (!state || state.name === shown) {
+    shown = state ? shown : null;
+    return;
+  }
+  shown = state.name;
   again.replaceChildren(
     el('p', {}, el('strong', { text: t('join.again', state.name) })),
     el('a', { class: 'button main-link', href: '/edit', text: t('join.go') }),
-    el('button', { type: 'button', text: t('join.leave'), on: { click: () => session.leave() } }));
+    el('button', { type: 'button', text: t('join.leave'), on: { click: async () => {
+      await session.leave();
+      codeInput.focus();
+    } } }));
+  if (inForm) again.querySelector('a').focus();
 });
 session.start();
-if (codeInput.value && !nameInput.value) nameInput.focus();
-else if (!codeInput.value) codeInput.focus();
-else button.focus();
+queueMicrotask(() => {
+  if (!focusIsFree()) return;
+  if (codeInput.value && !nameInput.value) nameInput.focus();
+  else if (!codeInput.value) codeInput.focus();
+  else button.focus();
+});
 
 // Preloads the editor while the name is typed.
 import('./preload.js').then(({ preload }) => preload()).catch(() => {});
