@@ -185,6 +185,7 @@ json server::state_of(const session& s) {
 // Resets the turtle and sets its name. Nothing of the run before remains, so there is no zombie either.
 void server::begin(call& c) {
     session& s = *c.who;
+    if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
     live_.try_emplace(s.id);
     const auto practice = c.body.find("practice");
     if (practice != c.body.end() && practice->is_boolean() && practice->get<bool>()) {
@@ -194,7 +195,6 @@ void server::begin(call& c) {
     }
     const auto where = room_.seats().seat_of(s.id);
     if (!where) return c.reply(error_answer(409, "no_seat", "You have no place on a field yet."));
-    if (room_.paused) return c.reply(error_answer(409, "paused", "Your teacher has paused the class."));
     // A line tried after a program's end: the turtle stays as that program left it, if there was one and it ended here.
     const auto wish = c.body.find("keep");
     const bool keep = wish != c.body.end() && wish->is_boolean() && wish->get<bool>() && s.current.kept &&
@@ -390,12 +390,20 @@ void server::forward_lines(person_id who) {
     link_at(*where).exchange(std::move(out), count, done);
 }
 
-void server::resume_lines() {
+// A pause has ended: answers what it held.
+void server::resume_held() {
     std::vector<person_id> waiting;
     for (const auto& [who, live] : live_) {
-        if (live.lines && !live.lines_waiting.empty()) waiting.push_back(who);
+        if ((live.lines && !live.lines_waiting.empty()) || live.stop || live.ask) waiting.push_back(who);
     }
-    for (const person_id who : waiting) forward_lines(who);
+    for (const person_id who : waiting) {
+        session* const s = room_.find(who);
+        if (s == nullptr) continue;
+        if (auto held = std::exchange(live_[who].stop, std::nullopt))
+            held->reply(text_answer(200, std::string(1, s->current.note)));
+        give_answer(*s);
+        forward_lines(who);
+    }
 }
 
 void server::answer_lines(person_id who, outgoing what) {
@@ -409,12 +417,15 @@ void server::answer_lines(person_id who, outgoing what) {
     reply(std::move(what));
 }
 
-// Requested ten times a second by every running program: one character instead of JSON.
+// Requested ten times a second by every running program: one character instead of JSON. The program does nothing until
+// it has the answer, so holding the answer pauses it.
 void server::ask_stop(call& c) {
     const session& s = *c.who;
     const auto run = run_number(c);
-    const bool on = run && room::is_running(s, *run);
-    c.reply(text_answer(200, std::string(1, on ? s.current.note : '2')));
+    if (!run || !room::is_running(s, *run)) return c.reply(text_answer(200, RUN_IS_OVER));
+    if (!room_.paused) return c.reply(text_answer(200, std::string(1, s.current.note)));
+    if (query_value(c.in.query, "wait") == "0") return c.reply(again());
+    hold(s.id, &live_session::stop, std::move(c.reply));
 }
 
 void server::press_stop(call& c) {
@@ -441,27 +452,22 @@ void server::ask(call& c) {
     if (!run || !room::is_running(s, *run)) return c.reply(run_over(room::why_over(s, run.value_or(0))));
     if (c.in.message.body().size() > PROMPT_BYTES)
         return c.reply(error_answer(413, "too_big", "That question is too long."));
+    if (!live_[s.id].answer) {
+        s.doing = "asking";
+        if (!c.in.message.body().empty()) s.said = cut_text(valid_utf8(c.in.message.body()), SAID_BYTES);
+    }
+    hold(s.id, &live_session::ask, std::move(c.reply));
+    give_answer(s);
+}
+
+// Answers the question of input(), if both are there. A pause keeps the answer back: the program would go on with it.
+void server::give_answer(session& s) {
     live_session& live = live_[s.id];
-    if (live.answer) {
-        const std::string text = std::move(*live.answer);
-        live.answer.reset();
-        return c.reply(text_answer(200, text));
-    }
-    if (live.ask) {
-        held_request before = std::move(*live.ask);
-        live.ask.reset();
-        before.reply(again());
-    }
-    s.doing = "asking";
-    if (!c.in.message.body().empty()) s.said = cut_text(valid_utf8(c.in.message.body()), SAID_BYTES);
-    live.ask.emplace(held_request{std::move(c.reply), std::make_unique<net::steady_timer>(io_, HELD_LIMIT)});
-    live.ask->limit->async_wait([self = shared_from_this(), who = s.id](error_code error) {
-        const auto found = self->live_.find(who);
-        if (error || found == self->live_.end() || !found->second.ask) return;
-        held_request held = std::move(*found->second.ask);
-        found->second.ask.reset();
-        held.reply(again());
-    });
+    if (!live.ask || !live.answer || room_.paused) return;
+    held_request held = *std::exchange(live.ask, std::nullopt);
+    const std::string text = *std::exchange(live.answer, std::nullopt);
+    s.doing = s.current.practice ? "practice" : "running";
+    held.reply(text_answer(200, text));
 }
 
 void server::answer(call& c) {
@@ -472,14 +478,8 @@ void server::answer(call& c) {
     if (text.size() > ANSWER_TEXT_BYTES) return c.reply(error_answer(413, "too_big", "That answer is too long."));
     live_session& live = live_[s.id];
     if (live.answer) return c.reply(error_answer(409, "busy", "There is an answer already."));
-    if (live.ask) {
-        held_request held = std::move(*live.ask);
-        live.ask.reset();
-        s.doing = s.current.practice ? "practice" : "running";
-        held.reply(text_answer(200, text));
-    } else {
-        live.answer = text;
-    }
+    live.answer = text;
+    give_answer(s);
     c.reply(nothing());
 }
 

@@ -115,7 +115,7 @@ void server::desk_state(call& c) {
                             {"doing", s.doing},
                             {"said", s.said},
                             {"run", s.current.over == ending::running},
-                            {"held", live_.contains(id) && live_.at(id).lines && room_.paused},
+                            {"held", is_held(id)},
                             {"seen_s", static_cast<int>(now - s.seen)},
                             {"program", std::move(saved)}});
     }
@@ -172,7 +172,7 @@ void server::desk_pause(call& c) {
     if (paused == c.body.end() || !paused->is_boolean())
         return c.reply(error_answer(400, "bad", "paused is true or false."));
     room_.paused = paused->get<bool>();
-    if (!room_.paused) resume_lines();
+    if (!room_.paused) resume_held();
     c.reply(json_answer(200, empty_object()));
 }
 

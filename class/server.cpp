@@ -528,12 +528,30 @@ void server::end_held(person_id who) {
                        : s->current.over == ending::running ? ending::replaced
                                                             : s->current.over;
     live.answer.reset();
-    if (live.ask) {
-        held_request held = std::move(*live.ask);
-        live.ask.reset();
-        held.reply(run_over(why));
-    }
+    if (auto held = std::exchange(live.stop, std::nullopt)) held->reply(text_answer(200, RUN_IS_OVER));
+    if (auto held = std::exchange(live.ask, std::nullopt)) held->reply(run_over(why));
     answer_lines(who, run_over(why));
+}
+
+// Keeps a request until something answers it. After HELD_LIMIT, and when the same is asked again, it is told to ask
+// again.
+void server::hold(person_id who, std::optional<held_request> live_session::*which, responder reply) {
+    std::optional<held_request>& place = live_[who].*which;
+    if (auto before = std::exchange(place, std::nullopt)) before->reply(again());
+    place.emplace(held_request{std::move(reply), std::make_unique<net::steady_timer>(io_, HELD_LIMIT)});
+    place->limit->async_wait([self = shared_from_this(), who, which](error_code error) {
+        const auto found = self->live_.find(who);
+        if (error || found == self->live_.end()) return;
+        if (auto held = std::exchange(found->second.*which, std::nullopt)) held->reply(again());
+    });
+}
+
+// A pause holds the person's program: its commands, its question about Stop, or the answer that its input() waits for.
+bool server::is_held(person_id who) const {
+    const auto found = live_.find(who);
+    if (!room_.paused || found == live_.end()) return false;
+    const live_session& live = found->second;
+    return live.lines || live.stop || (live.ask && live.answer);
 }
 
 } // namespace classroom

@@ -72,8 +72,9 @@ struct held_request {
     std::unique_ptr<net::steady_timer> limit;
 };
 struct live_session {
-    std::optional<held_request> ask;
-    std::optional<std::string> answer; // of input(), when it came before the question
+    std::optional<held_request> stop;  // the question whether Stop was pressed, held by a pause
+    std::optional<held_request> ask;   // a question of input()
+    std::optional<std::string> answer; // to it, when it came before the question or in a pause
     std::optional<responder> lines;    // a request for lines that has not been answered
     std::unique_ptr<net::steady_timer> lines_limit;
     std::vector<std::string> lines_waiting; // held by a pause
@@ -140,6 +141,8 @@ private:
     void next_start(int field);
     void end_start(int field, uint32_t turn);
     void end_held(person_id who);
+    void hold(person_id who, std::optional<held_request> live_session::*which, responder reply);
+    [[nodiscard]] bool is_held(person_id who) const;
 
     // api.cpp: requests of pages and workers
     void hello(call& c);
@@ -165,7 +168,8 @@ private:
     [[nodiscard]] json state_of(const session& s);
     [[nodiscard]] std::optional<outgoing> refused_lines(const std::vector<std::string>& commands) const;
     void forward_lines(person_id who);
-    void resume_lines();
+    void give_answer(session& s);
+    void resume_held();
     void answer_lines(person_id who, outgoing what);
 
     // desk.cpp: requests of the teacher
@@ -206,6 +210,7 @@ private:
 [[nodiscard]] outgoing json_answer(unsigned status, const json& value);
 [[nodiscard]] outgoing error_answer(unsigned status, std::string_view word, std::string_view message);
 [[nodiscard]] outgoing run_over(ending why);
+inline constexpr const char* RUN_IS_OVER = "2"; // to the question whether Stop was pressed
 [[nodiscard]] inline outgoing nothing() {
     return {.status = 204, .type = {}, .body = nullptr, .headers = {}, .policy = {}};
 }

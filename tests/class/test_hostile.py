@@ -141,6 +141,30 @@ class Hostile(unittest.TestCase):
         self.assertEqual(set(flood.result(120)), {200})
         self.assertGreater(time.monotonic() - began, (32 * 256 - 2000) / 2000 * 0.9)
 
+    def test_a_flood_in_a_pause_holds_one_request_a_student(self):
+        room = self.classroom(self.fake_field())
+        ann, honest = room.student("Ann"), room.student("Honest")
+        ann.begin(practice=True)
+        honest.begin()
+        room.teacher().post("/api/desk/pause", {"paused": True})
+        path = "/api/run/stop?run=%d" % ann.run
+        workers = [ann.worker() for _ in range(50)]
+        workers[0].send("GET", path)
+        wait_until(lambda: next(s for s in room.desk()["sessions"] if s["name"] == "Ann")["held"], 20, "the program to be held")
+        for before, worker in zip(workers, workers[1:]):
+            worker.send("GET", path)
+            self.assertEqual(before.receive().status, 202)
+        # Who asks again at once without end is slowed down like any other.
+        began = time.monotonic()
+        for _ in range(1000):
+            self.assertEqual(ann.get(path + "&wait=0").status, 202)
+        self.assertGreater(time.monotonic() - began, (1000 - 400) / 400 * 0.9)
+        # Who is held and hangs up costs nothing but that one request.
+        workers[-1].close()
+        room.teacher().post("/api/desk/pause", {"paused": False})
+        self.assertEqual(ann.get(path).text, "0")
+        honest.do("f 10")
+
     def test_one_address_cannot_take_all_connections(self):
         room = self.classroom(self.fake_field())
         first = room.browser(host="localhost")

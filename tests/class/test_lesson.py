@@ -200,13 +200,21 @@ class Lesson(unittest.TestCase):
         self.assertEqual(worker.post("/api/run/ask?run=%d" % ann.run, "").text, "1")
         self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "x" * 5000).status, 413)
 
-    def test_a_question_without_an_answer_is_asked_again(self):
+    def test_held_requests_are_to_be_sent_again(self):
+        """A question without an answer, and in a pause the commands and the question about Stop."""
         ann = self.room.student()
         ann.begin()
-        began = time.monotonic()
-        answer = ann.post("/api/run/ask?run=%d" % ann.run, "?")
-        self.assertEqual((answer.status, answer.json), (202, {"again": True}))
-        self.assertGreater(time.monotonic() - began, 24)
+        self.room.teacher().post("/api/desk/pause", {"paused": True})
+
+        def ask(method, path, body=None):
+            began = time.monotonic()
+            answer = ann.worker().ask(method, "/api/run/%s?run=%d" % (path, ann.run), body)
+            return answer, time.monotonic() - began
+        tasks = [in_thread(lambda order=order: ask(*order)) for order in (("POST", "ask", "?"), ("POST", "lines", "f 10"), ("GET", "stop"))]
+        for task in tasks:
+            answer, took = task.result()
+            self.assertEqual((answer.status, answer.json), (202, {"again": True}))
+            self.assertGreater(took, 24)
 
     def test_a_second_tab_takes_the_run(self):
         ann = self.room.student()
@@ -261,6 +269,115 @@ class Lesson(unittest.TestCase):
         wait_until(lambda: self.room.desk()["sessions"][0]["held"], 20, "the step to be held")
         ann.post("/api/run/stop")
         self.assertEqual(held.result().json["reason"], "stopped")
+
+    def pause(self, paused=True):
+        self.assertEqual(self.room.teacher().post("/api/desk/pause", {"paused": paused}).status, 200)
+
+    def held_stop(self, student):
+        """The question about Stop of a student's program, held by the pause."""
+        worker, path = student.worker(), "/api/run/stop?run=%d" % student.run
+        held = in_thread(lambda: worker.get(path))
+        wait_until(lambda: self.one(student)["held"], 20, "the program to be held")
+        return held
+
+    def one(self, student):
+        return next(s for s in self.room.desk()["sessions"] if s["name"] == student.name)
+
+    def test_a_pause_holds_programs_that_only_compute(self):
+        """Also on the practice canvas: the answer to the question about Stop is held."""
+        ann, bob = self.room.gather("Ann", "Bob")
+        bob.begin(practice=True)
+        self.assertEqual(bob.post("/api/run/note?run=%d" % bob.run, "5").status, 204)
+        self.pause()
+        path = "/api/run/stop?run=%d" % bob.run
+        self.assertFalse(self.one(bob)["held"])
+        answer = bob.get(path + "&wait=0")
+        self.assertEqual((answer.status, answer.json), (202, {"again": True}))
+        first, second = self.held_stop(ann), self.held_stop(bob)
+        # Runs that are over are told so, paused or not.
+        self.assertEqual(bob.get("/api/run/stop?run=%d" % (bob.run - 1)).text, "2")
+        self.assertEqual(bob.get("/api/run/stop").text, "2")
+        self.assertEqual((self.one(bob)["doing"], self.one(bob)["run"]), ("practice", True))
+        self.pause()  # once more changes nothing
+        self.assertTrue(first.is_alive() and second.is_alive())
+        # The same question again takes the place of the first, which is to be asked again.
+        third = bob.worker()
+        third.send("GET", path)
+        self.assertEqual(second.result().status, 202)
+        self.pause(False)
+        self.assertEqual((first.result().text, third.receive().text), ("0", "5"))
+        self.assertFalse(self.one(ann)["held"] or self.one(bob)["held"])
+        self.assertEqual(bob.get(path).text, "5")
+        self.assertEqual(bob.get(path + "&wait=0").text, "5")
+
+    def test_the_end_of_a_run_ends_its_wait_in_a_pause(self):
+        teacher = self.room.teacher()
+        ann = self.room.student()
+        worker = ann.worker()
+        for end in (lambda: worker.post("/api/run/stop", {"run": ann.run}),
+                    lambda: worker.post("/api/run/end?run=%d" % ann.run, {}),
+                    lambda: teacher.post("/api/desk/stop", {"all": True}),
+                    lambda: teacher.post("/api/desk/remove", {"id": self.one(ann)["id"]})):
+            self.assertEqual(ann.begin(practice=True)["field"], None)
+            self.pause()
+            held = self.held_stop(ann)
+            self.assertLess(end().status, 300)
+            self.assertEqual((held.result().status, held.result().text), (200, "2"))
+            self.pause(False)
+        self.assertEqual(ann.get("/api/run/stop?run=%d" % ann.run).status, 401)
+
+    def test_no_run_begins_in_a_pause(self):
+        ann = self.room.student()
+        self.assertIsNone(ann.begin(practice=True)["field"])
+        self.pause()
+        held = self.held_stop(ann)
+        for wish in ({}, {"practice": True}, {"keep": True}):
+            answer = ann.post("/api/run/begin", wish)
+            self.assertEqual((answer.status, answer.json["error"]), (409, "paused"), wish)
+        self.assertTrue(held.is_alive())  # what was refused ends nothing
+        self.pause(False)
+        self.assertEqual(held.result().text, "0")
+        ann.begin()
+
+    def test_a_run_that_was_just_beginning_is_held_too(self):
+        ann = self.room.student()
+        beginning = in_thread(ann.begin)
+        self.pause()
+        try:
+            beginning.result()
+        except AssertionError as refused:  # the pause came first
+            self.assertIn("paused", str(refused))
+            return
+        held = self.held_stop(ann)
+        self.pause(False)
+        self.assertEqual(held.result().text, "0")
+
+    def test_an_answer_in_a_pause_waits_for_its_end(self):
+        ann = self.room.student()
+        ann.begin(practice=True)
+        worker = ann.worker()
+        asking = in_thread(lambda: worker.post("/api/run/ask?run=%d" % ann.run, "How old?"))
+        wait_until(lambda: self.one(ann)["doing"] == "asking", 20, "the question")
+        self.pause()
+        self.assertFalse(self.one(ann)["held"])  # nothing holds it but the question
+        self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "12").status, 204)
+        self.assertTrue(self.one(ann)["held"])
+        self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "13").status, 409)
+        # The program's next question, when the first was held too long, finds the answer just as late.
+        again = ann.worker()
+        again.send("POST", "/api/run/ask?run=%d" % ann.run, "How old?")
+        self.assertEqual(asking.result().status, 202)
+        self.assertEqual(self.one(ann)["doing"], "asking")
+        self.pause(False)
+        self.assertEqual(again.receive().text, "12")
+        self.assertEqual(self.one(ann)["doing"], "practice")
+        # An answer that waits is gone with its run.
+        self.pause()
+        self.assertEqual(ann.post("/api/run/answer?run=%d" % ann.run, "14").status, 204)
+        asking = in_thread(lambda: again.post("/api/run/ask?run=%d" % ann.run, "?"))
+        wait_until(lambda: self.one(ann)["held"], 20, "the answer to be held")
+        ann.post("/api/run/stop")
+        self.assertEqual(asking.result().json["reason"], "stopped")
 
     def test_a_run_ends_when_the_operator_removes_all_turtles(self):
         ann = self.room.student()

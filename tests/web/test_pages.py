@@ -356,6 +356,90 @@ class Pages:
 class InChromium(Pages, unittest.TestCase):
     make_browser = Chromium
 
+    def test_a_pause_holds_practice_programs(self):
+        """A program on the practice canvas stands still as long as the pause lasts; Stop works in it."""
+        ann = self.pupil
+        teacher = self.room.teacher()
+        count = r"Number((/n (\d+)\n[^\n]*$/.exec(kelmora.session.said) || [0, 0])[1])"
+
+        def one():
+            return self.room.desk()["sessions"][0]
+
+        def pause(paused=True):
+            self.assertEqual(teacher.post("/api/desk/pause", {"paused": paused}).status, 200)
+
+        def stands_still(ms=500):
+            """Returns where the program stands after so long a time."""
+            wait_until(lambda: one()["held"], 60, "the program to be held")
+            ann.wait("document.querySelector('.status').innerText === 'Paused'", "the page to say so")
+            ann.see("Paused by your teacher")
+            self.assertEqual((one()["doing"], one()["run"]), ("practice", True))
+            reads = "const read = async (ms) => { const first = %s; await new Promise((done) => setTimeout(done, ms)); return [first, %s]; };" % (count, count)
+            wait_until(lambda: (lambda pair: pair[0] == pair[1])(ann.run(reads + "return read(500);")), 60, "the last output to arrive")
+            first, last = ann.run(reads + "return read(%d);" % ms)
+            self.assertEqual(first, last)
+            return last
+
+        def goes_on(since):
+            pause(False)
+            ann.wait("%s > %d" % (count, since), "the program to go on")
+            ann.wait("document.querySelector('.status').innerText === 'Running'", "the page to say so")
+
+        ann.sit_down(CODE, "Ann")
+        ann.run("document.getElementById('tab-practice').click();")
+        with self.subTest("a program that computes and prints"):
+            ann.start("i = 0\nwhile True:\n    i += 1\n    if i % 2000 == 0:\n        print('n', i // 2000)\n")
+            ann.wait(count + " > 1", "the program to count")
+            pause()
+            goes_on(stands_still(5000))  # longer than it waits for an answer about Stop otherwise
+            pause()
+            wait_until(lambda: one()["held"], 60, "the program to be held")
+            ann.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => "
+                    "(document.body.dataset.state === 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });"
+                    + FIND + "named('Stop').click();")
+            took = ann.run("return await window.stopped;")
+            print("\n%s: Stop in a pause took %.0f ms" % (self.browser.name, took), file=sys.stderr)
+            ann.says("the variables are kept")
+            ann.answer("i")  # may not begin now, nor may another run
+            ann.says("has paused the class")
+            ann.press("Run")
+            ann.says("has paused the class")
+            ann.ready()
+            self.assertFalse(one()["run"])
+            pause(False)
+            ann.answer("print('still', i > 1000)")
+            ann.says("still True")
+            ann.ready()
+        with self.subTest("a turtle on the practice canvas"):
+            ann.start("from kelmora import *\nn = 0\nwhile True:\n    left(1)\n    n += 1\n    print('n', n)\n")
+            ann.wait(count + " > 1", "the turtle to move")
+            pause()
+            goes_on(stands_still())
+            ann.press("Stop")
+            ann.says("the variables are kept")
+            ann.ready()
+        with self.subTest("the answer of input() waits for the end of the pause"):
+            ann.start("print('got', input('? '))\n")
+            ann.wait("document.body.dataset.state === 'asking'", "the question")
+            pause()
+            ann.answer("seven")
+            wait_until(lambda: one()["held"], 60, "the answer to be held")
+            self.assertNotIn("got", ann.output())
+            pause(False)
+            self.assertIn("got seven", ann.finished())
+        with self.subTest("JavaScript: the turtle's words, and output"):
+            ann.fill("Language", "javascript")
+            ann.ready()
+            for program in ("for (let n = 1; ; n++) { left(1); print('n', n); }", "for (let n = 1; ; n++) print('n', n);"):
+                ann.start(program)
+                ann.wait(count + " > 1", "the program to count")
+                pause()
+                stands_still()
+                ann.press("Stop")
+                ann.says("stopped")
+                ann.ready()
+                pause(False)
+
     def test_keyboard_alone(self):
         """From the address to a running program without a pointer."""
         self.browser.fresh()

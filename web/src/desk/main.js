@@ -123,7 +123,8 @@ function row(session) {
   const lastLine = (session.said || '').trim().split('\n').pop();
   return el('tr', {},
     el('th', { scope: 'row', text: session.name }), el('td', {}, placeOf(session)),
-    el('td', {}, el('span', { class: `chip ${session.doing === 'error' ? 'bad' : session.doing === 'running' ? 'good' : ''}`, text: t(`doing.${session.doing}`) })),
+    el('td', {}, el('span', { class: `chip ${session.doing === 'error' ? 'bad' : session.doing === 'running' ? 'good' : ''}`, text: t(`doing.${session.doing}`) }),
+      ...(session.held ? [' ', el('span', { class: 'chip note', text: t('desk.held') })] : [])),
     el('td', { class: 'said mono', title: session.said || '' }, lastLine),
     el('td', {}, el('div', { class: 'row tools' },
       button('view', t('desk.b.view'), t('desk.view', session.name), () => showProgram(session), !session.program),

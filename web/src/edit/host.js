@@ -9,6 +9,8 @@ const BATCH_MOST = 16384; // letters
 const OUTPUT_RATE = 400000; // letters a second; faster output is slowed down
 const SLICE = 50; // ms
 const STOP_PATIENCE = 4000; // ms until the question whether Stop was pressed is given up, and asked again
+const HELD_PATIENCE = 30000; // ms, the same in a pause, when the server holds it for 25 s at most
+const PAUSE_ALONE = 60000; // ms until a pause ends when the server is away
 const ANSWER_PATIENCE = 60000; // ms; the server holds a request for 25 s at most
 
 /** A refusal of the class server; `word` is one of its error words. */
@@ -113,18 +115,41 @@ export function makeHost(post) {
     if (allowance < 0) sleep(SLICE);
   }
 
-  /** True when Stop was pressed; polls the server at most ten times a second. */
+  /** Asks the server about Stop and the speed. Returns whether the class is paused; throws when nobody answers. */
+  function askStop(path, patience) {
+    const answer = request('GET', path, null, 1, patience);
+    if (answer.status === 200) {
+      if (answer.text === '2') stopped = true;
+      else if (answer.text >= '3' && answer.text <= '9') speed = Number(answer.text) - 3;
+    } else if (answer.status === 401 || answer.status === 410) stopped = true;
+    return answer.status === 202;
+  }
+
+  /** The class is paused: returns when the pause has ended, or the run. Until then the server holds the answers. */
+  function standStill() {
+    post({ kind: 'held', held: true });
+    let heard = performance.now();
+    for (let paused = true; paused;) {
+      const asked = performance.now();
+      try {
+        paused = askStop(`/api/run/stop?run=${run}`, HELD_PATIENCE);
+        heard = performance.now();
+      } catch {
+        paused = performance.now() - heard < PAUSE_ALONE;
+      }
+      if (paused) sleep(asked + STOP_EVERY - performance.now());
+    }
+    if (!stopped) post({ kind: 'held', held: false });
+  }
+
+  /** True when Stop was pressed; polls the server at most ten times a second. Waits while the class is paused. */
   function isStopped() {
     if (stopped || run === null) return stopped;
     const now = performance.now();
     if (now - askedStop < STOP_EVERY) return false;
     flush();
     try {
-      const answer = request('GET', `/api/run/stop?run=${run}`, null, 1, STOP_PATIENCE);
-      if (answer.status === 200) {
-        if (answer.text === '2') stopped = true;
-        else if (answer.text >= '3' && answer.text <= '9') speed = Number(answer.text) - 3;
-      } else if (answer.status === 401 || answer.status === 410) stopped = true;
+      if (askStop(`/api/run/stop?run=${run}&wait=0`, STOP_PATIENCE)) standStill();
     } catch { /* asked again soon */ }
     askedStop = performance.now();
     polledStop = askedStop;

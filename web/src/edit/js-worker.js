@@ -7,6 +7,7 @@ import { PracticeField } from './js-practice.js';
 
 const post = (message) => self.postMessage(message);
 const host = makeHost(post);
+let running = false;
 const NAME = 'program.js';
 const FIRST_LINES = 2; // that making a function puts before the program
 const AsyncFunction = (async () => {}).constructor;
@@ -20,7 +21,10 @@ const show = (value) => {
   }
   return String(value);
 };
-const say = (isError) => (...values) => host.out(`${values.map(show).join(' ')}\n`, isError);
+const say = (isError) => (...values) => {
+  host.out(`${values.map(show).join(' ')}\n`, isError);
+  if (host.isStopped() && running) throw new Ended('stopped'); // a pause of the class holds this question
+};
 
 // The program's line in a stack trace, in each engine's format. Programs are named by a comment at their end.
 function lineIn(stack) {
@@ -53,6 +57,7 @@ function sleepFor(seconds) {
 
 async function execute(order) {
   host.begin({ token: order.token || '', run: order.run ?? null, speed: order.speed || 0 });
+  running = true;
   let how = { how: 'done' };
   try {
     const field = order.practice ? new PracticeField((acts) => host.draw(JSON.stringify(acts)), sleepFor) : null;
@@ -91,6 +96,7 @@ async function execute(order) {
     if (error instanceof Ended) how = { how: 'stopped', reason: error.reason };
     else how = { how: 'error', error: describe(error) };
   }
+  running = false;
   host.end();
   post({ kind: 'ended', ...how });
 }

@@ -283,6 +283,7 @@ const session = new Session((state, online) => {
   } else field.setOwn(null);
   if (state && state.starter !== starterSeen && state.starter > 0) offerStarter(state.starter);
   if (!chosenView && !current) showView(state && !state.seat ? 'practice' : state ? 'field' : 'practice', false);
+  if (document.body.dataset.state === 'running') showStatus();
 });
 
 async function offerStarter(version) {
@@ -334,13 +335,21 @@ function showState(state) {
   setUsable(runButton, !busy);
   setUsable(stopButton, busy);
   document.body.dataset.state = state;
-  status.textContent = t(`state.${state}`);
+  showStatus();
   progress.textContent = '';
   output.mode(state === 'asking' ? 'asking' : !busy && state === 'ready' && engineOf(program.language) === 'python' ? 'trying' : 'off');
   const doing = { running: current?.practice ? 'practice' : 'running', asking: 'asking', stopping: 'running' }[state];
   session.report(doing || (lastHow === 'error' ? 'error' : 'idle'), output.tail());
 }
 
+/** What the program does, in words. A pause holds programs that run. */
+function showStatus() {
+  const { state } = document.body.dataset;
+  const text = state === 'running' && (held || session.state?.paused) ? t('state.paused') : t(`state.${state}`);
+  if (status.textContent !== text) status.textContent = text; // a screen reader reads changes
+}
+
+let held = false; // by a pause; the worker hears of it earlier than this page
 let lastHow = 'done';
 let lastPractice = null; // whether the last program ran on the practice canvas; null: there was none
 let asking = '';
@@ -367,6 +376,11 @@ const hear = (engine, message) => {
       break;
     case 'asked':
       output.write(`${message.text}\n`, 'in');
+      break;
+    case 'held':
+      held = message.held;
+      if (session.state) session.changed(session.state = { ...session.state, paused: held }, session.online);
+      session.soon();
       break;
     case 'line':
       if (showsRun(current)) editor.mark({ kind: 'run', line: message.line });
@@ -407,17 +421,19 @@ async function start() {
       if (!wanted && begun.turtle) field.setOwn(begun.turtle);
     } catch (error) {
       if (error.word === 'no_seat') {
-        const practising = await postJson('/api/run/begin', { language: engine, practice: true }).catch(() => null);
-        current.number = practising ? practising.run : null;
+        const practising = await postJson('/api/run/begin', { language: engine, practice: true }).catch((again) => again);
+        if (practising.word === 'paused') {
+          refuseRun(practising);
+          return;
+        }
+        current.number = practising.run ?? null;
         say(t('run.practice'));
       } else if (error.status === 401) {
         session.beat();
       } else if (error.word === 'offline' && wanted) {
         say(t('run.offline'));
       } else {
-        current = null;
-        output.box(el('p', { class: 'alert', role: 'alert', text: refusal(error) }));
-        showState(link().state);
+        refuseRun(error);
         return;
       }
     }
@@ -432,6 +448,12 @@ async function start() {
   showState(links[engine].state);
 }
 
+function refuseRun(error) {
+  current = null;
+  output.box(el('p', { class: 'alert', role: 'alert', text: refusal(error) }));
+  showState(link().state);
+}
+
 function stop() {
   if (!current) return;
   const running = links[current.engine];
@@ -444,6 +466,7 @@ function finish(message) {
   const run = current;
   current = null;
   asking = '';
+  held = false;
   lastHow = message.how;
   if (run && run.number !== null && run.number !== undefined && !(message.how === 'stopped' && !run.pressed)) {
     postJson(`/api/run/end?run=${run.number}`, { how: message.how === 'error' ? 'error' : 'done' }).catch(() => {});
@@ -511,9 +534,7 @@ async function tryLine(text) {
     } catch (error) {
       if (error.status === 401) session.beat();
       if (error.status !== 401 && !(practice && error.word === 'offline')) {
-        current = null;
-        output.box(el('p', { class: 'alert', role: 'alert', text: refusal(error) }));
-        showState(links.python.state);
+        refuseRun(error);
         return;
       }
     }

@@ -1,6 +1,6 @@
 // The worker in which Python runs. It starts from a memory snapshot of the interpreter, or normally when that fails.
 // Messages in: {do: 'load'}, {do: 'run', source, run, token, speed, practice}, {do: 'try', source}.
-// Messages out: progress, loaded, out, ask, asked, line, draw, ended {how, error}, failed {message}.
+// Messages out: progress, loaded, out, ask, asked, held {held}, line, draw, ended {how, error}, failed {message}.
 import { Ended, Refused, makeHost } from './host.js';
 
 const folder = new URL(PYTHON_FOLDER, import.meta.url).href; // replaced by the build
