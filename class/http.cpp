@@ -261,18 +261,14 @@ void responder::operator()(outgoing answer) {
 http_server::http_server(net::io_context& io, handler_t handler, std::function<size_t(std::string_view)> body_limit)
     : acceptor_(io), pause_(io), handler_(std::move(handler)), body_limit_(std::move(body_limit)) {}
 
-int http_server::listen(const std::string& address, int port, std::string& error) {
-    error_code failure;
+int http_server::listen(const std::string& address, int port, error_code& failure) {
     const auto ip = net::ip::make_address_v4(address, failure);
     const tcp::endpoint here(ip, static_cast<unsigned short>(port));
     if (!failure) acceptor_.open(here.protocol(), failure);
     if (!failure) acceptor_.set_option(net::socket_base::reuse_address(true), failure);
     if (!failure) acceptor_.bind(here, failure);
     if (!failure) acceptor_.listen(256, failure);
-    if (failure) {
-        error = failure.message();
-        return 0;
-    }
+    if (failure) return 0;
     accept();
     return acceptor_.local_endpoint(failure).port();
 }

@@ -85,8 +85,9 @@ class http_server : public std::enable_shared_from_this<http_server> {
 public:
     /// @param body_limit  largest body admitted for a path
     http_server(net::io_context& io, handler_t handler, std::function<size_t(std::string_view path)> body_limit);
-    /// @return the port that is listened on; 0 when it cannot be, with the reason in `error`
-    int listen(const std::string& address, int port, std::string& error);
+    /// @param address  IPv4
+    /// @return the port that is listened on; 0 when it cannot be, with the reason in `failure`
+    int listen(const std::string& address, int port, boost::system::error_code& failure);
     void stop();
     [[nodiscard]] int connections() const { return connections_; }
 

@@ -8,11 +8,13 @@
 #include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -67,6 +69,37 @@ int wrong(const std::string& what) {
     return EXIT_WRONG_OPTION;
 }
 
+bool is_folder(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+// A field may make its folder later; a file in its place will never be one. @return what is wrong, empty for nothing
+std::string check_canvases(const options& opts) {
+    for (const std::string& folder : opts.canvases) {
+        if (folder.empty() || is_folder(folder)) continue;
+        if (access(folder.c_str(), F_OK) == 0) return "--canvas " + for_log(folder) + ": not a folder";
+        fprintf(stderr, "kelmora-class: --canvas %s: no such folder, so there is no painting until it is there\n",
+                for_log(folder).c_str());
+    }
+    return "";
+}
+
+int cannot_listen(const options& opts, const boost::system::error_code& failure) {
+    const std::string port = std::to_string(opts.port);
+    if (failure == net::error::address_in_use) {
+        fprintf(stderr, "kelmora-class: port %s is taken: is another class server running?\n", port.c_str());
+        return EXIT_NO_PORT;
+    }
+    if (failure.value() == EADDRNOTAVAIL)
+        return wrong("--listen " + opts.listen + ": this machine has no such address");
+    if (failure == net::error::access_denied)
+        return wrong("--port " + port + ": only the administrator may listen on this port");
+    fprintf(stderr, "kelmora-class: cannot listen on %s port %s: %s\n", opts.listen.c_str(), port.c_str(),
+            failure.message().c_str());
+    return EXIT_FAILED;
+}
+
 // Serves until a signal ends it. @return the program's exit code
 int serve(int argc, char** argv) {
     options opts;
@@ -87,25 +120,28 @@ int serve(int argc, char** argv) {
     std::vector<std::optional<tcp::endpoint>> viewers;
     for (size_t i = 0; i < opts.fields.size(); ++i) {
         const auto field = resolve(io, opts.fields[i]);
-        if (!field) return wrong("no machine has the name " + for_log(opts.fields[i].host));
+        if (!field) return wrong("--fields: no machine has the name " + for_log(opts.fields[i].host));
+        if (std::find(fields.begin(), fields.end(), *field) != fields.end())
+            return wrong("--fields: two are the same, " + for_log(opts.fields[i].host) + ':' +
+                         std::to_string(opts.fields[i].port));
         fields.push_back(*field);
         viewers.push_back(std::nullopt);
         if (opts.viewers[i].port == 0) continue;
         viewers.back() = resolve(io, opts.viewers[i]);
-        if (!viewers.back()) return wrong("no machine has the name " + for_log(opts.viewers[i].host));
+        if (!viewers.back()) return wrong("--viewer: no machine has the name " + for_log(opts.viewers[i].host));
     }
+    if (const std::string bad = check_canvases(opts); !bad.empty()) return wrong(bad);
     if (opts.root.empty()) opts.root = find_root();
     const auto s = std::make_shared<server>(io, opts, fields, viewers, opts.root);
     if (!s->has_pages()) {
-        if (!opts.root.empty()) return wrong("--root " + for_log(opts.root) + ": no such folder");
+        if (!opts.root.empty())
+            return wrong("--root " + for_log(opts.root) +
+                         (is_folder(opts.root) ? ": holds no pages (no index.html)" : ": no such folder"));
         fputs("kelmora-class: the pages have not been built, so only the API is served\n", stderr);
     }
-    const int port = s->start(opts, error);
-    if (port == 0) {
-        fprintf(stderr, "kelmora-class: cannot listen on %s port %d: %s\n", for_log(opts.listen).c_str(), opts.port,
-                error.c_str());
-        return EXIT_NO_PORT;
-    }
+    boost::system::error_code failure;
+    const int port = s->start(opts, failure);
+    if (port == 0) return cannot_listen(opts, failure);
     announce(*s, port, opts.show_qr);
     net::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
     signals.async_wait([&s](const boost::system::error_code& stopped, int) {

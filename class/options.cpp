@@ -3,10 +3,12 @@
 #include "class/codes.h"
 #include "class/text.h"
 
+#include <algorithm>
+#include <arpa/inet.h>
 #include <array>
-#include <cmath>
-#include <cstdlib>
+#include <charconv>
 #include <getopt.h>
+#include <netinet/in.h>
 #include <string_view>
 
 namespace classroom {
@@ -15,6 +17,7 @@ namespace {
 
 constexpr size_t FIELDS = 30; // one class has three
 constexpr double LONGEST_TURN_MINUTES = 24 * 60;
+constexpr size_t HOST_BYTES = 253; // of a name in the DNS
 
 enum option_value {
     PORT = 256,
@@ -55,12 +58,30 @@ std::vector<std::string> split_list(std::string_view list) {
     }
 }
 
+bool is_ipv4(const std::string& text) {
+    in_addr address{};
+    return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+// An IPv4 address or a name. Whether there is such a machine is another question.
+bool is_host(const std::string& text) {
+    const auto fits = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_' ||
+               c == '.';
+    };
+    if (text.empty() || text.size() > HOST_BYTES || text.front() == '-' || text.front() == '.') return false;
+    if (text.find_first_not_of("0123456789.") == std::string::npos) return is_ipv4(text);
+    return std::all_of(text.begin(), text.end(), fits);
+}
+
 // "HOST:PORT", "HOST" or ":PORT"; what is missing is 127.0.0.1 and `port`.
 bool read_endpoint(std::string_view text, int port, endpoint& out) {
     const size_t colon = text.rfind(':');
     out = {std::string(text.substr(0, colon)), port};
+    if (text.empty()) return false;
     if (out.host.empty()) out.host = "127.0.0.1";
-    if (colon == std::string_view::npos) return !text.empty();
+    if (!is_host(out.host)) return false;
+    if (colon == std::string_view::npos) return true;
     const auto number = decimal(text.substr(colon + 1), 65535);
     out.port = static_cast<int>(number.value_or(0));
     return number && *number > 0;
@@ -77,7 +98,13 @@ bool read_endpoints(const char* list, int port, bool may_be_off, std::vector<end
         }
         out.push_back(e);
     }
-    return out.size() <= FIELDS;
+    return true;
+}
+
+// "5", "0.5"; nothing else that stands for a number.
+bool read_minutes(std::string_view text, double& out) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), out);
+    return error == std::errc() && end == text.data() + text.size() && out >= 0 && out <= LONGEST_TURN_MINUTES;
 }
 
 // @return what is wrong with the value, empty when it was taken
@@ -91,37 +118,40 @@ std::string take(int which, const char* value, options& out) {
     }
     case LISTEN:
         out.listen = value;
+        if (!is_ipv4(out.listen)) return "the server listens on an IPv4 address of this machine (0.0.0.0: on all)";
         break;
     case FIELD_LIST:
-        if (!read_endpoints(value, 2222, false, out.fields)) return "fields are HOST:PORT,HOST:PORT,... (at most 30)";
+        if (!read_endpoints(value, 2222, false, out.fields)) return "fields are HOST:PORT,HOST:PORT,...";
+        if (out.fields.size() > FIELDS) return "there are at most 30 fields";
         break;
     case VIEWER_LIST:
         if (!read_endpoints(value, 2280, true, out.viewers)) return "viewer addresses are HOST:PORT,off,...";
         break;
     case CANVAS_LIST:
         out.canvases = split_list(value);
-        for (std::string& folder : out.canvases) folder = folder == "off" ? "" : folder;
-        break;
-    case TURN: {
-        char* end = nullptr;
-        out.turn_minutes = strtod(value, &end);
-        if (end == value || *end != '\0' || !(out.turn_minutes >= 0 && out.turn_minutes <= LONGEST_TURN_MINUTES)) {
-            return "turns have 0 to 1440 minutes (0: no turns)";
+        for (std::string& folder : out.canvases) {
+            if (folder.empty()) return "canvas folders are DIR,off,...";
+            if (folder == "off") folder.clear();
         }
         break;
-    }
+    case TURN:
+        if (!read_minutes(value, out.turn_minutes)) return "turns have 0 to 1440 minutes (0: no turns)";
+        break;
     case CODE:
         out.code = normal_code(value);
         if (out.code.empty()) return "a code has 3 to 16 letters and digits";
         break;
     case ROOT:
         out.root = value;
+        if (out.root.empty()) return "the pages are in a folder";
         break;
     case NAME:
         out.names.push_back(lower(value));
+        if (!is_host(value)) return "a machine's name has letters, digits, dots and hyphens, and no port";
         break;
     case ADDRESS:
         out.address = value;
+        if (!is_host(out.address)) return "this machine's address is an IPv4 address or a name, without a port";
         break;
     case NO_QR:
         out.show_qr = false;
@@ -147,8 +177,8 @@ parsed parse_options(int argc, char** argv, options& out, std::string& error) {
         }
         const std::string wrong = take(which, optarg, out);
         if (!wrong.empty()) {
-            error = std::string("--") + LONG_OPTIONS[static_cast<size_t>(index)].name + ' ' + for_log(optarg) + ": " +
-                    wrong;
+            error = std::string("--") + LONG_OPTIONS[static_cast<size_t>(index)].name + ' ' +
+                    (*optarg == '\0' ? "''" : for_log(optarg)) + ": " + wrong;
             return parsed::wrong;
         }
     }
@@ -160,8 +190,9 @@ parsed parse_options(int argc, char** argv, options& out, std::string& error) {
     if (out.viewers.empty()) {
         for (const endpoint& f : out.fields) out.viewers.push_back({f.host, 2280});
     }
-    if (out.canvases.size() > out.fields.size() || out.viewers.size() > out.fields.size()) {
-        error = "more viewer addresses or canvas folders than fields";
+    if (out.viewers.size() > out.fields.size() || out.canvases.size() > out.fields.size()) {
+        error = out.viewers.size() > out.fields.size() ? "--viewer: more addresses than there are fields"
+                                                       : "--canvas: more folders than there are fields";
         return parsed::wrong;
     }
     out.viewers.resize(out.fields.size());

@@ -196,10 +196,10 @@ server::server(net::io_context& io, const options& opts, const std::vector<tcp::
     }
 }
 
-int server::start(const options& opts, std::string& error) {
+int server::start(const options& opts, error_code& failure) {
     http_ = std::make_shared<http_server>(
         io_, [this](const incoming& in, responder reply) { handle(in, std::move(reply)); }, body_limit);
-    port_ = http_->listen(opts.listen, opts.port, error);
+    port_ = http_->listen(opts.listen, opts.port, failure);
     if (port_ == 0) return 0;
     every_tick();
     look_at_fields();

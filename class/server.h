@@ -96,8 +96,8 @@ public:
     /// @param fields   resolved addresses, one for each of opts.fields; viewers: likewise, nothing where there is none
     server(net::io_context& io, const options& opts, const std::vector<tcp::endpoint>& fields,
            const std::vector<std::optional<tcp::endpoint>>& viewers, const std::string& root);
-    /// @return the port, 0 with `error` when it cannot listen
-    int start(const options& opts, std::string& error);
+    /// @return the port, 0 with `failure` when it cannot listen
+    int start(const options& opts, boost::system::error_code& failure);
     /// Sends the last lines to the fields, so that no turtle stays in sight, then ends `io`.
     void stop();
     /// After `io` has ended: releases everything that waits for a field.
@@ -106,7 +106,8 @@ public:
     [[nodiscard]] const std::string& code() const { return room_.code(); }
     [[nodiscard]] std::string address() const { return "http://" + address_ + ':' + std::to_string(port_) + '/'; }
     [[nodiscard]] std::string link() const { return address() + "#code=" + code(); }
-    [[nodiscard]] bool has_pages() const { return files_.usable(); }
+    /// The folder of the pages is there, and holds the first of them.
+    [[nodiscard]] bool has_pages() { return files_.find("index.html") || files_.find("index.html.gz"); }
 
 private:
     struct route {

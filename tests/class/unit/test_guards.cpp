@@ -366,6 +366,11 @@ std::string complaint(std::vector<const char*> words, options* out = nullptr) {
     return result == parsed::wrong ? error : "";
 }
 
+// How a complaint about a value begins.
+std::string told(const std::string& option, std::string_view value) {
+    return option + ' ' + (value.empty() ? "''" : for_log(value)) + ": ";
+}
+
 } // namespace
 
 TEST(Options, are_read) {
@@ -404,10 +409,46 @@ TEST(Options, that_are_wrong_are_told_in_one_line) {
     EXPECT_EQ(complaint({"extra"}), "unknown argument: extra");
     EXPECT_EQ(complaint({"--port", "70000"}), "--port 70000: a port is a number from 0 to 65535 (0: a free one)");
     EXPECT_EQ(complaint({"--port", "a\nb"}), "--port a\\x0ab: a port is a number from 0 to 65535 (0: a free one)");
-    for (const char* bad : {"x", "-1", "nan", "inf", "1e9", ""})
+    for (const char* bad : {"x", "-1", "nan", "inf", "1e9", "", " 5", "5 ", "0x10", "1440.1", "1,5"})
         EXPECT_NE(complaint({"--turn-minutes", bad}), "") << bad;
-    for (const char* bad : {"", ":", "host:", "host:0", "host:x", "a,,b", "host:99999"})
-        EXPECT_NE(complaint({"--fields", bad}), "") << bad;
-    EXPECT_NE(complaint({"--code", "ä"}), "");
-    EXPECT_NE(complaint({"--canvas", "a,b"}), "");
+    for (const char* bad : {"", ":", "host:", "host:0", "host:x", "a,,b", "host:99999", "a:1,", "a b:1", "[::1]:2222",
+                            "::1", "http://host:2222", "host:2222:1", "300.1.1.1", "1.2.3", "-x:1", ".x:1", "a\tb"})
+        EXPECT_EQ(complaint({"--fields", bad}), told("--fields", bad) + "fields are HOST:PORT,HOST:PORT,...");
+    for (const char* bad : {"", "off,", ":", "host:0", "h\xC3\xB6st:1"})
+        EXPECT_EQ(complaint({"--viewer", bad}), told("--viewer", bad) + "viewer addresses are HOST:PORT,off,...");
+    for (const char* bad : {"", "ä", "ab", "KMPQ7KMPQ7KMPQ7KM", "a_b", "abc\n"})
+        EXPECT_EQ(complaint({"--code", bad}), told("--code", bad) + "a code has 3 to 16 letters and digits");
+    for (const char* bad : {"", ",", "a,,b"})
+        EXPECT_EQ(complaint({"--canvas", bad}), told("--canvas", bad) + "canvas folders are DIR,off,...");
+    EXPECT_EQ(complaint({"--canvas", "a,b"}), "--canvas: more folders than there are fields");
+    EXPECT_EQ(complaint({"--viewer", "off,off"}), "--viewer: more addresses than there are fields");
+    for (const char* bad : {"", "+1", " 1", "1 ", "65536", "-1", "0x10", "2288/", "99999999999999999999"})
+        EXPECT_NE(complaint({"--port", bad}), "") << bad;
+    EXPECT_EQ(complaint({"--root", ""}), "--root '': the pages are in a folder");
+}
+
+TEST(Options, addresses_and_names_are_checked) {
+    for (const char* bad :
+         {"", "foo", "localhost", "1.2.3", "1.2.3.4.5", "256.1.1.1", "::", "1.2.3.4 ", "1.2.3.4:80", "0"}) {
+        EXPECT_EQ(complaint({"--listen", bad}),
+                  told("--listen", bad) + "the server listens on an IPv4 address of this machine (0.0.0.0: on all)");
+    }
+    EXPECT_EQ(complaint({"--listen", "192.168.7.5"}), "");
+    for (const char* bad : {"", "a b", "a:2288", "http://a", "a/", "\x1b[31m", "1.2.3.400", "-a", ".", "\xC3\xA4"}) {
+        EXPECT_NE(complaint({"--address", bad}), "") << bad;
+        EXPECT_NE(complaint({"--name", bad}), "") << bad;
+    }
+    EXPECT_NE(complaint({"--name", std::string(254, 'a').c_str()}), "");
+    options opts;
+    EXPECT_EQ(complaint({"--name", "Pult-3.Schule.Example", "--name", "a_b", "--address", "Pult-3.local"}, &opts), "");
+    EXPECT_EQ(opts.names, (std::vector<std::string>{"pult-3.schule.example", "a_b"}));
+    EXPECT_EQ(complaint({"--fields", "localhost,field-2.local:3222,10.0.0.7"}), "");
+}
+
+TEST(Options, there_are_thirty_fields_at_most) {
+    std::string list = ":1";
+    for (int n = 2; n <= 30; ++n) list += ",:" + std::to_string(n);
+    EXPECT_EQ(complaint({"--fields", list.c_str()}), "");
+    list += ",:31";
+    EXPECT_NE(complaint({"--fields", list.c_str()}).find(": there are at most 30 fields"), std::string::npos);
 }
