@@ -177,6 +177,7 @@ class ClassServer(unittest.TestCase):
         self.assertEqual(options_in_source("class/options.cpp"), options - {"-h"})
         with_help = set(re.findall(r"--[a-z-]+", re.search(r"help_text\(\).*", read("class/options.cpp"), re.DOTALL)[0]))
         self.assertEqual(with_help, options - {"-h"})
+        self.assertEqual(options_in_man("docs/kelmora-class.1"), options)
 
 
 class Labels(unittest.TestCase):
