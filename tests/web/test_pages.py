@@ -538,6 +538,14 @@ class InChromium(Pages, unittest.TestCase):
             box = ann.run("const b = document.querySelector('%s').getBoundingClientRect(); return [b.top, b.bottom];" % what)
             self.assertTrue(0 <= box[0] and box[1] <= 740 and box[1] - box[0] >= least, (what, box))
         self.assertLessEqual(ann.run("return document.documentElement.scrollHeight;"), 740)
+        # A lesson covers all of it. What is opened from there is seen, with a finger for a pointer, too.
+        ann.run("globalThis.matchMedia = (query) => ({ matches: query.includes('coarse') });")
+        ann.press("Learn")
+        ann.wait("document.querySelector('.learn li')", "the lessons")
+        ann.press("1. The first square")
+        ann.press("Open in the editor")
+        ann.wait("kelmora.editor.text().startsWith('from kelmora import *\\n\\nforward(100)') && !document.querySelector('.panel:not([hidden])')",
+                 "the lesson's program in sight")
 
 
 class InFirefox(Pages, unittest.TestCase):

@@ -83,7 +83,10 @@ const help = makeHelp({ button: helpButton, insert: (text) => editor.insert(text
 const learn = makeLearn({ button: learnButton, async open(made) {
   await openProgram(made);
   if (matchMedia('(pointer: fine)').matches) editor.focus();
-  else usePane('edit');
+  else {
+    usePane('edit');
+    if (learn.element.offsetWidth > 0.9 * innerWidth) learn.toggle(false); // a phone: it covers the program
+  }
   say(t('learn.opened', made.title));
 } });
 
