@@ -36,7 +36,11 @@ const orders = {
   type: async ({ text }) => { await tab.keyboard.type(text); },
   size: ({ width, height }) => tab.setViewportSize({ width, height }),
   shot: ({ file }) => tab.screenshot({ path: file }).then(() => true),
-  look: ({ look }) => tab.emulateMedia({ colorScheme: look }),
+  // Light or dark, as soon as the page has it; without transitions, whose colours belong to neither.
+  async look({ look }) {
+    await tab.emulateMedia({ colorScheme: look, reducedMotion: 'reduce' });
+    await tab.waitForFunction((wanted) => document.documentElement.dataset.look === wanted, look);
+  },
   // What the rules for accessible pages find, one text for each kind of fault. Parts of two libraries are left out:
   async faults() {
     if (!await tab.evaluate('Boolean(globalThis.axe)')) await tab.evaluate(axe);

@@ -468,6 +468,57 @@ class InChromium(Pages, unittest.TestCase):
         ann.run(FIND + "named('Program').focus();")
         self.browser.order("key", keys=["Escape", "Tab"])
         self.assertFalse(ann.run("return document.activeElement.closest('.cm-editor') !== null;"))
+        self.check_focus()
+
+    def focus(self):
+        """The accessible name of what has the keyboard's focus; '' when nothing has it."""
+        return self.pupil.run(FIND + "const e = document.activeElement; return e === null || e === document.body ? '' : nameOf(e);")
+
+    def check_focus(self):
+        """A button that its own press switches off, a closed dialog and a list that is shown anew keep the focus."""
+        ann = self.pupil
+        ann.write("print(1)\nwhile True: pass\n")
+        for name, ended in (("Run", "running"), ("Stop", "ready")):
+            ann.run(FIND + "named('%s').focus();" % name)
+            self.browser.order("key", keys=["Enter"])
+            ann.wait("document.body.dataset.state === '%s'" % ended, ended)
+            self.assertEqual(self.focus(), name)
+        self.browser.order("key", keys=["Shift+Tab"])  # what cannot be pressed is no stop any more
+        self.assertEqual(self.focus(), "Run")
+        ann.write("input('? ')\n")
+        self.browser.order("key", keys=["Enter"])
+        ann.wait("document.body.dataset.state === 'asking'", "the question")
+        self.assertEqual(self.focus(), "Input")
+        ann.press("Stop")
+        ann.ready()
+        ann.run(FIND + "named('Share').focus();")
+        self.browser.order("key", keys=["Enter"])
+        ann.wait("document.querySelector('dialog[open]')", "the dialog")
+        self.browser.order("key", keys=["Escape"])
+        self.assertEqual(self.focus(), "Share")
+        ann.run("kelmora.editor.focus();")
+        self.browser.order("key", keys=["F1"])
+        self.assertEqual(self.focus(), "Search the help")
+        self.browser.order("key", keys=["Escape"])
+        self.assertEqual(self.focus(), "Program")
+        ann.run(FIND + "named('Deutsch').focus();")
+        self.browser.order("key", keys=["Enter"])
+        ann.wait("document.documentElement.lang === 'de' && document.activeElement.innerText === 'English'", "the focus on the other language")
+        # Every change of the class shows its row anew; Kay is the third.
+        for name in ("Ben", "Eve"):
+            self.room.student(name)
+        teacher = self.pupil = Pupil(self.browser, "http://localhost:%d" % self.room.port)
+        self.browser.fresh()
+        teacher.open("/desk")
+        teacher.wait("document.querySelectorAll('tbody th').length === 3", "three at the desk")
+        teacher.run(FIND + "named('Rename Ben').focus();")
+        self.browser.order("key", keys=["Enter", "Control+a", "A", "d", "a", "Enter"])
+        teacher.see("Ada")
+        self.assertEqual(self.focus(), "Rename Ada")
+        teacher.run(FIND + "named('Remove Ada').focus();")
+        self.browser.order("key", keys=["Enter", "Tab", "Enter"])
+        teacher.wait("document.querySelectorAll('tbody th').length === 2", "two at the desk")
+        self.assertEqual(self.focus(), "Remove Eve")
 
     def test_blocks_by_keyboard_alone(self):
         self.browser.fresh(locale="de-DE")
@@ -503,6 +554,43 @@ class InChromium(Pages, unittest.TestCase):
         press("Control+Enter")
         ann.says("fertig")
         self.assertFalse(ann.run("return Boolean(document.querySelector('.blocklyContextMenu'));"))
+
+    def test_rules_for_accessible_pages(self):
+        """Contrast, names, roles, sizes and the like, in light and dark."""
+        self.browser.fresh()
+        ann = self.pupil
+        teacher = Pupil(self.browser, "http://localhost:%d" % self.room.port)
+
+        def look_over(state):
+            for look in ("light", "dark"):
+                self.browser.order("look", look=look)
+                with self.subTest(state, look=look):
+                    self.assertEqual(self.browser.order("faults"), [])
+        ann.join("WRONG", "Ann")
+        ann.see("That is not the class code")
+        look_over("join")
+        ann.sit_down(CODE, "Ann")
+        ann.start("from kelmora import *\nfoward(50)\n")
+        ann.says("Did you mean")
+        ann.press("Help")
+        look_over("an error and the help")
+        ann.run("document.querySelector('.panel:not([hidden]) button').click();")
+        ann.fill("Language", "blocks")
+        ann.wait("document.querySelector('.blocklyDraggable')", "the blocks")
+        ann.press("Share")
+        ann.wait("document.querySelector('dialog[open]')", "the dialog")
+        look_over("blocks and a dialog")
+        ann.open("/watch?eyes=Ann")
+        ann.wait("document.querySelector('.field canvas') && document.querySelector('.scores .who')", "the field")
+        look_over("watch")
+        teacher.open("/board")
+        teacher.wait("document.querySelector('.who .name')", "Ann on the board")
+        look_over("board")
+        teacher.open("/desk")
+        teacher.wait("document.querySelector('tbody th')", "Ann at the desk")
+        teacher.press("Pause all")
+        teacher.wait("[...document.querySelectorAll('button')].some((b) => b.innerText === 'Go on')", "the pause")
+        look_over("desk")
 
     def test_nothing_leaves_the_machine(self):
         self.browser.fresh()

@@ -46,6 +46,8 @@ export function giveFocus(name, control) {
     return;
   }
   queueMicrotask(() => control.focus());
+  // The page is not yet as wide as it will be.
+  addEventListener('load', () => setTimeout(() => control.scrollIntoView({ block: 'nearest', inline: 'center' })), { once: true });
 }
 
 /** Whether nothing has the focus yet. */

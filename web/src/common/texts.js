@@ -184,7 +184,7 @@ export const TEXTS = {
   'desk.pause': ['Pause all', 'Alle anhalten'],
   'desk.resume': ['Go on', 'Weiter'],
   'desk.stopall': ['Stop all programs', 'Alle Programme stoppen'],
-  'desk.stopone': ['Stop {0}', '{0} stoppen'],
+  'desk.stopone': ['Stop {0}', 'Stopp für {0}'],
   'desk.remove': ['Remove {0}', '{0} entfernen'],
   'desk.remove.sure': ['Remove {0} from the class? The program stays in the collection.', '{0} aus der Klasse entfernen? Das Programm bleibt in der Sammlung.'],
   'desk.rename': ['Rename {0}', '{0} umbenennen'],
