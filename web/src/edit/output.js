@@ -42,7 +42,7 @@ export function makeOutput(submit) {
       to = from + SPAN_MOST;
       if (text.codePointAt(to - 1) > 0xffff) to += 1; // a pair of surrogates stays whole
       const part = text.slice(from, to);
-      last = el('span', { class: `said-${kind}`, data: { kind }, text: part });
+      last = el('span', { class: `said-${kind}`, lang: kind === 'err' ? 'en' : null, data: { kind }, text: part }); // Python's own words are English
       append(last, part.length);
     }
   }
