@@ -22,20 +22,23 @@ const LEFT_OUT = ['multiprocessing/', '_pyrepl/', 'wsgiref/', 'xmlrpc/', 'imapli
   'poplib.py', 'mailbox.py', 'ctypes/', 'pydoc_data/', 'idlelib/', 'ensurepip/', 'venv/', 'lib2to3/', 'pickletools.py',
   'socketserver.py', 'webbrowser.py', 'tarfile.py', 'pty.py', 'nturl2path.py', 'http/server.py'];
 
-const CODECS_KEPT = '__init__ aliases ascii base64_codec charmap cp1252 cp437 cp850 hex_codec idna iso8859_1 iso8859_15 latin_1 ' +
-  'mac_roman punycode raw_unicode_escape rot_13 unicode_escape undefined utf_16 utf_16_be utf_16_le utf_32 utf_32_be utf_32_le ' +
+// What help(), doctest and pdb need of a folder that is left out.
+const KEPT = ['__init__', 'pager', 'trace', 'types', 'utils'].map((name) => `_pyrepl/${name}.py`);
+
+const CODECS_KEPT = '__init__ aliases ascii base64_codec big5 charmap cp1250 cp1251 cp1252 cp437 cp850 euc_kr gbk hex_codec idna ' +
+  'iso8859_1 iso8859_15 iso8859_2 koi8_r latin_1 mac_roman punycode raw_unicode_escape rot_13 shift_jis unicode_escape undefined utf_16 utf_16_be utf_16_le utf_32 utf_32_be utf_32_le ' +
   'utf_7 utf_8 utf_8_sig zlib_codec';
 
 const TRIM = `
 import zipfile
-def wanted(name, left_out, codecs):
+def wanted(name, left_out, kept, codecs):
     if name.startswith('encodings/') and name.endswith('.py'):
         return name[10:-3] in codecs
-    return not any(name.startswith(prefix) for prefix in left_out)
-def trim(source, target, left_out, codecs):
+    return name in kept or not any(name.startswith(prefix) for prefix in left_out)
+def trim(source, target, left_out, kept, codecs):
     with zipfile.ZipFile(source) as old, zipfile.ZipFile(target, 'w', zipfile.ZIP_DEFLATED, compresslevel=9) as new:
         for item in sorted(old.infolist(), key=lambda item: item.filename):
-            if wanted(item.filename, left_out, codecs):
+            if wanted(item.filename, left_out, kept, codecs):
                 plain = zipfile.ZipInfo(item.filename)
                 plain.compress_type = zipfile.ZIP_DEFLATED
                 plain.external_attr = item.external_attr
@@ -48,7 +51,7 @@ async function makeParts(core) {
   const worker = await loadPyodide({ indexURL: core });
   worker.FS.writeFile('/old.zip', readFileSync(path.join(core, 'python_stdlib.zip')));
   worker.runPython(TRIM);
-  worker.globals.get('trim')('/old.zip', '/new.zip', worker.toPy(LEFT_OUT), worker.toPy(CODECS_KEPT.split(' ')));
+  worker.globals.get('trim')('/old.zip', '/new.zip', worker.toPy(LEFT_OUT), worker.toPy(KEPT), worker.toPy(CODECS_KEPT.split(' ')));
   const library = Buffer.from(worker.FS.readFile('/new.zip'));
   // The snapshot stores where each module lies in the library, so it must be made with the library it is served with.
   const file = path.join(mkdtempSync(path.join(tmpdir(), 'kelmora-')), 'python_stdlib.zip');

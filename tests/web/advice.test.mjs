@@ -110,6 +110,13 @@ const MISTAKES = [
   ['IndexError', 'string index out of range', 'x[5]', 'letters'],
   ['NotANumber', 'A finite number is needed here, not None.', 'goto(3)', 'missing'],
   ['BadValue', "There is no colour 'bleu'.", 'pencolor("bleu")', '"red"'],
+  ['BadValue', 'The parts of a colour go from 0 to 1 here, so 255 is too much.', 'pencolor(255, 0, 0)', 'colormode(255)'],
+  // What exists natively and cannot be in a browser is no misspelling.
+  ['ModuleNotFoundError', "No module named 'tkinter'", 'import tkinter', 'a program in a browser'],
+  ['ModuleNotFoundError', "No module named 'tarfile'", 'import tarfile', 'a program in a browser'],
+  ['ModuleNotFoundError', "No module named 'matplotlib'", 'import matplotlib.pyplot as plt', 'extra package'],
+  ['RuntimeError', "can't start new thread", 't.start()', 'no threads'],
+  ['OSError', '[Errno 138] emscripten does not support processes.', 'subprocess.run(["ls"])', 'other programs'],
 ];
 
 test('each common mistake gets its advice, in both languages', () => {

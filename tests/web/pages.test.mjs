@@ -6,8 +6,10 @@ import test from 'node:test';
 import { fileURLToPath } from 'node:url';
 import { learnFiles, lessonParts, translated } from '../../web/build-learn.mjs';
 import { GERMAN } from '../../web/src/edit/blocks-german.js';
+import { textOf } from '../../web/src/common/dom.js';
 import { TEXTS, chooseLanguage, refusal, t, waitText } from '../../web/src/common/texts.js';
 import { fromFragment, toFragment } from '../../web/src/edit/share.js';
+import { overwritten, withoutSequences } from '../../web/src/edit/terminal.js';
 import { GROUPS, findWords, inJavaScript } from '../../web/src/edit/words.js';
 import { parseCards, pollChanges } from '../../web/src/watch/painting.js';
 
@@ -109,6 +111,20 @@ test('a shared program that would unpack to a huge size is refused', async () =>
   const packed = Buffer.from(await new Response(stream).arrayBuffer()).toString('base64url');
   assert.ok(packed.length < 100000);
   assert.equal(await fromFragment(`#p=1${packed}`), null);
+});
+
+test('output is shown as a terminal shows it: carriage returns, colours, a wiped screen', () => {
+  assert.equal(overwritten('a\n0%\r50%\r100%\n'), 'a\n100%\n');
+  assert.equal(overwritten('one\r\ntwo\r\r\n'), 'one\ntwo\n');
+  assert.equal(overwritten('3\r'), '3\r', 'stays until something follows');
+  assert.equal(overwritten('3\rGo!'), 'Go!');
+  assert.deepEqual(withoutSequences('\x1b[1;31mred\x1b[0m [2J]'), { wiped: false, text: 'red [2J]' });
+  assert.deepEqual(withoutSequences('old\x1b[H\x1b[2Jnew'), { wiped: true, text: 'new' });
+});
+
+test('a file is read as UTF-8, with or without its mark, or as what Windows wrote', () => {
+  assert.equal(textOf(new Uint8Array([0xef, 0xbb, 0xbf, 0xc3, 0xa9])), 'é');
+  assert.equal(textOf(new Uint8Array([0x47, 0x72, 0xfc, 0xdf, 0x65])), 'Grüße');
 });
 
 test('a lesson becomes plain parts', () => {

@@ -20,6 +20,19 @@ from pupil import FIND, Pupil  # noqa: E402
 SPIN = "x = 41\nprint('spinning')\nwhile True:\n    pass\n"
 SQUARE = "from kelmora import *\nfor side in range(4):\n    forward(60)\n    left(90)\nforward(30)\nprint('A square!')\n"
 
+# Programs, and words of what they show.
+NATIVE = [
+    ("def total(n):\n    return 0 if n == 0 else n + total(n - 1)\nprint(total(900))\n", "405450"),
+    # Each level of this one takes a piece of the browser's own stack, whose end would end the interpreter.
+    ("import functools\n\n@functools.lru_cache(None)\ndef fib(n):\n    return n if n < 2 else fib(n - 1) + fib(n - 2)\n\n"
+     "print(fib(120))\nprint(fib(5000))\n", "Line 5"),
+    ("class Thing:\n    def __getattr__(self, name):\n        return self.other\n\nThing().colour\n", "RecursionError"),
+    ("help(len)\nprint(__doc__)\n", "Return the number of items in a container.\n\nNone"),
+    ("import asyncio\n\nasync def wait(n):\n    await asyncio.sleep(n / 50)\n    print('waited', n)\n\nasync def main():\n"
+     "    await asyncio.gather(wait(2), wait(1))\n\nasyncio.run(main())\n", "waited 1\nwaited 2"),
+    ("import sys\nprint(int(sys.stdin.readline()) + 1)\n", "13"),
+]
+
 
 class Pages:
     """The tests of one browser, which is started once for all of them."""
@@ -150,6 +163,16 @@ class Pages:
             ann.fill("Speed", "0")
             ann.says("through")
             ann.finished()
+
+        with self.subTest("Python is as it is natively: recursion, help, asyncio, standard input"):
+            for program, words in NATIVE:
+                ann.start(program)
+                if "stdin" in program:
+                    ann.wait("document.body.dataset.state === 'asking'", "a question")
+                    ann.answer("12")
+                said = ann.finished()
+                self.assertIn(words, said)
+                self.assertNotIn("given up", said)
 
         with self.subTest("output without an end does not drown the page"):
             ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")

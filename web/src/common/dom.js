@@ -31,13 +31,22 @@ export function download(name, data, type = 'text/plain;charset=utf-8') {
   setTimeout(() => URL.revokeObjectURL(url), 10000);
 }
 
+/** The text of a file's bytes: UTF-8, or else what older editors under Windows write. */
+export function textOf(bytes) {
+  try {
+    return new TextDecoder('utf-8', { fatal: true }).decode(bytes);
+  } catch {
+    return new TextDecoder('windows-1252').decode(bytes);
+  }
+}
+
 /** Lets the reader choose a file; calls `use(text, name)` with its content. */
 export function openFile(accept, use) {
   const input = el('input', { type: 'file', accept, hidden: true });
   input.addEventListener('change', async () => {
     const [file] = input.files;
     input.remove();
-    if (file) use(await file.text(), file.name);
+    if (file) use(textOf(await file.arrayBuffer()), file.name);
   });
   document.body.append(input);
   input.click();

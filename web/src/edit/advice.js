@@ -19,6 +19,13 @@ const MODULES = { randint: 'random', choice: 'random', randrange: 'random', shuf
   sin: 'math', cos: 'math', pi: 'math' };
 const MODULE_NAMES = new Set(['random', 'time', 'math', 'turtle', 'kelmora', 'json', 'datetime', 'string', 'itertools', 'sys', 'os', 're']);
 
+const NOT_IN_BROWSERS = new Set(['tkinter', 'webbrowser', 'multiprocessing', 'ctypes', 'curses', 'readline', 'ensurepip', 'venv', 'idlelib', 'smtplib',
+  'ftplib', 'imaplib', 'poplib', 'socketserver', 'xmlrpc', 'wsgiref', 'tarfile', 'msvcrt', 'winsound', 'winreg', 'mailbox', 'pty', 'fcntl', 'resource',
+  'termios', 'syslog', 'lzma', 'pickletools', 'grp', 'pwd', 'dbm', 'turtledemo']);
+const EXTRA_PACKAGES = new Set(['numpy', 'matplotlib', 'pandas', 'pygame', 'pgzero', 'pgzrun', 'requests', 'PIL', 'scipy', 'sympy', 'cv2', 'keyboard',
+  'colorama', 'termcolor', 'pyautogui', 'flask', 'bs4', 'sklearn', 'tensorflow', 'seaborn', 'playsound', 'arcade', 'customtkinter', 'rich', 'pynput',
+  'microbit', 'ColabTurtle', 'guizero', 'graphics', 'easygui', 'networkx', 'pyttsx3', 'serial', 'gturtle']);
+
 /** The text of line `number` (from 1) of the program, without an obvious comment. */
 function lineOf(error) {
   const text = (error.source || '').split('\n')[(error.line || 0) - 1] ?? '';
@@ -208,6 +215,16 @@ export const RULES = [
   python('UnboundLocalError', () => true, () => 'Inside the function this name has no value yet: hand it over in the brackets, or write "global name" first.',
     () => 'In der Funktion hat dieser Name noch keinen Wert: Übergib ihn in den Klammern, oder schreibe zuerst "global name".'),
   python('ModuleNotFoundError', (error) => {
+    const name = /No module named '(\w+)/.exec(error.message || '')?.[1];
+    return NOT_IN_BROWSERS.has(name) ? [name] : null;
+  }, ([name]) => `${name} needs windows, files or a network of its own, which a program in a browser does not have.`,
+  ([name]) => `${name} braucht eigene Fenster, Dateien oder ein Netz, und die hat ein Programm im Browser nicht.`),
+  python('ModuleNotFoundError', (error) => {
+    const name = /No module named '(\w+)/.exec(error.message || '')?.[1];
+    return EXTRA_PACKAGES.has(name) ? [name] : null;
+  }, ([name]) => `${name} is no part of Python but an extra package, which the class does not have: use Python's own modules and kelmora.`,
+  ([name]) => `${name} gehört nicht zu Python, sondern ist ein zusätzliches Paket, das die Klasse nicht hat: Nimm Pythons eigene Module und kelmora.`),
+  python('ModuleNotFoundError', (error) => {
     const name = /No module named '([\w.]+)'/.exec(error.message || '')?.[1];
     const meant = name && nearest(name, MODULE_NAMES);
     return meant ? [name, meant] : null;
@@ -277,8 +294,15 @@ export const RULES = [
   python('ValueError', says(/not in list/), () => 'The list does not hold this value: ask with "in" first.', () => 'Die Liste enthält diesen Wert nicht: Frage zuerst mit "in".'),
   python('ValueError', says(/nonnegative|domain/), () => 'This cannot be computed with this number, as there is no root of a negative number.',
     () => 'Mit dieser Zahl lässt sich das nicht rechnen, wie die Wurzel einer negativen Zahl.'),
-  python('FileNotFoundError', () => true, () => 'A program in the browser has no files: keep the values in the program itself.',
-    () => 'Ein Programm im Browser hat keine Dateien: Bewahre die Werte im Programm selbst auf.'),
+  python('FileNotFoundError', () => true, () => 'There is no such file here: a program in the browser has no files but those that it has written itself.',
+    () => 'So eine Datei gibt es hier nicht: Ein Programm im Browser findet nur Dateien, die es selbst geschrieben hat.'),
+  python('RuntimeError', says(/can't start new thread/), () => 'A program in the browser has no threads: call the function itself, without a thread.',
+    () => 'Ein Programm im Browser hat keine Threads: Rufe die Funktion selbst auf, ohne Thread.'),
+  python('RuntimeError', says(/everybody has one turtle/), () => 'On the field you have one turtle: for several press "Practice" above the picture, then Run.',
+    () => 'Auf dem Feld hast du eine Schildkröte: Für mehrere drücke "Üben" über dem Bild, dann Start.'),
+  python('OSError', says(/does not support processes/), () => 'A program in the browser cannot start other programs.',
+    () => 'Ein Programm im Browser kann keine anderen Programme starten.'),
+  python('URLError', () => true, () => 'A program in the browser reaches no other computers.', () => 'Ein Programm im Browser erreicht keine anderen Computer.'),
   python('OverflowError', () => true, () => 'This number is far too large.', () => 'Diese Zahl ist viel zu groß.'),
   python('IndexError', says(/string/), () => 'The text is shorter than that: counting begins at 0, so the last of 5 letters is number 4.',
     () => 'So lang ist der Text nicht: Gezählt wird ab 0, der letzte von 5 Buchstaben ist also Nummer 4.'),
@@ -288,13 +312,15 @@ export const RULES = [
     () => 'Das Wörterbuch hat diesen Schlüssel nicht: Prüfe die Schreibweise, oder frage zuerst mit "in".'),
   python('ZeroDivisionError', () => true, () => 'Nothing can be divided by zero: check the value before you divide.',
     () => 'Durch null kann man nicht teilen: Prüfe den Wert, bevor du teilst.'),
-  python('RecursionError', () => true, () => 'A function calls itself without end: it needs an "if" at which it stops.',
-    () => 'Eine Funktion ruft sich ohne Ende selbst auf: Sie braucht ein "if", bei dem sie aufhört.'),
+  python('RecursionError', () => true, () => 'A function calls itself without end, or too often: it needs an "if" at which it stops.',
+    () => 'Eine Funktion ruft sich ohne Ende oder zu oft selbst auf: Sie braucht ein "if", bei dem sie aufhört.'),
 
   /* the field */
   python(['NotANumber'], says(/not None/), () => 'A value is missing in the round brackets, or it is None: many functions do something but give nothing back.',
     () => 'In den runden Klammern fehlt ein Wert, oder er ist None: Viele Funktionen tun etwas, geben aber nichts zurück.'),
-  python(['BadValue'], says(/colour/), () => 'Colours have English names in quotation marks, such as "red", "blue" or "green", or are written like "#ff8800".',
+  python(['BadValue'], says(/parts of a colour go from 0 to 1 /), () => 'For colours with numbers up to 255 write colormode(255) first.',
+    () => 'Für Farben mit Zahlen bis 255 schreibe zuerst colormode(255).'),
+  python(['BadValue'], says(/^(?!.*parts of a colour).*colour/), () => 'Colours have English names in quotation marks, such as "red", "blue" or "green", or are written like "#ff8800".',
     () => 'Farben haben englische Namen in Anführungszeichen, etwa "red", "blue" oder "green", oder man schreibt sie wie "#ff8800".'),
   python(['NotANumber'], () => true, () => 'The turtle needs a number here; what comes from input() is a text: int(input(...)).',
     () => 'Die Schildkröte braucht hier eine Zahl; was von input() kommt, ist ein Text: int(input(...)).'),

@@ -1,6 +1,7 @@
 // A program's output, and the input line. Text only; the oldest is dropped.
 import { el, setUsable } from '../common/dom.js';
 import { t } from '../common/texts.js';
+import { overwritten, withoutSequences } from './terminal.js';
 
 const MOST = 60000; // letters kept
 const SPAN_MOST = 4000; // letters of one element, of which the oldest is dropped whole
@@ -34,10 +35,14 @@ export function makeOutput(submit) {
 
   function show(text, kind) {
     if (last && last.dataset.kind === kind && last.textContent.length + text.length <= SPAN_MOST) {
-      last.append(text);
-      length += text.length;
+      const before = last.textContent.length;
+      const all = overwritten(last.textContent + text);
+      if (all.length === before + text.length) last.append(text);
+      else last.textContent = all;
+      length += all.length - before;
       return;
     }
+    text = overwritten(text);
     for (let from = 0, to; from < text.length; from = to) {
       to = from + SPAN_MOST;
       if (text.codePointAt(to - 1) > 0xffff) to += 1; // a pair of surrogates stays whole
@@ -79,7 +84,20 @@ export function makeOutput(submit) {
     free = end + REST * (end - began);
   }
 
-  function write(text, kind = 'out') {
+  function clear() {
+    clearTimeout(timer);
+    timer = 0;
+    waiting = [];
+    waitingLetters = 0;
+    log.replaceChildren();
+    length = 0;
+    last = null;
+    tail = '';
+  }
+
+  function write(said, kind = 'out') {
+    const { wiped, text } = withoutSequences(said);
+    if (wiped) clear();
     tail = (tail + text).slice(-800);
     const before = waiting[waiting.length - 1];
     if (before?.kind === kind) before.text += text;
@@ -125,16 +143,7 @@ export function makeOutput(submit) {
       const start = node.offsetTop - log.offsetTop - 4;
       log.scrollTop = Math.min(log.scrollHeight, start);
     },
-    clear() {
-      clearTimeout(timer);
-      timer = 0;
-      waiting = [];
-      waitingLetters = 0;
-      log.replaceChildren();
-      length = 0;
-      last = null;
-      tail = '';
-    },
+    clear,
     /** 'asking': a program waits for an answer; 'trying': a statement may be tried; 'off' */
     mode(mode, question = '') {
       flush();

@@ -1,14 +1,17 @@
 """Runs one program at a time inside the page's Python worker.
 
-`host` is the worker's side: out(text, is_error), ask(prompt), wait(ms), line(n), speed(), lines(text), draw(json).
+`host` is the worker's side: out(text, is_error), ask(prompt), wait(ms), line(n), speed(), lines(text), draw(json),
+bound(is_running), which says how much of the browser's stack may be used.
 An exception of a program is returned by run() as JSON; nothing printed here is shown to students.
 """
 import ast
+import asyncio
 import builtins
 import collections
 import io
 import json
 import linecache
+import os
 import random
 import sys
 import time
@@ -19,6 +22,7 @@ import kelmora_host as host
 PROGRAM = "program.py"
 FULL_SPEED = 0  # lines a second; 0 is without a brake
 PRACTICE_PACE = 1 / 60  # seconds between two frames of the practice field, so that one can watch
+RECURSION_LIMIT = 1000  # as natively; a function that calls itself takes none of the browser's own stack
 MOST_FRAMES = 8  # of a traceback that is shown: a recursion without an end has a thousand
 
 _globals = {}
@@ -46,6 +50,32 @@ class _Output(io.TextIOBase):
             raise TypeError(f"write() argument must be str, not {type(text).__name__}")
         host.out(text, self._is_error)
         return len(text)
+
+
+class _Input(io.TextIOBase):
+    """Standard input: each line is asked for at the page. An empty line is the end for those who read on to the end."""
+
+    def readable(self):
+        return True
+
+    def isatty(self):
+        return False
+
+    @property
+    def encoding(self):
+        return "utf-8"
+
+    def readline(self, size=-1):
+        return _input() + "\n"
+
+    def __next__(self):
+        line = self.readline()
+        if line == "\n":
+            raise StopIteration
+        return line
+
+    def read(self, size=-1):
+        return "".join(self)
 
 
 class RunEnded(KeyboardInterrupt):
@@ -103,6 +133,48 @@ def _sleep(seconds):
             return
         if host.wait(min(left, 0.05) * 1000):
             raise KeyboardInterrupt
+
+
+_system = os.system
+
+
+def _clear_or_system(command):
+    """Wipes the output for the commands that clear a terminal."""
+    if command in ("clear", "cls"):
+        host.out("\x1b[2J", False)
+        return 0
+    return _system(command)
+
+
+class _EventLoop(asyncio.base_events.BaseEventLoop):
+    """What asyncio.run() uses: it blocks, as natively, while the browser's own loop would run on. It watches no files."""
+
+    def __init__(self):
+        super().__init__()
+        self._selector = self
+
+    def select(self, timeout):
+        """Waits for the next timer; for ever, until Stop is pressed, when there is none."""
+        while timeout is None:
+            _sleep(60)
+        _sleep(timeout)
+        return []
+
+    def _process_events(self, event_list):
+        pass
+
+    def _write_to_self(self):
+        pass
+
+
+class _EventLoops(asyncio.events._BaseDefaultEventLoopPolicy):
+    _loop_factory = _EventLoop
+
+
+def _use_own_event_loop():
+    asyncio.run = asyncio.runners.run
+    asyncio.events._set_event_loop_policy(_EventLoops())
+    asyncio._set_running_loop(None)
 
 
 class _SeatTransport:
@@ -243,8 +315,8 @@ def _with_place(told, error):
 
 
 def _finish(error, idle):
-    for name in ("stdout", "stderr"):
-        setattr(sys, name, _streams[name])
+    for name, stream in _streams.items():
+        setattr(sys, name, stream)
     if error is None:
         return json.dumps({"how": "done", "idle": idle})
     if isinstance(error, KeyboardInterrupt):
@@ -259,7 +331,7 @@ def _finish(error, idle):
 
 
 _painter = None  # of the practice canvas; lines that are tried later are painted by it, too
-_streams = {"stdout": _Output(False), "stderr": _Output(True)}
+_streams = {"stdout": _Output(False), "stderr": _Output(True), "stdin": _Input()}
 
 
 def _forget_modules(before):
@@ -273,7 +345,11 @@ def _forget_modules(before):
 def run(source, practice):
     """Runs a program from the start in an empty namespace; returns the JSON text of how it ended."""
     _globals.clear()
-    _globals.update({"__name__": "__main__", "__builtins__": builtins, "__file__": PROGRAM})
+    _globals.update({"__name__": "__main__", "__doc__": None, "__builtins__": builtins, "__file__": PROGRAM})
+    random.seed()  # the last program may have chosen its numbers
+    sys.setrecursionlimit(RECURSION_LIMIT)
+    if "decimal" in sys.modules:
+        sys.modules["decimal"].setcontext(sys.modules["decimal"].Context())
     return _execute(source, "exec", lambda: _fresh_kelmora(practice))
 
 
@@ -286,7 +362,7 @@ def try_line(source):
 
 def _execute(source, mode, prepare=None):
     global _painter
-    sys.stdout, sys.stderr = _streams["stdout"], _streams["stderr"]
+    sys.stdout, sys.stderr, sys.stdin = _streams["stdout"], _streams["stderr"], _streams["stdin"]
     linecache.cache[PROGRAM] = (len(source), None, source.splitlines(True), PROGRAM)
     before = set(sys.modules)
     error = None
@@ -297,9 +373,11 @@ def _execute(source, mode, prepare=None):
             _painter = prepare()
         if mode == "single":
             source += "\n"  # that ends a loop written in one line
+        host.bound(False)
         tree = compile(source, PROGRAM, mode, ast.PyCF_ONLY_AST)
         idle = _idle_words(tree)
         code = compile(tree, PROGRAM, mode)
+        host.bound(True)
         if host.speed() != FULL_SPEED:
             sys.settrace(_trace)
         exec(code, _globals)
@@ -325,5 +403,7 @@ def set_up():
     builtins.input = _input
     time.sleep = _sleep
     random.seed()  # the snapshot holds one random state for all
-    sys.setrecursionlimit(600)  # the browser's own stack is only slightly deeper
+    os.system = _clear_or_system
+    os.unlink("/dev/tty")  # so that getpass() asks at the page
+    _use_own_event_loop()
     _fresh_kelmora(False)  # compiled once, so that the first run need not
