@@ -1,5 +1,5 @@
 // A real browser on the replay page: reads one order a line from standard input and answers in JSON.
-import { browser, serve } from '../browser/driver.mjs';
+import { browser, faultsOf, serve } from '../browser/driver.mjs';
 
 const page = await browser.newPage({ viewport: { width: 900, height: 700 } });
 const errors = [];
@@ -49,6 +49,12 @@ const orders = {
     bodies: [...globalThis.kelmoraReplay.scene.actors].map(([slot, actor]) => [slot, actor.body.position.x, actor.body.position.y]),
     requests: performance.getEntriesByType('resource').map((entry) => entry.name),
   })),
+  faults: () => faultsOf(page),
+  async keys({ at, keys }) {
+    await page.focus(at);
+    for (const key of keys) await page.keyboard.press(key);
+    return page.evaluate(() => [globalThis.kelmoraReplay.state(), document.activeElement.id || document.activeElement.tagName]);
+  },
   errors: async () => errors.splice(0),
   shot: ({ file }) => page.screenshot({ path: file }).then(() => true),
 };

@@ -96,6 +96,19 @@ class Replay(unittest.TestCase):
         self.browser("watch", until=2200)  # and on to its end
         self.assertFalse(self.browser("look")["playing"])
 
+    def test_keyboard_and_rules_for_accessible_pages(self):
+        self.browser("open", url=self.page(self.battle))
+        self.browser("seek", tick=0)
+        self.assertEqual(self.browser("faults"), [])
+        deaths = sorted(max(0, death["tick"] - 60) for death in self.browser("look")["player"]["deaths"])
+        for key, at, tick in (("ArrowRight", "#line", 625), ("End", "#line", 2200), ("Home", "#line", 0),
+                              ("Enter", "#next", next(d for d in deaths if d > 1))):
+            state, focus = self.browser("keys", at=at, keys=[key])
+            self.assertEqual((state["tick"], "#" + focus), (tick, at), key)
+        turned = self.browser("keys", at="canvas", keys=["ArrowLeft"])
+        self.assertEqual((turned[0]["tick"], turned[1]), (state["tick"], "CANVAS"))
+        self.assertTrue(self.browser("keys", at="#play", keys=["Space"])[0]["playing"])
+
     def test_a_file_that_was_cut_off_plays_up_to_the_cut(self):
         data = open_bytes(self.battle)
         cut = os.path.join(self.folder.name, "cut.gz")

@@ -1,9 +1,5 @@
 // Drives Chromium for browsers.py over standard input and output: one order a line, one answer a line, both JSON.
-import { readFileSync } from 'node:fs';
-import { createRequire } from 'node:module';
-import { browser, serve } from '../browser/driver.mjs';
-
-const axe = readFileSync(createRequire(new URL('../../web/package.json', import.meta.url)).resolve('axe-core/axe.min.js'), 'utf8');
+import { browser, faultsOf, serve } from '../browser/driver.mjs';
 
 let context = null;
 const tabs = new Map();
@@ -41,16 +37,7 @@ const orders = {
     await tab.emulateMedia({ colorScheme: look, reducedMotion: 'reduce' });
     await tab.waitForFunction((wanted) => document.documentElement.dataset.look === wanted, look);
   },
-  // What the rules for accessible pages find, one text for each kind of fault. Parts of two libraries are left out:
-  async faults() {
-    if (!await tab.evaluate('Boolean(globalThis.axe)')) await tab.evaluate(axe);
-    const { violations } = await tab.evaluate(() => globalThis.axe.run({ exclude: [
-      '.blocklyComputeCanvas', // Blockly measures texts with it; nobody sees it, and it is no part of the page's regions
-      '.cm-tooltip-autocomplete', // CodeMirror's list is scrolled by the arrow keys, while the program keeps the focus
-    ] }, { resultTypes: ['violations'], rules: { 'target-size': { enabled: true } } }));
-    return violations.map(({ id, help, nodes }) => `${id}: ${help}: ${nodes.map(({ target, any, all, none }) =>
-      `${target} (${[...any, ...all, ...none].map(({ message }) => message).join(', ')})`).join('; ')}`);
-  },
+  faults: () => faultsOf(tab),
   errors: async () => errors.splice(0),
   asked: async () => [...asked],
 };

@@ -1,4 +1,5 @@
 // The replay page: loads a record, shows any moment of it in three dimensions with the painting, and plays it.
+import { chooseLanguage, language, t } from '../common/texts.js';
 import { makeScene } from '../watch/scene.js';
 import { rank, title } from '../watch/scores.js';
 import { drag, newOrbit, wheel } from '../watch/view.js';
@@ -8,6 +9,9 @@ import { TICK_MS, turtlesBetween } from './record.js';
 
 const BOARD_WIDTH = 200; // pixels kept free for the board at the right
 const CANVAS_SIDE = 1024; // pixels of the painting, two for a field unit
+const KEY_STEP = 24; // pixels of a drag equal to one arrow key
+const TURNS = { ArrowLeft: [-KEY_STEP, 0], ArrowRight: [KEY_STEP, 0], ArrowUp: [0, -KEY_STEP], ArrowDown: [0, KEY_STEP] };
+const BEFORE = 60; // ticks before a death from which it is shown
 const byId = (id) => document.getElementById(id);
 
 const orbit = newOrbit();
@@ -15,9 +19,15 @@ let scene = null;
 let player = null;
 let tick = 0;
 let playing = false;
+let sliding = false; // the timeline is under a finger
 let shownBoard = '';
 let shownCoins = '';
 let busy = null; // what is being built
+
+/** Says what is wrong; with records that is told in English. */
+function tell(text, inLanguage) {
+  Object.assign(byId('said'), { textContent: text, lang: inLanguage });
+}
 
 // ---- painting
 
@@ -85,16 +95,18 @@ function showBoard(turtles) {
   const atEnd = player.end && tick >= player.lastTick;
   const rows = atEnd
     ? [...player.end.programs].sort((a, b) => a.place - b.place || a.seat - b.seat)
-      .map((p) => [p.place, p.name || `#${p.seat}`, p.score, p.death === null ? '' : 'dead'])
-    : rank(turtles).map(({ place, turtle }) => [place, title(turtle), turtle.score, turtle.ttl > 0 ? 'dying' : '']);
+      .map((p) => [p.place, p.name || `#${p.seat}`, p.score, p.death === null ? '' : t('replay.dead')])
+    : rank(turtles).map(({ place, turtle }) => [place, title(turtle), turtle.score, turtle.ttl > 0 ? t('replay.dying') : '']);
   const text = JSON.stringify(rows);
   if (text === shownBoard) return;
   shownBoard = text;
   byId('board').replaceChildren(...rows.map((row) => {
     const line = document.createElement('tr');
-    line.append(...row.map((cell) => Object.assign(document.createElement('td'), { textContent: cell })));
+    line.append(...row.map((cell, i) => Object.assign(document.createElement(i === 1 ? 'th' : 'td'), { textContent: cell })));
+    line.cells[1].scope = 'row';
     return line;
   }));
+  byId('scores').hidden = rows.length === 0;
 }
 
 function showMarks() {
@@ -102,10 +114,17 @@ function showMarks() {
   marks.replaceChildren(...player.deaths.map((death) => {
     const mark = document.createElement('i');
     mark.style.left = `${(100 * death.tick) / Math.max(1, player.lastTick)}%`;
-    mark.title = `${death.name || 'a turtle'} dies, ${clock(death.tick)}`;
-    mark.addEventListener('click', () => seek(death.tick - 60));
+    mark.title = t('replay.dies', death.name || t('replay.somebody'), clock(death.tick));
+    mark.addEventListener('click', () => seek(death.tick - BEFORE));
     return mark;
   }));
+  byId('next').hidden = player.deaths.length === 0;
+}
+
+/** Shows the next death, or after the last one the first. */
+function toNextDeath() {
+  const times = player.deaths.map((death) => Math.max(0, death.tick - BEFORE)).sort((a, b) => a - b);
+  seek(times.find((time) => time > tick + 1) ?? times[0]);
 }
 
 async function showMoment() {
@@ -125,22 +144,26 @@ async function showMoment() {
   if (told !== shownCoins) scene.setCoins(coins);
   shownCoins = told;
   showBoard(turtles);
-  byId('time').textContent = `${clock(at)} / ${clock(player.lastTick)}`;
-  byId('tick').textContent = `tick ${Math.round(at)}`;
-  if (document.activeElement !== byId('line')) byId('line').value = String(at);
+  const time = `${clock(at)} / ${clock(player.lastTick)}`;
+  if (byId('time').textContent !== time) {
+    byId('time').textContent = time;
+    byId('line').setAttribute('aria-valuetext', time);
+  }
+  byId('tick').textContent = t('replay.tick', Math.round(at));
+  if (!sliding) byId('line').value = String(at);
   globalThis.kelmoraReplay.shown = { tick: at, turtles };
 }
 
 function refresh() {
   if (busy) return;
-  busy = showMoment().catch((error) => { byId('said').textContent = String(error.message || error); }).finally(() => { busy = null; });
+  busy = showMoment().catch((error) => { tell(String(error.message || error), 'en'); }).finally(() => { busy = null; });
 }
 
 function setPlaying(on) {
   if (on && player && tick >= player.lastTick) tick = 0;
   playing = on;
   byId('play').textContent = playing ? '❚❚' : '▶';
-  byId('play').setAttribute('aria-label', playing ? 'Pause' : 'Play');
+  byId('play').setAttribute('aria-label', t(playing ? 'replay.pause' : 'replay.play'));
 }
 
 function seek(to) {
@@ -151,16 +174,16 @@ function seek(to) {
 
 async function load(bytes, name) {
   const began = performance.now();
-  byId('said').textContent = '';
+  tell('', language());
   setPlaying(false);
   try {
     player = await openRecord(bytes);
   } catch (error) {
     player = null;
-    byId('said').textContent = String(error.message || error);
+    tell(String(error.message || error), 'en');
     return;
   }
-  document.title = name ? `${name} - Kelmora` : 'Kelmora replay';
+  document.title = name ? `${name} - Kelmora` : `Kelmora: ${t('replay.title')}`;
   scene.setWalls((player.head.walls || []).map(([x1, y1, x2, y2, nx, ny]) => ({ x1, y1, x2, y2, nx, ny })));
   tick = 0;
   shownBoard = shownCoins = '';
@@ -181,7 +204,7 @@ async function fetchRecord(url) {
     if (!answer.ok) throw new Error(`${answer.status} ${answer.statusText}`);
     await load(new Uint8Array(await answer.arrayBuffer()), url.split('/').pop());
   } catch (error) {
-    byId('said').textContent = `${url} cannot be loaded: ${error.message}`;
+    tell(t('replay.failed', url, error.message), language());
   }
 }
 
@@ -193,7 +216,9 @@ function embedded() {
 function listen() {
   byId('play').addEventListener('click', () => setPlaying(!playing));
   byId('line').addEventListener('input', (event) => seek(Number(event.target.value)));
-  byId('line').addEventListener('change', (event) => event.target.blur());
+  byId('line').addEventListener('pointerdown', () => { sliding = true; });
+  for (const type of ['change', 'pointerup', 'pointercancel', 'blur']) byId('line').addEventListener(type, () => { sliding = false; });
+  byId('next').addEventListener('click', toNextDeath);
   byId('file').addEventListener('change', async (event) => {
     const [file] = event.target.files;
     if (file) load(new Uint8Array(await file.arrayBuffer()), file.name);
@@ -205,7 +230,7 @@ function listen() {
     if (file) load(new Uint8Array(await file.arrayBuffer()), file.name);
   });
   addEventListener('keydown', (event) => {
-    if (event.target.tagName === 'SELECT') return;
+    if (event.defaultPrevented || event.target.matches?.('select, #file, #next') || event.ctrlKey || event.altKey || event.metaKey) return;
     if (event.key === ' ') setPlaying(!playing);
     else if (event.key === 'ArrowLeft') seek(tick - 625); // five seconds
     else if (event.key === 'ArrowRight') seek(tick + 625);
@@ -214,11 +239,32 @@ function listen() {
   });
 }
 
+function setTexts() {
+  chooseLanguage(navigator.language);
+  document.documentElement.lang = language();
+  document.title = `Kelmora: ${t('replay.title')}`;
+  for (const [id, key] of [['title', 'replay.title'], ['drop-here', 'replay.drop'], ['choose', 'replay.choose']]) byId(id).textContent = t(key);
+  for (const [id, key] of [['scores', 'watch.scores'], ['speed', 'speed'], ['line', 'replay.line'], ['next', 'replay.next'], ['play', 'replay.play']]) {
+    byId(id).setAttribute('aria-label', t(key));
+  }
+}
+
 function start() {
+  setTexts();
   // The field has the room that the board and the bar leave.
   scene = makeScene(document, orbit, () => BOARD_WIDTH,
     { size: () => [document.documentElement.clientWidth || 1, Math.max(1, innerHeight - byId('bar').offsetHeight)] });
-  document.body.prepend(scene.canvas);
+  document.querySelector('main').prepend(scene.canvas);
+  Object.assign(scene.canvas, { tabIndex: 0 });
+  scene.canvas.setAttribute('role', 'img');
+  scene.canvas.setAttribute('aria-label', t('field.picture'));
+  scene.canvas.addEventListener('keydown', (event) => {
+    if (TURNS[event.key]) drag(orbit, ...TURNS[event.key]);
+    else if (event.key === '+') wheel(orbit, -120);
+    else if (event.key === '-') wheel(orbit, 120);
+    else return;
+    event.preventDefault();
+  });
   scene.canvas.addEventListener('pointerdown', (event) => scene.canvas.setPointerCapture(event.pointerId));
   scene.canvas.addEventListener('pointermove', (event) => {
     if (scene.canvas.hasPointerCapture(event.pointerId)) drag(orbit, event.movementX, event.movementY);
