@@ -13,8 +13,14 @@ const COLOURS = new Set(['red', 'green', 'blue', 'yellow', 'orange', 'purple', '
 const OWN_WORDS = 'and|as|assert|break|class|continue|def|del|elif|else|except|finally|for|from|global|if|import|in|is|lambda|not|or|pass|raise|return|try|while|with|yield';
 const isOwn = (word) => new RegExp(`^(?:${OWN_WORDS})$`).test(word);
 const BUILT_IN = ['print', 'input', 'range', 'len', 'int', 'float', 'str', 'list', 'sum', 'max', 'min', 'abs', 'round', 'sorted'];
-const THINGS = { en: { str: 'text', int: 'number', float: 'number', list: 'list', dict: 'dictionary', tuple: 'group of values' },
-  de: { str: 'Text', int: 'Zahl', float: 'Zahl', list: 'Liste', dict: 'Wörterbuch', tuple: 'Gruppe von Werten' } };
+const THINGS = { en: { str: 'text', int: 'number', float: 'number', list: 'list', dict: 'dictionary', tuple: 'group of values', bool: 'True or False' },
+  de: { str: 'Text', int: 'Zahl', float: 'Zahl', list: 'Liste', dict: 'Wörterbuch', tuple: 'Gruppe von Werten', bool: 'True oder False' } };
+// Python's words as they might be said in other languages, and the words of other programming languages for print.
+const SAID = { if: /^(?:wenn|falls|si|se|если|als|jeśli)$/, else: /^(?:sonst|sinon|sino|senão|altrimenti|иначе|anders)$/,
+  while: /^(?:solange|mientras|enquanto|finché|пока|zolang|tantque)$/, for: /^(?:für|fuer|pour|para|per|для|voor|dla)$/ };
+const PRINTS = new Set(['console', 'System', 'cout', 'printf', 'println', 'puts', 'Console']);
+const LOOK_ALIKE = { '–': '-', '—': '-', '−': '-', '‐': '-', '。': '.', '、': ',', '·': '*', '×': '*', '÷': '/', '≤': '<=', '≥': '>=', '≠': '!=' };
+const lookAlike = (letter) => LOOK_ALIKE[letter] || (/^[!-~]$/.test(letter.normalize('NFKC')) ? letter.normalize('NFKC') : null);
 const MODULES = { randint: 'random', choice: 'random', randrange: 'random', shuffle: 'random', uniform: 'random', sleep: 'time', sqrt: 'math',
   sin: 'math', cos: 'math', pi: 'math' };
 const MODULE_NAMES = new Set(['random', 'time', 'math', 'turtle', 'kelmora', 'json', 'datetime', 'string', 'itertools', 'sys', 'os', 're']);
@@ -55,6 +61,7 @@ export function nearest(word, known) {
   let least = word.length <= 2 ? 1 : word.length <= 3 ? 2 : word.length <= 6 ? 3 : 4; // strictly less than this
   for (const candidate of known) {
     const steps = editDistance(word.toLowerCase(), candidate.toLowerCase());
+    if (word.length <= 4 && steps > 1 && word[0] !== candidate[0]) continue;
     if (steps < least && candidate !== word) {
       least = steps;
       best = candidate;
@@ -81,6 +88,22 @@ const OTHER_CASE = { ...CAPITAL, true: 'True', false: 'False', none: 'None', nul
 // Each text gets what its test matched: usually the groups of a pattern.
 export const RULES = [
   /* how a program is written: first what one line shows, whatever Python says about it */
+  python('SyntaxError', (error) => {
+    const letter = /invalid character '(.)'/u.exec(error.message || '')?.[1];
+    const plain = letter && lookAlike(letter);
+    return plain ? [letter, plain] : null;
+  }, ([letter, plain]) => `The character "${letter}" only looks like the right one: type ${plain} on an English keyboard.`,
+  ([letter, plain]) => `Das Zeichen "${letter}" sieht nur so aus wie das richtige: Tippe ${plain}.`),
+  python('SyntaxError', (error) => {
+    const word = /^\s*(\p{L}+)(?![\p{L}\p{N}_]).*:\s*$/u.exec(codeOf(error))?.[1];
+    const meant = word && Object.keys(SAID).find((own) => SAID[own].test(word.toLowerCase()));
+    return meant ? [word, meant] : null;
+  }, ([word, meant]) => `Python's own words are English: ${meant}, not ${word}.`, ([word, meant]) => `Pythons eigene Wörter sind englisch: ${meant}, nicht ${word}.`),
+  python('SyntaxError', code(/\b(?:and|or)\s*[<>=!]/), () => 'After "and" and "or" stands a whole comparison again: x > 5 and x < 20.',
+    () => 'Nach "and" und "or" steht wieder ein ganzer Vergleich: x > 5 and x < 20.'),
+  python('SyntaxError', code(/<>/), () => 'Not equal is written != in Python.', () => 'Ungleich schreibt man in Python !=.'),
+  python('SyntaxError', says(/expected 'except' or 'finally'/), () => 'A "try:" needs an "except:" below it, beginning in the same column, before anything else begins there.',
+    () => 'Ein "try:" braucht darunter ein "except:" in derselben Spalte, bevor dort etwas anderes beginnt.'),
   python('SyntaxError', code(/\b(?:else\s+if|elseif|elsif)\b/), () => 'In Python "else if" is one word: elif.', () => 'In Python ist "else if" ein Wort: elif.'),
   python('SyntaxError', code(/^\s*else\s+[^:\s]/), () => 'After "else" stands only a colon; with a condition it is called elif.',
     () => 'Nach "else" steht nur ein Doppelpunkt; mit Bedingung heißt es elif.'),
@@ -167,7 +190,7 @@ export const RULES = [
     () => 'Ein Name darf nicht mit einer Ziffer beginnen; zwischen Zahl und Name steht ein Zeichen: 2 * x.'),
   python('SyntaxError', says(/leading zeros/), () => 'Write numbers without zeros at the front: 7, not 07.',
     () => 'Schreibe Zahlen ohne Nullen am Anfang: 7, nicht 07.'),
-  python('SyntaxError', says(/invalid character '([„“”‚‘’«»])'/), () => 'These are quotation marks of a word processor: type plain ones, " or \'.',
+  python('SyntaxError', says(/invalid character '([„“”‚‘’«»´`′])'/), () => 'These are quotation marks of a word processor: type plain ones, " or \'.',
     () => 'Das sind Anführungszeichen aus einer Textverarbeitung: Tippe einfache, " oder \'.'),
   python('SyntaxError', says(/invalid character '(.)'/u), ([, letter]) => `The character "${letter}" has no meaning in Python outside of a text.`,
     ([, letter]) => `Das Zeichen "${letter}" hat in Python außerhalb eines Textes keine Bedeutung.`),
@@ -182,6 +205,20 @@ export const RULES = [
   python('SyntaxError', line(/[,;]?\s*\d+,\d+\s*$/), () => 'Decimal numbers have a point, not a comma: 1.5.', () => 'Kommazahlen schreibt man mit Punkt: 1.5.'),
 
   /* names */
+  python('NameError', (error) => {
+    const name = unknownName(error);
+    return name && /[\u0370-\u04ff]/.test(name) && /[a-z]/i.test(name) ? [name] : null;
+  }, ([name]) => `${name} holds a letter of another alphabet that only looks alike: type the word anew.`,
+  ([name]) => `In ${name} steckt ein Buchstabe aus einem anderen Alphabet, der nur so aussieht: Tippe das Wort neu.`),
+  python('NameError', (error) => {
+    const name = unknownName(error);
+    return name && new RegExp(`^\\s*${name}\\s*==[^=]*$`, 'u').test(codeOf(error)) ? [name] : null;
+  }, ([name]) => `To store a value write one equals sign: ${name} = ...; two of them compare.`,
+  ([name]) => `Zum Speichern schreibt man ein Gleichheitszeichen: ${name} = ...; zwei vergleichen.`),
+  python('NameError', (error) => (PRINTS.has(unknownName(error)) ? [] : null), () => 'In Python print shows something: print("Hello").',
+    () => 'In Python zeigt print etwas an: print("Hallo").'),
+  python('NameError', (error) => (unknownName(error) === 'raw_input' ? [] : null), () => 'In Python 3 this is called input(...).',
+    () => 'In Python 3 heißt das input(...).'),
   python('NameError', (error) => {
     const name = unknownName(error);
     if (MODULE_NAMES.has(name)) return [name, `import ${name}`];
@@ -234,15 +271,34 @@ export const RULES = [
   python('ImportError', says(/cannot import name '(\w+)'.*Did you mean: '(\w+)'/), ([, name, meant]) => `Did you mean ${meant} instead of ${name}?`, ([, name, meant]) => `Meinst du ${meant} statt ${name}?`),
   python('ImportError', says(/cannot import name '(\w+)' from '([\w.]+)'/), ([, name, module]) => `${module} has nothing called ${name}: check its spelling.`,
     ([, name, module]) => `In ${module} gibt es nichts, das ${name} heißt: Prüfe die Schreibweise.`),
+  python('AttributeError', says(/'(?:list|str|dict|tuple|set|range)' object has no attribute '(?:length|size|len|Length|Count)'/), () => 'How many there are tells len: len(things).',
+    () => 'Wie viele es sind, sagt len: len(dinge).'),
+  python('AttributeError', says(/'list' object has no attribute '(?:add|push|push_back|append_all)'/), () => 'A list grows with append: things.append(3).',
+    () => 'Eine Liste wächst mit append: dinge.append(3).'),
+  python('AttributeError', says(/'dict' object has no attribute '(\w+)'/), ([, key]) => `What stands under a key of a dictionary is fetched with square brackets: ["${key}"].`,
+    ([, key]) => `Was unter einem Schlüssel steht, holt man mit eckigen Klammern: ["${key}"].`),
+  python('AttributeError', (error) => {
+    const name = /(\w+)\s*\.\s*\w+/.exec(codeOf(error))?.[1];
+    return MODULE_NAMES.has(name) && /' object has no attribute/.test(error.message || '') && new RegExp(`^\\s*${name}\\s*=(?!=)`, 'm').test(error.source || '') ? [name] : null;
+  }, ([name]) => `In another line ${name} got a value of its own: take a different name there.`, ([name]) => `In einer anderen Zeile hat ${name} einen eigenen Wert bekommen: Nimm dort einen anderen Namen.`),
   python('AttributeError', says(/Did you mean: '(\w+)'/), ([, meant]) => `Did you mean ${meant}?`, ([, meant]) => `Meinst du ${meant}?`),
   python('AttributeError', says(/'NoneType' object has no attribute/), () => 'What stands before the point is None, so nothing was stored there: many functions do something but give nothing back.',
     () => 'Was vor dem Punkt steht, ist None, also wurde dort nichts gespeichert: Viele Funktionen tun etwas, geben aber nichts zurück.'),
+  python('AttributeError', (error) => {
+    const found = /'(\w+)' object has no attribute '(\w+)'/.exec(error.message || '');
+    return found && new RegExp(`^\\s*class\\s+${found[1]}\\b`, 'm').test(error.source || '') ? found : null;
+  }, ([, kind, name]) => `A ${kind} has nothing called ${name} yet: store it in the object, self.${name} = ..., or check its spelling.`,
+  ([, kind, name]) => `${kind} hat noch nichts, das ${name} heißt: Speichere es im Objekt, self.${name} = ..., oder prüfe die Schreibweise.`),
   python('AttributeError', says(/'(\w+)' object has no attribute '(\w+)'/), ([, kind, name]) => `${name} does not belong to what stands before the point (${THINGS.en[kind] || kind}): check its spelling in the help.`,
     ([, kind, name]) => `${name} gehört nicht zu dem, was vor dem Punkt steht (${THINGS.de[kind] || kind}): Prüfe die Schreibweise in der Hilfe.`),
   python('AttributeError', says(/module '([\w.]+)' has no attribute '(\w+)'/), ([, module, name]) => `${module} has nothing called ${name}: check its spelling in the help.`,
     ([, module, name]) => `${module} hat nichts, das ${name} heißt: Prüfe die Schreibweise in der Hilfe.`),
 
   /* values */
+  python('TypeError', says(/'(str|tuple)' object does not support item (?:assignment|deletion)/), ([, kind]) => (kind === 'str'
+    ? 'The letters of a text cannot be changed one by one: put a new text together.' : 'A group in round brackets cannot be changed: write a list, in square brackets.'),
+  ([, kind]) => (kind === 'str' ? 'Die Buchstaben eines Textes lassen sich nicht einzeln ändern: Setze einen neuen Text zusammen.'
+    : 'Eine Gruppe in runden Klammern lässt sich nicht ändern: Schreibe eine Liste, in eckigen Klammern.')),
   python('TypeError', says(/\btuple\b/), () => 'A comma makes a group of several values: decimal numbers have a point, 1.5 and not 1,5.',
     () => 'Ein Komma macht daraus mehrere Werte: Kommazahlen schreibt man mit Punkt, 1.5 und nicht 1,5.'),
   python(['TypeError', 'ValueError'], says(/unpack/), () => 'On the left of "=" there must be as many names as values on the right.',
@@ -251,7 +307,7 @@ export const RULES = [
     () => 'In eckigen Klammern steht eine ganze Zahl: [0] ist das erste; int(...) macht eine daraus.'),
   python('TypeError', says(/can't multiply sequence/), () => 'A text can be repeated a whole number of times only; to compute, make a number of each text first: int(...).',
     () => 'Ein Text lässt sich nur eine ganze Zahl mal wiederholen; zum Rechnen mache aus jedem Text zuerst eine Zahl: int(...).'),
-  python('TypeError', says(/not '(?:function|method|builtin_function_or_method)'/), () => 'The round brackets after the name of a function are missing, as in input().',
+  python('TypeError', says(/(?:not ['"]|instances of .*'|type\(s\) for .*')(?:function|method|builtin_function_or_method)['"]/), () => 'The round brackets after the name of a function are missing, as in input().',
     () => 'Nach dem Namen einer Funktion fehlen die runden Klammern, wie bei input().'),
   python('TypeError', says(/has no len\(\)/), () => 'len counts the letters of a text or the things in a list, and this is neither.',
     () => 'len zählt die Buchstaben eines Textes oder die Dinge in einer Liste, und das hier ist keins von beiden.'),
@@ -279,6 +335,10 @@ export const RULES = [
     () => 'Hier wird eine Zahl gebraucht, kein Text; mache mit int(...) eine aus dem, was von input() kommt.'),
   python('TypeError', says(/'float' object cannot be interpreted as an integer/), () => 'Here a whole number is needed: use int(...), or // to divide.',
     () => 'Hier wird eine ganze Zahl gebraucht: Nimm int(...), oder // zum Teilen.'),
+  python('TypeError', says(/'NoneType' object is not (?:subscriptable|iterable|callable)/), () => 'This value is None: many functions do something but give nothing back, as a.sort() does.',
+    () => 'Dieser Wert ist None: Viele Funktionen tun etwas, geben aber nichts zurück, wie a.sort().'),
+  python('TypeError', says(/(\w+)\(\) takes no arguments/), ([, name]) => `${name} takes values only when its class has a function __init__, with two underscores on each side.`,
+    ([, name]) => `${name} nimmt nur Werte, wenn die Klasse eine Funktion __init__ hat, mit zwei Unterstrichen auf jeder Seite.`),
   python('TypeError', says(/missing \d+ required positional argument/), () => 'A value is missing in the round brackets of the call.',
     () => 'In den runden Klammern des Aufrufs fehlt ein Wert.'),
   python('TypeError', says(/takes (?:from )?\d+.* positional arguments? but|takes no arguments/), () => 'There are too many values in the round brackets of the call.',
@@ -292,6 +352,10 @@ export const RULES = [
   python('ValueError', says(/invalid literal for int\(\)|could not convert string to float/), () => 'This text is no number: ask for one, and type digits only (with a point, not a comma, in decimals).',
     () => 'Dieser Text ist keine Zahl: Frage nach einer, und tippe nur Ziffern (Kommazahlen mit Punkt).'),
   python('ValueError', says(/not in list/), () => 'The list does not hold this value: ask with "in" first.', () => 'Die Liste enthält diesen Wert nicht: Frage zuerst mit "in".'),
+  python('ValueError', says(/empty range/), () => 'The smaller number comes first: randint(1, 6).', () => 'Die kleinere Zahl kommt zuerst: randint(1, 6).'),
+  python(['ValueError', 'IndexError'], says(/is empty|empty sequence|from (?:an )?empty/), () => 'There is nothing in it: ask first how many there are, with len(...).',
+    () => 'Es ist nichts darin: Frage zuerst mit len(...), wie viele es sind.'),
+  python('IndexError', says(/Replacement index/), () => 'There are more {} in the text than values in the brackets.', () => 'Im Text stehen mehr {} als Werte in den Klammern.'),
   python('ValueError', says(/nonnegative|domain/), () => 'This cannot be computed with this number, as there is no root of a negative number.',
     () => 'Mit dieser Zahl lässt sich das nicht rechnen, wie die Wurzel einer negativen Zahl.'),
   python('FileNotFoundError', () => true, () => 'There is no such file here: a program in the browser has no files but those that it has written itself.',
