@@ -637,6 +637,13 @@ class InChromium(Pages, unittest.TestCase):
             ann.open(path)
             ann.wait("document.querySelector('main')", "the page")
             self.assertLessEqual(ann.run("return document.documentElement.scrollWidth;"), 360, path)
+            self.browser.order("size", width=320, height=256)  # a window of 1280 x 1024 enlarged four times
+            self.assertLessEqual(ann.run("return document.documentElement.scrollWidth;"), 320, path)
+            if path == "/edit":
+                for name in ("Learn", "Save", "Open", "Deutsch", "Run", "Language", "Input"):
+                    box = ann.run(FIND + "const b = named(%s).getBoundingClientRect(); return [b.left, b.right];" % json.dumps(name))
+                    self.assertTrue(0 <= box[0] and box[1] <= 320, (name, box))
+            self.browser.order("size", width=360, height=740)
         ann.open("/edit")
         ann.ready()
         for name in ("Run", "Stop", "Program", "Output", "Language", "Speed"):

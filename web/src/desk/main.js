@@ -42,7 +42,7 @@ async function act(path, json, done = t('desk.done')) {
   try {
     const answer = await postJson(`/api/desk/${path}`, json);
     const failed = answer?.failed?.[0];
-    say(failed ? t('desk.failed', failed.field + 1, failed.message) : done);
+    say(failed ? t('desk.failed', failed.field + 1, t('error.field')) : done);
     await refresh();
     return answer;
   } catch (error) {

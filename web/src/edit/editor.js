@@ -8,7 +8,7 @@ import { HighlightStyle, ensureSyntaxTree, indentUnit, syntaxHighlighting } from
 import { Compartment, EditorState, StateEffect, StateField } from '@codemirror/state';
 import { Decoration, EditorView, keymap } from '@codemirror/view';
 import { tags } from '@lezer/highlight';
-import { t, textsUnder } from '../common/texts.js';
+import { language as pageLanguage, t, textsUnder } from '../common/texts.js';
 
 const PARSE_TIME = 5000; // ms, on a machine that is very busy
 const setMarks = StateEffect.define(); // {kind: 'run' | 'error', line, column, end} or null
@@ -49,6 +49,7 @@ const look = EditorView.theme({
     backgroundColor: 'var(--selection)' },
   '.cm-matchingBracket': { backgroundColor: 'var(--accent-soft)', outline: '1px solid var(--accent)' },
   '.cm-tooltip': { backgroundColor: 'var(--surface)', border: '1px solid var(--line)', color: 'var(--ink)' },
+  '.cm-bare .cm-completionDetail': { display: 'none' },
   '.cm-panels': { backgroundColor: 'var(--raised)', color: 'var(--ink)', borderColor: 'var(--line)' },
   '.cm-panel.cm-search, .cm-dialog': { padding: '.5rem 2.8rem .5rem .6rem', display: 'flex', flexWrap: 'wrap', gap: '.4rem', alignItems: 'center', fontSize: '.9rem' },
   '.cm-panel.cm-search input, .cm-panel.cm-search button, .cm-panel.cm-search label, .cm-dialog label': { margin: '0', fontSize: '.9rem' },
@@ -99,7 +100,7 @@ export function makeEditor({ parent, label, words, changed, keys }) {
     look,
     syntaxHighlighting(colours),
     marks,
-    autocompletion({ icons: false }),
+    autocompletion({ icons: false, optionClass: ({ info }) => (!info && pageLanguage() !== 'en' ? 'cm-bare' : '') }), // CodeMirror explains its own in English
     pythonLanguage.data.of({ autocomplete: complete }),
     javascriptLanguage.data.of({ autocomplete: complete }),
     language.of(LANGUAGES[chosen] || LANGUAGES.python),
