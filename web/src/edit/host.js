@@ -177,6 +177,7 @@ export function makeHost(post) {
   function ask(prompt) {
     flush();
     if (run === null) throw alone();
+    if (stopped) return null;
     post({ kind: 'ask', prompt });
     for (;;) {
       const answer = request('POST', `/api/run/ask?run=${run}`, prompt.slice(0, 500));

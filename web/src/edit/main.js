@@ -257,6 +257,10 @@ const session = new Session((state, online) => {
     say(t('seat.arrived'));
     chosenView = null;
   }
+  // The teacher or another page has ended the run: a program that does not ask, such as an endless loop in JavaScript, is not told.
+  const run = state?.run;
+  const over = state ? run?.id > current?.number || run?.id === current?.number && run?.over : before;
+  if (current?.number && over) links[current.engine].killSoon();
   before = state;
   joinLink.hidden = Boolean(state);
   const told = !online ? t('seat.offline') : !state ? t('seat.none') : state.paused ? t('seat.paused') : state.seat ? t('seat.on.short')
@@ -483,7 +487,7 @@ function finish(message) {
     const plain = run?.engine === 'javascript' && message.reason === 'stopped';
     const reason = message.lost ? 'lost' : plain ? 'plain' : message.reason || 'stopped';
     output.box(el('p', { class: 'end muted small', text: t(`end.${reason}`) }));
-    if (!run?.pressed && message.reason === 'stopped' && run?.number) tellWhy(run.number, output.last(), plain ? 'end.desk.plain' : 'end.desk');
+    if (!run?.pressed && message.reason === 'stopped' && run?.number) tellWhy(run.number, output.last(), plain || message.lost ? 'end.desk.plain' : 'end.desk');
   } else if (message.how === 'crashed') output.box(el('p', { class: 'alert', role: 'alert', text: t('end.crashed') }));
   else if (message.how === 'error') showError(message.error, run);
   if (program) showState(link().state);

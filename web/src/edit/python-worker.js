@@ -6,7 +6,7 @@ import { Ended, Refused, makeHost } from './host.js';
 const folder = new URL(PYTHON_FOLDER, import.meta.url).href; // replaced by the build
 const ARCHIVE = '/lib/kelmora.zip'; // the package kelmora and the runner, compiled
 const LANES = 3; // pieces of the snapshot that are fetched at a time
-const TELL_AGAIN = 500; // ms
+const TELL_AGAIN = 20; // ms
 // Bytes of the interpreter's own stack after which a recursion through its C functions (a sort, a __getattr__, a cached
 // function) becomes a RecursionError. The browser's stack cannot be measured, and running out of it ends the interpreter:
 // with 122880 Firefox did, with 163840 Chromium. Reading a program takes less of the browser's stack for the same bytes.
@@ -18,8 +18,8 @@ let running = false;
 let python = null;
 let runner = null;
 
-// The interpreter reads element 0 now and then, which asks the server whether Stop was pressed. Stop is reported once,
-// and again half a second later in case the program has caught the interrupt.
+// The interpreter reads element 0 now and then, which asks the server whether Stop was pressed. Stop is reported until
+// the program has ended: the runner knows what to do about one that has caught the interrupt.
 const interrupts = {
   told: -Infinity,
   get 0() {

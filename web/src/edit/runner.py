@@ -13,6 +13,7 @@ import json
 import linecache
 import os
 import random
+import signal
 import sys
 import time
 import traceback
@@ -24,8 +25,11 @@ FULL_SPEED = 0  # lines a second; 0 is without a brake
 PRACTICE_PACE = 1 / 60  # seconds between two frames of the practice field, so that one can watch
 RECURSION_LIMIT = 1000  # as natively; a function that calls itself takes none of the browser's own stack
 MOST_FRAMES = 8  # of a traceback that is shown: a recursion without an end has a thousand
+LAST_WORDS = 0.3  # seconds that a program may go on for after it has caught the interrupt
 
 _globals = {}
+_over = None  # why the run is over, in the class server's word; None while it goes on
+_over_since = 0.0
 
 
 class _Output(io.TextIOBase):
@@ -78,12 +82,37 @@ class _Input(io.TextIOBase):
         return "".join(self)
 
 
-class RunEnded(KeyboardInterrupt):
-    """The run is over; `reason` is the class server's word for the reason."""
+class StillRunning(BaseException):
+    """Ends a program that has caught the KeyboardInterrupt and goes on. Its handlers let it pass; see _let_pass()."""
 
-    def __init__(self, reason):
-        super().__init__(reason)
-        self.reason = reason
+
+def _end(reason="stopped"):
+    """Ends the program: as Ctrl-C does, which it may catch, and if it has done so, by what it does not catch."""
+    global _over, _over_since
+    if _over is not None:
+        raise StillRunning
+    _over, _over_since = reason, time.monotonic()
+    raise KeyboardInterrupt
+
+
+def _interrupted(_signal, _frame):
+    """Called between two instructions, again and again once Stop was pressed."""
+    if _over is None or time.monotonic() - _over_since >= LAST_WORDS:
+        _end()
+
+
+def _let_pass(tree):
+    """Puts `except StillRunning: raise` before the handlers of each try statement, as `except:` would catch it, too."""
+    for node in ast.walk(tree):
+        if isinstance(node, ast.Try) and node.handlers:
+            first = ast.ExceptHandler(type=ast.Name(id=_STILL_RUNNING, ctx=ast.Load()), body=[ast.Raise()])
+            for part in ast.walk(first):
+                ast.copy_location(part, node.handlers[0])
+            node.handlers.insert(0, first)
+
+
+_STILL_RUNNING = "<StillRunning>"  # a name that no program can use for something else
+setattr(builtins, _STILL_RUNNING, StillRunning)
 
 
 class ClassError(Exception):
@@ -98,7 +127,7 @@ def answer_of(text):
     """The worker's answer; raises the exception it stands for."""
     told = json.loads(text)
     if "ended" in told:
-        raise RunEnded(told["ended"])
+        _end(told["ended"])
     if "refused" in told:
         refused = told["refused"]
         if refused.get("word") == "field":
@@ -112,7 +141,7 @@ def answer_of(text):
 def _input(prompt=""):
     answer = answer_of(host.ask(str(prompt)))
     if answer is None:
-        raise KeyboardInterrupt
+        _end()
     return answer
 
 
@@ -131,8 +160,8 @@ def _sleep(seconds):
         left = wanted - (time.monotonic() - began)
         if left <= 0:
             return
-        if host.wait(min(left, 0.05) * 1000):
-            raise KeyboardInterrupt
+        if _over is not None or host.wait(min(left, 0.05) * 1000):
+            _end()
 
 
 _system = os.system
@@ -222,7 +251,7 @@ for _name in ("wipe", "line", "polygon", "point", "text", "turtle", "gone", "coi
 def _check():
     brake()
     if host.stopped():
-        raise KeyboardInterrupt
+        _end()
 
 
 def _fresh_kelmora(practice):
@@ -242,6 +271,7 @@ def _fresh_kelmora(practice):
     seats = []
 
     def seat():
+        _check()
         if seats:
             raise RuntimeError("In the class everybody has one turtle on the field. On the practice canvas there may be more.")
         seats.append(_SeatTransport())
@@ -256,7 +286,7 @@ def _trace(frame, event, _arg):
         return None
     if event == "line":
         speed = host.speed()
-        if speed == FULL_SPEED:
+        if speed == FULL_SPEED or _over is not None:
             sys.settrace(None)
             return None
         host.line(frame.f_lineno)
@@ -319,9 +349,8 @@ def _finish(error, idle):
         setattr(sys, name, stream)
     if error is None:
         return json.dumps({"how": "done", "idle": idle})
-    if isinstance(error, KeyboardInterrupt):
-        reason = getattr(error, "reason", "stopped")
-        return json.dumps({"how": "stopped", "reason": reason})
+    if isinstance(error, (KeyboardInterrupt, StillRunning)):
+        return json.dumps({"how": "stopped", "reason": _over or "stopped"})
     if isinstance(error, SystemExit):
         code = error.code
         if isinstance(code, str):
@@ -361,7 +390,9 @@ def try_line(source):
 
 
 def _execute(source, mode, prepare=None):
-    global _painter
+    global _painter, _over
+    _over = None
+    signal.signal(signal.SIGINT, _interrupted)
     sys.stdout, sys.stderr, sys.stdin = _streams["stdout"], _streams["stderr"], _streams["stdin"]
     linecache.cache[PROGRAM] = (len(source), None, source.splitlines(True), PROGRAM)
     before = set(sys.modules)
@@ -376,6 +407,7 @@ def _execute(source, mode, prepare=None):
         host.bound(False)
         tree = compile(source, PROGRAM, mode, ast.PyCF_ONLY_AST)
         idle = _idle_words(tree)
+        _let_pass(tree)
         code = compile(tree, PROGRAM, mode)
         host.bound(True)
         if host.speed() != FULL_SPEED:

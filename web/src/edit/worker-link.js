@@ -16,6 +16,8 @@ export class WorkerLink {
     this.state = 'none';
     this.run = null;
     this.worker = null;
+    this.patience = STOP_PATIENCE;
+    this.stopTimer = null;
   }
 
   setState(state) {
@@ -44,7 +46,7 @@ export class WorkerLink {
       this.forget();
       this.setState('failed');
     } else if (message.kind === 'ended') {
-      clearTimeout(this.stopTimer);
+      this.calm();
       this.waiting = false;
       if (message.how === 'crashed') this.forget();
       this.setState(message.how === 'crashed' ? 'none' : 'ready');
@@ -53,8 +55,14 @@ export class WorkerLink {
     this.tell(message);
   }
 
-  forget() {
+  /** No longer about to end the worker. */
+  calm() {
     clearTimeout(this.stopTimer);
+    this.stopTimer = null;
+  }
+
+  forget() {
+    this.calm();
     this.worker?.terminate();
     this.worker = null;
     this.waiting = false;
@@ -90,8 +98,12 @@ export class WorkerLink {
       return;
     }
     asked.catch(() => this.kill());
-    clearTimeout(this.stopTimer);
-    this.stopTimer = setTimeout(() => this.kill(), STOP_PATIENCE);
+    this.killSoon();
+  }
+
+  /** The run is over: ends the worker a little later if the program has not noticed until then. */
+  killSoon() {
+    if (this.busy) this.stopTimer ??= setTimeout(() => this.kill(), this.patience);
   }
 
   kill() {
