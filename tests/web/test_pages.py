@@ -190,8 +190,11 @@ class Pages:
             ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")
             # Any of them: what is shown is the end, and that changes fast.
             ann.wait(r"/line \d{4}/.test(document.querySelector('[role=log]').innerText)", "a thousand lines")
+            # A screen reader is spared them, but not what comes after.
+            ann.wait("document.querySelector('[role=log]').getAttribute('aria-live') === 'off'", "the output not to be read out")
             ann.press("Stop")
             ann.finished()
+            self.assertEqual(ann.run("return document.querySelector('[role=log]').getAttribute('aria-live');"), "polite")
             self.assertLess(ann.run("return document.querySelector('[role=log]').innerText.length;"), 200000)
 
         with self.subTest("JavaScript runs, says its line, and stops"):
@@ -410,6 +413,7 @@ class Pages:
         self.assertEqual(ann.run("return kelmora.editor.text();"), "print('shared')\n")
         self.assertEqual(ann.run("return document.documentElement.lang;"), "de")
         self.assertTrue(ann.is_there("Ausgabe"))
+        self.assertEqual(ann.run("return kelmora.editor.view.state.phrase('Find');"), "Suchen")
         ann.press("Start")
         self.assertIn("shared", ann.finished())
         ann.write("for i in range(3)\n    pass\n")
