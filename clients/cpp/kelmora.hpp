@@ -13,6 +13,10 @@
 // turtle keeps buffers for its line and its answer.
 #pragma once
 
+#if __cplusplus < 201703L
+#error "kelmora.hpp needs C++17: compile with -std=c++17 or later"
+#endif
+
 #include <algorithm>
 #include <array>
 #include <cerrno>

@@ -171,6 +171,10 @@ test('JavaScript has its own advice', () => {
     ['ReferenceError', 'None is not defined', 'print(None);', 'null'],
     ['ReferenceError', 'begin_fill is not defined', 'begin_fill();', 'beginFill'],
     ['TypeError', "Cannot read properties of undefined (reading 'b')", 'a.b();', 'no value yet'],
+    ['ReferenceError', 'require is not defined', 'const fs = require("fs");', 'is not here'],
+    ['ReferenceError', 'Turtle is not defined', 'const t = new Turtle();', 'there already'],
+    ['RangeError', 'Maximum call stack size exceeded', 'f();', 'calls itself'],
+    ['InternalError', 'too much recursion', 'f();', 'calls itself'],
     ['NotANumber', 'the distance must be a number, not "x"', 'forward("x");', 'Number('],
     ['BadValue', 'no such colour: "bleu"', 'pencolor("bleu");', '"red"'],
   ]) {

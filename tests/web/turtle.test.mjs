@@ -67,6 +67,34 @@ test('text cannot inject a command', () => {
   assert.ok(!turtle.sent.join('').includes(';'));
 });
 
+test('places are records, as in the library, and pairs', () => {
+  const turtle = practising();
+  turtle.penup();
+  assert.equal(turtle.goto({ x: 30, y: 40 }), true);
+  const place = turtle.position();
+  assert.deepEqual(Object.keys(place), ['x', 'y']);
+  assert.equal(JSON.stringify(place), '{"x":30,"y":40}');
+  assert.deepEqual([...place], [30, 40]);
+  assert.equal(place[1], 40);
+  near(turtle.distance({ x: 0, y: 0 }), 50);
+  near(turtle.distance([30, 0]), 40);
+  near(turtle.distance(turtle), 0);
+  near(turtle.towards({ x: 30, y: 80 }), 90);
+  assert.throws(() => turtle.goto({ x: 1 }), { name: 'NotANumber' });
+  assert.equal(turtle.blockedBy(), null);
+});
+
+test('numbers of colours go up to 1 or 255, and no further', () => {
+  const turtle = practising();
+  assert.throws(() => turtle.pencolor(255, 128, 0), { name: 'BadValue' });
+  turtle.colormode(255);
+  turtle.pencolor(255, 51, 0);
+  assert.deepEqual(turtle.pencolor(), [255, 51, 0]);
+  turtle.colormode(1);
+  assert.deepEqual(turtle.pencolor(), [1, 0.2, 0]);
+  assert.throws(() => turtle.colormode(2), { name: 'BadValue' });
+});
+
 test('home walks back and looks east', () => {
   const turtle = practising();
   turtle.goto(30, -40);

@@ -397,6 +397,12 @@ export const RULES = [
     const found = /\b(None|True|False|begin_fill|end_fill|on_hit|on_wall|on_turtle|on_coin|on_message|elif|def)\b/.exec(error.message || '');
     return found ? [found[1], { None: 'null', elif: 'else if', def: 'function' }[found[1]] || found[1].replace(/^[TF]/, (letter) => letter.toLowerCase()).replace(/_(\w)/g, (_, letter) => letter.toUpperCase())] : null;
   }, ([name, meant]) => `In JavaScript ${name} is written ${meant}.`, ([name, meant]) => `In JavaScript schreibt man ${meant} statt ${name}.`),
+  javascript('ReferenceError', says(/\b(require|document|window|process|confirm|module|localStorage|fetch|XMLHttpRequest)\b/), ([, name]) => `${name} is not here: a program shows with print(...), asks with input(...), and moves the turtle.`,
+    ([, name]) => `${name} gibt es hier nicht: Ein Programm zeigt mit print(...), fragt mit input(...) und bewegt die Schildkröte.`),
+  javascript('ReferenceError', says(/\b(?:Turtle|kelmora)\b/), () => 'Your turtle is there already: forward(50), or turtle.forward(50).',
+    () => 'Deine Schildkröte ist schon da: forward(50), oder turtle.forward(50).'),
+  javascript(['RangeError', 'InternalError'], says(/call stack|recursion/), () => 'A function calls itself without end, or too often: it needs an "if" at which it stops.',
+    () => 'Eine Funktion ruft sich ohne Ende oder zu oft selbst auf: Sie braucht ein "if", bei dem sie aufhört.'),
   javascript('ReferenceError', (error) => {
     const found = /(\w+) is not defined/.exec(error.message || '') || /find variable: (\w+)/.exec(error.message || '');
     if (!found) return null;
@@ -412,6 +418,8 @@ export const RULES = [
     () => 'Was vor dem Punkt oder der eckigen Klammer steht, hat noch keinen Wert.'),
   javascript('NotANumber', () => true, () => 'The turtle needs a number here; what comes from input() is a text: Number(input("...")).',
     () => 'Die Schildkröte braucht hier eine Zahl; was von input() kommt, ist ein Text: Number(input("...")).'),
+  javascript('BadValue', says(/parts of a colour go from 0 to 1,/), () => 'For colours with numbers up to 255 write colormode(255) first.',
+    () => 'Für Farben mit Zahlen bis 255 schreibe zuerst colormode(255).'),
   javascript('BadValue', says(/colou?r/), () => 'Colours have English names in quotation marks, such as "red", "blue" or "green", or are written like "#ff8800".',
     () => 'Farben haben englische Namen in Anführungszeichen, etwa "red", "blue" oder "green", oder man schreibt sie wie "#ff8800".'),
   javascript('SyntaxError', code(/^\s*(?:(?:for|while|if|elif)\b\s*[^(\s].*|else|def\b.*):\s*$/), () => 'This is Python; in JavaScript the condition stands in round brackets and the lines in braces: while (x < 3) { ... }',

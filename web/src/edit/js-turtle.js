@@ -39,6 +39,22 @@ export function colour(...given) {
   return [1, 3, 5].map((at) => parseInt(long.slice(at, at + 2), 16) / 255);
 }
 
+/** Named values that can also be taken in order: `{ x, y } = place` as well as `[x, y] = place`. */
+function record(names, values) {
+  const made = Object.fromEntries(names.map((name, i) => [name, values[i]]));
+  values.forEach((value, i) => Object.defineProperty(made, i, { value }));
+  return Object.defineProperty(made, Symbol.iterator, { value: () => values.values() });
+}
+
+/** The two numbers of a place, which is given as (x, y), [x, y], {x, y} or a turtle. */
+function placeOf(x, y) {
+  if (y === undefined && typeof x === 'object' && x !== null) {
+    if (typeof x.position === 'function') return [...x.position()];
+    [x, y] = Array.isArray(x) ? x : [x.x, x.y];
+  }
+  return [number(x, 'x'), number(y, 'y')];
+}
+
 /** An answer line: {values, ok, clock, events}. */
 export function readAnswer(line) {
   const at = line.lastIndexOf(' @ ');
@@ -63,6 +79,8 @@ export function makeWords(exchange, brake) {
   let noted = 0; // events since events() was called
   let corners = null; // of an area that is being walked round
   let strictly = false;
+  let top = 1; // of the parts of colours
+  let blocked = null; // by what the last step was, when the field said so
   const listeners = new Map();
   let calling = false;
 
@@ -96,15 +114,22 @@ export function makeWords(exchange, brake) {
     const told = send(...before, line);
     const answer = told[told.length - 1];
     corner();
-    if (!answer.ok && strictly) {
-      const by = ['turtle', 'doughnut', 'stone', 'wall'].find((name) => answer.events & EVENTS[name]) || (jump ? 'jump' : 'something');
-      throw new KelmoraError('Blocked', `blocked by ${by}`);
-    }
+    blocked = answer.ok ? null : ['turtle', 'doughnut', 'stone', 'wall'].find((name) => answer.events & EVENTS[name]) ?? null;
+    if (!answer.ok && strictly) throw new KelmoraError('Blocked', `blocked by ${blocked || (jump ? 'jump' : 'something')}`);
     return answer.ok;
   }
 
   const heading = () => modulo(numbers(one('q d'), 1)[0], 360);
-  const position = () => numbers(one('q p'), 2);
+  const position = () => record(['x', 'y'], numbers(one('q p'), 2));
+  /** A colour as a program gives it, whose three numbers go up to 1, or to 255 after colormode(255). */
+  const tint = (...given) => {
+    const parts = Array.isArray(given[0]) ? given[0] : given;
+    if (parts.length !== 3) return colour(...parts);
+    const wrong = parts.find((part) => number(part, 'a part of a colour') < 0 || part > top);
+    if (wrong !== undefined) throw new KelmoraError('BadValue', `the parts of a colour go from 0 to ${top}, not ${wrong}; colormode(255) and colormode(1) choose`);
+    return colour(parts.map((part) => part / top));
+  };
+  const inUnits = (parts) => (top === 1 ? [...parts] : parts.map((part) => Math.round(part * top)));
   const setPen = (parts) => {
     pen = parts;
     colourChanged = true;
@@ -120,8 +145,8 @@ export function makeWords(exchange, brake) {
     left: (a) => one(`t l ${text(number(a, 'the angle'))}`).ok,
     right: (a) => one(`t r ${text(number(a, 'the angle'))}`).ok,
     goto: (x, y) => {
-      const [to, up] = Array.isArray(x) ? x : [x, y];
-      return move(`j ${text(number(to, 'x'))} ${text(number(up, 'y'))}`, true);
+      const [to, up] = placeOf(x, y);
+      return move(`j ${text(to)} ${text(up)}`, true);
     },
     shift: (dx, dy) => move(`g ${text(number(dx, 'dx'))} ${text(number(dy, 'dy'))}`, true),
     setx: (x) => words.goto(number(x, 'x'), position()[1]),
@@ -142,7 +167,8 @@ export function makeWords(exchange, brake) {
       return words.setheading(0);
     },
     teleport: (x, y) => {
-      const line = `j ${text(number(x, 'x'))} ${text(number(y, 'y'))}`;
+      const [to, up] = placeOf(x, y);
+      const line = `j ${text(to)} ${text(up)}`;
       return down ? send('p u', line, 'p d')[1].ok : one(line).ok;
     },
     circle: (radius, extent = 360, given = null) => {
@@ -172,12 +198,12 @@ export function makeWords(exchange, brake) {
       width = number(w, 'the width');
       return one(`w ${text(width)}`).ok;
     },
-    pencolor: (...c) => (c.length === 0 ? pen : setPen(colour(...c))),
-    fillcolor: (...c) => (c.length === 0 ? fill || pen : void (fill = colour(...c))),
+    pencolor: (...c) => (c.length === 0 ? inUnits(pen) : setPen(tint(...c))),
+    fillcolor: (...c) => (c.length === 0 ? inUnits(fill || pen) : void (fill = tint(...c))),
     color: (...c) => {
       if (c.length === 0) return [pen, fill || pen];
-      if (c.length === 2) [pen, fill] = [colour(c[0]), colour(c[1])];
-      else pen = fill = colour(...c);
+      if (c.length === 2) [pen, fill] = [tint(c[0]), tint(c[1])];
+      else pen = fill = tint(...c);
       return setPen(pen);
     },
     lines: () => mode('l', true),
@@ -194,7 +220,7 @@ export function makeWords(exchange, brake) {
     dot: (size, ...c) => {
       const s = number(size ?? Math.max(width + 4, 2 * width), 'the size');
       const before = pen;
-      if (c.length > 0) setPen(colour(...c));
+      if (c.length > 0) setPen(tint(...c));
       // In point mode a step of length 0 paints one point.
       send('l p', `w ${text(s)}`, 'p d');
       const [x, y] = position();
@@ -208,19 +234,27 @@ export function makeWords(exchange, brake) {
       if (letters.length < 1 || letters.length > 127 || letters.some((code) => code > 255)) throw new KelmoraError('BadValue', 'write() takes 1 to 127 Latin letters');
       return one(`s ${hex(letters)}`).ok;
     },
-    bgcolor: (...c) => one(`h ${colour(...c).map(text).join(' ')}`).ok,
+    bgcolor: (...c) => one(`h ${tint(...c).map(text).join(' ')}`).ok,
+    colormode: (most) => {
+      if (most === undefined) return top;
+      if (most !== 1 && most !== 255) throw new KelmoraError('BadValue', `colormode is 1 or 255, not ${most}`);
+      top = most;
+      return undefined;
+    },
     clear: () => one('c f').ok,
     clearscreen: () => one('c a').ok,
     position, heading,
     xcor: () => position()[0],
     ycor: () => position()[1],
     distance: (x, y) => {
+      const [there, above] = placeOf(x, y);
       const [from, up] = position();
-      return Math.hypot(number(x, 'x') - from, number(y, 'y') - up);
+      return Math.hypot(there - from, above - up);
     },
     towards: (x, y) => {
+      const [there, above] = placeOf(x, y);
       const [from, up] = position();
-      return modulo((Math.atan2(number(y, 'y') - up, number(x, 'x') - from) * 180) / Math.PI, 360);
+      return modulo((Math.atan2(above - up, there - from) * 180) / Math.PI, 360);
     },
     score: () => numbers(one('q s'), 1)[0],
     alive: () => numbers(one('q a'), 1)[0] !== 0,
@@ -231,17 +265,17 @@ export function makeWords(exchange, brake) {
     finder: (range) => {
       const told = range === undefined ? send('q f') : send(`e ${text(number(range, 'the range'))}`, 'q f');
       const [what, team] = numbers(told[told.length - 1], 2);
-      return [FINDER[what] || 'nothing', team];
+      return record(['what', 'team'], [FINDER[what] || 'nothing', team]);
     },
-    sonar: () => numbers(one('q w'), 3).map((value) => value !== 0),
+    sonar: () => record(['left', 'front', 'right'], numbers(one('q w'), 3).map((value) => value !== 0)),
     radar: (k = 1) => {
       const answer = one(`q r ${text(number(k, 'the rank'))}`);
-      return answer.ok ? numbers(answer, 2) : null;
+      return answer.ok ? record(['bearing', 'team'], numbers(answer, 2)) : null;
     },
     message: () => {
       const { values } = one('q b');
       const found = /^(\d+)\s?(.*)$/s.exec(values.trim());
-      return found ? [Number(found[1]), found[2]] : [0, ''];
+      return record(['time', 'text'], found ? [Number(found[1]), found[2]] : [0, '']);
     },
     events: () => {
       one('.');
@@ -274,10 +308,15 @@ export function makeWords(exchange, brake) {
     card: (n, x, y) => one(`z ${text(number(n, 'the card'))} ${text(number(x, 'x'))} ${text(number(y, 'y'))}`).ok,
     takeCard: (n) => one(`z -${text(number(n, 'the card'))}`).ok,
     clearCards: () => one('z 0').ok,
+    cardShown: (n) => numbers(one(`q z s ${text(number(n, 'the card'))}`), 1)[0] !== 0,
+    cardPosition: (n) => record(['x', 'y'], numbers(one(`q z p ${text(number(n, 'the card'))}`), 2)),
     battle: (on = true) => one(on ? '!' : '! -').ok,
     ping: () => one('.').clock,
     ask: (line) => one(String(line).replace(/[\n;]/g, ' ')),
     strict: (on = true) => { strictly = Boolean(on); },
+    blockedBy: () => blocked,
+    close: () => {}, // the turtle stays for the next run
+    bye: () => {},
   };
 
   // Ear clipping; each triangle is painted in the field's area mode, which takes up to six corners.

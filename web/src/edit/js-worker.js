@@ -16,7 +16,7 @@ const show = (value) => {
   if (typeof value === 'string') return value;
   if (typeof value === 'object' && value !== null) {
     try {
-      return JSON.stringify(value);
+      return JSON.stringify(value, (_key, part) => (part instanceof Map || part instanceof Set ? [...part] : part));
     } catch { /* a circle */ }
   }
   return String(value);
@@ -74,7 +74,7 @@ async function execute(order) {
     const given = {
       ...words, turtle,
       print: say(false),
-      console: { log: say(false), info: say(false), debug: say(false), warn: say(true), error: say(true) },
+      console: { log: say(false), info: say(false), debug: say(false), table: say(false), warn: say(true), error: say(true) },
       input: (prompt = '') => {
         const answer = host.ask(show(prompt));
         if (answer === null) throw new Ended('stopped');
