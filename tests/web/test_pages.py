@@ -43,6 +43,9 @@ NATIVE = [
     ("import asyncio\n\nasync def wait(n):\n    await asyncio.sleep(n / 50)\n    print('waited', n)\n\nasync def main():\n"
      "    await asyncio.gather(wait(2), wait(1))\n\nasyncio.run(main())\n", "waited 1\nwaited 2"),
     ("import sys\nprint(int(sys.stdin.readline()) + 1)\n", "13"),
+    # What a program leaves behind does not reach the next one.
+    ("import math\nmath.pi = 3\n\nclass Loud:\n    def __del__(self):\n        print('bye from Loud')\n\nlast = Loud()\nprint('left')\n", "left"),
+    ("import math\nprint(math.pi > 3)\n", "True"),
 ]
 
 
@@ -185,6 +188,7 @@ class Pages:
                 said = ann.finished()
                 self.assertIn(words, said)
                 self.assertNotIn("given up", said)
+                self.assertNotIn("bye from Loud", said)
 
         with self.subTest("output without an end does not drown the page"):
             ann.start("i = 0\nwhile True:\n    i += 1\n    print('line', i)\n")

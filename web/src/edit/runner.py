@@ -11,6 +11,7 @@ import collections
 import io
 import json
 import linecache
+import math
 import os
 import random
 import signal
@@ -28,6 +29,7 @@ MOST_FRAMES = 8  # of a traceback that is shown: a recursion without an end has 
 LAST_WORDS = 0.3  # seconds that a program may go on for after it has caught the interrupt
 
 _globals = {}
+_untouched = {}  # modules with all their names as they were before any program, which may have set math.pi
 _over = None  # why the run is over, in the class server's word; None while it goes on
 _over_since = 0.0
 
@@ -373,7 +375,10 @@ def _forget_modules(before):
 
 def run(source, practice):
     """Runs a program from the start in an empty namespace; returns the JSON text of how it ended."""
+    sys.stdout = sys.stderr = io.StringIO()  # what objects of the last program print as they go is not this one's
     _globals.clear()
+    for module, names in _untouched.items():
+        vars(module).update(names)
     _globals.update({"__name__": "__main__", "__doc__": None, "__builtins__": builtins, "__file__": PROGRAM})
     random.seed()  # the last program may have chosen its numbers
     sys.setrecursionlimit(RECURSION_LIMIT)
@@ -434,6 +439,7 @@ def _idle_words(tree):
 def set_up():
     builtins.input = _input
     time.sleep = _sleep
+    _untouched.update((module, dict(vars(module))) for module in (builtins, math, random, time))
     random.seed()  # the snapshot holds one random state for all
     os.system = _clear_or_system
     os.unlink("/dev/tty")  # so that getpass() asks at the page
