@@ -557,12 +557,19 @@ class InChromium(Pages, unittest.TestCase):
         """A button that its own press switches off, a closed dialog and a list that is shown anew keep the focus."""
         ann = self.pupil
         ann.write("print(1)\nwhile True: pass\n")
-        for name, ended in (("Run", "running"), ("Stop", "ready")):
-            ann.run(FIND + "named('%s').focus();" % name)
-            self.browser.order("key", keys=["Enter"])
-            ann.wait("document.body.dataset.state === '%s'" % ended, ended)
-            self.assertEqual(self.focus(), name)
-        self.browser.order("key", keys=["Shift+Tab"])  # what cannot be pressed is no stop any more
+        ann.run(FIND + "named('Run').focus();")
+        self.browser.order("key", keys=["Enter"])
+        ann.wait("document.body.dataset.state === 'running'", "the program to run")
+        self.assertTrue(ann.run(FIND + "return named('Run').disabled;"))
+        ann.run(FIND + "named('Stop').focus();")
+        self.browser.order("key", keys=["Enter"])
+        ann.ready()
+        self.assertTrue(ann.run(FIND + "return named('Stop').disabled;"))
+        self.assertEqual(self.focus(), "Run")
+        ann.write("print(2)\n")
+        self.browser.order("key", keys=["Enter"])
+        ann.says("finished")
+        ann.ready()
         self.assertEqual(self.focus(), "Run")
         ann.write("input('? ')\n")
         self.browser.order("key", keys=["Enter"])

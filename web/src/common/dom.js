@@ -67,33 +67,27 @@ export function copyText(text) {
   return done;
 }
 
-/** Whether a button or input may be used; see setUsable. */
-export const isUsable = (control) => !control.disabled && control.getAttribute('aria-disabled') !== 'true';
+/** Whether nothing has the focus. */
+export const focusIsFree = () => document.activeElement === null || document.activeElement === document.body;
 
-const sleeping = new WeakSet(); // unusable, but not disabled before they lose the focus
+let left = null; // what had the focus when it was disabled
 
 /**
- * Lets a button or input be used or not. A disabled control loses the focus, and a keyboard's user with it: one that has
- * the focus keeps it, says that it cannot be used, and is disabled when the focus leaves. Its listeners ask isUsable.
+ * Lets a button or input be used or not. A disabled control loses the focus, and a keyboard's user with it: `heir` gets it,
+ * or else the control itself when it may be used again, if nothing has the focus then.
  */
-export function setUsable(control, usable) {
-  const isText = control.matches('input, textarea');
-  if (!usable && control === document.activeElement && !(isText && matchMedia('(pointer: coarse)').matches)) { // else the keyboard on the screen stays
-    control.setAttribute('aria-disabled', 'true');
-    if (isText) control.readOnly = true;
-    if (sleeping.has(control)) return;
-    sleeping.add(control);
-    control.addEventListener('blur', function left() {
-      if (control === document.activeElement) return; // the window lost the focus, not the control
-      control.removeEventListener('blur', left);
-      sleeping.delete(control);
-      if (control.getAttribute('aria-disabled') === 'true') setUsable(control, false);
-    });
-    return;
-  }
+export function setUsable(control, usable, heir = null) {
+  const had = control === document.activeElement;
   control.disabled = !usable;
-  control.removeAttribute('aria-disabled');
-  if (isText) control.readOnly = false;
+  if (had && !usable) {
+    left = control;
+    control.blur(); // not every browser does that itself
+    if (heir && !heir.disabled) heir.focus({ preventScroll: true });
+  } else if (usable && control === left && focusIsFree()) {
+    left = null;
+    const hasKeys = !(control.matches('input') && matchMedia('(pointer: coarse)').matches); // else the keyboard on the screen opens
+    if (hasKeys) control.focus({ preventScroll: true });
+  }
 }
 
 /** A random name for a tab or a run: `crypto.randomUUID` is absent over plain http. */

@@ -50,9 +50,6 @@ export function giveFocus(name, control) {
   addEventListener('load', () => setTimeout(() => control.scrollIntoView({ block: 'nearest', inline: 'center' })), { once: true });
 }
 
-/** Whether nothing has the focus yet. */
-export const focusIsFree = () => document.activeElement === null || document.activeElement === document.body;
-
 function switchLook() {
   store.set('look', look() === 'dark' ? 'light' : 'dark');
   document.documentElement.dataset.look = store.get('look') || (look() === 'dark' ? 'light' : 'dark');

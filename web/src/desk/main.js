@@ -1,7 +1,7 @@
 // The teacher's desk: who is here and what their programs do, and everything a teacher may do about it.
 import { getJson, postJson } from '../common/api.js';
-import { download, el, isUsable, openFile, setUsable, store } from '../common/dom.js';
-import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { download, el, focusIsFree, openFile, store } from '../common/dom.js';
+import { logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { refusal, t } from '../common/texts.js';
 
 const EVERY = 2000; // ms
@@ -64,11 +64,8 @@ function giveBack(had) {
   if (!control && had.row >= 0) {
     control = rows.children[Math.min(had.row, rows.children.length - 1)]?.querySelector(`[data-key$=" ${had.key.split(' ')[1]}"]`) || heading;
   }
-  if (!control) return;
-  const usable = !control.disabled;
-  control.disabled = false;
-  control.focus();
-  if (!usable) setUsable(control, false);
+  if (control?.disabled) control = control.closest('tr')?.querySelector('button:not(:disabled)') || heading;
+  control?.focus();
 }
 
 function ask(title, { text = '', value = null, label = '' } = {}) {
@@ -119,7 +116,7 @@ function placeOf(session) {
 
 function row(session) {
   const button = (key, text, label, click, disabled = false) => el('button', { type: 'button', class: 'small-button', text, 'aria-label': label, title: label, disabled,
-    data: { key: `${session.id} ${key}` }, on: { click: (event) => { if (isUsable(event.currentTarget)) click(); } } });
+    data: { key: `${session.id} ${key}` }, on: { click } });
   const lastLine = (session.said || '').trim().split('\n').pop();
   return el('tr', {},
     el('th', { scope: 'row', text: session.name }), el('td', {}, placeOf(session)),

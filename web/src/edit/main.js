@@ -1,8 +1,8 @@
 // The editor's page: assembles its parts and runs programs.
 import { ApiError, postJson, postText, putJson, token } from '../common/api.js';
-import { copyText, download, el, isUsable, openFile, setUsable, store } from '../common/dom.js';
+import { copyText, download, el, focusIsFree, openFile, setUsable, store } from '../common/dom.js';
 import { makeFieldView } from '../common/field-view.js';
-import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { Session } from '../common/session.js';
 import { language as pageLanguage, refusal, t, waitText } from '../common/texts.js';
 import { advise } from './advice.js';
@@ -340,7 +340,7 @@ const link = () => links[engineOf(program.language)];
 function showState(state) {
   const busy = Boolean(current) || state === 'running' || state === 'asking';
   setUsable(runButton, !busy);
-  setUsable(stopButton, busy);
+  setUsable(stopButton, busy, runButton);
   document.body.dataset.state = state;
   showStatus();
   progress.textContent = '';
@@ -563,8 +563,8 @@ function submitLine(text) {
   return true;
 }
 
-runButton.addEventListener('click', () => { if (isUsable(runButton)) start(); });
-stopButton.addEventListener('click', () => { if (isUsable(stopButton)) stop(); });
+runButton.addEventListener('click', start);
+stopButton.addEventListener('click', stop);
 speedSelect.addEventListener('change', () => {
   store.set('speed', Number(speedSelect.value));
   if (current && current.number !== null) {

@@ -1,7 +1,7 @@
 // The page for joining: class code and name, or back to an earlier session.
 import { join } from '../common/api.js';
-import { el, isUsable, setUsable, store } from '../common/dom.js';
-import { focusIsFree, logoMark, pageButtons, setUpPage } from '../common/page.js';
+import { el, focusIsFree, setUsable, store } from '../common/dom.js';
+import { logoMark, pageButtons, setUpPage } from '../common/page.js';
 import { Session } from '../common/session.js';
 import { refusal, t } from '../common/texts.js';
 
@@ -43,7 +43,7 @@ async function countDown(error) {
 
 form.addEventListener('submit', async (event) => {
   event.preventDefault();
-  if (!isUsable(button)) return;
+  if (button.disabled) return;
   trouble.hidden = true;
   for (const input of [codeInput, nameInput]) input.removeAttribute('aria-invalid');
   setUsable(button, false);
