@@ -180,9 +180,12 @@ def _clear_or_system(command):
 class _EventLoop(asyncio.base_events.BaseEventLoop):
     """What asyncio.run() uses: it blocks, as natively, while the browser's own loop would run on. It watches no files."""
 
+    used = []  # by this run
+
     def __init__(self):
         super().__init__()
         self._selector = self
+        self.used.append(self)
 
     def select(self, timeout):
         """Waits for the next timer; for ever, until Stop is pressed, when there is none."""
@@ -200,6 +203,17 @@ class _EventLoop(asyncio.base_events.BaseEventLoop):
 
 class _EventLoops(asyncio.events._BaseDefaultEventLoopPolicy):
     _loop_factory = _EventLoop
+
+
+def _end_tasks():
+    """Ends what is left of a stopped run's tasks, which could catch being thrown away and go on in the next run."""
+    for task in [task for loop in _EventLoop.used for task in asyncio.all_tasks(loop)]:
+        task._log_destroy_pending = False
+        try:
+            task.get_coro().throw(StillRunning)
+        except BaseException:
+            pass
+    _EventLoop.used.clear()
 
 
 def _use_own_event_loop():
@@ -417,7 +431,10 @@ def _execute(source, mode, prepare=None):
         host.bound(True)
         if host.speed() != FULL_SPEED:
             sys.settrace(_trace)
-        exec(code, _globals)
+        try:
+            exec(code, _globals)
+        finally:
+            _end_tasks()
         host.over()
     except BaseException as caught:  # also SystemExit and KeyboardInterrupt
         host.over()
