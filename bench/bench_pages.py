@@ -94,10 +94,10 @@ def weigh(kind, browser, room):
     counter.close()
 
 
-def moved(room):
+def moved(room, name):
     """Waits until the pupil's turtle has gone forward."""
     other = room.browser()
-    wait_until(lambda: any(t["name"] == "Ann" and t["x"] > 5 for t in other.get("/field/0/turtle").json), 120, "the turtle to move", 0.01)
+    wait_until(lambda: any(t["name"] == name and t["x"] > 5 for t in other.get("/field/0/turtle").json), 120, "the turtle to move", 0.01)
 
 
 def time_of(act):
@@ -151,7 +151,7 @@ def measure(kind, room):
         browser.fresh(origins=[origin] if kind is not Firefox else [])
         ann = Pupil(browser, origin)
         weigh(kind, browser, room)
-        ann.sit_down(CODE, "Ann")
+        ann.sit_down(CODE, kind.name)  # those of the browsers before may still be there
         ann.start(MOVE)
         ann.finished()
         rows = {"ready, s": [], "Run to movement, s": [], "opened to movement, s": []}
@@ -160,7 +160,7 @@ def measure(kind, room):
             ann.start("print(1)\n")  # back in the middle
             ann.finished()
             ann.write(MOVE)
-            rows["Run to movement, s"].append(time_of(lambda: (ann.press("Run"), moved(room))))
+            rows["Run to movement, s"].append(time_of(lambda: (ann.press("Run"), moved(room, kind.name))))
             ann.finished()
             ann.start("print(1)\n")
             ann.finished()
@@ -171,7 +171,7 @@ def measure(kind, room):
                 ann.open("/edit")
                 ann.wait("globalThis.kelmora && kelmora.session.state && kelmora.session.state.seat && kelmora.editor.text().includes('40')", "the seat")
                 ann.press("Run")
-                moved(room)
+                moved(room, kind.name)
             rows["opened to movement, s"].append(time_of(visit))
             ann.finished()
         rows["Stop, ms"] = [stop_ms(ann) for _ in range(ROUNDS)]

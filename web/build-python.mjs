@@ -9,7 +9,7 @@ import { fileURLToPath, pathToFileURL } from 'node:url';
 
 const here = path.dirname(fileURLToPath(import.meta.url));
 // The snapshot is served in pieces: who leaves a page while one is loading loses that one only.
-const PIECE_BYTES = 2 << 20;
+const PIECE_BYTES = 1 << 19;
 const CORE = ['pyodide.mjs', 'pyodide.asm.mjs', 'pyodide.asm.wasm', 'pyodide-lock.json'];
 
 // Imported before the snapshot is taken: what programs and the kelmora package import.
@@ -97,7 +97,7 @@ async function makePackage(core, cache, version) {
 /**
  * @param core   folder of the npm package pyodide
  * @param cache  folder that keeps what takes long to make
- * @returns {version, files: Map name to bytes, snapshot: {pieces: names of its files in order, length: in bytes}, archive: bytes of the package kelmora and the runner}
+ * @returns {version, files: Map name to bytes, snapshot: {pieces: names of its files in order, null for one of zeros; size: of each; length: of all, in bytes}, archive: bytes of the package kelmora and the runner}
  */
 export async function pythonParts(core, cache) {
   const hash = createHash('sha256').update(readFileSync(fileURLToPath(import.meta.url)));
@@ -121,8 +121,11 @@ export async function pythonParts(core, cache) {
   const mark = createHash('sha256').update(snapshot).digest('hex').slice(0, 12);
   const pieces = [];
   for (let at = 0; at < snapshot.length; at += PIECE_BYTES) {
-    pieces.push(`snapshot-${mark}-${String(pieces.length).padStart(2, '0')}.bin`);
-    files.set(pieces.at(-1), snapshot.subarray(at, at + PIECE_BYTES));
+    const piece = snapshot.subarray(at, at + PIECE_BYTES);
+    const name = `snapshot-${mark}-${String(pieces.length).padStart(2, '0')}.bin`;
+    const isEmpty = piece.every((byte) => byte === 0);
+    if (!isEmpty) files.set(name, piece);
+    pieces.push(isEmpty ? null : name);
   }
-  return { version, files, snapshot: { pieces, length: snapshot.length }, archive: await makePackage(core, cache, version) };
+  return { version, files, snapshot: { pieces, size: PIECE_BYTES, length: snapshot.length }, archive: await makePackage(core, cache, version) };
 }
