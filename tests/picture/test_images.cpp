@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstring>
 #include <ctime>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -83,12 +84,8 @@ protected:
     }
     void TearDown() override {
         EXPECT_EQ(open_files(), files_before);
-        DIR* const list = opendir(folder.c_str());
-        while (const dirent* entry = readdir(list))
-            if (entry->d_name[0] != '.') unlink((folder + "/" + entry->d_name).c_str());
-        closedir(list);
         EXPECT_EQ(chdir(home.data()), 0);
-        rmdir(folder.c_str());
+        std::filesystem::remove_all(folder);
         PictureTest::TearDown();
     }
     void write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }

@@ -47,7 +47,9 @@ class Serving:
     """viewer-serve, or what starts it, in its own process group, so that survivors can be ended."""
 
     def __init__(self, *command, cwd=None):
-        self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True, cwd=cwd)
+        self.scratch = tempfile.TemporaryDirectory(prefix="kelmora-serve-")    # what is killed hard leaves its folder behind
+        self.process = subprocess.Popen(command, stdin=subprocess.DEVNULL, start_new_session=True, cwd=cwd,
+                                        env=dict(os.environ, TMPDIR=self.scratch.name))
 
     def __enter__(self):
         try:
@@ -64,6 +66,7 @@ class Serving:
             pass
         self.process.wait(timeout=60)
         wait_until(lambda: not is_listening(SCRIPT_PORT), 60, "the script server's end")
+        self.scratch.cleanup()
 
 
 def fetch(path):
