@@ -25,7 +25,7 @@ for folder in ("web", "class", "wire"):
 from browsers import Chromium, Firefox, WebKit  # noqa: E402
 from classroom import CODE, LAN, Classroom, Field  # noqa: E402
 from harness import Client, wait_until  # noqa: E402
-from pupil import FIND, Pupil  # noqa: E402
+from pupil import Pupil  # noqa: E402
 
 ROUNDS = 3
 MOVE = "from kelmora import *\nforward(40)\n"
@@ -113,9 +113,7 @@ def rate_in(text):
 def stop_ms(ann):
     ann.start(SPIN)
     ann.says("spinning")
-    ann.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => (document.body.dataset.state "
-            "=== 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });" + FIND + "named('Stop').click();")
-    took = ann.run("return await window.stopped;")
+    took = ann.stop_ms()
     ann.says("the variables are kept")
     ann.answer("x + 1")
     ann.says("42")

@@ -99,3 +99,10 @@ class Pupil:
 
     def answer(self, text):
         self.run(FIND + "const e = named('Input'); e.value = %s; e.form.requestSubmit();" % json.dumps(text))
+
+    def stop_ms(self):
+        """Presses Stop; milliseconds of the page's clock until it is ready again."""
+        self.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => "
+                 "(document.body.dataset.state === 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });"
+                 + FIND + "named('Stop').click();")
+        return self.run("return await window.stopped;")

@@ -102,10 +102,7 @@ class Pages:
         with self.subTest("stop keeps the variables"):
             ann.start(SPIN)
             ann.says("spinning")
-            ann.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => "
-                    "(document.body.dataset.state === 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });"
-                    + FIND + "named('Stop').click();")
-            took = ann.run("return await window.stopped;")
+            took = ann.stop_ms()
             print("\n%s: Stop took %.0f ms" % (self.browser.name, took), file=sys.stderr)
             ann.says("the variables are kept")
             ann.answer("x + 1")
@@ -475,10 +472,7 @@ class InChromium(Pages, unittest.TestCase):
             goes_on(stands_still(5000))  # longer than it waits for an answer about Stop otherwise
             pause()
             wait_until(lambda: one()["held"], 60, "the program to be held")
-            ann.run("window.stopped = new Promise((done) => { const began = performance.now(); const look = () => "
-                    "(document.body.dataset.state === 'ready' ? done(performance.now() - began) : setTimeout(look, 5)); look(); });"
-                    + FIND + "named('Stop').click();")
-            took = ann.run("return await window.stopped;")
+            took = ann.stop_ms()
             print("\n%s: Stop in a pause took %.0f ms" % (self.browser.name, took), file=sys.stderr)
             ann.says("the variables are kept")
             ann.answer("i")  # may not begin now, nor may another run

@@ -34,7 +34,14 @@ _over = None  # why the run is over, in the class server's word; None while it g
 _over_since = 0.0
 
 
-class _Output(io.TextIOBase):
+class _Stream(io.TextIOBase):
+    encoding = "utf-8"
+
+    def isatty(self):
+        return False
+
+
+class _Output(_Stream):
     """Standard output or error: text goes to the page at once."""
 
     def __init__(self, is_error):
@@ -44,13 +51,6 @@ class _Output(io.TextIOBase):
     def writable(self):
         return True
 
-    def isatty(self):
-        return False
-
-    @property
-    def encoding(self):
-        return "utf-8"
-
     def write(self, text):
         if not isinstance(text, str):
             raise TypeError(f"write() argument must be str, not {type(text).__name__}")
@@ -58,18 +58,11 @@ class _Output(io.TextIOBase):
         return len(text)
 
 
-class _Input(io.TextIOBase):
+class _Input(_Stream):
     """Standard input: each line is asked for at the page. An empty line is the end for those who read on to the end."""
 
     def readable(self):
         return True
-
-    def isatty(self):
-        return False
-
-    @property
-    def encoding(self):
-        return "utf-8"
 
     def readline(self, size=-1):
         return _input() + "\n"
