@@ -51,6 +51,7 @@ form.addEventListener('submit', async (event) => {
   try {
     const state = await join(codeInput.value, nameInput.value.trim());
     store.set('name', state.name);
+    await preloader.then(({ endPreload }) => endPreload()).catch(() => {});
     location.assign('/edit');
   } catch (error) {
     trouble.textContent = refusal(error);
@@ -93,4 +94,5 @@ queueMicrotask(() => {
 });
 
 // Preloads the editor while the name is typed.
-import('./preload.js').then(({ preload }) => preload()).catch(() => {});
+const preloader = import('./preload.js');
+preloader.then(({ preload }) => preload()).catch(() => {});
