@@ -21,7 +21,7 @@ void seating::leave(person_id who) {
 }
 
 void seating::tick(double now) {
-    leave_closed(now);
+    leave_closed();
     fill(now);
     if (turn_ <= 0) return;
     // The k-th oldest holder is matched with the k-th in the queue. A holder who hands on goes to the end of the queue,
@@ -38,7 +38,7 @@ void seating::tick(double now) {
         leave(who);
         const waiter next = queue_.front();
         queue_.pop_front();
-        put(i, next.who, now);
+        put(i, next, now);
         queue_.push_back({who, seat_at(i).field, now});
     }
 }
@@ -86,14 +86,15 @@ bool seating::is_in_use(int field) const {
     return is_open(field) || std::find(open_.begin(), open_.end(), true) == open_.end();
 }
 
-// They come before those who wait, in the order of their places: a field that is tried again and fails must not cost
-// anybody a place in the queue.
-void seating::leave_closed(double now) {
+// They come before those who wait, in the order of their places, and have waited since they first did: a field that is
+// tried again and fails must cost nobody a place in the queue or the time of waiting.
+void seating::leave_closed() {
     for (size_t i = places_.size(); i-- > 0;) {
         const person_id who = places_[i].who;
         if (who == 0 || is_in_use(seat_at(i).field)) continue;
+        const double asked = places_[i].asked;
         leave(who);
-        queue_.push_front({who, -1, now});
+        queue_.push_front({who, -1, asked});
     }
 }
 
@@ -136,16 +137,16 @@ double seating::handed_on_at(size_t holder_index, const waiter& claimant) const 
     return std::max(places_[holder_index].since + turn_, claimant.since + turn_ * std::min(1.0, share));
 }
 
-void seating::put(size_t place, person_id who, double now) {
-    places_[place] = {who, now};
-    changes_.push_back({who, seat_at(place), true});
+void seating::put(size_t place, const waiter& next, double now) {
+    places_[place] = {next.who, now, next.since};
+    changes_.push_back({next.who, seat_at(place), true});
 }
 
 void seating::fill(double now) {
     while (!queue_.empty()) {
         const int place = free_place(queue_.front().wish);
         if (place < 0) return;
-        put(static_cast<size_t>(place), queue_.front().who, now);
+        put(static_cast<size_t>(place), queue_.front(), now);
         queue_.pop_front();
     }
 }

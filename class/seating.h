@@ -64,6 +64,7 @@ private:
     struct holder {
         person_id who = 0;
         double since = 0;
+        double asked = 0; // when the wait for it began
     };
     struct waiter {
         person_id who;
@@ -75,11 +76,11 @@ private:
     }
     [[nodiscard]] static seat seat_at(size_t i) { return {static_cast<int>(i) / PLACES, static_cast<int>(i) % PLACES}; }
     [[nodiscard]] bool is_in_use(int field) const;
-    void leave_closed(double now);
+    void leave_closed();
     [[nodiscard]] int free_place(int wish) const;
     [[nodiscard]] std::vector<size_t> by_age() const;
     [[nodiscard]] double handed_on_at(size_t holder_index, const waiter& claimant) const;
-    void put(size_t place, person_id who, double now);
+    void put(size_t place, const waiter& next, double now);
     void fill(double now);
 
     std::vector<holder> places_;

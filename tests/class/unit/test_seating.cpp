@@ -80,6 +80,21 @@ TEST(Seating, a_closed_field_is_left_while_another_is_open) {
     EXPECT_EQ(s.taken(0) + s.taken(1), 13);
 }
 
+TEST(Seating, a_field_that_is_tried_again_and_again_does_not_stop_the_turns_of_the_other) {
+    seating s(2, 600);
+    s.set_open(1, false);
+    s.tick(0);
+    fill(s, 12, 1); // ten on field 0, then 11 and 12 wait
+    for (int second = 30; second <= 900; second += 30) {
+        s.set_open(1, true);
+        s.tick(second);
+        s.set_open(1, false);
+        s.tick(second + 2);
+    }
+    EXPECT_EQ(s.seat_of(11).value_or(seat{1, 0}).field, 0);
+    EXPECT_EQ(s.seat_of(12).value_or(seat{1, 0}).field, 0);
+}
+
 TEST(Seating, a_field_that_is_tried_again_in_vain_costs_nobody_a_place_in_the_queue) {
     seating s(2, 0);
     s.set_open(0, false);
