@@ -620,14 +620,27 @@ class InChromium(Pages, unittest.TestCase):
         ann.run(FIND + "named('Sprache').focus();")
         press("Tab", "Tab", "Tab", "ArrowDown", "ArrowDown", "ArrowDown")  # groups, the first of them, the blocks' own area
         self.assertIn("drehe links", ann.run("return document.activeElement.getAttribute('aria-label');"))
-        press("m", "ArrowUp")
+        moving = "document.querySelector('.blocklyDragging')"
+        named = "(document.activeElement.getAttribute('aria-label') || document.activeElement.innerText || '').includes('%s')"
+
+        def key(pressed, then):
+            """Each key acts on what the key before has done, and Blockly takes its time for that."""
+            press(pressed)
+            ann.wait(then, "what %s does" % pressed)
+
+        key("m", moving)
         ann.see("Verschiebe mit den Pfeiltasten")
-        press("Enter")
+        press("ArrowUp")
+        key("Enter", "!" + moving)
         program("for count in range(4):", "    left(90)", "    forward(100)")
-        press("m", "ArrowDown", "Escape")
-        press("t", "ArrowDown", "ArrowRight", "Enter")  # the first block of the second group
-        ann.wait("document.querySelector('.blocklyToast, .blocklyDragging, .blocklyCurrentConnectionPreview')", "the block to move")
-        press("Enter")
+        key("m", moving)
+        press("ArrowDown")
+        key("Escape", "!" + moving)
+        key("t", named % "Bewegen")
+        key("ArrowDown", named % "Zeichnen")
+        key("ArrowRight", named % "Stiftfarbe")
+        key("Enter", moving)  # the first block of the second group
+        key("Enter", "!" + moving)
         ann.wait("kelmora.editor.text().includes('pencolor')", "the new block")
         press("Delete")
         program("for count in range(4):", "    left(90)", "    forward(100)")
