@@ -118,7 +118,12 @@ test('output is shown as a terminal shows it: carriage returns, colours, a wiped
   assert.equal(overwritten('one\r\ntwo\r\r\n'), 'one\ntwo\n');
   assert.equal(overwritten('3\r'), '3\r', 'stays until something follows');
   assert.equal(overwritten('3\rGo!'), 'Go!');
+  assert.equal(overwritten('3\r\r'), '3\r');
+  assert.equal(overwritten('\r\na'), '\na');
+  const long = 'x'.repeat(1_000_000);
+  assert.equal(overwritten(`${'\r'.repeat(1_000_000)}${long}`), long, 'in a time that grows with the text only');
   assert.deepEqual(withoutSequences('\x1b[1;31mred\x1b[0m [2J]'), { wiped: false, text: 'red [2J]' });
+  assert.equal(withoutSequences('\x1b]0;title\x07a\x1b7b\x1b8c\x1b[2 qd').text, 'abcd');
   assert.deepEqual(withoutSequences('old\x1b[H\x1b[2Jnew'), { wiped: true, text: 'new' });
 });
 
