@@ -213,6 +213,12 @@ class Stop(unittest.TestCase):
             """),
     }
 
+    def test_exception_whose_text_fails(self):
+        ended = self.run_it("class E(Exception):\n    def __str__(self): pass\nraise E\n")
+        self.assertEqual(ended["how"], "error")
+        self.assertEqual((ended["error"]["kind"], ended["error"]["line"]), ("E", 3))
+        self.assertIn("str() failed", ended["error"]["message"])
+
     def test_programs_that_catch_everything(self):
         for name, (most, source) in self.CATCH_ALL.items():
             lines = source.splitlines()

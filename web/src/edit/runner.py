@@ -318,9 +318,17 @@ def _frames_of(error):
     return [f for f in traceback.extract_tb(error.__traceback__) if f.filename == PROGRAM]
 
 
+def _text_of(error):
+    """The exception's own text; what Python prints when the program's __str__() fails."""
+    try:
+        return str(error)
+    except Exception:
+        return "<exception str() failed>"
+
+
 def _describe(error):
     """What the page shows and marks: kind, message, line (from 1), columns (from 0), the lines that led there."""
-    told = {"kind": type(error).__name__, "message": str(error), "line": None, "column": None, "end": None,
+    told = {"kind": type(error).__name__, "message": _text_of(error), "line": None, "column": None, "end": None,
             "through": [], "bases": [base.__name__ for base in type(error).__mro__]}
     if isinstance(error, SyntaxError) and error.filename == PROGRAM:
         told["message"] = error.msg
@@ -335,7 +343,7 @@ def _describe(error):
     # "Did you mean" is added when a traceback is printed, and is not part of the exception.
     try:
         last = traceback.TracebackException.from_exception(error)
-        told["message"] = "".join(last.format_exception_only()).strip().split(": ", 1)[-1] if str(error) else ""
+        told["message"] = "".join(last.format_exception_only()).strip().split(": ", 1)[-1] if _text_of(error) else ""
     except Exception:
         pass
     return _with_place(told, error)
