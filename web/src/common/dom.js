@@ -80,9 +80,9 @@ export function setUsable(control, usable, heir = null) {
   const had = control === document.activeElement;
   control.disabled = !usable;
   if (had && !usable) {
-    left = control;
     control.blur(); // not every browser does that itself
     if (heir && !heir.disabled) heir.focus({ preventScroll: true });
+    else left = control;
   } else if (usable && control === left && focusIsFree()) {
     left = null;
     const hasKeys = !(control.matches('input') && matchMedia('(pointer: coarse)').matches); // else the keyboard on the screen opens

@@ -370,7 +370,7 @@ const hear = (engine, message) => {
       if (mine && link().state === 'loading') progress.textContent = t('state.progress', Math.round(message.part * 100));
       break;
     case 'state':
-      if (mine || current?.engine === engine) showState(message.state);
+      if (current ? current.engine === engine : mine) showState(message.state);
       break;
     case 'out':
       output.write(message.text, message.error ? 'err' : 'out');
@@ -397,7 +397,7 @@ const hear = (engine, message) => {
       break;
     case 'failed':
       output.box(el('p', { class: 'alert', role: 'alert', text: t('worker.failed', message.message) }));
-      finish({ how: 'failed' });
+      if (!current || current.engine === engine) finish({ how: 'failed' });
       break;
     case 'ended':
       finish(message);
@@ -423,18 +423,19 @@ async function start() {
   if (token()) {
     try {
       const begun = await postJson('/api/run/begin', { language: engine, ...(wanted ? { practice: true } : {}) });
-      current.number = begun.run;
-      current.practice = wanted;
-      if (!wanted && begun.turtle) field.setOwn(begun.turtle);
+      mine.number = begun.run;
+      mine.practice = wanted;
+      if (!wanted && begun.turtle && current === mine) field.setOwn(begun.turtle);
     } catch (error) {
+      if (current !== mine) return;
       if (error.word === 'no_seat') {
         const practising = await postJson('/api/run/begin', { language: engine, practice: true }).catch((again) => again);
-        if (practising.word === 'paused') {
+        if (practising.word === 'paused' && current === mine) {
           refuseRun(practising);
           return;
         }
-        current.number = practising.run ?? null;
-        say(t('run.practice'));
+        mine.number = practising.run ?? null;
+        if (current === mine) say(t('run.practice'));
       } else if (error.status === 401) {
         session.beat();
       } else if (error.word === 'offline' && wanted) {
@@ -445,7 +446,10 @@ async function start() {
       }
     }
   }
-  if (current !== mine) return; // Stop was pressed meanwhile
+  if (current !== mine) { // Stop was pressed meanwhile
+    endRun(mine, 'done');
+    return;
+  }
   if (current.practice) {
     practice.reset();
     showView('practice', false);
@@ -469,15 +473,17 @@ function stop() {
   else finish({ how: 'stopped', reason: 'stopped' });
 }
 
+function endRun({ number }, how) {
+  if (number !== null && number !== undefined) postJson(`/api/run/end?run=${number}`, { how }).catch(() => {});
+}
+
 function finish(message) {
   const run = current;
   current = null;
   asking = '';
   held = false;
   lastHow = message.how;
-  if (run && run.number !== null && run.number !== undefined && !(message.how === 'stopped' && !run.pressed)) {
-    postJson(`/api/run/end?run=${run.number}`, { how: message.how === 'error' ? 'error' : 'done' }).catch(() => {});
-  }
+  if (run && !(message.how === 'stopped' && !run.pressed)) endRun(run, message.how === 'error' ? 'error' : 'done');
   if (message.how !== 'error' && showsRun(run)) editor.mark(null);
   if (run && !run.tried) lastPractice = run.practice;
   if (message.how === 'done') {
@@ -539,6 +545,7 @@ async function tryLine(text) {
       const begun = await postJson('/api/run/begin', { language: 'python', ...(practice ? { practice: true } : { keep: true }) });
       mine.number = begun.run;
     } catch (error) {
+      if (current !== mine) return;
       if (error.status === 401) session.beat();
       if (error.status !== 401 && !(practice && error.word === 'offline')) {
         refuseRun(error);
@@ -546,14 +553,19 @@ async function tryLine(text) {
       }
     }
   }
-  if (current !== mine) return; // Stop was pressed meanwhile
+  if (current !== mine) { // Stop was pressed meanwhile
+    endRun(mine, 'done');
+    return;
+  }
   links.python.start({ do: 'try', source: text, run: mine.number, speed: 0 });
 }
 
 function submitLine(text) {
   if (current && links[current.engine].state === 'asking') {
     links[current.engine].answer(text).catch((error) => {
-      if (error.word !== 'busy') output.box(el('p', { class: 'alert', text: refusal(error) }));
+      if (error.word === 'busy') return;
+      output.box(el('p', { class: 'alert', text: refusal(error) }));
+      if (current && links[current.engine].state === 'asking') output.mode('asking', asking); // it still waits
     });
     output.mode('off');
     return true;

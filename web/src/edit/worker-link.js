@@ -94,7 +94,7 @@ export class WorkerLink {
     const asked = this.run === null ? Promise.resolve() : postJson('/api/run/stop', { run: this.run });
     if (loading || !this.keepsVariables || this.run === null) {
       asked.catch(() => {});
-      this.kill();
+      this.kill(this.keepsVariables && !loading);
       return;
     }
     asked.catch(() => this.kill());
@@ -106,10 +106,11 @@ export class WorkerLink {
     if (this.busy) this.stopTimer ??= setTimeout(() => this.kill(), this.patience);
   }
 
-  kill() {
+  /** @param lost  whether a program's variables are lost with the worker */
+  kill(lost = this.keepsVariables) {
     if (!this.busy) return;
     this.forget();
-    this.tell({ kind: 'ended', how: 'stopped', reason: 'stopped', lost: this.keepsVariables && this.state !== 'loading' });
+    this.tell({ kind: 'ended', how: 'stopped', reason: 'stopped', lost });
     this.prepare();
   }
 }
